@@ -1,0 +1,33 @@
+#include "text_util.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+
+size_t copy_text(char* to, size_t size, const char* from) {
+    if (size == 0) return 0;
+    const size_t length = from == nullptr ? 0 : strnlen(from, size - 1);
+    if (length > 0) memcpy(to, from, length);
+    to[length] = '\0';
+    return length;
+}
+
+char* next_field(char** rest, const char* delimiters) { return strsep(rest, delimiters); }
+
+char* next_token(char** rest, const char* delimiters) {
+    if (*rest == nullptr) return nullptr;
+    *rest += strspn(*rest, delimiters);
+    if (**rest == '\0') {
+        *rest = nullptr;
+        return nullptr;
+    }
+    return strsep(rest, delimiters);
+}
+
+int32_t parse_number(const char* text) {
+    if (text == nullptr) return 0;
+    const long value = strtol(text, nullptr, 10); // saturates by itself at the range of long
+    using limits = std::numeric_limits<int32_t>;
+    return static_cast<int32_t>(std::clamp<long>(value, limits::min(), limits::max()));
+}
