@@ -1,9 +1,9 @@
-// The modem engine: CellBase is the abstract driver of one modem, with everything that the modem families share.
-// A driver overrides a handful of operations and otherwise relies on these defaults; it reads and writes the
-// members directly, so the members are the contract of the engine, not private state.
+// The modem engine: CellBase is the abstract driver of one modem, with everything that the modem families
+// share. A driver overrides a handful of operations and otherwise relies on these defaults; it reads and
+// writes the members directly, so the members are the contract of the engine, not private state.
 //
-// One object exists in the process, built by main once the modem is identified, reached through pCell. Nothing is
-// locked: see the groups of members for who writes what.
+// One object exists in the process, built by main once the modem is identified, reached through pCell.
+// Nothing is locked: see the groups of members for who writes what.
 #pragma once
 
 #include <cstdint>
@@ -48,15 +48,15 @@ constexpr char kCommandDhcpKill[] = " /ubi/local/apps/network/if-lte /run/networ
 /// Settings file of the link, whatever path the command line gave as proof that settings exist.
 constexpr char kSettingsPath[] = "/run/network/ifcfg-lte";
 
-/// What a text of the modem was recognised as: the row of AtPrefixTable whose prefix it holds, and the values behind
-/// that prefix. The forms lie over the same storage: a reader that doesn't test `type` first sees whatever form was
-/// filled. Cleared to zero before every parse; returned and passed by value.
+/// What a text of the modem was recognised as: the row of AtPrefixTable whose prefix it holds, and the values
+/// behind that prefix. The forms lie over the same storage: a reader that doesn't test `type` first sees
+/// whatever form was filled. Cleared to zero before every parse; returned and passed by value.
 struct AtResult {
-    int32_t type; // a hint code, see AtHint; 0 means that nothing was recognised
+    int32_t type;  // a hint code, see AtHint; 0 means that nothing was recognised
     union {
-        char common_str[128]; // text form, at most 127 characters
+        char common_str[128];  // text form, at most 127 characters
         struct {
-            int32_t val; // number forms
+            int32_t val;  // number forms
             int32_t val2;
             union {
                 struct {
@@ -66,7 +66,7 @@ struct AtResult {
                     int32_t val6;
                 };
                 struct {
-                    char carrier[64]; // operator form, at most 63 characters, quotes included
+                    char carrier[64];  // operator form, at most 63 characters, quotes included
                     int32_t act;
                     int32_t extra;
                 };
@@ -131,9 +131,10 @@ enum AtHint : int32_t {
 
 constexpr int kAtPrefixRows = 71;
 
-/// Response prefixes of all families, indexed by hint code. Found by substring search anywhere in a text, so that the
-/// blank at the end of some rows is significant. "ReSeRvEd" rows only keep the numbering; no modem sends them.
-/// Numbers are parts of the contract between parser, drivers and readers of a record: never renumber.
+/// Response prefixes of all families, indexed by hint code. Found by substring search anywhere in a text, so
+/// that the blank at the end of some rows is significant. "ReSeRvEd" rows only keep the numbering; no modem
+/// sends them. Numbers are parts of the contract between parser, drivers and readers of a record: never
+/// renumber.
 constexpr char AtPrefixTable[kAtPrefixRows][64] = {
     /*  0 */ "Unknow..",
     /*  1 */ "+CSQ:",
@@ -150,26 +151,26 @@ constexpr char AtPrefixTable[kAtPrefixRows][64] = {
     /* 12 */ "+NWTYPEIND:",
     /* 13 */ "+CGSN: ",
     /* 14 */ "ReSeRvEd:",
-    /* 15 */ "ReSeRvEd:", // LongSung, NodeCom from here
+    /* 15 */ "ReSeRvEd:",  // LongSung, NodeCom from here
     /* 16 */ "+DATASTATUS:",
     /* 17 */ "^DATACONNECT",
     /* 18 */ "^DATADISCONN",
     /* 19 */ "ReSeRvEd",
-    /* 20 */ "ReSeRvEd:", // ChuangYi
+    /* 20 */ "ReSeRvEd:",  // ChuangYi
     /* 21 */ "+RRCSTATE:",
     /* 22 */ "+SYSINFO:",
     /* 23 */ "ReSeRvEd",
-    /* 24 */ "ReSeRvEd:", // Huawei
+    /* 24 */ "ReSeRvEd:",  // Huawei
     /* 25 */ "^NDISSTATQRY:",
     /* 26 */ "^HCSQ: ",
     /* 27 */ "ReSeRvEd",
-    /* 28 */ "ReSeRvEd:", // ZTE/Gosuncn
+    /* 28 */ "ReSeRvEd:",  // ZTE/Gosuncn
     /* 29 */ "+ZGETICCID: ",
     /* 30 */ "+ZPAS: ",
     /* 31 */ "+ZECMCALL: ",
     /* 32 */ "+ZCELLINFO: ",
     /* 33 */ "ReSeRvEd",
-    /* 34 */ "ReSeRvEd:", // Quectel: Qualcomm, ASR, Unisoc
+    /* 34 */ "ReSeRvEd:",  // Quectel: Qualcomm, ASR, Unisoc
     /* 35 */ "+QNWINFO: ",
     /* 36 */ "$QCRMCALL: ",
     /* 37 */ "+QNETDEVSTATUS:",
@@ -178,29 +179,29 @@ constexpr char AtPrefixTable[kAtPrefixRows][64] = {
     /* 40 */ "+QTEMP:",
     /* 41 */ "+QENG: ",
     /* 42 */ "ReSeRvEd",
-    /* 43 */ "ReSeRvEd:", // SIMCom
+    /* 43 */ "ReSeRvEd:",  // SIMCom
     /* 44 */ "$QCRMCALL: ",
     /* 45 */ "+CPSI: ",
     /* 46 */ "+ICCID: ",
     /* 47 */ "ReSeRvEd",
-    /* 48 */ "ReSeRvEd:", // Cinterion
+    /* 48 */ "ReSeRvEd:",  // Cinterion
     /* 49 */ "^SWWAN?",
     /* 50 */ "+CCID: ",
     /* 51 */ "^SCTM:",
     /* 52 */ "^SMONI: ",
     /* 53 */ "ReSeRvEd",
-    /* 54 */ "ReSeRvEd:", // Fibocom
+    /* 54 */ "ReSeRvEd:",  // Fibocom
     /* 55 */ "+CCID: ",
     /* 56 */ "+MGAUTH: ",
     /* 57 */ "+GTRNDIS: ",
     /* 58 */ "ReSeRvEd",
-    /* 59 */ "ReSeRvEd:", // LYNQ
+    /* 59 */ "ReSeRvEd:",  // LYNQ
     /* 60 */ "+ICCID:",
     /* 61 */ "+CPSI:",
     /* 62 */ "+NETOPEN:",
     /* 63 */ "+NETCLOSE:",
     /* 64 */ "ReSeRvEd",
-    /* 65 */ "ReSeRvEd:", // Fibocom LE
+    /* 65 */ "ReSeRvEd:",  // Fibocom LE
     /* 66 */ "+CCID: ",
     /* 67 */ "+GTRNDIS: ",
     /* 68 */ "+GTCCINFO:",
@@ -209,12 +210,14 @@ constexpr char AtPrefixTable[kAtPrefixRows][64] = {
 };
 
 /// A registration `stat` that means service: 1 home network, 5 roaming.
-constexpr bool IsRegistered(int32_t stat) { return (stat & ~4) == 1; }
+constexpr bool IsRegistered(int32_t stat) {
+    return (stat & ~4) == 1;
+}
 
 /// Switches of the signal collection.
 struct SignalCollect {
-    uint8_t signalEnFlag;          // set and never read
-    uint8_t neighbourSignalEnFlag; // guard of CollectNeighbourSignal
+    uint8_t signalEnFlag;           // set and never read
+    uint8_t neighbourSignalEnFlag;  // guard of CollectNeighbourSignal
 };
 
 class CellBase {
@@ -224,7 +227,8 @@ class CellBase {
     CellBase(const CellBase&) = delete;
     CellBase& operator=(const CellBase&) = delete;
 
-    // ---- operations that a driver may override, in the order of the table of virtual operations -----------------
+    // ---- operations that a driver may override, in the order of the table of virtual operations
+    // -----------------
 
     virtual ~CellBase();
 
@@ -233,11 +237,11 @@ class CellBase {
     virtual const char* GetIMSI();
     virtual const char* GetICCID();
 
-    /// Reads the settings file into the members. A key that is absent leaves its member; a file that can't be read
-    /// leaves all.
+    /// Reads the settings file into the members. A key that is absent leaves its member; a file that can't be
+    /// read leaves all.
     virtual void GetLTEcfg();
 
-    /// Stores at most 63 characters; null counts as refused. 1 stored, 0 refused.
+    /// Stores at most 63 characters; null counts as empty. 1; an override may refuse a text with 0.
     virtual int32_t SetIMSI(const char* imsi);
 
     /// Sets the modem up over AT, about 12 seconds of exchanges. 1; an override may return 0.
@@ -249,7 +253,8 @@ class CellBase {
     /// Asks for the IMSI. 1 answered (m_card_imsi may stay empty), 0 no "OK" in the answer.
     virtual int32_t CheckCardIMSI();
 
-    /// One step of attaching: waits, soft-resets, switches the SIM or dials. 0 asks for a device reset, else 1.
+    /// One step of attaching: waits, soft-resets, switches the SIM or dials. 0 asks for a device reset,
+    /// else 1.
     virtual int32_t Connect();
     virtual int32_t DisConnect();
 
@@ -282,8 +287,8 @@ class CellBase {
     virtual int32_t ReservedOp4();
     virtual void ReservedOp5();
 
-    /// Firmware upgrade of the modem, on the upgrade thread. 0 done, 1 failed, 2 not supported, 3 file missing;
-    /// an override also -1 and -2.
+    /// Firmware upgrade of the modem, on the upgrade thread. 0 done, 1 failed, 2 not supported, 3 file
+    /// missing; an override also -1 and -2.
     virtual int32_t ModuleOtaTask();
     virtual void CheckNeighbourSignal();
 
@@ -296,27 +301,31 @@ class CellBase {
     /// Recognises a text of the modem. Cuts the text in place: it can be parsed only once. Null gives type 0.
     virtual AtResult ParseAtResult(char* text);
 
-    /// First line of an answer that consists of one bare line and "OK"; null without "OK". Cuts the text in place.
+    /// First line of an answer that consists of one bare line and "OK"; null without "OK". Cuts the text in
+    /// place.
     virtual char* ParseAtLine(char* text);
 
     /// Acts on a recognised unsolicited text. 1 acted, 0 not.
     virtual int32_t DealHint(AtResult result);
 
-    // ---- operations that every driver shares --------------------------------------------------------------------
+    // ---- operations that every driver shares
+    // --------------------------------------------------------------------
 
-    /// Sends `command` and "\r\n", waits one second, returns what came: at most 256 bytes, terminated, in a static
-    /// buffer that is good until the next call. Never null; silence is an empty text. Main thread only.
+    /// Sends `command` and "\r\n", waits one second, returns what came: at most 256 bytes, terminated, in a
+    /// static buffer that is good until the next call. Never null; silence is an empty text. Main thread
+    /// only.
     char* AtRequest(const char* command);
 
     /// The same with a wait of `seconds` and a buffer of its own.
     char* AtRequest_xs(const char* command, int seconds);
 
-    /// Field number `index`, counted from 1, of `source` (cut in place) in a static buffer that is good until the
-    /// next call; the last field when there are fewer; empty for an index below 1; null for a null argument.
+    /// Field number `index`, counted from 1, of `source` (cut in place) in a static buffer that is good until
+    /// the next call; the last field when there are fewer; empty for an index below 1; null for a null
+    /// argument.
     static char* StringSplitByNum(char* source, const char* delimiters, int index);
 
-    /// Splits `source` (cut in place) into `count` targets of `size` bytes each. 1, also when fields ran out (their
-    /// targets are empty); 0 when source, delimiters, targets or one of the targets is null.
+    /// Splits `source` (cut in place) into `count` targets of `size` bytes each. 1, also when fields ran out
+    /// (their targets are empty); 0 when source, delimiters, targets or one of the targets is null.
     static int StringSplitToGetValue(char* source, const char* delimiters, int count, char* const* targets,
                                      int size);
 
@@ -330,7 +339,7 @@ class CellBase {
     int CheckIfSimCardReady();
 
     // Setters: store what fits and log what was stored.
-    void SetAPN(const char* apn); // may stand in single quotes
+    void SetAPN(const char* apn);  // may stand in single quotes
     void SetUsername(const char* username);
     void SetPassword(const char* password);
     void SetEnable(const char* enable);
@@ -348,7 +357,8 @@ class CellBase {
     /// Seconds since the link came up while online, else 0.
     int32_t GetOnlineSeconds();
 
-    /// Stops the DHCP client, re-initialises the modem over AT, reads the SIM again, clears m_online and publishes.
+    /// Stops the DHCP client, re-initialises the modem over AT, reads the SIM again, clears m_online and
+    /// publishes.
     void SoftReset();
 
     /// Rewrites the status files under /run/network.
@@ -357,23 +367,24 @@ class CellBase {
     /// Reads the neighbour cell if the settings allow. Nothing calls it yet.
     void CollectNeighbourSignal();
 
-    // ---- state --------------------------------------------------------------------------------------------------
-    // Texts are terminated arrays; a writer never stores more than fits. Written by the main thread and read by the
-    // bus library's threads (which tolerate a half-written text), where the group says nothing else.
+    // ---- state
+    // --------------------------------------------------------------------------------------------------
+    // Texts are terminated arrays; a writer never stores more than fits. Written by the main thread and read
+    // by the bus library's threads (which tolerate a half-written text), where the group says nothing else.
 
     // Requests of the FIFO thread; Task consumes them.
-    uint8_t m_soft_reset_req = 0;   // honoured at the top of a pass
-    uint8_t m_device_reset_req = 0; // honoured at the end of a pass
+    uint8_t m_soft_reset_req = 0;    // honoured at the top of a pass
+    uint8_t m_device_reset_req = 0;  // honoured at the end of a pass
 
     char m_card_iccid[21];
-    char m_NetworkType[64]; // radio access as the modem words it
-    int32_t m_carrier_code = 0; // 0 unknown, 1 China Mobile, 2 China Unicom, 3 China Telecom
+    char m_NetworkType[64];      // radio access as the modem words it
+    int32_t m_carrier_code = 0;  // 0 unknown, 1 China Mobile, 2 China Unicom, 3 China Telecom
     uint8_t m_online = 0;
-    int32_t m_CGREG = 0; // last stat of +CGREG
-    int32_t m_CEREG = 0; // last stat of +CEREG; with some drivers also of +CREG
-    int32_t m_Tempture = 0; // degrees Celsius
-    int32_t m_reset4g_times = 0; // hardware resets, counted by main
-    uint8_t m_carrier_valid = 0; // written and not read
+    int32_t m_CGREG = 0;          // last stat of +CGREG
+    int32_t m_CEREG = 0;          // last stat of +CEREG; with some drivers also of +CREG
+    int32_t m_Tempture = 0;       // degrees Celsius
+    int32_t m_reset4g_times = 0;  // hardware resets, counted by main
+    uint8_t m_carrier_valid = 0;  // written and not read
     char m_vendor_name[16];
 
     // Set by the bus handler, cleared by the upgrade thread: an upgrade is running.
@@ -381,57 +392,59 @@ class CellBase {
 
     char m_fw_version[32];
     char m_RSSI[16];
-    char m_RSRP[16]; // begins with the value in dBm
+    char m_RSRP[16];  // begins with the value in dBm
     char m_RSRQ[16];
     char m_SINR[16];
-    char m_signal_spare[16]; // never written
+    char m_signal_spare[16];  // never written
     char m_band[16];
     char m_pcid[16];
     char m_neighbour_rsrp[16];
     char m_neighbour_pcid[16];
-    uint8_t m_Primary_SIM = 0; // 1 primary, 0 secondary; 0 at first, so that the first switch selects the primary
+    uint8_t m_Primary_SIM =
+        0;  // 1 primary, 0 secondary; 0 at first, so that the first switch selects the primary
     char m_csIMEI[64];
     char m_card_imsi[64];
-    char m_carrier[64]; // as +COPS gives it, quotes included
+    char m_carrier[64];  // as +COPS gives it, quotes included
     SignalCollect m_SignalCollect = {1, 1};
-    int32_t m_vendor_type = 0; // stays 0 for five of the families
-    int m_cell_fd;             // AT port; owned by main
-    uint32_t m_connect_time = 0; // uptime in seconds when the link came up
-    int32_t m_reconnect_times = 0; // attempts to connect, never cleared
-    int32_t m_check_service_times = 0; // failed service checks since the last progress
-    int32_t m_softrest_times = 0; // soft resets for lack of service
+    int32_t m_vendor_type = 0;          // stays 0 for five of the families
+    int m_cell_fd;                      // AT port; owned by main
+    uint32_t m_connect_time = 0;        // uptime in seconds when the link came up
+    int32_t m_reconnect_times = 0;      // attempts to connect, never cleared
+    int32_t m_check_service_times = 0;  // failed service checks since the last progress
+    int32_t m_softrest_times = 0;       // soft resets for lack of service
     uint8_t m_sim_ready = 0;
     uint8_t m_double_sim = 0;
     uint8_t m_orla_project = 0;
-    uint8_t m_bracken_project = 0; // stored and not read
-    int32_t m_CSQ_weak_check_times = 0; // failed end-to-end checks
-    uint8_t m_auto_connect = 0; // shown in the status file only
-    int32_t m_sim_type = 0; // written and not read
-    char m_apn[64]; // empty: the APN follows the carrier
+    uint8_t m_bracken_project = 0;       // stored and not read
+    int32_t m_CSQ_weak_check_times = 0;  // failed end-to-end checks
+    uint8_t m_auto_connect = 0;          // shown in the status file only
+    int32_t m_sim_type = 0;              // written and not read
+    char m_apn[64];                      // empty: the APN follows the carrier
     char m_username[64];
     char m_password[64];
     char m_card_pin[64];
-    char m_meid[64]; // written and not read
-    int32_t m_auth_type = 0; // 0 none, 1 PAP, 2 CHAP, 3 PAP-CHAP
-    int32_t m_nCSQ = 0; // the status files take 0 for no value
-    char m_enable[10]; // exactly "false" stops the link
-    int32_t m_offline = 0; // seconds that the OCPP service has been offline
-    int32_t m_last_offline = 0; // its value at the previous check
-    char m_dhcpc_script[256]; // stored only
-    char m_at_port[256]; // device path; watched on Cinterion modems
+    char m_meid[64];             // written and not read
+    int32_t m_auth_type = 0;     // 0 none, 1 PAP, 2 CHAP, 3 PAP-CHAP
+    int32_t m_nCSQ = 0;          // the status files take 0 for no value
+    char m_enable[10];           // exactly "false" stops the link
+    int32_t m_offline = 0;       // seconds that the OCPP service has been offline
+    int32_t m_last_offline = 0;  // its value at the previous check
+    char m_dhcpc_script[256];    // stored only
+    char m_at_port[256];         // device path; watched on Cinterion modems
     int32_t m_board = kBoardUnknown;
-    char m_RSRP_LEVEL[10]; // what "SignalLevel=" shows
+    char m_RSRP_LEVEL[10];  // what "SignalLevel=" shows
 
     /// Model that CheckDevType found. Written once, before any object or second user of it exists.
     static std::string m_ModuleName;
 };
 
-/// Finds out which modem sits behind the open port `fd`, before any driver exists: wakes it, asks maker and model,
-/// sets CellBase::m_ModuleName and returns a VendorType. Takes 3 seconds at best, about 40 on a silent port.
+/// Finds out which modem sits behind the open port `fd`, before any driver exists: wakes it, asks maker and
+/// model, sets CellBase::m_ModuleName and returns a VendorType. Takes 3 seconds at best, about 40 on a silent
+/// port.
 int CheckDevType(int fd);
 
-} // namespace cc_cell
+}  // namespace cc_cell
 
-/// The one driver object. Set and cleared by main alone; null until the factory step, after a refused module and at
-/// the soft exit. Read by the FIFO thread and the bus handlers without a lock.
+/// The one driver object. Set and cleared by main alone; null until the factory step, after a refused module
+/// and at the soft exit. Read by the FIFO thread and the bus handlers without a lock.
 extern cc_cell::CellBase* pCell;
