@@ -1,0 +1,131 @@
+// Which modem sits behind the port: asked once per process start, on the main thread, before any driver
+// object exists. So the port is used directly here, and not through AtRequest.
+#include <unistd.h>
+
+#include <cstring>
+
+#include "cellular.h"
+#include "cellular_port.h"
+#include "serial_port.h"
+#include "trace_log.h"
+
+namespace cc_cell {
+namespace {
+
+constexpr int kWakeUpTries = 9;
+constexpr unsigned kWakeUpPause_seconds = 3;
+constexpr int kAnswerWait_ms = 1000;
+constexpr int kFlushWait_ms = 100;
+
+constexpr char kAskAlive[] = "AT\r\n";
+constexpr char kAskMaker[] = "AT+CGMI\r\n";
+constexpr char kAskModel[] = "ATI\r\n";
+
+struct ModelRow {
+    const char* word;  // in the answer to ATI; also the module's name
+    VendorType vendor;
+};
+
+struct MakerRow {
+    const char* word;        // in the answer to AT+CGMI
+    VendorType vendor;       // of a model that isn't named
+    const ModelRow* models;  // null: the model isn't asked for; closed by a null word
+    bool names_module;       // the maker's word names a model that isn't named
+};
+
+// The first word that the answer holds decides, in each of these tables: "GM196H" stands before "GM196",
+// which it holds.
+constexpr ModelRow kGosuncnModels[] = {
+    {"ME3630", kVendorZte}, {"GM196H", kVendorZte}, {"GM196", kVendorZte}, {nullptr, kVendorUnknown}};
+
+constexpr ModelRow kFibocomModels[] = {{"LE370", kVendorFibocomLe},
+                                       {"NL668", kVendorFibocom},
+                                       {"MC116", kVendorFibocom},
+                                       {nullptr, kVendorUnknown}};
+
+constexpr ModelRow kQuectelModels[] = {
+    {"EC200G", kVendorQuectelUnisoc}, {"EC200U", kVendorQuectelUnisoc}, {"EC200A", kVendorQuectelAsr},
+    {"EC600M", kVendorQuectelAsr},    {"EG800K", kVendorQuectelAsr},    {"EC800K", kVendorQuectelAsr},
+    {"EG21", kVendorQuectelQcom},     {"EG25", kVendorQuectelQcom},     {nullptr, kVendorUnknown}};
+
+constexpr MakerRow kMakers[] = {
+    {"LONGSUNG", kVendorLongSung, nullptr, true},
+    {"Innofidei", kVendorChuangYi, nullptr, true},
+    {"Nodecom", kVendorNodeCom, nullptr, true},
+    {"Huawei", kVendorHuaWei, nullptr, true},
+    {"GOSUNCN", kVendorZte, kGosuncnModels, true},
+    {"Fibocom", kVendorFibocom, kFibocomModels, false},
+    {"Quectel", kVendorQuectelQcom, kQuectelModels, false},
+    {"SIMCOM", kVendorSimCom, nullptr, true},
+    {"Cinterion", kVendorCinterion, nullptr, true},
+    {"LYNQ", kVendorLynq, nullptr, true},
+};
+
+void Write(int fd, const char* command, const TracePlace& place) {
+    TRACE_AT(place, 7, "\nAT WRITE:\n%s\n", command);
+    WriteSerial(fd, command, strlen(command));
+}
+
+void Ask(int fd, const char* command, AtBlock& answer, const TracePlace& place) {
+    Write(fd, command, place);
+    ReadBlock(fd, answer, kAnswerWait_ms);
+    TRACE_AT(place, 7, "\nAT RETURN:%s\n", answer);
+}
+
+/// A modem that was just powered up needs a while. One that stays silent is asked for its maker all the same.
+void WakeUp(int fd, AtBlock& answer, const TracePlace& place) {
+    for (int i = 0; i < kWakeUpTries; ++i) {
+        Ask(fd, kAskAlive, answer, place);
+        if (strstr(answer, "OK") != nullptr) return;
+        sleep(kWakeUpPause_seconds);
+    }
+}
+
+/// Asks for the maker and throws the answer away, together with all that the modem had queued before it.
+void Flush(int fd, AtBlock& answer, const TracePlace& place) {
+    Write(fd, kAskMaker, place);
+    while (ReadBlock(fd, answer, kFlushWait_ms) > 0) TRACE_AT(place, 7, "rest :%s \n", answer);
+}
+
+const MakerRow* FindMaker(const char* answer) {
+    for (const MakerRow& maker : kMakers) {
+        if (strstr(answer, maker.word) != nullptr) return &maker;
+    }
+    return nullptr;
+}
+
+/// The row of the model in the answer, or the closing row.
+const ModelRow& FindModel(const ModelRow* models, const char* answer) {
+    while (models->word != nullptr && strstr(answer, models->word) == nullptr) ++models;
+    return *models;
+}
+
+}  // namespace
+
+int CheckDevType(int fd) {
+    AtBlock answer = {};
+    WakeUp(fd, answer, TRACE_HERE);
+    Flush(fd, answer, TRACE_HERE);
+    Ask(fd, kAskMaker, answer, TRACE_HERE);
+
+    const MakerRow* maker = FindMaker(answer);
+    if (maker == nullptr) return kVendorUnknown;
+    if (maker->models == nullptr) {
+        CellBase::m_ModuleName = maker->word;
+        return maker->vendor;
+    }
+
+    Ask(fd, kAskModel, answer, TRACE_HERE);
+    const ModelRow& model = FindModel(maker->models, answer);
+    const VendorType vendor = model.word != nullptr ? model.vendor : maker->vendor;
+    if (model.word != nullptr) {
+        CellBase::m_ModuleName = model.word;
+    } else if (maker->names_module) {
+        CellBase::m_ModuleName = maker->word;
+    }
+    // Only this family's driver can upgrade the modem, and it does so by the module's name.
+    if (vendor == kVendorQuectelQcom) TRACE(5, "[OTA] m_ModuleName = %s \n", CellBase::m_ModuleName.c_str());
+    return vendor;
+}
+
+}  // namespace cc_cell

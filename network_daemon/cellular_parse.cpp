@@ -1,0 +1,180 @@
+// Text of the modem in, record out: the rows of AtPrefixTable that every family shares, and the splitters
+// that drivers build theirs from. Nothing here talks to the modem or stores anything in the object. Main
+// thread only: StringSplitByNum keeps its result in a static buffer.
+#include <cstring>
+
+#include "cellular.h"
+#include "text_util.h"
+#include "trace_log.h"
+
+namespace cc_cell {
+namespace {
+
+constexpr int kLastBaseRow = kHintCgsn;
+constexpr int kMostFields = 5;  // of a base row
+constexpr char kLineDelimiters[] = "\r\n";
+constexpr char kFieldDelimiters[] = ",\r\n";
+constexpr char kCommaDelimiter[] = ",";  // of announcements of calls, which stand on a line of their own
+constexpr size_t kDelimitersSize = 64;
+
+using FieldTexts = char[kMostFields][kFieldSize];
+
+/// First base row whose prefix stands anywhere in `text`, and in `values` the text behind it; -1 for none.
+/// The lower row wins when a text holds two.
+int FindBaseRow(char* text, char** values) {
+    for (int row = 0; row <= kLastBaseRow; ++row) {
+        const char* prefix = AtPrefixTable[row];
+        char* found = strstr(text, prefix);
+        if (found == nullptr) continue;
+        *values = found + strlen(prefix);
+        return row;
+    }
+    return -1;
+}
+
+void SplitFields(char* values, const char* delimiters, int count, FieldTexts& fields) {
+    char* targets[kMostFields];
+    for (int i = 0; i < kMostFields; ++i) targets[i] = fields[i];
+    CellBase::StringSplitToGetValue(values, delimiters, count, targets, kFieldSize);
+}
+
+/// Fills the first `count` of val to val4; a missing field reads as 0.
+void FillNumbers(char* values, const char* delimiters, int count, AtResult& result) {
+    FieldTexts fields = {};
+    SplitFields(values, delimiters, count, fields);
+    int32_t* const numbers[] = {&result.val, &result.val2, &result.val3, &result.val4};
+    for (int i = 0; i < count; ++i) *numbers[i] = parse_number(fields[i]);
+}
+
+void FillOperator(char* values, AtResult& result) {
+    FieldTexts fields = {};
+    SplitFields(values, kFieldDelimiters, 5, fields);
+    result.val = parse_number(fields[0]);
+    result.val2 = parse_number(fields[1]);
+    copy_text(result.carrier, fields[2]);
+    result.act = parse_number(fields[3]);
+    result.extra = parse_number(fields[4]);
+}
+
+}  // namespace
+
+AtResult CellBase::ParseAtResult(char* text) {
+    AtResult result = {};
+    if (text == nullptr) return result;
+    char* values = nullptr;
+    const int row = FindBaseRow(text, &values);
+    if (row < 0) return result;
+
+    result.type = row;
+    char* token = nullptr;
+    switch (row) {
+        case kHintCsq:
+            token = next_token(&values, kFieldDelimiters);
+            result.val = parse_number(token);
+            break;
+        case kHintPsrat:
+            token = next_token(&values, kLineDelimiters);
+            copy_text(result.common_str, token);
+            TRACE(7, "PSRAT:%s\n", result.common_str);
+            break;
+        case kHintSimtest:
+            token = next_token(&values, kFieldDelimiters);
+            result.val = parse_number(token);
+            if (token != nullptr) TRACE(5, "SIMTYPE :%s : %d\n", token, result.val);
+            break;
+        case kHintIccid:
+            token = next_token(&values, kFieldDelimiters);
+            copy_text(result.common_str, token);
+            if (token != nullptr) TRACE(5, "ICCID :%s\n", result.common_str);
+            break;
+        case kHintCreg:
+            FillNumbers(values, kFieldDelimiters, 2, result);
+            TRACE(5, "CREG :%d %d\n", result.val, result.val2);
+            break;
+        case kHintCgreg:
+            FillNumbers(values, kFieldDelimiters, 2, result);
+            TRACE(5, "CGREG :%d %d\n", result.val, result.val2);
+            break;
+        case kHintCereg:
+            FillNumbers(values, kFieldDelimiters, 2, result);
+            TRACE(5, "CEREG :%d %d\n", result.val, result.val2);
+            break;
+        case kHintCops:
+            FillOperator(values, result);
+            TRACE(5, "CARRIER :%s\n", result.carrier);
+            break;
+        case kHintClcc:
+        case kHintDsci:
+            FillNumbers(values, kCommaDelimiter, 4, result);
+            break;
+        case kHintPktstatus:
+            FillNumbers(values, kFieldDelimiters, 2, result);
+            break;
+        case kHintCgsn:
+            token = next_token(&values, kLineDelimiters);
+            copy_text(result.common_str, token);
+            if (token != nullptr) TRACE(5, "IMEI :%s\n", result.common_str);
+            break;
+        default:  // the announcement of a new radio technology, and row 0: the prefix says it all
+            break;
+    }
+    return result;
+}
+
+char* CellBase::ParseAtLine(char* text) {
+    if (ContainsText(text, "OK") == nullptr) return nullptr;
+    return next_token(&text, kLineDelimiters);
+}
+
+char* CellBase::StringSplitByNum(char* source, const char* delimiters, int index) {
+    static char field[kAnswerBufferSize];
+
+    if (source == nullptr || delimiters == nullptr) return nullptr;
+    memset(field, 0, sizeof field);
+    char kept_delimiters[kDelimitersSize];
+    copy_text(kept_delimiters, delimiters);
+
+    char* rest = source;
+    char* token = nullptr;
+    for (int taken = 0; taken < index; ++taken) {
+        if (rest == nullptr) {
+            TRACE(7, "StringSplitByNum[%d]:pResult do not have valid data\n", taken);
+            break;  // the last field stands in for the missing one
+        }
+        token = next_field(&rest, kept_delimiters);
+    }
+    copy_text(field, token);
+    return field;
+}
+
+int CellBase::StringSplitToGetValue(char* source, const char* delimiters, int count, char* const* targets,
+                                    int size) {
+    if (source == nullptr || delimiters == nullptr || targets == nullptr) return 0;
+    const size_t target_size = size > 0 ? size : 0;
+    for (int i = 0; i < count; ++i) {
+        if (targets[i] == nullptr) {
+            TRACE(5, "input pDataValue[%d] is error,return !\n", i);
+            return 0;
+        }
+        memset(targets[i], 0, target_size);
+    }
+    char kept_delimiters[kDelimitersSize];
+    copy_text(kept_delimiters, delimiters);
+
+    char* rest = source;
+    for (int taken = 0; taken < count; ++taken) {
+        if (rest == nullptr) {
+            TRACE(5, "StringSplitToGetValue[%d]:pResult do not have valid data\n", taken);
+            break;
+        }
+        copy_text(targets[taken], target_size, next_field(&rest, kept_delimiters));
+    }
+    return 1;
+}
+
+const char* CellBase::ContainsText(const char* haystack, const char* needle) {
+    if (haystack == nullptr || needle == nullptr) return nullptr;
+    return strstr(haystack, needle);
+}
+
+}  // namespace cc_cell
