@@ -1,0 +1,43 @@
+// The three calls of the library, as a board's own one has them.
+
+#pragma GCC visibility push(default)
+#include "busglue.h"
+#pragma GCC visibility pop
+
+#include "bus_link.h"
+
+#include <pthread.h>
+#include <syslog.h>
+
+namespace {
+
+constexpr char kLogIdent[] = "ravelin-mobile";
+constexpr int kFailed = -1;
+
+/// Never destroyed: its thread works until the very end of the process.
+BusLink& Link() {
+    static BusLink* link = new BusLink;
+    return *link;
+}
+
+void OpenLog() {
+    openlog(kLogIdent, LOG_PID, LOG_DAEMON);
+}
+
+}  // namespace
+
+int dbs_connect_init(const char* name, const busglue_descriptor* descriptor) {
+    return Link().Join(name, descriptor) ? 0 : kFailed;
+}
+
+int dbs_send_method_async(busglue_send_record* record, busglue_send_reply reply) {
+    return record != nullptr && Link().Send(*record, reply) ? 0 : kFailed;
+}
+
+void log_send(const char* text) {
+    static pthread_once_t once = PTHREAD_ONCE_INIT;
+    pthread_once(&once, OpenLog);
+    if (text != nullptr) {
+        syslog(LOG_INFO, "%s", text);
+    }
+}
