@@ -1,5 +1,5 @@
-// Clock and utilities of the process. The timer clock counts seconds since boot, so that setting the date disturbs
-// no timer; the wall clock serves time stamps only.
+// Clock and utilities of the process. The timer clock counts seconds since boot, so that setting the date
+// disturbs no timer; the wall clock serves time stamps only.
 #pragma once
 
 #include <cstdint>

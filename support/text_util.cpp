@@ -13,7 +13,9 @@ size_t copy_text(char* to, size_t size, const char* from) {
     return length;
 }
 
-char* next_field(char** rest, const char* delimiters) { return strsep(rest, delimiters); }
+char* next_field(char** rest, const char* delimiters) {
+    return strsep(rest, delimiters);
+}
 
 char* next_token(char** rest, const char* delimiters) {
     if (*rest == nullptr) return nullptr;
@@ -27,7 +29,7 @@ char* next_token(char** rest, const char* delimiters) {
 
 int32_t parse_number(const char* text) {
     if (text == nullptr) return 0;
-    const long value = strtol(text, nullptr, 10); // saturates by itself at the range of long
+    const long value = strtol(text, nullptr, 10);  // saturates by itself at the range of long
     using limits = std::numeric_limits<int32_t>;
     return static_cast<int32_t>(std::clamp<long>(value, limits::min(), limits::max()));
 }

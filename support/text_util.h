@@ -1,12 +1,12 @@
-// The few text operations that everything else is built from: one bounded copy, one field splitter, one number
-// reader. Modem text is cut in place; none of these allocates or logs.
+// The few text operations that everything else is built from: one bounded copy, one field splitter, one
+// number reader. Modem text is cut in place; none of these allocates or logs.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 
-/// Copies at most `size` - 1 characters of `from` to `to` and terminates. Null counts as empty; the two must not
-/// overlap. A `size` of 0 does nothing. Returns the number of characters stored.
+/// Copies at most `size` - 1 characters of `from` to `to` and terminates. Null counts as empty; the two must
+/// not overlap. A `size` of 0 does nothing. Returns the number of characters stored.
 size_t copy_text(char* to, size_t size, const char* from);
 
 /// The same into an array; `limit`, where given, allows fewer characters than fit.
@@ -15,13 +15,14 @@ size_t copy_text(char (&to)[N], const char* from, size_t limit = N - 1) {
     return copy_text(static_cast<char*>(to), (limit < N ? limit : N - 1) + 1, from);
 }
 
-/// Cuts the next field off `*rest` at any of `delimiters` and advances `*rest` behind the delimiter, or to null at
-/// the last field. Adjacent delimiters yield empty fields. Null when `*rest` is null: nothing is left.
+/// Cuts the next field off `*rest` at any of `delimiters` and advances `*rest` behind the delimiter, or to
+/// null at the last field. Adjacent delimiters yield empty fields. Null when `*rest` is null: nothing is
+/// left.
 char* next_field(char** rest, const char* delimiters);
 
 /// Like next_field, but skips delimiters in front of the token, and yields null instead of an empty token.
 char* next_token(char** rest, const char* delimiters);
 
-/// Base-10 number at the start of `text`, white space in front skipped; 0 when there is none or `text` is null.
-/// A number beyond the range saturates.
+/// Base-10 number at the start of `text`, white space in front skipped; 0 when there is none or `text` is
+/// null. A number beyond the range saturates.
 int32_t parse_number(const char* text);

@@ -1,0 +1,215 @@
+#include "ini_store.h"
+
+#include <strings.h>
+#include <cctype>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "text_util.h"
+
+namespace {
+
+constexpr size_t kPieceSize = 1024;     // of a line that is read at a time, with its terminator
+constexpr size_t kTextLengthMax = 256;  // of a key and of a value
+
+static_assert(sizeof(IniEntry::key) == kTextLengthMax + 1 && sizeof(IniEntry::value) == kTextLengthMax + 1);
+
+enum class LineRule { kUpperCaseOnly, kAny };
+
+bool is_space(char c) {
+    return isspace(static_cast<unsigned char>(c)) != 0;
+}
+
+bool is_upper(char c) {
+    return isupper(static_cast<unsigned char>(c)) != 0;
+}
+
+/// Reads up to and with the next line end, but no more than fits: a longer line comes in pieces, each of
+/// which counts as a line. Returns the number of bytes, 0 at the end of the file. NUL bytes are read like any
+/// other.
+size_t read_piece(FILE* file, char (&piece)[kPieceSize]) {
+    size_t length = 0;
+    while (length < kPieceSize - 1) {
+        const int c = getc(file);
+        if (c == EOF) break;
+        piece[length++] = static_cast<char>(c);
+        if (c == '\n') break;
+    }
+    piece[length] = '\0';
+    return length;
+}
+
+/// Where the next entry goes: behind the last one.
+struct TableEnd {
+    IniEntry* head = nullptr;
+    IniEntry** link = &head;
+};
+
+/// False when key or value are too long as they stand in the line, or memory has run out. A line without "=",
+/// or with nothing at all behind it, is no entry and is skipped.
+bool append_line(TableEnd* table, char* line) {
+    if (strchr(line, '=') == nullptr) return true;
+    char* rest = line;
+    char* key = next_token(&rest, "=");
+    char* value = next_token(&rest, "=");
+    if (key == nullptr || value == nullptr) return true;
+    if (strlen(key) > kTextLengthMax || strlen(value) > kTextLengthMax) return false;
+
+    auto* entry = static_cast<IniEntry*>(malloc(sizeof(IniEntry)));
+    if (entry == nullptr) return false;
+    copy_text(entry->key, str_trim(key));
+    copy_text(entry->value, str_trim(value));
+    entry->next = nullptr;
+    *table->link = entry;
+    table->link = &entry->next;
+    return true;
+}
+
+IniEntry* load(const char* path, LineRule rule) {
+    FILE* file = fopen(path, "r+t");
+    if (file == nullptr) {
+        fprintf(stderr, "Open ini file %s error!\n", path);
+        return nullptr;
+    }
+    TableEnd table;
+    char line[kPieceSize];
+    while (read_piece(file, line) > 0) {
+        if (rule == LineRule::kUpperCaseOnly && !is_upper(line[0])) continue;
+        if (append_line(&table, line)) continue;
+        fprintf(stderr, "init file error!\n");
+        ini_free(table.head);
+        table.head = nullptr;
+        break;
+    }
+    fclose(file);
+    return table.head;
+}
+
+/// The link that points to the first entry with this key, or the null link at the end.
+IniEntry** find_link(IniEntry** link, const char* key) {
+    while (*link != nullptr && strcasecmp((*link)->key, key) != 0) link = &(*link)->next;
+    return link;
+}
+
+void unlink_and_free(IniEntry** link) {
+    IniEntry* entry = *link;
+    *link = entry->next;
+    free(entry);
+}
+
+/// Writes the entry under `key` and takes it out of the table.
+void write_entry(FILE* file, const char* key, IniEntry** link) {
+    fprintf(file, "%s=%s\n", key, (*link)->value);
+    unlink_and_free(link);
+}
+
+bool copy_all(FILE* from, FILE* to) {
+    char piece[kPieceSize];
+    size_t length = 0;
+    while ((length = read_piece(from, piece)) > 0) {
+        if (fwrite(piece, 1, length, to) != length) return false;
+    }
+    return ferror(from) == 0 && fflush(to) == 0;
+}
+
+/// A copy of the file in a temporary one, rewound; null when that failed. The file itself is only read.
+FILE* copy_to_temporary(const char* path) {
+    FILE* file = fopen(path, "r+t");
+    if (file == nullptr) {
+        fprintf(stderr, "Open file %s error!\n", path);
+        return nullptr;
+    }
+    FILE* copy = tmpfile();
+    if (copy == nullptr) {
+        fprintf(stderr, "Create tmpfile error!\n");
+    } else if (!copy_all(file, copy)) {
+        fclose(copy);
+        copy = nullptr;
+    } else {
+        rewind(copy);
+    }
+    fclose(file);
+    return copy;
+}
+
+/// Writes the line `length` bytes long to `file`, with the value of the table if it holds a setting. A
+/// setting that the table doesn't have loses its line. False when the key is too long.
+bool merge_line(FILE* file, char* line, size_t length, IniEntry** table) {
+    char* equals = strchr(line, '=');
+    if (!is_upper(line[0]) || equals == nullptr) {
+        fwrite(line, 1, length, file);
+        return true;
+    }
+    *equals = '\0';
+    const char* key = str_trim(line);
+    if (strlen(key) > kTextLengthMax) return false;
+    IniEntry** link = find_link(table, key);
+    if (*link != nullptr) write_entry(file, key, link);
+    return true;
+}
+
+bool merge_lines(FILE* copy, FILE* file, IniEntry** table) {
+    char line[kPieceSize];
+    size_t length = 0;
+    while ((length = read_piece(copy, line)) > 0) {
+        if (!merge_line(file, line, length, table)) return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+IniEntry* ini_load(const char* path) {
+    return load(path, LineRule::kUpperCaseOnly);
+}
+
+IniEntry* ini_load_all(const char* path) {
+    return load(path, LineRule::kAny);
+}
+
+const char* ini_get(const IniEntry* table, const char* key) {
+    for (; table != nullptr; table = table->next) {
+        if (strcasecmp(table->key, key) == 0) return table->value;
+    }
+    return nullptr;
+}
+
+IniEntry* ini_remove(IniEntry* table, const char* key) {
+    IniEntry** link = find_link(&table, key);
+    if (*link != nullptr) unlink_and_free(link);
+    return table;
+}
+
+int ini_save(IniEntry** table, const char* path) {
+    FILE* copy = copy_to_temporary(path);
+    if (copy == nullptr) return -1;
+    FILE* file = fopen(path, "w+");
+    if (file == nullptr) {
+        fprintf(stderr, "Open file %s error!\n", path);
+        fclose(copy);
+        return -1;
+    }
+    const bool merged = merge_lines(copy, file, table);
+    if (merged) {
+        while (*table != nullptr) write_entry(file, (*table)->key, table);
+    }
+    fclose(file);
+    fclose(copy);
+    return merged ? 0 : -1;
+}
+
+void ini_free(IniEntry* table) {
+    while (table != nullptr) {
+        IniEntry* next = table->next;
+        free(table);
+        table = next;
+    }
+}
+
+char* str_trim(char* text) {
+    char* end = text + strlen(text);
+    while (end > text && is_space(end[-1])) *--end = '\0';
+    while (is_space(*text)) ++text;
+    return text;
+}

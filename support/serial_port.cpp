@@ -1,0 +1,197 @@
+#include "serial_port.h"
+
+#include <fcntl.h>
+#include <sys/select.h>
+#include <termios.h>
+#include <unistd.h>
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+
+namespace {
+
+constexpr int kDescriptorBound = 1024;  // what select is told to look at
+static_assert(kDescriptorBound <= FD_SETSIZE);
+
+constexpr cc_t kReadTimeoutTenths = 150;  // a bare read on a silent line gives up after 15 seconds
+
+constexpr int kSpeedsBaud[] = {230400, 115200, 57600, 38400, 19200, 9600, 4800, 2400, 1200, 300};
+
+/// Sets the speed if it is one of the table. The baud number itself goes to the setters, not a speed
+/// constant: a system library that knows constants only refuses it, and the port keeps the speed that it had.
+void apply_speed(int fd, termios* attributes, int speed) {
+    for (const int row : kSpeedsBaud) {
+        tcflush(fd, TCIOFLUSH);
+        if (row != speed) continue;
+        cfsetispeed(attributes, static_cast<speed_t>(row));
+        cfsetospeed(attributes, static_cast<speed_t>(row));
+        if (tcsetattr(fd, TCSANOW, attributes) != 0) perror("tcsetattr fd1");
+        return;
+    }
+}
+
+/// CREAD, CLOCAL and the hardware flow control stay as they were.
+void make_raw(termios* attributes) {
+    attributes->c_lflag &= ~static_cast<tcflag_t>(ISIG | ICANON | ECHO | ECHOE);
+    attributes->c_oflag &= ~static_cast<tcflag_t>(OPOST | OLCUC | ONLCR | OCRNL | ONOCR | ONLRET);
+    attributes->c_iflag &= ~static_cast<tcflag_t>(IGNBRK | INLCR | IGNCR | ICRNL | IXON | IXANY | IXOFF);
+    attributes->c_cflag &= ~static_cast<tcflag_t>(CSIZE);
+}
+
+bool set_data_bits(termios* attributes, int data_bits) {
+    switch (data_bits) {
+        case 7:
+            attributes->c_cflag |= CS7;
+            return true;
+        case 8:
+            attributes->c_cflag |= CS8;
+            return true;
+        default:
+            return false;
+    }
+}
+
+bool set_parity(termios* attributes, char parity) {
+    switch (parity) {
+        case 'E':
+        case 'e':
+            attributes->c_cflag |= PARENB;
+            attributes->c_cflag &= ~static_cast<tcflag_t>(PARODD);
+            break;
+        case 'O':
+        case 'o':
+            attributes->c_cflag |= PARENB | PARODD;
+            break;
+        case 'N':
+        case 'n':
+        case 'S':
+        case 's':
+            attributes->c_cflag &= ~static_cast<tcflag_t>(PARENB);
+            break;
+        default:
+            return false;
+    }
+    // Only the small letter takes input parity checking away: 'N' leaves it on, on a line without parity.
+    // Visible outside, keep.
+    if (parity == 'n') {
+        attributes->c_iflag &= ~static_cast<tcflag_t>(INPCK);
+    } else {
+        attributes->c_iflag |= INPCK;
+    }
+    return true;
+}
+
+bool set_stop_bits(termios* attributes, int stop_bits) {
+    switch (stop_bits) {
+        case 1:
+            attributes->c_cflag &= ~static_cast<tcflag_t>(CSTOPB);
+            return true;
+        case 2:
+            attributes->c_cflag |= CSTOPB;
+            return true;
+        default:
+            return false;
+    }
+}
+
+timeval to_timeval(int timeout_ms) {
+    timeval timeout = {};
+    timeout.tv_sec = timeout_ms / 1000;
+    timeout.tv_usec = static_cast<suseconds_t>(timeout_ms % 1000) * 1000;
+    return timeout;
+}
+
+bool is_left(const timeval& timeout) {
+    return timeout.tv_sec > 0 || timeout.tv_usec > 0;
+}
+
+/// Waits until there is something to read, or the port has failed; false when the wait ended otherwise. What
+/// is left of the time-out is stored in it: select of Linux does that.
+bool wait_readable(int fd, timeval* timeout) {
+    if (fd < 0 || fd >= kDescriptorBound) return false;  // a descriptor set has no room for it
+    fd_set descriptors;
+    FD_ZERO(&descriptors);
+    FD_SET(fd, &descriptors);
+    return select(kDescriptorBound, &descriptors, nullptr, nullptr, timeout) >= 1;
+}
+
+/// One read behind the `total` bytes collected; the new total. An error takes 1 off it, and a total that
+/// errors have made negative still means the start of the buffer.
+int read_behind(int fd, char* buffer, int wanted, int total) {
+    const int collected = std::max(total, 0);
+    const ssize_t result = read(fd, buffer + collected, static_cast<size_t>(std::max(wanted - collected, 0)));
+    if (result < 0) return total > INT_MIN ? total - 1 : total;
+    return total + static_cast<int>(result);
+}
+
+}  // namespace
+
+int OpenSerial(const char* device) {
+    return open(device, O_RDWR | O_NOCTTY);
+}
+
+int CloseSerial(int fd) {
+    return close(fd);
+}
+
+ssize_t WriteSerial(int fd, const void* bytes, size_t count) {
+    return write(fd, bytes, count);
+}
+
+int SetupSerial(int fd, int speed, int data_bits, int stop_bits, char parity) {
+    termios attributes = {};
+    tcgetattr(fd, &attributes);
+    apply_speed(fd, &attributes, speed);
+    if (tcgetattr(fd, &attributes) != 0) {
+        fprintf(stderr, "SetupSerial 1. errno = %d\n", errno);
+        return -1;
+    }
+    make_raw(&attributes);
+    if (!set_data_bits(&attributes, data_bits)) {
+        fprintf(stderr, "Unsupported data size\n");
+        return -2;
+    }
+    if (!set_parity(&attributes, parity)) {
+        fprintf(stderr, "Unsupported parity\n");
+        return -3;
+    }
+    if (!set_stop_bits(&attributes, stop_bits)) {
+        fprintf(stderr, "Unsupported stop bits\n");
+        return -4;
+    }
+    attributes.c_cc[VTIME] = kReadTimeoutTenths;
+    attributes.c_cc[VMIN] = 0;
+    tcflush(fd, TCIFLUSH);
+    if (tcsetattr(fd, TCSANOW, &attributes) != 0) {
+        fprintf(stderr, "SetupSerial 3. errno = %d\n", errno);
+        return -5;
+    }
+    return 0;
+}
+
+int ReadSerialTimed(int fd, char* buffer, int wanted, int timeout_ms) {
+    timeval left = to_timeval(timeout_ms);
+    int total = 0;
+    do {
+        if (!wait_readable(fd, &left)) break;
+        total = read_behind(fd, buffer, wanted, total);
+    } while (is_left(left) && total < wanted);
+    return total;
+}
+
+int ReadSerialTimed2(int fd, char* buffer, int wanted, int first_timeout_ms, int next_timeout_ms) {
+    timeval left = to_timeval(first_timeout_ms);
+    if (!wait_readable(fd, &left)) return 0;
+    int total = 0;
+    do {
+        const int before = total;
+        total = read_behind(fd, buffer, wanted, total);
+        // A port that has gone is always readable and brings nothing, and the next time-out would never run
+        // out.
+        if (total <= before) break;
+        if (total >= wanted) break;
+        left = to_timeval(next_timeout_ms);
+    } while (wait_readable(fd, &left) && is_left(left));
+    return total;
+}
