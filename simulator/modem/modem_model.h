@@ -17,6 +17,8 @@
 
 namespace modem_sim {
 
+class ModemInside;
+
 struct ModemOptions {
     std::string family = "quectel_qcom";  ///< one of Modem::Families()
     std::string model;                    ///< any text; empty for the family's first model
@@ -33,6 +35,8 @@ class Modem {
 
     static std::vector<std::string> Families();
     static bool IsFamily(const std::string& name);
+    /// The usual models of a family; its dialect takes any other name too. Empty for an unknown family.
+    static std::vector<std::string> Models(const std::string& family);
 
     /// Bytes that the host wrote to the port, in any pieces. Lost while the port is gone, as on a real cable.
     void Receive(std::string_view bytes_from_host, int64_t now_ms);
@@ -64,6 +68,9 @@ class Modem {
     /// open descriptor of a port that went away is dead for good.
     bool present() const;
 
+    /// Another number each time that the port comes back: a descriptor belongs to one generation.
+    int64_t port_generation() const;
+
     /// Path that "plug PATH" asked for; empty when the port comes back where it was.
     const std::string& port_path() const;
 
@@ -80,8 +87,7 @@ class Modem {
     static std::vector<std::string> KnobNames();
 
   private:
-    class Inside;
-    std::unique_ptr<Inside> inside_;
+    std::unique_ptr<ModemInside> inside_;
 };
 
 }  // namespace modem_sim

@@ -1,0 +1,329 @@
+// What a modem is behind its commands: power, radio, SIM, registration, data call, and the times that all of
+// it takes.
+#include "simulator/modem/device.h"
+
+#include <algorithm>
+
+#include "simulator/modem/dialect.h"
+
+namespace modem_sim {
+
+namespace {
+
+/// From a restart command to the restart: the "OK" must still reach the host.
+constexpr int64_t kRestartDelayMs = 100;
+
+constexpr const char* kReportNames[kDomainCount] = {"+CREG", "+CGREG", "+CEREG"};
+
+bool IsRegisteredStat(int stat) {
+    return stat == kStatHome || stat == kStatRoaming;
+}
+
+}  // namespace
+
+Device::Device(const Family& family_of_device, const std::string& model_name, Host* host, int64_t now_ms)
+    : family(family_of_device), model(model_name), imei(family_of_device.imei), host_(host), now_ms_(now_ms) {
+    firmware = family.firmware(model);
+    usb_mode = usb_mode_after_boot = family.factory_usb_mode;
+    cards_[0].iccid = "89860012317001122334";
+    cards_[0].imsi = "460001112223334";
+    cards_[1].iccid = "89860122317005566778";
+    cards_[1].imsi = "460015556667778";
+    ResetSession();
+}
+
+// ---- time
+// -----------------------------------------------------------------------------------------------------
+
+std::optional<int64_t> Device::NextTimerMs() const {
+    std::optional<int64_t> next;
+    for (const auto& timer : timers_) {
+        if (timer && (!next || *timer < *next)) next = timer;
+    }
+    return next;
+}
+
+bool Device::AdvanceToNextTimer(int64_t now_ms) {
+    const std::optional<int64_t> next = NextTimerMs();
+    if (!next || *next > now_ms) {
+        now_ms_ = std::max(now_ms_, now_ms);
+        return false;
+    }
+    now_ms_ = std::max(now_ms_, *next);
+    const auto timer = std::find(timers_.begin(), timers_.end(), next);
+    timer->reset();
+    Fire(static_cast<Timer>(timer - timers_.begin()));
+    return true;
+}
+
+void Device::Start(Timer timer, int64_t after_ms) {
+    timers_[timer] = now_ms_ + after_ms;
+}
+
+void Device::StopAll() {
+    timers_.fill(std::nullopt);
+}
+
+void Device::Fire(Timer timer) {
+    switch (timer) {
+        case kBootDone:
+            power_ = Power::kOn;
+            Announce(Event::kBooted);
+            if (timing.sim_start_ms > 0) Start(kCardStarted, timing.sim_start_ms);
+            break;
+        case kDialDone:
+            call_ = CallState::kUp;
+            Announce(Event::kCallUp);
+            break;
+        case kRestart:
+            Reset();
+            break;
+        case kPortBack:
+        case kCardStarted:
+        case kSearchDone:
+        case kTimerCount:
+            break;  // the state is the timer's own; Settle() sees the change
+    }
+    Settle();
+}
+
+// ---- power and port
+// -------------------------------------------------------------------------------------------
+
+bool Device::present() const {
+    return plugged_ && power_ != Power::kOff && !timers_[kPortBack];
+}
+
+void Device::SetPlugged(bool plugged) {
+    plugged_ = plugged;
+    Settle();
+}
+
+void Device::Reset() {
+    if (power_ == Power::kOff) return;
+    Boot();
+}
+
+void Device::PowerOff() {
+    StopAll();
+    power_ = Power::kOff;
+    Settle();
+}
+
+void Device::PowerOn() {
+    if (power_ != Power::kOff) return;
+    Boot();
+}
+
+void Device::Boot() {
+    StopAll();
+    host_->Restarted();
+    power_ = Power::kBooting;
+    radio_ = Radio::kFull;
+    call_ = CallState::kDown;
+    usb_mode = usb_mode_after_boot;
+    if (dial_fault_ == Fault::kUntilReset) dial_fault_ = Fault::kNone;
+    for (SimCard& each : cards_) each.pin_entered = false;
+    ResetSession();
+    const int64_t port_gone_ms = std::min(timing.port_gone_ms, timing.boot_ms);
+    if (port_gone_ms > 0) Start(kPortBack, port_gone_ms);
+    Start(kBootDone, timing.boot_ms);
+    Settle();
+}
+
+void Device::RestartSoon() {
+    Start(kRestart, kRestartDelayMs);
+}
+
+void Device::ResetSession() {
+    session = Session();
+    session.error_mode = family.factory_error_mode;
+}
+
+// ---- SIM
+// ------------------------------------------------------------------------------------------------------
+
+CardState Device::card_state() const {
+    if (power_ != Power::kOn || radio_ == Radio::kMinimum) return CardState::kUnpowered;
+    if (!card().inserted) return CardState::kAbsent;
+    if (timers_[kCardStarted] || card().busy_asks_left > 0) return CardState::kBusy;
+    if (card().pin_tries_left == 0) return CardState::kBlocked;
+    return card().wants_pin && !card().pin_entered ? CardState::kLocked : CardState::kReady;
+}
+
+CardState Device::AskCard() {
+    const CardState state = card_state();
+    if (state == CardState::kBusy && !timers_[kCardStarted]) {
+        --card().busy_asks_left;
+        Settle();
+    }
+    return state;
+}
+
+bool Device::EnterPin(const std::string& pin) {
+    if (pin != card().pin) {
+        --card().pin_tries_left;
+        Settle();
+        return false;
+    }
+    card().pin_entered = true;
+    card().pin_tries_left = SimCard().pin_tries_left;
+    Settle();
+    return true;
+}
+
+void Device::ChangeCard(bool inserted, bool wants_pin, int busy_asks) {
+    card().inserted = inserted;
+    card().wants_pin = wants_pin;
+    card().pin_entered = false;
+    card().pin_tries_left = SimCard().pin_tries_left;
+    card().busy_asks_left = busy_asks;
+    Settle();
+}
+
+// ---- radio and registration
+// -----------------------------------------------------------------------------------
+
+void Device::SetRadio(Radio radio) {
+    const bool card_gets_power = radio_ == Radio::kMinimum && radio != Radio::kMinimum;
+    radio_ = radio;
+    if (card_gets_power && timing.sim_start_ms > 0) Start(kCardStarted, timing.sim_start_ms);
+    Settle();
+}
+
+bool Device::CanSearch() const {
+    return radio_ == Radio::kFull && card_state() == CardState::kReady;
+}
+
+int Device::Stat(Domain domain) const {
+    if (!CanSearch()) return kStatIdle;
+    return IsSearching() ? kStatSearching : air.stat[domain];
+}
+
+bool Device::IsRegistered(Domain domain) const {
+    return IsRegisteredStat(Stat(domain));
+}
+
+bool Device::HasService() const {
+    return IsRegistered(kCircuit) || IsRegistered(kPacket) || IsRegistered(kEps);
+}
+
+void Device::SetStat(Domain domain, int stat) {
+    air.stat[domain] = stat;
+    Settle();
+}
+
+// ---- data call
+// ------------------------------------------------------------------------------------------------
+
+DialResult Device::Dial() {
+    if (!IsRegistered(kPacket) && !IsRegistered(kEps)) return DialResult::kNoService;
+    if (dial_fault_ != Fault::kNone) return DialResult::kRefused;
+    if (dial_refusals_left_ > 0) {
+        --dial_refusals_left_;
+        return DialResult::kRefused;
+    }
+    if (call_ == CallState::kUp || call_ == CallState::kDialling) return DialResult::kStarted;
+    call_ = CallState::kDialling;
+    Start(kDialDone, timing.dial_ms);
+    return DialResult::kStarted;
+}
+
+void Device::HangUp() {
+    EndCall(CallState::kDown);
+}
+
+void Device::CutCall() {
+    if (call_ == CallState::kUp || call_ == CallState::kDialling) EndCall(CallState::kCut);
+}
+
+bool Device::RaiseCall() {
+    if (!IsRegistered(kPacket) && !IsRegistered(kEps)) return false;
+    if (call_ == CallState::kUp) return true;
+    Stop(kDialDone);
+    call_ = CallState::kUp;
+    Announce(Event::kCallUp);
+    return true;
+}
+
+void Device::EndCall(CallState end) {
+    const bool was_up = call_ == CallState::kUp;
+    Stop(kDialDone);
+    call_ = end;
+    if (was_up) Announce(Event::kCallDown);
+}
+
+void Device::RefuseDials(Fault fault, int refusals) {
+    dial_fault_ = fault;
+    dial_refusals_left_ = refusals;
+}
+
+std::string Device::DialText() const {
+    if (dial_fault_ == Fault::kStays) return "fail";
+    if (dial_fault_ == Fault::kUntilReset) return "fail until-reset";
+    return dial_refusals_left_ > 0 ? "fail " + std::to_string(dial_refusals_left_) : "ok";
+}
+
+// ---- consequences
+// ---------------------------------------------------------------------------------------------
+
+void Device::Settle() {
+    SettlePort();
+    SettleCard();
+    SettleSearch();
+    SettleCall();
+    ReportRegistration();
+}
+
+void Device::SettlePort() {
+    if (present() == was_present_) return;
+    was_present_ = present();
+    if (was_present_) {
+        ++port_generation_;
+    } else {
+        host_->PortLost();
+    }
+}
+
+void Device::SettleCard() {
+    const CardState state = card_state();
+    if (state == last_card_state_) return;
+    const CardState former = last_card_state_;
+    last_card_state_ = state;
+    if (state == CardState::kReady) Announce(Event::kCardReady);
+    if (state == CardState::kAbsent && former != CardState::kUnpowered) Announce(Event::kCardGone);
+}
+
+void Device::SettleSearch() {
+    if (CanSearch() == could_search_) return;
+    could_search_ = CanSearch();
+    if (could_search_ && timing.search_ms > 0) {
+        Start(kSearchDone, timing.search_ms);
+    } else {
+        Stop(kSearchDone);
+    }
+}
+
+void Device::SettleCall() {
+    if (call_ == CallState::kDown || IsRegistered(kPacket) || IsRegistered(kEps)) return;
+    const bool by_host = power_ != Power::kOn || radio_ != Radio::kFull;
+    if (by_host || call_ != CallState::kCut) EndCall(by_host ? CallState::kDown : CallState::kCut);
+}
+
+void Device::ReportRegistration() {
+    for (int domain = kCircuit; domain < kDomainCount; ++domain) {
+        const int stat = Stat(static_cast<Domain>(domain));
+        if (stat == reported_stat_[domain]) continue;
+        reported_stat_[domain] = stat;
+        if (session.report[domain] == 0 || power_ != Power::kOn) continue;
+        host_->Say(std::string("\r\n") + kReportNames[domain] + ": " + std::to_string(stat) + "\r\n");
+    }
+}
+
+void Device::Announce(Event event) {
+    if (family.unsolicited == nullptr) return;
+    const std::string text = family.unsolicited(*this, event);
+    if (!text.empty()) host_->Say(text);
+}
+
+}  // namespace modem_sim

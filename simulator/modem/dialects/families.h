@@ -1,0 +1,10 @@
+// One function a family, each defined in the file of its name.
+#pragma once
+
+#include "simulator/modem/dialect.h"
+
+namespace modem_sim {
+
+const Family& QuectelQcomFamily();
+
+}  // namespace modem_sim
