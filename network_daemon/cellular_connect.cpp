@@ -1,0 +1,206 @@
+// Attaching: set-up of the modem, one step of the connect sequence, the dial, the soft reset. Connect decides
+// between waiting, soft reset, dialling and asking for a hardware reset of the modem; its counters live in
+// the object, so that they survive a return of Task. Main at start-up and after a hardware reset, Task
+// otherwise; main thread.
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+
+#include "MkUtils.h"
+#include "cellular.h"
+#include "cellular_carrier.h"
+#include "text_util.h"
+#include "trace_log.h"
+
+namespace cc_cell {
+namespace {
+
+/// What Connect returns.
+constexpr int32_t kWantsDeviceReset = 0;
+constexpr int32_t kGoOn = 1;
+
+constexpr unsigned kRadioOffPause_seconds = 5;
+constexpr unsigned kRadioOnPause_seconds = 1;
+constexpr unsigned kServicePause_seconds = 5;
+constexpr unsigned kNoSimPause_seconds = 10;
+constexpr unsigned kDialPause_seconds = 5;
+constexpr useconds_t kLinkUpPause_us = 70000;
+
+constexpr int kServiceChecks = 34;  // without service; the last one soft-resets
+
+// With two SIMs the ninth check without service goes to a hardware reset.
+constexpr int kDualSimCycle = 10;
+constexpr int kDualSimReset = 9;
+
+// Of nine soft resets for lack of service, the third gives way to a hardware reset when the signal is good.
+constexpr int kSoftResetCycle = 9;
+constexpr int kSoftResetsBeforeDevice = 2;
+constexpr int kWeakestGoodCsq = 10;
+constexpr int kStatDenied = 3;  // registration denied: no reset of ours changes the network's mind
+constexpr int kAttemptsPerDeviceReset = 5;
+constexpr int kLinkChecks = 30;  // each takes at least the second of its AT exchange
+
+/// APN of a carrier by its code: empty while the carrier is unknown, null for a code that has no meaning.
+const char* ApnOfCarrier(int32_t carrier_code) {
+    static constexpr const char* kApns[] = {"", "CMNET", "3GNET", "CTNET"};
+    static constexpr int32_t kLastCode = 3;
+    if (carrier_code > kLastCode) return nullptr;
+    return kApns[carrier_code > 0 ? carrier_code : 0];
+}
+
+/// The scripts' exit status says nothing about the link: the next check of the connection does.
+void RunScript(const char* command) {
+    const int status = system(command);
+    (void)status;
+}
+
+bool IsRegistrationDenied(const CellBase& cell) {
+    return cell.m_CEREG == kStatDenied && cell.m_CGREG == kStatDenied;
+}
+
+/// No service with two SIMs: the readiness of the selected one doesn't matter.
+int32_t AwaitServiceOfDualSim(CellBase& cell, const TracePlace& place) {
+    TRACE_AT(place, 5, "Check service status.  %d/3 times.\n", cell.m_check_service_times);
+    if (cell.m_check_service_times % kDualSimCycle == kDualSimReset) {
+        cell.m_check_service_times = 0;
+        TRACE_AT(place, 5, "Check service status, 9 times, current m_Primary_SIM[%d].\n", cell.m_Primary_SIM);
+        return kWantsDeviceReset;
+    }
+    sleep(kServicePause_seconds);
+    return kGoOn;
+}
+
+int32_t AwaitSim(CellBase& cell, const TracePlace& place) {
+    TRACE_AT(place, 5, "No SIM card detected!!!\n");
+    cell.m_check_service_times = 0;
+    sleep(kNoSimPause_seconds);
+    cell.GetLTEcfg();
+    if (cell.m_vendor_type == kVendorCinterion) return kWantsDeviceReset;
+    cell.SoftReset();
+    return kGoOn;
+}
+
+/// No service though the SIM is ready: waits, after 34 checks soft-resets, and in the third such round asks
+/// for a hardware reset, as a modem that hears the network well and isn't refused should have registered.
+int32_t AwaitService(CellBase& cell, const TracePlace& place) {
+    TRACE_AT(place, 7, "the SIM card detected!!!\n");
+    TRACE_AT(place, 5, "Check service softrest_times.  %d/9 times.\n", cell.m_softrest_times);
+    if (cell.m_softrest_times % kSoftResetCycle == kSoftResetsBeforeDevice &&
+        cell.m_nCSQ >= kWeakestGoodCsq && !IsRegistrationDenied(cell)) {
+        cell.m_check_service_times = 0;
+        ++cell.m_softrest_times;
+        return kWantsDeviceReset;
+    }
+    TRACE_AT(place, 5, "Check service status.  %d/34 times.\n", cell.m_check_service_times);
+    if (cell.m_check_service_times < kServiceChecks) {
+        sleep(kServicePause_seconds);
+        return kGoOn;
+    }
+    TRACE_AT(place, 5, "no service status,Soft reset once!\n");
+    if (cell.m_vendor_type == kVendorCinterion) {
+        cell.m_check_service_times = 0;
+        return kWantsDeviceReset;
+    }
+    cell.GetLTEcfg();
+    cell.SoftReset();
+    ++cell.m_softrest_times;
+    cell.m_check_service_times = 0;
+    sleep(kServicePause_seconds);
+    return kGoOn;
+}
+
+bool AwaitLink(CellBase& cell) {
+    for (int i = 0; i < kLinkChecks; ++i) {
+        if (cell.CheckConnection() != 0) return true;
+    }
+    return false;
+}
+
+}  // namespace
+
+int32_t CellBase::Connect() {
+    if (CheckServiceStatus() == 0) {
+        ++m_check_service_times;
+        if (m_double_sim != 0) return AwaitServiceOfDualSim(*this, TRACE_HERE);
+        if (m_sim_ready == 0) return AwaitSim(*this, TRACE_HERE);
+        return AwaitService(*this, TRACE_HERE);
+    }
+    // Attempts add up over the life of the process: a success in between clears nothing.
+    ++m_reconnect_times;
+    m_check_service_times = 0;
+    TRACE(5, "Do connect.  %d times.\n", m_reconnect_times);
+    if (m_reconnect_times % kAttemptsPerDeviceReset == 0) {
+        TRACE(5, "m_reconnect_times=  %d times,Reset device!\n", m_reconnect_times);
+        return kWantsDeviceReset;
+    }
+    if (DoConnect() == 0) {
+        TRACE(5, "Do connect fail, need connect again !\n");
+        return kGoOn;
+    }
+    sleep(kDialPause_seconds);
+    RunDhcpClient();
+    if (AwaitLink(*this)) {
+        usleep(kLinkUpPause_us);
+        m_online = 1;
+        m_connect_time = GetSysUptime();
+    }
+    return kGoOn;
+}
+
+int32_t CellBase::DoConnect() {
+    AtRequest("AT+CFUN=1");
+    sleep(kRadioOnPause_seconds);
+    if (m_carrier_code == 0) {
+        const AtResult answer = ParseAtResult(AtRequest("AT+COPS?"));
+        if (answer.type == kHintCops) {
+            StoreCarrier(*this, answer.carrier);
+            TRACE(7, "Carrier:%s,%d\n", m_carrier, m_carrier_code);
+        }
+    }
+
+    const char* apn = m_apn[0] != '\0' ? m_apn : ApnOfCarrier(m_carrier_code);
+    if (apn == nullptr) return 1;
+    char command[kCommandSize];
+    snprintf(command, sizeof command, "AT+CGDCONT=1,\"IPV4V6\",\"%s\"", apn);
+    if (apn[0] == '\0') TRACE(5, "DoConnect unknown APN info:%s", command);
+    TRACE(6, "cgdcont = %s !\n", command);
+    AtRequest(command);
+    return 1;
+}
+
+int32_t CellBase::DisConnect() {
+    AtRequest("AT+CFUN=0");
+    return 1;
+}
+
+int32_t CellBase::Initialize() {
+    AtRequest("ATZ");
+    AtRequest("AT&F");
+    AtRequest("ATE0");
+    AtRequest("AT+CFUN=0");
+    sleep(kRadioOffPause_seconds);
+    AtRequest("AT+CFUN=1");
+    AtRequest("AT+MODODR=2");
+    const char* meid = ParseAtLine(AtRequest("AT+MEID"));
+    if (meid != nullptr) copy_text(m_meid, meid);
+    WriteStatusFiles();
+    return 1;
+}
+
+void CellBase::SoftReset() {
+    TRACE(5, "Soft reset!\n");
+    TRACE(5, "kill udhcpc lte!!!\n");
+    RunScript(kCommandDhcpKill);
+    Initialize();
+    CheckSimCard();
+    m_online = 0;
+    WriteStatusFiles();
+}
+
+int32_t CellBase::RunDhcpClient() {
+    TRACE(5, "Run DhcpClient!!!\n");
+    return system(kCommandDhcpStart);
+}
+
+}  // namespace cc_cell

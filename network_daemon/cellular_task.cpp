@@ -1,0 +1,153 @@
+// The main loop of the engine: takes in what the modem says unasked, probes the signal, brings the link up
+// and watches it. Returns only to ask main for a hardware reset of the modem; main enters it again on the
+// same object. Main thread. The steps are functions of this file that log in Task's place.
+#include <unistd.h>
+
+#include <cstring>
+
+#include "MkUtils.h"
+#include "cellular.h"
+#include "cellular_port.h"
+#include "trace_log.h"
+
+namespace cc_cell {
+namespace {
+
+/// What Task returns.
+constexpr int32_t kWantsDeviceReset = -1;
+
+/// What a step says about the modem.
+enum class Verdict { kGoOn, kNeedsDeviceReset };
+
+constexpr int kHintWait_ms = 1000;  // this read is the base pace of a pass
+constexpr uint32_t kProbePause_seconds = 10;
+constexpr int kProbeTries = 3;
+constexpr unsigned kProbeRetryPause_seconds = 5;
+constexpr unsigned kDisabledPause_seconds = 20;
+constexpr int kOfflineChecks = 10;      // failed checks that a link survives
+constexpr int kOfflineSimChecks = 2;    // the first ones, in which a lost SIM may be the reason
+constexpr uint32_t kStatusPasses = 20;  // between two looks at temperature and signal
+
+bool IsDisabled(const CellBase& cell) {
+    return strcmp(cell.m_enable, "false") == 0;
+}
+
+void TakeHint(CellBase& cell, const TracePlace& place) {
+    AtBlock hint;
+    if (ReadBlock(cell.m_cell_fd, hint, kHintWait_ms) <= 0) return;
+    TRACE_AT(place, 7, "Auto  hint:%s\n", hint);
+    const AtResult result = cell.ParseAtResult(hint);
+    if (result.type == kHintUnknown) {
+        TRACE_AT(place, 7, "UNKOWN Hint:%s\n", hint);
+    } else {
+        cell.DealHint(result);
+    }
+}
+
+/// A Cinterion modem that is in trouble takes its device path with it; its silence alone means nothing.
+Verdict ProbeCinterion(CellBase& cell, const TracePlace& place) {
+    TRACE_AT(place, 7, "GetVendorType:Cinterion PLS83-W\n");
+    cell.ReadCSQ();
+    if (access(cell.m_at_port, F_OK) == 0) return Verdict::kGoOn;
+    TRACE_AT(place, 1, "Cinterion PLS83-W %s not exist! Reset device...\n", cell.m_at_port);
+    return Verdict::kNeedsDeviceReset;
+}
+
+Verdict ProbeSignal(CellBase& cell, const TracePlace& place) {
+    if (cell.m_vendor_type == kVendorCinterion) return ProbeCinterion(cell, place);
+    for (int i = 0; i < kProbeTries; ++i) {
+        if (cell.ReadCSQ() != 0) return Verdict::kGoOn;
+        sleep(kProbeRetryPause_seconds);
+    }
+    TRACE_AT(place, 1, "No response! Reset device...\n");
+    return Verdict::kNeedsDeviceReset;
+}
+
+void FillInIdentity(CellBase& cell, const TracePlace& place) {
+    if (cell.m_csIMEI[0] == '\0' && cell.CheckCardIMEI() == 0) {
+        TRACE_AT(place, 5, "Get Card IMEI fail, m_csIMEI = %s\n", cell.m_csIMEI);
+    }
+    if (cell.m_card_imsi[0] == '\0' && cell.CheckCardIMSI() == 0) {
+        TRACE_AT(place, 5, "Get Card IMSI fail, m_card_imsi = %s\n", cell.m_card_imsi);
+    }
+}
+
+void TendLink(CellBase& cell, const TracePlace& place) {
+    cell.GetLTEcfg();
+    if (IsDisabled(cell)) {
+        TRACE_AT(place, 1, "lte ENABLE=false, disconnect network !!!\n");
+        cell.DisConnect();
+        cell.m_online = 0;
+    }
+    FillInIdentity(cell, place);
+}
+
+/// The eleventh failed check ends the online state, and the line says 11/10.
+void CountLostLink(CellBase& cell, int32_t& offline_count, const TracePlace& place) {
+    if (offline_count < kOfflineSimChecks && cell.CheckIfSimCardReady() < 0) cell.m_online = 0;
+    ++offline_count;
+    TRACE_AT(place, 1, "Check connection. offline %d/10 times\n", offline_count);
+    if (offline_count > kOfflineChecks) {
+        offline_count = 0;
+        cell.m_online = 0;
+    }
+}
+
+Verdict ManageLink(CellBase& cell, int32_t& offline_count, const TracePlace& place) {
+    if (IsDisabled(cell)) {
+        TRACE_AT(place, 1, "LTE ENABLE=false !!!\n");
+        sleep(kDisabledPause_seconds);
+        cell.GetLTEcfg();  // the only way to notice that the link was enabled again
+    } else if (cell.IsOnline() == 0) {
+        if (cell.Connect() == 0) {
+            TRACE_AT(place, 1, "Connect error! Reset device...\n");
+            return Verdict::kNeedsDeviceReset;
+        }
+    } else if (cell.CheckConnection() != 0) {
+        TendLink(cell, place);
+    } else {
+        CountLostLink(cell, offline_count, place);
+    }
+    return Verdict::kGoOn;
+}
+
+}  // namespace
+
+int32_t CellBase::Task() {
+    // Lives as long as the process: failed checks add up over all runs of Task, and a good check clears none.
+    static int32_t offline_count = 0;
+    uint32_t passes = 0;
+    uint32_t last_probe_seconds = 0;
+
+    while (m_device_reset_req == 0) {
+        if (m_soft_reset_req != 0) {
+            m_soft_reset_req = 0;
+            TRACE(5, "[FIFO] SoftReset run\n");
+            SoftReset();
+        }
+        TakeHint(*this, TRACE_HERE);
+        if (GetSysElapsed(last_probe_seconds) > kProbePause_seconds) {
+            if (ProbeSignal(*this, TRACE_HERE) == Verdict::kNeedsDeviceReset) {
+                WriteStatusFiles();
+                return kWantsDeviceReset;
+            }
+            last_probe_seconds = GetSysUptime();
+        }
+        if (ManageLink(*this, offline_count, TRACE_HERE) == Verdict::kNeedsDeviceReset) {
+            WriteStatusFiles();
+            return kWantsDeviceReset;
+        }
+        if (passes % kStatusPasses == kStatusPasses - 1 && IsOnline() != 0) {
+            CheckTempStatus();
+            CheckSignalStatus();
+        }
+        ++passes;
+        WriteStatusFiles();
+    }
+    // A request through the pipe: main publishes before it resets, so nothing is written here.
+    m_device_reset_req = 0;
+    TRACE(5, "[FIFO] DeviceReset run\n");
+    return kWantsDeviceReset;
+}
+
+}  // namespace cc_cell
