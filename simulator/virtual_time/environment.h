@@ -1,0 +1,117 @@
+// The world that a program sees in virtual time: clock, threads, fixed paths, serial ports, shell, typed
+// input. One at a time; while it exists, the calls of the C library that interpose.cpp stands in front of are
+// answered from here for the threads of its scheduler. Before and after, and for all other threads, they go
+// through to the library.
+//
+// Two users: test suites, which are linked with this, and the preload library under the real daemon.
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+#include <deque>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "simulator/virtual_time/device.h"
+#include "simulator/virtual_time/private_folder.h"
+#include "simulator/virtual_time/scheduler.h"
+#include "simulator/virtual_time/shell.h"
+
+namespace virtual_time {
+
+/// Clocks at the start of every world: uptime in seconds, and 2026-01-01 00:00:00 UTC.
+constexpr int64_t kUptimeAtStartSeconds = 1000;
+constexpr int64_t kWallClockAtStartSeconds = 1767225600;
+
+/// How long a bare read of a silent port waits, as the line is set up (VTIME 150 tenths, VMIN 0).
+constexpr int64_t kSilentReadUs = 15 * kMicrosecondsPerSecond;
+
+class Environment {
+  public:
+    /// Takes effect at once; the calling thread becomes thread 0. See PrivateFolder for `root`.
+    explicit Environment(const std::string& root = "");
+    ~Environment();
+    Environment(const Environment&) = delete;
+    Environment& operator=(const Environment&) = delete;
+
+    /// Null outside of virtual time.
+    static Environment* Active();
+    /// Active(), but null for a thread that isn't of this world.
+    static Environment* OfThisThread();
+
+    int64_t now_us() const { return scheduler.now_us(); }
+    int64_t uptime_us() const { return now_us() + kUptimeAtStartSeconds * kMicrosecondsPerSecond; }
+    int64_t wall_clock_us() const { return now_us() + kWallClockAtStartSeconds * kMicrosecondsPerSecond; }
+
+    PrivateFolder folder;
+    Scheduler scheduler;
+    Shell shell;
+
+    // ---- serial ports
+    // -----------------------------------------------------------------------------------------
+    /// `device` answers at `path`, one of the modem ports, and must outlive the world or be removed.
+    void AddPort(const std::string& path, Device* device);
+    void RemovePort(Device* device);
+    /// Opens the port at `path`: a descriptor; -1 with errno if the device isn't present; kNoPort if no
+    /// device is registered there.
+    int OpenPort(const std::string& path);
+    static constexpr int kNoPort = -2;
+    bool IsPort(int fd) const { return open_ports_.count(fd) != 0; }
+    void ForgetPort(int fd) { open_ports_.erase(fd); }
+    bool IsHungUp(int fd);
+    bool IsReadable(int fd);
+    int64_t ReadPort(int fd, void* to, size_t size);
+    int64_t WritePort(int fd, const void* from, size_t size);
+    /// Throws away what waits to be read.
+    void FlushPort(int fd);
+    /// Makes the places of the ports in /dev of the private folder tell which are present.
+    void ShowPorts();
+
+    // ---- typed input
+    // ------------------------------------------------------------------------------------------
+    /// One line, with its line end, for whoever reads standard input by getdelim.
+    void Type(const std::string& line) { typed_lines_.push_back(line); }
+    std::string WaitForTypedLine();
+
+    // ---- faults
+    // -----------------------------------------------------------------------------------------------
+    /// pthread_create fails with EAGAIN.
+    bool fail_thread_creation = false;
+    /// So many next reads of ports fail with EIO.
+    int fail_port_reads = 0;
+
+    // ---- what the program does
+    // --------------------------------------------------------------------------------
+    std::function<void(const std::string& bytes)> on_port_written;
+    std::function<void(const std::string& bytes)> on_port_read;
+    /// A file that was open for writing was closed. The path is the program's.
+    std::function<void(const std::string& path)> on_file_written;
+
+    // ---- for interpose.cpp
+    // ------------------------------------------------------------------------------------
+    std::map<FILE*, std::string> written_files;          // open for writing
+    std::map<unsigned long, int> thread_numbers;         // by pthread_t
+    FILE* OpenCommandOutput(const ShellAnswer& answer);  // a stream for popen
+    std::map<FILE*, bool> command_streams;
+
+  private:
+    struct Port {
+        std::string path;
+        Device* device;
+    };
+    struct OpenPortEntry {
+        Device* device;
+        int64_t generation;
+    };
+
+    std::string PathNow(const Port& port);
+
+    std::vector<Port> ports_;
+    std::map<int, OpenPortEntry> open_ports_;
+    std::deque<std::string> typed_lines_;
+};
+
+}  // namespace virtual_time

@@ -1,0 +1,518 @@
+// Stands in front of the C library: these definitions win over the library's, since they are linked into the
+// executable (test suites) or preloaded (the real daemon). For threads of a virtual world they answer from
+// it; for all others, and while there is no world, they call the next definition in line: the library's, or
+// that of a sanitizer.
+
+#include "simulator/virtual_time/interpose.h"
+
+#include <dirent.h>
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <poll.h>
+#include <pthread.h>
+#include <sys/select.h>
+#include <sys/stat.h>
+#include <sys/sysinfo.h>
+#include <sys/time.h>
+#include <termios.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "simulator/virtual_time/environment.h"
+
+namespace {
+
+using virtual_time::Environment;
+using virtual_time::kMicrosecondsPerMillisecond;
+using virtual_time::kMicrosecondsPerSecond;
+using virtual_time::kNever;
+using virtual_time::PrivateFolder;
+
+// The next definition of a call behind ours. Looked up without a guard, since a guard could call what is
+// looked up.
+#define REAL(name)                                                                             \
+    ([] {                                                                                      \
+        static decltype(&::name) real;                                                         \
+        if (real == nullptr) real = reinterpret_cast<decltype(real)>(dlsym(RTLD_NEXT, #name)); \
+        return real;                                                                           \
+    }())
+
+// World of the calling thread, or null. Counts the call, so that a loop of calls can't stop the clock for
+// ever.
+Environment* World() {
+    Environment* world = Environment::OfThisThread();
+    if (world != nullptr) world->scheduler.CountCall();
+    return world;
+}
+
+// World of the calling thread, to wait in.
+Environment* WorldToWaitIn() {
+    Environment* world = World();
+    if (world != nullptr && !world->scheduler.MayWait()) {
+        fprintf(stderr, "virtual time: an event must not wait\n");
+        abort();
+    }
+    return world;
+}
+
+// Path as the library is to see it.
+std::string RealPath(const char* path) {
+    Environment* world = World();
+    if (path == nullptr) return "";
+    if (world == nullptr) return path;
+    if (strncmp(path, "/dev", 4) == 0) world->ShowPorts();
+    return world->folder.Real(path);
+}
+
+int64_t ToMicroseconds(const timeval& time) {
+    return time.tv_sec * kMicrosecondsPerSecond + time.tv_usec;
+}
+
+timeval ToTimeval(int64_t microseconds) {
+    timeval time;
+    time.tv_sec = microseconds / kMicrosecondsPerSecond;
+    time.tv_usec = microseconds % kMicrosecondsPerSecond;
+    return time;
+}
+
+timespec ToTimespec(int64_t microseconds) {
+    timespec time;
+    time.tv_sec = microseconds / kMicrosecondsPerSecond;
+    time.tv_nsec = microseconds % kMicrosecondsPerSecond * 1000;
+    return time;
+}
+
+// Nanoseconds are rounded up: a sleep is never shorter than asked.
+int64_t ToMicroseconds(const timespec& time) {
+    return time.tv_sec * kMicrosecondsPerSecond + (time.tv_nsec + 999) / 1000;
+}
+
+}  // namespace
+
+namespace virtual_time {
+void KeepInterposition() {}
+}  // namespace virtual_time
+
+extern "C" {
+
+// ---- clocks and sleeps
+// ------------------------------------------------------------------------------------------
+
+time_t time(time_t* result) noexcept {
+    Environment* world = World();
+    if (world == nullptr) return REAL(time)(result);
+    const time_t now = world->wall_clock_us() / kMicrosecondsPerSecond;
+    if (result != nullptr) *result = now;
+    return now;
+}
+
+int gettimeofday(timeval* now, void* zone) noexcept {
+    Environment* world = World();
+    if (world == nullptr) return REAL(gettimeofday)(now, zone);
+    *now = ToTimeval(world->wall_clock_us());
+    return 0;
+}
+
+int clock_gettime(clockid_t clock, timespec* now) noexcept {
+    Environment* world = World();
+    if (world == nullptr) return REAL(clock_gettime)(clock, now);
+    switch (clock) {
+        case CLOCK_REALTIME:
+        case CLOCK_REALTIME_COARSE:
+            *now = ToTimespec(world->wall_clock_us());
+            return 0;
+        case CLOCK_MONOTONIC:
+        case CLOCK_MONOTONIC_RAW:
+        case CLOCK_MONOTONIC_COARSE:
+        case CLOCK_BOOTTIME:
+            *now = ToTimespec(world->uptime_us());
+            return 0;
+        default:
+            return REAL(clock_gettime)(clock, now);  // CPU time is real
+    }
+}
+
+int sysinfo(struct sysinfo* info) noexcept {
+    Environment* world = World();
+    if (world == nullptr) return REAL(sysinfo)(info);
+    *info = {};
+    info->uptime = world->uptime_us() / kMicrosecondsPerSecond;
+    return 0;
+}
+
+unsigned sleep(unsigned seconds) {
+    Environment* world = WorldToWaitIn();
+    if (world == nullptr) return REAL(sleep)(seconds);
+    world->scheduler.Sleep(seconds * kMicrosecondsPerSecond);
+    return 0;
+}
+
+int usleep(useconds_t microseconds) {
+    Environment* world = WorldToWaitIn();
+    if (world == nullptr) return REAL(usleep)(microseconds);
+    world->scheduler.Sleep(microseconds);
+    return 0;
+}
+
+int nanosleep(const timespec* wanted, timespec* left) {
+    Environment* world = WorldToWaitIn();
+    if (world == nullptr) return REAL(nanosleep)(wanted, left);
+    world->scheduler.Sleep(ToMicroseconds(*wanted));
+    return 0;
+}
+
+int clock_nanosleep(clockid_t clock, int flags, const timespec* wanted, timespec* left) {
+    Environment* world = WorldToWaitIn();
+    if (world == nullptr) return REAL(clock_nanosleep)(clock, flags, wanted, left);
+    int64_t wait_us = ToMicroseconds(*wanted);
+    if ((flags & TIMER_ABSTIME) != 0) {
+        wait_us -= clock == CLOCK_REALTIME ? world->wall_clock_us() : world->uptime_us();
+    }
+    world->scheduler.Sleep(wait_us);
+    return 0;
+}
+
+// ---- waiting for descriptors
+// ------------------------------------------------------------------------------------
+
+namespace {
+
+struct SelectSets {
+    int count;
+    fd_set* read;
+    fd_set* write;
+    fd_set* except;
+};
+
+bool IsSet(int fd, const fd_set* set) {
+    return set != nullptr && FD_ISSET(fd, set);
+}
+
+short RealEvents(int fd, short wanted) {
+    pollfd entry = {fd, wanted, 0};
+    if (REAL(poll)(&entry, 1, 0) < 0) return 0;
+    return entry.revents;
+}
+
+bool IsReadable(Environment* world, int fd) {
+    if (world->IsPort(fd)) return world->IsReadable(fd);
+    return (RealEvents(fd, POLLIN) & (POLLIN | POLLHUP | POLLERR)) != 0;
+}
+
+bool IsWritable(Environment* world, int fd) {
+    return world->IsPort(fd) || (RealEvents(fd, POLLOUT) & (POLLOUT | POLLERR)) != 0;
+}
+
+bool HasBadDescriptor(Environment* world, const SelectSets& sets) {
+    for (int fd = 0; fd < sets.count; fd++) {
+        if (!IsSet(fd, sets.read) && !IsSet(fd, sets.write) && !IsSet(fd, sets.except)) continue;
+        if (!world->IsPort(fd) && (RealEvents(fd, 0) & POLLNVAL) != 0) return true;
+    }
+    return false;
+}
+
+bool AnyReady(Environment* world, const SelectSets& sets) {
+    for (int fd = 0; fd < sets.count; fd++) {
+        if (IsSet(fd, sets.read) && IsReadable(world, fd)) return true;
+        if (IsSet(fd, sets.write) && IsWritable(world, fd)) return true;
+    }
+    return false;
+}
+
+bool AnyHungUp(Environment* world, const SelectSets& sets) {
+    for (int fd = 0; fd < sets.count; fd++) {
+        if (IsSet(fd, sets.read) && world->IsPort(fd) && world->IsHungUp(fd)) return true;
+    }
+    return false;
+}
+
+// Leaves in the sets what is ready; the number of bits left.
+int KeepReady(Environment* world, const SelectSets& sets) {
+    int ready = 0;
+    for (int fd = 0; fd < sets.count; fd++) {
+        if (IsSet(fd, sets.read)) {
+            if (IsReadable(world, fd)) {
+                ready++;
+            } else {
+                FD_CLR(fd, sets.read);
+            }
+        }
+        if (IsSet(fd, sets.write)) {
+            if (IsWritable(world, fd)) {
+                ready++;
+            } else {
+                FD_CLR(fd, sets.write);
+            }
+        }
+        if (sets.except != nullptr) FD_CLR(fd, sets.except);
+    }
+    return ready;
+}
+
+}  // namespace
+
+int select(int count, fd_set* read_set, fd_set* write_set, fd_set* except_set, timeval* timeout) {
+    Environment* world = WorldToWaitIn();
+    if (world == nullptr) return REAL(select)(count, read_set, write_set, except_set, timeout);
+    const SelectSets sets = {std::min(count, FD_SETSIZE), read_set, write_set, except_set};
+    if (count < 0 || (timeout != nullptr && (timeout->tv_sec < 0 || timeout->tv_usec < 0))) {
+        errno = EINVAL;
+        return -1;
+    }
+    if (HasBadDescriptor(world, sets)) {
+        errno = EBADF;
+        return -1;
+    }
+    const int64_t wait_us = timeout == nullptr ? kNever : ToMicroseconds(*timeout);
+    const int64_t deadline_us = timeout == nullptr ? kNever : world->now_us() + wait_us;
+    // A port that has gone away is ready at once and for ever. Whoever reads it in a loop until a time-out
+    // has run out burns real time, so it must cost virtual time.
+    if (AnyHungUp(world, sets))
+        world->scheduler.Sleep(std::min<int64_t>(wait_us, kMicrosecondsPerMillisecond));
+    if (!AnyReady(world, sets))
+        world->scheduler.Wait(deadline_us, [world, &sets] { return AnyReady(world, sets); });
+    // As on Linux, the argument tells the time that is left.
+    if (timeout != nullptr) *timeout = ToTimeval(std::max<int64_t>(deadline_us - world->now_us(), 0));
+    return KeepReady(world, sets);
+}
+
+// ---- descriptors
+// ------------------------------------------------------------------------------------------------
+
+static int OpenPath(const char* path, int flags, mode_t mode) {
+    Environment* world = Environment::OfThisThread();
+    if (world != nullptr && path != nullptr && virtual_time::IsModemPortPath(path)) {
+        const int fd = world->OpenPort(path);
+        if (fd != Environment::kNoPort) return fd;
+    }
+    return REAL(open)(path == nullptr ? path : RealPath(path).c_str(), flags, mode);
+}
+
+int open(const char* path, int flags, ...) {
+    va_list arguments;
+    va_start(arguments, flags);
+    const mode_t mode = (flags & (O_CREAT | __O_TMPFILE)) != 0 ? va_arg(arguments, mode_t) : 0;
+    va_end(arguments);
+    return OpenPath(path, flags, mode);
+}
+
+int open64(const char* path, int flags, ...) {
+    va_list arguments;
+    va_start(arguments, flags);
+    const mode_t mode = (flags & (O_CREAT | __O_TMPFILE)) != 0 ? va_arg(arguments, mode_t) : 0;
+    va_end(arguments);
+    return OpenPath(path, flags, mode);
+}
+
+// What fortified builds call in place of open.
+int __open_2(const char* path, int flags) {
+    return OpenPath(path, flags, 0);
+}
+int __open64_2(const char* path, int flags) {
+    return OpenPath(path, flags, 0);
+}
+
+int close(int fd) {
+    Environment* world = World();
+    if (world != nullptr) world->ForgetPort(fd);
+    return REAL(close)(fd);
+}
+
+ssize_t read(int fd, void* to, size_t size) {
+    Environment* world = World();
+    if (world == nullptr || !world->IsPort(fd)) return REAL(read)(fd, to, size);
+    return world->ReadPort(fd, to, size);
+}
+
+ssize_t __read_chk(int fd, void* to, size_t size, size_t room) {
+    if (size > room) {
+        fprintf(stderr, "read of %zu bytes into %zu\n", size, room);
+        abort();
+    }
+    return read(fd, to, size);
+}
+
+ssize_t write(int fd, const void* from, size_t size) {
+    Environment* world = World();
+    if (world == nullptr || !world->IsPort(fd)) return REAL(write)(fd, from, size);
+    return world->WritePort(fd, from, size);
+}
+
+// The attributes of a port don't matter to what is behind it.
+int tcgetattr(int fd, termios* attributes) noexcept {
+    Environment* world = World();
+    if (world == nullptr || !world->IsPort(fd)) return REAL(tcgetattr)(fd, attributes);
+    if (world->IsHungUp(fd)) {
+        errno = EIO;
+        return -1;
+    }
+    *attributes = {};
+    attributes->c_cflag = B9600 | CS8 | CREAD | CLOCAL;
+    return 0;
+}
+
+int tcsetattr(int fd, int actions, const termios* attributes) noexcept {
+    Environment* world = World();
+    if (world == nullptr || !world->IsPort(fd)) return REAL(tcsetattr)(fd, actions, attributes);
+    if (world->IsHungUp(fd)) {
+        errno = EIO;
+        return -1;
+    }
+    return 0;
+}
+
+int tcflush(int fd, int queue) noexcept {
+    Environment* world = World();
+    if (world == nullptr || !world->IsPort(fd)) return REAL(tcflush)(fd, queue);
+    if (queue != TCOFLUSH) world->FlushPort(fd);
+    return 0;
+}
+
+// ---- files
+// ------------------------------------------------------------------------------------------------------
+
+static FILE* OpenStream(const char* path, const char* mode) {
+    FILE* stream = REAL(fopen)(path == nullptr ? path : RealPath(path).c_str(), mode);
+    Environment* world = Environment::OfThisThread();
+    if (world != nullptr && stream != nullptr && strpbrk(mode, "wa+") != nullptr)
+        world->written_files[stream] = path;
+    return stream;
+}
+
+FILE* fopen(const char* path, const char* mode) {
+    return OpenStream(path, mode);
+}
+FILE* fopen64(const char* path, const char* mode) {
+    return OpenStream(path, mode);
+}
+
+int fclose(FILE* stream) {
+    Environment* world = World();
+    std::string written;
+    if (world != nullptr) {
+        const auto entry = world->written_files.find(stream);
+        if (entry != world->written_files.end()) {
+            written = entry->second;
+            world->written_files.erase(entry);
+        }
+    }
+    const int result = REAL(fclose)(stream);
+    if (!written.empty() && world->on_file_written) world->on_file_written(written);
+    return result;
+}
+
+int access(const char* path, int mode) noexcept {
+    return REAL(access)(RealPath(path).c_str(), mode);
+}
+
+int mkfifo(const char* path, mode_t mode) noexcept {
+    return REAL(mkfifo)(RealPath(path).c_str(), mode);
+}
+
+int unlink(const char* path) noexcept {
+    return REAL(unlink)(RealPath(path).c_str());
+}
+
+int stat(const char* path, struct stat* info) noexcept {
+    return REAL(stat)(RealPath(path).c_str(), info);
+}
+
+int stat64(const char* path, struct stat64* info) noexcept {
+    return REAL(stat64)(RealPath(path).c_str(), info);
+}
+
+DIR* opendir(const char* path) {
+    return REAL(opendir)(RealPath(path).c_str());
+}
+
+// ---- shell
+// ------------------------------------------------------------------------------------------------------
+
+int system(const char* command) {
+    Environment* world = World();
+    if (world == nullptr || command == nullptr) return REAL(system)(command);
+    const virtual_time::ShellAnswer answer = world->shell.Run(command, false, world->now_us());
+    if (answer.action) answer.action();
+    if (answer.takes_seconds > 0) sleep(static_cast<unsigned>(answer.takes_seconds));
+    return answer.fails ? -1 : 0;
+}
+
+FILE* popen(const char* command, const char* mode) {
+    Environment* world = World();
+    if (world == nullptr) return REAL(popen)(command, mode);
+    const virtual_time::ShellAnswer answer = world->shell.Run(command, true, world->now_us());
+    if (answer.action) answer.action();
+    if (!answer.fails) return world->OpenCommandOutput(answer);
+    errno = ENOMEM;
+    return nullptr;
+}
+
+int pclose(FILE* stream) {
+    Environment* world = World();
+    if (world == nullptr || world->command_streams.erase(stream) == 0) return REAL(pclose)(stream);
+    return REAL(fclose)(stream);
+}
+
+// ---- standard input
+// ---------------------------------------------------------------------------------------------
+
+ssize_t getdelim(char** line, size_t* size, int delimiter, FILE* stream) {
+    Environment* world = stream == stdin ? WorldToWaitIn() : nullptr;
+    if (world == nullptr) return REAL(getdelim)(line, size, delimiter, stream);
+    const std::string typed = world->WaitForTypedLine();
+    if (*line == nullptr || *size < typed.size() + 1) {
+        char* bigger = static_cast<char*>(realloc(*line, typed.size() + 1));
+        if (bigger == nullptr) return -1;
+        *line = bigger;
+        *size = typed.size() + 1;
+    }
+    memcpy(*line, typed.c_str(), typed.size() + 1);
+    return static_cast<ssize_t>(typed.size());
+}
+
+ssize_t __getdelim(char** line, size_t* size, int delimiter, FILE* stream) {
+    return getdelim(line, size, delimiter, stream);
+}
+
+ssize_t getline(char** line, size_t* size, FILE* stream) {
+    return getdelim(line, size, '\n', stream);
+}
+
+// ---- threads
+// ----------------------------------------------------------------------------------------------------
+
+int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*entry)(void*),
+                   void* argument) noexcept {
+    Environment* world = World();
+    if (world == nullptr) return REAL(pthread_create)(thread, attributes, entry, argument);
+    if (world->fail_thread_creation) return EAGAIN;
+    int number = 0;
+    const int error = world->scheduler.StartThread(
+        entry, argument,
+        [thread, attributes](virtual_time::Scheduler::ThreadEntry run, void* record) {
+            return REAL(pthread_create)(thread, attributes, run, record);
+        },
+        &number);
+    if (error == 0) world->thread_numbers[*thread] = number;
+    return error;
+}
+
+int pthread_join(pthread_t thread, void** result) {
+    Environment* world = World();
+    if (world != nullptr) {
+        const auto number = world->thread_numbers.find(thread);
+        if (number != world->thread_numbers.end()) world->scheduler.WaitForEnd(number->second);
+    }
+    return REAL(pthread_join)(thread, result);
+}
+
+}  // extern "C"

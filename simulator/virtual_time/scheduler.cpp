@@ -1,0 +1,240 @@
+#include "simulator/virtual_time/scheduler.h"
+
+#include <semaphore.h>
+
+#include <cassert>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+namespace virtual_time {
+
+namespace {
+
+constexpr int64_t kCallsBeforeCharge = 20000;
+constexpr int64_t kChargeUs = 1000;
+
+}  // namespace
+
+struct Scheduler::Thread {
+    enum class State { kWaiting, kRunning, kEnded };
+
+    Scheduler* scheduler;
+    int number;
+    State state = State::kRunning;
+    int64_t deadline_us = 0;
+    std::function<bool()> condition;
+    ThreadEntry entry = nullptr;
+    void* argument = nullptr;
+    sem_t baton;
+
+    Thread(Scheduler* owner, int its_number) : scheduler(owner), number(its_number) {
+        sem_init(&baton, 0, 0);
+    }
+    ~Thread() { sem_destroy(&baton); }
+
+    void Park() {
+        while (sem_wait(&baton) != 0) assert(errno == EINTR);
+    }
+};
+
+namespace {
+
+// The scheduler's record of this thread, and the scheduler that it belongs to: a thread that was left parked
+// by an earlier scheduler must not be taken for one of the present.
+thread_local const void* current_record = nullptr;
+thread_local const Scheduler* current_scheduler = nullptr;
+
+}  // namespace
+
+Scheduler::Scheduler() {
+    threads_.push_back(std::make_unique<Thread>(this, 0));
+    current_record = threads_.front().get();
+    current_scheduler = this;
+    on_deadlock = [this] {
+        fprintf(stderr, "virtual time: nothing will ever happen again\n%s", Describe().c_str());
+        abort();
+    };
+}
+
+Scheduler::~Scheduler() {
+    assert(CurrentThread() == 0);
+    current_record = nullptr;
+    current_scheduler = nullptr;
+    // A parked thread still waits on its semaphore.
+    for (auto& thread : threads_) {
+        if (thread->number != 0 && thread->state != Thread::State::kEnded)
+            static_cast<void>(thread.release());
+    }
+}
+
+int Scheduler::CurrentThread() const {
+    return current_scheduler == this ? static_cast<const Thread*>(current_record)->number : -1;
+}
+
+bool Scheduler::MayWait() const {
+    return CurrentThread() >= 0 && !in_event_;
+}
+
+void Scheduler::At(int64_t when_us, std::function<void()> event) {
+    events_.emplace(when_us, std::move(event));
+}
+
+void Scheduler::AddDevice(Device* device) {
+    devices_.push_back(device);
+}
+
+void Scheduler::RemoveDevice(Device* device) {
+    for (size_t i = 0; i < devices_.size(); i++) {
+        if (devices_[i] != device) continue;
+        devices_.erase(devices_.begin() + static_cast<std::ptrdiff_t>(i));
+        return;
+    }
+}
+
+bool Scheduler::Wait(int64_t deadline_us, std::function<bool()> condition) {
+    assert(MayWait());
+    Thread* self = threads_[static_cast<size_t>(CurrentThread())].get();
+    self->deadline_us = deadline_us;
+    self->condition = std::move(condition);
+    self->state = Thread::State::kWaiting;
+    Thread* next = PickNext();
+    if (next != self) {
+        HandOver(next);
+        self->Park();
+    } else {
+        self->state = Thread::State::kRunning;
+    }
+    const bool holds = self->condition && self->condition();
+    self->condition = nullptr;
+    return holds;
+}
+
+void Scheduler::Sleep(int64_t microseconds) {
+    if (microseconds < 0) microseconds = 0;
+    const bool for_ever = microseconds > kNever - now_us_;
+    Wait(for_ever ? kNever : now_us_ + microseconds, nullptr);
+}
+
+int Scheduler::StartThread(ThreadEntry entry, void* argument,
+                           const std::function<int(ThreadEntry entry, void* argument)>& create, int* number) {
+    auto thread = std::make_unique<Thread>(this, static_cast<int>(threads_.size()));
+    thread->entry = entry;
+    thread->argument = argument;
+    thread->state = Thread::State::kWaiting;
+    thread->deadline_us = now_us_;
+    Thread* record = thread.get();
+    threads_.push_back(std::move(thread));
+    const int error = create(&Scheduler::RunThread, record);
+    if (error != 0) {
+        threads_.pop_back();
+        return error;
+    }
+    if (number != nullptr) *number = record->number;
+    return 0;
+}
+
+void* Scheduler::RunThread(void* thread) {
+    Thread* self = static_cast<Thread*>(thread);
+    Scheduler* scheduler = self->scheduler;
+    self->Park();
+    current_record = self;
+    current_scheduler = scheduler;
+    void* result = self->entry(self->argument);
+    self->state = Thread::State::kEnded;
+    Thread* next = scheduler->PickNext();
+    current_scheduler = nullptr;
+    scheduler->HandOver(next);
+    return result;
+}
+
+void Scheduler::WaitForEnd(int number) {
+    const Thread* thread = threads_[static_cast<size_t>(number)].get();
+    Wait(kNever, [thread] { return thread->state == Thread::State::kEnded; });
+}
+
+void Scheduler::HandOver(Thread* next) {
+    next->state = Thread::State::kRunning;
+    sem_post(&next->baton);
+}
+
+Scheduler::Thread* Scheduler::PickNext() {
+    while (true) {
+        RunDueEvents();
+        AdvanceDevices();
+        Thread* ready = ReadyThread();
+        if (ready != nullptr) return ready;
+        JumpToNextTime();
+    }
+}
+
+void Scheduler::RunDueEvents() {
+    while (!events_.empty() && events_.begin()->first <= now_us_) {
+        const std::function<void()> event = std::move(events_.begin()->second);
+        events_.erase(events_.begin());
+        in_event_ = true;
+        event();
+        in_event_ = false;
+    }
+}
+
+void Scheduler::AdvanceDevices() {
+    for (Device* device : devices_) device->Advance(now_us_);
+}
+
+Scheduler::Thread* Scheduler::ReadyThread() {
+    for (const auto& thread : threads_) {
+        if (thread->state != Thread::State::kWaiting) continue;
+        if (thread->deadline_us <= now_us_ || (thread->condition && thread->condition())) return thread.get();
+    }
+    return nullptr;
+}
+
+void Scheduler::JumpToNextTime() {
+    int64_t next_us = kNever;
+    for (const auto& thread : threads_) {
+        if (thread->state == Thread::State::kWaiting && thread->deadline_us < next_us)
+            next_us = thread->deadline_us;
+    }
+    if (!events_.empty() && events_.begin()->first < next_us) next_us = events_.begin()->first;
+    for (Device* device : devices_) {
+        const std::optional<int64_t> event_us = device->NextEventUs();
+        if (event_us && *event_us > now_us_ && *event_us < next_us) next_us = *event_us;
+    }
+    if (next_us == kNever) {
+        on_deadlock();
+        abort();  // a handler that returns has no other thread to go on with
+    }
+    now_us_ = next_us;
+    calls_since_jump_ = 0;
+}
+
+void Scheduler::CountCall() {
+    if (++calls_since_jump_ < kCallsBeforeCharge || !MayWait()) return;
+    calls_since_jump_ =
+        kCallsBeforeCharge - kCallsBeforeCharge / 100;  // a loop that goes on is charged sooner
+    const int64_t kept = calls_since_jump_;
+    Sleep(kChargeUs);
+    calls_since_jump_ = kept;
+}
+
+std::string Scheduler::Describe() const {
+    std::string text;
+    for (const auto& thread : threads_) {
+        text += "  thread " + std::to_string(thread->number);
+        if (thread->state == Thread::State::kEnded) {
+            text += ": ended";
+        } else if (thread->state == Thread::State::kRunning) {
+            text += ": runs";
+        } else if (thread->deadline_us == kNever) {
+            text += ": waits for a condition";
+        } else {
+            text += ": waits until " + std::to_string(thread->deadline_us) + " us";
+        }
+        text += "\n";
+    }
+    return text;
+}
+
+}  // namespace virtual_time
