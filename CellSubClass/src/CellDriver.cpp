@@ -1,0 +1,151 @@
+// What the drivers share; see CellDriver.h.
+#include "CellDriver.h"
+
+#include <cstdio>
+#include <cstring>
+
+#include "text_util.h"
+
+namespace cc_cell {
+namespace {
+
+size_t CountFields(const AtRow& row) {
+    size_t count = 0;
+    while (row.fields[count] != kNoField) ++count;
+    return count;
+}
+
+void StoreNumber(AtResult& result, FieldTarget target, const char* field) {
+    const int32_t value = parse_number(field);
+    switch (target) {
+        case kToVal:
+            result.val = value;
+            break;
+        case kToVal2:
+            result.val2 = value;
+            break;
+        case kToVal3:
+            result.val3 = value;
+            break;
+        case kToVal4:
+            result.val4 = value;
+            break;
+        case kToVal5:
+            result.val5 = value;
+            break;
+        case kToVal6:
+            result.val6 = value;
+            break;
+        default:
+            break;
+    }
+}
+
+void StoreNumbers(AtResult& result, const AtRow& row, size_t count, char* text) {
+    char fields[kMostRowFields][kFieldSize] = {};
+    char* targets[kMostRowFields];
+    for (size_t i = 0; i < kMostRowFields; ++i) targets[i] = fields[i];
+    CellBase::StringSplitToGetValue(text, row.field_ends, static_cast<int>(count), targets, kFieldSize);
+    for (size_t i = 0; i < count; ++i) StoreNumber(result, row.fields[i], fields[i]);
+}
+
+}  // namespace
+
+AtMatch FindRow(const AtRow* rows, size_t count, char* answer) {
+    for (size_t i = 0; i < count; ++i) {
+        // A prefix is a literal, and so terminated.
+        char* found = strstr(answer, rows[i].prefix.data());
+        if (found != nullptr) return {&rows[i], found + rows[i].prefix.size()};
+    }
+    return {nullptr, nullptr};
+}
+
+void LogMatch(const TracePlace& place, unsigned level, const AtMatch& match) {
+    if (match.row != nullptr) TRACE_AT(place, level, "%d %s\n", match.row->number, match.text);
+}
+
+AtResult TakeFields(CellBase& cell, const AtMatch& match) {
+    AtResult result = {};
+    if (match.row == nullptr) return result;
+    const AtRow& row = *match.row;
+    const size_t count = CountFields(row);
+    if (count == 0) return result;
+
+    result.type = row.number;
+    char* rest = match.text;
+    switch (row.fields[0]) {
+        case kHintOnly:
+            break;
+        case kToText:
+            copy_text(result.common_str, next_field(&rest, row.field_ends));
+            break;
+        case kToNetworkType:
+            copy_text(cell.m_NetworkType, next_field(&rest, row.field_ends));
+            break;
+        default:
+            if (count == 1) {
+                StoreNumber(result, row.fields[0], next_field(&rest, row.field_ends));
+            } else {
+                StoreNumbers(result, row, count, match.text);
+            }
+            break;
+    }
+    return result;
+}
+
+bool SplitIntoSlots(char* text, const char* delimiters, char* slots, size_t count, size_t size) {
+    memset(slots, 0, count * size);
+    char* rest = text;
+    for (size_t i = 0; i < count; ++i) {
+        const char* field = next_field(&rest, delimiters);
+        if (field == nullptr) return false;
+        copy_text(slots + i * size, size, field);
+    }
+    return true;
+}
+
+AtResult Ask(CellBase& cell, const char* command) {
+    return cell.ParseAtResult(cell.AtRequest(command));
+}
+
+int32_t AskRegistration(CellBase& cell) {
+    const AtResult eps = Ask(cell, "AT+CEREG?");
+    if (eps.type == kHintCereg) {
+        cell.m_CEREG = eps.val2;
+        if (IsRegistered(eps.val2)) return 1;
+    }
+    const AtResult packet = Ask(cell, "AT+CGREG?");
+    if (packet.type != kHintCgreg) return 0;
+    cell.m_CGREG = packet.val2;
+    return IsRegistered(packet.val2) ? 1 : 0;
+}
+
+void AskIccid(CellBase& cell, const char* command, int32_t hint) {
+    const AtResult result = Ask(cell, command);
+    if (result.type == hint) copy_text(cell.m_card_iccid, result.common_str);
+}
+
+void AskFirmware(CellBase& cell, const char* word, size_t limit, const char* otherwise) {
+    const char* found = CellBase::ContainsText(cell.AtRequest("ATI"), word);
+    if (found == nullptr) {
+        copy_text(cell.m_fw_version, otherwise);
+    } else {
+        copy_text(cell.m_fw_version, found + strlen(word), limit);
+    }
+}
+
+bool AppendQuoted(char (&command)[kCommandSize], const char* parameter) {
+    if (parameter[0] == '\0') return false;
+    const size_t length = strnlen(command, kCommandSize - 1);
+    snprintf(command + length, kCommandSize - length, ",\"%s\"", parameter);
+    return true;
+}
+
+void LogBandChange(const TracePlace& place, const char* last_band, const char* last_rsrp,
+                   const char* current_band, const char* current_rsrp) {
+    if (strcmp(last_band, current_band) == 0) return;
+    TRACE_AT(place, 5, "Band change: last band[%s] rsrp[%s], current band[%s] rsrp[%s]\n", last_band,
+             last_rsrp, current_band, current_rsrp);
+}
+
+}  // namespace cc_cell

@@ -1,0 +1,131 @@
+// What the drivers share: rows of prefixes as tables, checked against AtPrefixTable when they are compiled,
+// and the small exchanges that several families have in common. Drivers call these from their overrides, on
+// the main thread.
+//
+// Two kinds: most are silent and return facts. Those that log take the caller's place first, so that the
+// line names the driver's own file and operation.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+#include "cellular.h"
+#include "trace_log.h"
+
+namespace cc_cell {
+
+// ---- rows of prefixes
+// --------------------------------------------------------------------------------------
+
+/// Where one field behind a prefix goes. A row lists its fields in the modem's order.
+enum FieldTarget : uint8_t {
+    kNoField,  // end of the list; a row without any field is only logged and gives hint 0
+    kToVal,    // numbers of the record
+    kToVal2,
+    kToVal3,
+    kToVal4,
+    kToVal5,
+    kToVal6,
+    kToNowhere,      // a number that nobody wants
+    kToText,         // common_str, at most 127 characters
+    kToNetworkType,  // m_NetworkType of the object, at most 63 characters
+    kHintOnly,       // the record gets its type; whatever else there is, the driver does by name
+};
+
+constexpr size_t kMostRowFields = 7;
+
+struct AtRow {
+    int32_t number;  // row of AtPrefixTable, and so the hint code
+    std::string_view prefix;
+    FieldTarget fields[kMostRowFields + 1];  // closed by kNoField
+    const char* field_ends;  // any of these ends a field; two of them have an empty one between
+};
+
+/// Whether each row stands in AtPrefixTable as its number says, and the rows follow one another there, which
+/// is the order of the search. For a static_assert below a driver's table.
+template <size_t N>
+constexpr bool AgreesWithPrefixTable(const AtRow (&rows)[N]) {
+    for (size_t i = 0; i < N; ++i) {
+        if (rows[i].number != rows[0].number + static_cast<int32_t>(i)) return false;
+        if (rows[i].number < 0 || rows[i].number >= kAtPrefixRows) return false;
+        if (rows[i].prefix != AtPrefixTable[rows[i].number]) return false;
+        if (rows[i].fields[kMostRowFields] != kNoField) return false;
+    }
+    return true;
+}
+
+/// A row that a text holds, and the text behind its prefix. Without a row nothing was found.
+struct AtMatch {
+    const AtRow* row;
+    char* text;
+
+    bool Is(int32_t hint) const { return row != nullptr && row->number == hint; }
+};
+
+AtMatch FindRow(const AtRow* rows, size_t count, char* answer);
+
+/// First of `rows` whose prefix stands anywhere in `answer`. Silent.
+template <size_t N>
+AtMatch FindRow(const AtRow (&rows)[N], char* answer) {
+    return FindRow(static_cast<const AtRow*>(rows), N, answer);
+}
+
+/// Logs a match as "%d %s\n", number and text behind the prefix; nothing without a row.
+void LogMatch(const TracePlace& place, unsigned level, const AtMatch& match);
+
+/// Cuts the fields off `match.text` as its row tells and fills record and object. The record without a row,
+/// and of a row without fields, is empty. Silent; the splitter of several numbers says itself when they ran
+/// out.
+AtResult TakeFields(CellBase& cell, const AtMatch& match);
+
+// ---- lists in one text
+// --------------------------------------------------------------------------------------
+
+/// Splits `text` (cut in place) into `count` slots of `size` bytes, each terminated; a field that is longer
+/// than its slot is cut. False when the text ends before the last slot is filled; the slots behind are empty
+/// then.
+bool SplitIntoSlots(char* text, const char* delimiters, char* slots, size_t count, size_t size);
+
+template <size_t Count, size_t Size>
+bool SplitIntoSlots(char* text, const char* delimiters, char (&slots)[Count][Size]) {
+    return SplitIntoSlots(text, delimiters, slots[0], Count, Size);
+}
+
+/// Printable form of a text that may be missing, such as the rest behind the last field.
+inline const char* OrNullWord(const char* text) {
+    return text == nullptr ? "(null)" : text;
+}
+
+// ---- exchanges that families have in common
+// -------------------------------------------------------------------
+
+/// Sends each command in turn; the answers are not looked at.
+template <size_t N>
+void SendAll(CellBase& cell, const char* const (&commands)[N]) {
+    for (const char* command : commands) cell.AtRequest(command);
+}
+
+/// Sends `command` and has the driver parse the answer.
+AtResult Ask(CellBase& cell, const char* command);
+
+/// The two-step registration test: "AT+CEREG?", then "AT+CGREG?". Stores each stat that came in m_CEREG and
+/// m_CGREG. 1 registered at home or roaming, 0 not or no answer. Silent.
+int32_t AskRegistration(CellBase& cell);
+
+/// Asks for the ICCID; an answer with `hint` fills m_card_iccid, any other leaves it. Silent.
+void AskIccid(CellBase& cell, const char* command, int32_t hint);
+
+/// Asks "ATI" and stores at most `limit` characters behind `word` in m_fw_version, a blank or a line end in
+/// front included; `otherwise` when the answer doesn't hold the word. Silent.
+void AskFirmware(CellBase& cell, const char* word, size_t limit, const char* otherwise);
+
+/// Extends a dial command by `,"parameter"`. False, and nothing added, when the parameter is empty: what
+/// follows it in the command can't be given then either. Cut to what fits. Silent.
+bool AppendQuoted(char (&command)[kCommandSize], const char* parameter);
+
+/// Logs a band that differs from the one at hand, at level 5; that is all that a change of band does.
+void LogBandChange(const TracePlace& place, const char* last_band, const char* last_rsrp,
+                   const char* current_band, const char* current_rsrp);
+
+}  // namespace cc_cell

@@ -1,0 +1,262 @@
+// Quectel on Qualcomm: the call is made by AT$QCRMCALL and watched by AT+QNETDEVSTATUS; on the i.MX6UL board
+// the kernel's network driver must be loaded anew after each set-up; the only family that can be upgraded.
+#include "CellQuectelQcom.h"
+
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "CellDriver.h"
+#include "QuectelDialect.h"
+#include "text_util.h"
+#include "trace_log.h"
+
+namespace cc_cell {
+namespace {
+
+constexpr AtRow kRows[] = {
+    {34, "ReSeRvEd:", {}, ""},
+    {kHintQnwinfo, "+QNWINFO: ", {kToNetworkType}, ",\n\r"},
+    {kHintQcrmcall, "$QCRMCALL: ", {kToVal}, ",\n\r"},
+    {kHintQnetdevstatus, "+QNETDEVSTATUS:", {kToVal, kToVal2, kToVal3, kToVal4}, ",\r"},
+    {kHintQccid, "+QCCID: ", {kToText}, "\n\r"},
+    {kHintQnetdevctl, "+QNETDEVCTL:", {}, ""},
+    {kHintQtemp, "+QTEMP:", {kToVal3, kToVal, kToVal2}, ",\n\r"},  // baseband, crystal, amplifier
+    {kHintQeng, "+QENG: ", {kToText}, "\n\r"},
+};
+static_assert(AgreesWithPrefixTable(kRows));
+
+// The network side of USB as this chipset offers it to the kernel's driver, and errors in words of numbers.
+constexpr const char* kSetUp[] = {"AT+qcfg=\"usbnet\",0", "AT+CMEE=2"};
+
+// Above these the module lowers its rates, its power, and at last leaves the network. Single quotes as the
+// module takes them.
+constexpr const char* kThermalLimits[] = {
+    "AT+QCFG='thermal/limit_rates',1",         "AT+QCFG='thermal/txpwrlmt',1,2,105,1000,3,10",
+    "AT+QCFG='thermal/modem',1,100000,95000",  "AT+QCFG='thermal/modem',2,105000,100000",
+    "AT+QCFG='thermal/modem',3,115000,105000",
+};
+
+constexpr char kInterfaceName[] = "wwan0";
+constexpr char kVendorName[] = "Qcom";
+constexpr size_t kRevisionLimit = 18;
+constexpr int kHotBaseband_celsius = 94;
+constexpr unsigned kSetUpPause_seconds = 1;
+constexpr unsigned kHangUpPause_seconds = 1;
+constexpr int kLongAnswer_seconds = 10;
+constexpr size_t kNeighbourSlots = 13;
+constexpr size_t kNeighbourRsrp = 5;
+
+constexpr char kUnloadNetworkDriver[] = "rmmod qmi_wwan_q.ko";
+constexpr char kLoadNetworkDriver[] = "insmod /ubi/local/modules/qmi_wwan_q.ko";
+constexpr unsigned kUnloadPause_seconds = 3;
+
+#define OTA_DIRECTORY "/media/mmcblk0p1/firmware_modules/CellularOTA"
+constexpr char kOtaDirectory[] = OTA_DIRECTORY;
+constexpr char kOtaTool[] = OTA_DIRECTORY "/QFirehose";
+#undef OTA_DIRECTORY
+constexpr char kOtaModel[] = "EG21";
+constexpr size_t kOtaLineSize = 512;
+
+enum OtaResult : int32_t {
+    kOtaNotStarted = -2,
+    kOtaSaidNeither = -1,
+    kOtaUpgraded = 0,
+    kOtaFailed = 1,
+    kOtaNotSupported = 2,
+    kOtaFileMissing = 3,
+};
+
+}  // namespace
+
+CellQuectelQcom::CellQuectelQcom(int cell_fd) : CellBase(cell_fd) {
+    memset(m_fw_version, 0, sizeof m_fw_version);
+}
+
+CellQuectelQcom::~CellQuectelQcom() = default;
+
+const char* CellQuectelQcom::GetInterfaceName() {
+    return kInterfaceName;
+}
+
+int32_t CellQuectelQcom::Initialize() {
+    const int32_t result = CellBase::Initialize();
+    if (result == 0) return 0;
+    SendAll(*this, kSetUp);
+    sleep(kSetUpPause_seconds);
+
+    char command[kCommandSize];
+    BuildContextCommand(*this, command);
+    TRACE(7, "%s", command);
+    AtRequest(command);
+    AskFirmware(*this, "Revision:", kRevisionLimit, kVendorName);
+    copy_text(m_vendor_name, kVendorName);
+    TRACE(5, "m_ModuleName = %s \n", m_ModuleName.c_str());
+    return result;
+}
+
+int32_t CellQuectelQcom::DisConnect() {
+    AtRequest("AT$QCRMCALL=0,1");
+    sleep(kHangUpPause_seconds);
+    return CellBase::DisConnect();
+}
+
+int32_t CellQuectelQcom::CheckConnection() {
+    const AtResult result = Ask(*this, "AT+QNETDEVSTATUS?");
+    const int32_t state = result.val2;
+    if (result.type == kHintQnetdevstatus && (state == 1 || state == 2)) return 1;
+    TRACE(5, "AT+QNETDEVSTATUS fail:%d\n", state);
+    return 0;
+}
+
+int32_t CellQuectelQcom::CheckSimCard() {
+    const int32_t result = CellBase::CheckSimCard();
+    if (result < 0) return result;
+    AskIccid(*this, "AT+QCCID", kHintQccid);
+    if (m_board == kBoardImx6ul) {
+        system(kUnloadNetworkDriver);
+        sleep(kUnloadPause_seconds);
+        system(kLoadNetworkDriver);
+    }
+    return result;
+}
+
+int32_t CellQuectelQcom::CheckServiceStatus() {
+    return AskRegistrationFromCreg(TRACE_HERE, *this);
+}
+
+void CellQuectelQcom::CheckTempStatus() {
+    m_Tempture = Ask(*this, "AT+QTEMP").val3;  // whatever the answer was: 0 when it told no temperature
+}
+
+void CellQuectelQcom::ConfigThermalLimit() {
+    SendAll(*this, kThermalLimits);
+}
+
+void CellQuectelQcom::CheckSignalStatus() {
+    AtResult result = Ask(*this, "AT+QENG=\"servingcell\"\r\n");
+    TRACE(7, "AT+QENG common str:%s, len: %d \r\n", result.common_str,
+          static_cast<int>(strlen(result.common_str)));
+    StoreServingCell(TRACE_HERE, *this, result);
+}
+
+int32_t CellQuectelQcom::ModuleOtaTask() {
+    if (!IsOtaUpgradPathExist()) {
+        TRACE(5, "[OTA] ota upgrade file path or file no exist\n");
+        return kOtaFileMissing;
+    }
+    if (!IsSupportModuleOTA()) {
+        TRACE(5, "[OTA] 4g module ota upgrade not support\n");
+        return kOtaNotSupported;
+    }
+    char command[kCommandSize];
+    snprintf(command, sizeof command, "%s -f %s", kOtaTool, kOtaDirectory);
+    TRACE(5, "[OTA] run: %s\n", command);
+    FILE* output = popen(command, "r");
+    if (output == nullptr) {
+        TRACE(5, "[OTA] run 4G module ota task fail\n");
+        return kOtaNotStarted;
+    }
+    int32_t result = kOtaSaidNeither;
+    char line[kOtaLineSize];
+    while (fgets(line, sizeof line, output) != nullptr) {
+        if (strstr(line, "successfully") != nullptr) {
+            result = kOtaUpgraded;
+            TRACE(5, "[OTA] Upgrade module successfully\n");
+        } else if (strstr(line, "Upgrade module fail") != nullptr) {
+            result = kOtaFailed;
+            TRACE(5, "[OTA] Upgrade module fail\n");
+        }
+    }
+    pclose(output);
+    return result;
+}
+
+void CellQuectelQcom::CheckNeighbourSignal() {
+    AtResult result = ParseAtResult(AtRequest_xs("AT+QENG=\"neighbourcell\"\r\n", kLongAnswer_seconds));
+    TRACE(7, "AT+QENG common str:%s, len: %d!!!\r\n", result.common_str,
+          static_cast<int>(strlen(result.common_str)));
+    StoreNeighbourCell(TRACE_HERE, *this, result, kNeighbourSlots, kNeighbourRsrp);
+}
+
+int32_t CellQuectelQcom::ReadCSQ() {
+    Ask(*this, "AT+QNWINFO");  // the parser stores the network type
+    return CellBase::ReadCSQ();
+}
+
+int32_t CellQuectelQcom::DoConnect() {
+    const int32_t result = CellBase::DoConnect();
+    if (result == 0) return 0;
+    char command[kCommandSize];
+    BuildContextCommand(*this, command);
+    TRACE(7, "%s", command);
+    TRACE(5, "AT+QICSGP=1,1 done\n");
+    AtRequest(command);
+
+    const AtResult call = ParseAtResult(AtRequest_xs("AT$QCRMCALL=1,1", kLongAnswer_seconds));
+    TRACE(7, "QCRMCALL return type:%d \r\n", call.val);
+    // A failed call is no failure of the dial: CheckConnection finds it.
+    if (call.type != kHintQcrmcall || call.val != 1) TRACE(5, "QCRMCALL=1,1 fail:%d\n", call.val);
+    return result;
+}
+
+AtResult CellQuectelQcom::ParseAtResult(char* text) {
+    AtResult result = CellBase::ParseAtResult(text);
+    if (result.type != kHintUnknown || text == nullptr) return result;
+    const AtMatch match = FindRow(kRows, text);
+    LogMatch(TRACE_HERE, 7, match);
+    if (match.Is(kHintQcrmcall)) TRACE(5, "AT$QCRMCALL=1,1 return %s\n", match.text);
+
+    result = TakeFields(*this, match);
+    switch (result.type) {
+        case kHintQnwinfo:
+            TRACE(7, "Network type:%s\n", m_NetworkType);
+            break;
+        case kHintQnetdevstatus:
+            TRACE(7, "QNETDEVSTATUS: on_off=%d,state=%d,roam_status=%d,inst=%d\n", result.val, result.val2,
+                  result.val3, result.val4);
+            break;
+        case kHintQccid:
+            TRACE(5, "ICCID:%s\n", result.common_str);
+            break;
+        case kHintQtemp: {
+            const int32_t baseband = result.val3;
+            if (baseband == 0) TRACE(5, "query baseband temperature Failed!\n");
+            if (baseband > kHotBaseband_celsius) TRACE(4, "query baseband temperature %d!\n", baseband);
+            if (result.val == 0) TRACE(5, "query XO temperature Failed!\n");
+            if (result.val2 == 0) TRACE(5, "query PA temperature Failed!\n");
+            TRACE(7, "Quectel Temp Baseband(%d),XO(%d),PA(%d)\n", baseband, result.val, result.val2);
+            break;
+        }
+        default:
+            break;
+    }
+    return result;
+}
+
+bool CellQuectelQcom::IsSupportModuleOTA() {
+    if (m_ModuleName == kOtaModel) {
+        TRACE(5, "[OTA] Module EG21 support OTA\r\n");
+        return true;
+    }
+    TRACE(5, "[OTA] Module no support OTA\r\n");
+    return false;
+}
+
+bool CellQuectelQcom::IsOtaUpgradPathExist() {
+    if (access(kOtaDirectory, F_OK) != 0) {
+        TRACE(5, "[OTA] OTA目录不存在\n");
+        return false;
+    }
+    TRACE(5, "[OTA] OTA目录存在\n");
+    if (access(kOtaTool, F_OK) == 0) {
+        TRACE(5, "[OTA] QFirehose文件存在\n");
+        return true;
+    }
+    TRACE(5, "[OTA] QFirehose文件不存在\n");
+    return false;
+}
+
+}  // namespace cc_cell

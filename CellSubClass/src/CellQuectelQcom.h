@@ -1,0 +1,36 @@
+// Driver of Quectel modules on Qualcomm chipsets, such as EG25 and EG21. Main builds it; the main thread runs
+// all of it but ModuleOtaTask and what that calls, which belong to the upgrade thread.
+#pragma once
+
+#include "cellular.h"
+
+namespace cc_cell {
+
+class CellQuectelQcom : public CellBase {
+  public:
+    explicit CellQuectelQcom(int cell_fd);
+    ~CellQuectelQcom() override;
+
+    const char* GetInterfaceName() override;
+    int32_t Initialize() override;
+    int32_t DisConnect() override;
+    int32_t CheckConnection() override;
+    int32_t CheckSimCard() override;
+    int32_t CheckServiceStatus() override;
+    void CheckTempStatus() override;
+    void ConfigThermalLimit() override;
+    void CheckSignalStatus() override;
+
+    /// Runs the upgrade tool of the maker, for minutes. 0 upgraded, 1 the tool failed, 2 not for this model,
+    /// 3 tool or its directory missing, -1 the tool said neither, -2 it could not be started.
+    int32_t ModuleOtaTask() override;
+    void CheckNeighbourSignal() override;
+    int32_t ReadCSQ() override;
+    int32_t DoConnect() override;
+    AtResult ParseAtResult(char* text) override;
+
+    bool IsSupportModuleOTA();
+    bool IsOtaUpgradPathExist();
+};
+
+}  // namespace cc_cell

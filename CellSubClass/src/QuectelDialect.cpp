@@ -1,0 +1,80 @@
+// What the three Quectel families word alike; see QuectelDialect.h.
+#include "QuectelDialect.h"
+
+#include <cassert>
+#include <cstdio>
+
+#include "text_util.h"
+
+namespace cc_cell {
+namespace {
+
+constexpr char kSlotEnds[] = ",\r";
+
+// Slots of the serving cell, counted from 0 behind "+QENG: ".
+constexpr size_t kServingPcid = 7;
+constexpr size_t kServingBand = 9;
+constexpr size_t kServingRsrp = 13;
+constexpr size_t kServingSinr = 16;
+constexpr size_t kServingSlots = 18;
+constexpr size_t kServingSlotSize = 16;
+
+constexpr size_t kNeighbourPcid = 3;
+constexpr size_t kNeighbourSlotSize = 24;
+
+}  // namespace
+
+void BuildContextCommand(const CellBase& cell, char (&command)[kCommandSize]) {
+    snprintf(command, kCommandSize, "AT+QICSGP=1,1,\"%s\",\"%s\",\"%s\",%d\r\n", cell.m_apn, cell.m_username,
+             cell.m_password, cell.m_auth_type);
+}
+
+int32_t AskRegistrationFromCreg(const TracePlace& place, CellBase& cell) {
+    TRACE_AT(place, 7, "Get_network_check_times %d\n", cell.m_check_service_times);
+    const AtResult circuit = Ask(cell, "AT+CREG?");
+    if (circuit.type == kHintCreg) {
+        TRACE_AT(place, 7, "AT+CREG\n");
+        cell.m_CEREG = circuit.val2;  // not m_CGREG: visible outside, keep
+    }
+    if (cell.m_check_service_times < 1) return 0;
+    return AskRegistration(cell);
+}
+
+void StoreServingCell(const TracePlace& place, CellBase& cell, AtResult& result) {
+    if (result.type != kHintQeng) return;
+    if (CellBase::ContainsText(result.common_str, "LTE") == nullptr) {
+        TRACE_AT(place, 3, "AT+QENG signal return not LTE!!! \n");
+        return;
+    }
+    char slots[kServingSlots][kServingSlotSize];
+    if (!SplitIntoSlots(result.common_str, kSlotEnds, slots)) {
+        TRACE_AT(place, 5, "QENG info,pRes do not have valid data\n");
+    }
+    LogBandChange(place, cell.m_band, cell.m_RSRP, slots[kServingBand], slots[kServingRsrp]);
+
+    TRACE_AT(place, 7, "QENG info, pcid:%s !\n", slots[kServingPcid]);
+    copy_text(cell.m_pcid, slots[kServingPcid]);
+    TRACE_AT(place, 7, "QENG info, band:%s !\n", slots[kServingBand]);
+    copy_text(cell.m_band, slots[kServingBand]);
+    TRACE_AT(place, 7, "QENG info, rsrp:%s !\n", slots[kServingRsrp]);
+    cell.SetRsrpLevel(slots[kServingRsrp]);
+    copy_text(cell.m_RSRP, slots[kServingRsrp]);
+    TRACE_AT(place, 7, "QENG info, sinr:%s !\n", slots[kServingSinr]);
+    copy_text(cell.m_SINR, slots[kServingSinr]);
+}
+
+void StoreNeighbourCell(const TracePlace& place, CellBase& cell, AtResult& result, size_t slot_count,
+                        size_t rsrp_slot) {
+    assert(slot_count <= kMostNeighbourSlots && rsrp_slot < slot_count);
+    if (result.type != kHintQeng) return;
+    char slots[kMostNeighbourSlots][kNeighbourSlotSize];
+    if (!SplitIntoSlots(result.common_str, kSlotEnds, slots[0], slot_count, kNeighbourSlotSize)) {
+        TRACE_AT(place, 7, "neighbour info,pRes do not have valid data\n");
+    }
+    TRACE_AT(place, 7, "neighbour info, pcid:%s !\n", slots[kNeighbourPcid]);
+    copy_text(cell.m_neighbour_pcid, slots[kNeighbourPcid]);
+    TRACE_AT(place, 7, "neighbour info, rsrp:%s !\n", slots[rsrp_slot]);
+    copy_text(cell.m_neighbour_rsrp, slots[rsrp_slot]);
+}
+
+}  // namespace cc_cell
