@@ -1,0 +1,92 @@
+// The life of one run of the daemon, in order: options, settings, bus, port, identification, driver,
+// bring-up, and then Task until the process is ended from outside. Main thread; what happens on others is
+// started here.
+#include "main.h"
+
+#include <cstdio>
+#include <cstdlib>
+
+#include "build_info.h"
+#include "busglue.h"
+#include "ini_store.h"
+#include "serial_port.h"
+
+using namespace cc_cell;
+
+namespace {
+
+constexpr int kExitDone = 0;
+constexpr int kExitFailed = -1;
+constexpr char kMakeNetworkDirectory[] = "mkdir /run/network/ -p";
+
+int find_board() {
+    const int board = board_cpu_info();
+    return board != kBoardUnknown ? board : board_version_info();
+}
+
+/// From the new object to the first attempt at a link. What fails here is left to the retries of Task.
+void bring_up(CellBase& cell, const char* script) {
+    cell.SetBoard(find_board());
+    cell.GetLTEcfg();
+    cell.Initialize();
+    cell.CheckSimCard();
+    cell.SetDhcpcScript(script);
+    cell.WriteStatusFiles();
+    if (cell.m_vendor_type == kVendorQuectelQcom) cell.ConfigThermalLimit();
+    cell.Connect();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    Options options;
+    // The settings file is proved to exist; the keys are read by the driver. Some ends of a run leave the
+    // table to the system, so its pointer outlives this function.
+    static IniEntry* settings;
+
+    trace_init(argc, argv);
+    if (!read_options(argc, argv, options)) return kExitDone;
+    settings = ini_load(options.config);
+    if (settings == nullptr) {
+        TRACE(0, "config %s don't exist\n", options.config);
+        return kExitFailed;
+    }
+    if (join_bus() < 0) {
+        perror("DBUS initialize error!\n");
+        exit(kExitFailed);
+    }
+    log_send("ravelin start!!!");
+    TRACE(5, "THIS APP BUILD INFO: commit %s tag V2.5.1 by %s on %s\n", kBuildCommit, kBuilder, kBuildStamp);
+    TRACE(5, "dev = %s, config = %s, script = %s\n", options.device, options.config, options.script);
+    system(kMakeNetworkDirectory);
+
+    int port_fd = wait_for_port(TRACE_HERE, options.device);
+    TRACE(5, "open device  %s  ok!\n", options.device);
+    const int vendor = CheckDevType(port_fd);
+    if (vendor == kVendorCinterion) TRACE(0, "Cell Device CellCinterion!\n");
+    pCell = build_driver(vendor, port_fd);
+    if (pCell == nullptr) {
+        TRACE(0, "Unknow Cell Device!\n");
+        return kExitDone;
+    }
+
+    TRACE(0, "GetVendorType=%d!\n", pCell->m_vendor_type);
+    if (pCell->m_vendor_type == kVendorCinterion) {
+        TRACE(5, "SetATPort %s\n", options.device);
+        pCell->SetATPort(options.device);
+    }
+    bring_up(*pCell, options.script);
+    if (options.debug_terminal) pCell->DebugTerminal();
+    if (run_task(TRACE_HERE, *pCell, options.device, port_fd) == RunEnd::kPortLost) {
+        ini_free(settings);
+        return kExitFailed;
+    }
+
+    wait_for_upgrade(TRACE_HERE, *pCell);
+    CloseSerial(port_fd);
+    ini_free(settings);
+    delete pCell;
+    pCell = nullptr;
+    TRACE(5, "soft exit!!!\n");
+    return kExitDone;
+}

@@ -1,0 +1,77 @@
+// What the files of the process share. main.cpp is the sequence of a run; each main_*.cpp is one concern of
+// it. Helpers that log on behalf of the sequence take its place first, so that their lines say `main`.
+#pragma once
+
+#include <cstdint>
+
+#include "cellular.h"
+#include "trace_log.h"
+
+constexpr int kPathSize = 4096;
+using PathText = char[kPathSize];
+
+// ---- main_options.cpp: the command line
+// -----------------------------------------------------------------------
+
+struct Options {
+    PathText device = "/dev/ttyUSB2";
+    char config[256] = "/run/network/ifcfg-lte";
+    PathText script = "";
+    bool debug_terminal = false;
+};
+
+/// Reads the command line into `options`; a text that doesn't fit is cut. False: the usage was asked for and
+/// has been printed; nothing behind that was read. Complaints about unknown options come from getopt, and
+/// don't stop anything.
+bool read_options(int argc, char** argv, Options& options);
+
+// ---- main_bus.cpp: the message bus
+// -----------------------------------------------------------------------------
+
+/// Joins the message bus under the daemon's name. From here on the handlers can be called, on threads of the
+/// bus library. Negative: failed.
+int join_bus();
+
+// ---- main_port.cpp: the modem's AT port
+// ------------------------------------------------------------------------
+
+/// Opens `device` and sets the line up; waits for as long as it takes, and says so at first. The descriptor.
+int wait_for_port(const TracePlace& place, const char* device);
+
+/// Opens `device` at the first try and sets the line up. The descriptor, or a value below 1.
+int reopen_port(const char* device);
+
+// ---- main_factory.cpp: modem to driver
+// ---------------------------------------------------------------------------
+
+/// Builds the one driver object for what CheckDevType found. Null for a vendor that has no driver. The
+/// caller owns it.
+cc_cell::CellBase* build_driver(int vendor, int port_fd);
+
+// ---- main_board.cpp: what board this is, and where a modem went
+// -----------------------------------------------
+
+/// Board by /proc/cpuinfo: a cc_cell::BoardCode.
+int board_cpu_info();
+
+/// Board by the kernel's version, for boards that /proc/cpuinfo doesn't tell: kBoardA35 or kBoardUnknown.
+int board_version_info();
+
+/// Name of a "ttyACM" entry of `directory`, without the directory; of several, the one that the directory
+/// lists last. `result` stays as it was when there is none. 0; -1 when the directory can't be read.
+int read_devname(const char* directory, PathText& result);
+
+// ---- main_restart.cpp: Task, and the hardware resets that it asks for
+// -------------------------------------------
+
+enum class RunEnd {
+    kTaskEnded,  // a driver ended its task; the port is open
+    kPortLost,   // the port could not be reopened after a reset
+};
+
+/// Runs `Task` for as long as the daemon lives, and resets the modem each time it asks for that. `device` is
+/// found anew after each reset of a Cinterion modem, and `port_fd` is the descriptor of the reopened port.
+RunEnd run_task(const TracePlace& place, cc_cell::CellBase& cell, PathText& device, int& port_fd);
+
+/// Returns once no upgrade of the modem's firmware is running: a soft exit never cuts one off.
+void wait_for_upgrade(const TracePlace& place, const cc_cell::CellBase& cell);

@@ -1,0 +1,94 @@
+// What the system tells about the board, and where a modem has come back. Main thread.
+#include <dirent.h>
+
+#include <cstdio>
+#include <cstring>
+
+#include "main.h"
+#include "text_util.h"
+
+namespace {
+
+constexpr char kCpuInfoPath[] = "/proc/cpuinfo";
+constexpr char kVersionPath[] = "/proc/version";
+constexpr int kLineSize = 1024;
+
+struct BoardWord {
+    const char* word;
+    cc_cell::BoardCode board;
+    const char* announcement;
+};
+
+constexpr BoardWord kHardwareWords[] = {
+    {"STM32", cc_cell::kBoardStm32, "--- STM32 BOARD --- \n"},
+    {"MX6", cc_cell::kBoardImx6ul, "---IMX6UL BOARD --- \n"},
+};
+constexpr BoardWord kPartWords[] = {
+    {"d04", cc_cell::kBoardA35, "---A35 BOARD --- \n"},
+    {"d03", cc_cell::kBoardA53, "---A53 BOARD --- \n"},
+};
+
+template <size_t N>
+const BoardWord* find_word(const BoardWord (&words)[N], const char* line) {
+    for (const BoardWord& row : words) {
+        if (strstr(line, row.word) != nullptr) return &row;
+    }
+    return nullptr;
+}
+
+/// Board that one line of /proc/cpuinfo tells, or null. A line about the hardware that tells none may still
+/// be about a part.
+const BoardWord* board_of_line(const char* line) {
+    const BoardWord* found = nullptr;
+    if (strstr(line, "Hardware") != nullptr) found = find_word(kHardwareWords, line);
+    if (found == nullptr && strstr(line, "part") != nullptr) found = find_word(kPartWords, line);
+    return found;
+}
+
+}  // namespace
+
+int board_cpu_info() {
+    FILE* file = fopen(kCpuInfoPath, "rb");
+    if (file == nullptr) {
+        fprintf(stderr, "Open /proc/cpuinfo file error!\n");
+        return cc_cell::kBoardUnknown;
+    }
+    const BoardWord* found = nullptr;
+    char line[kLineSize];
+    while (found == nullptr && fgets(line, sizeof line, file) != nullptr) found = board_of_line(line);
+    fclose(file);
+    if (found == nullptr) return cc_cell::kBoardUnknown;
+    TRACE(5, "%s", found->announcement);
+    return found->board;
+}
+
+int board_version_info() {
+    FILE* file = fopen(kVersionPath, "rb");
+    if (file == nullptr) {
+        fprintf(stderr, "Open /proc/version file error!\n");
+        return cc_cell::kBoardUnknown;
+    }
+    bool is_a35 = false;
+    char line[kLineSize];
+    while (!is_a35 && fgets(line, sizeof line, file) != nullptr) is_a35 = strstr(line, "5.10") != nullptr;
+    fclose(file);
+    if (!is_a35) return cc_cell::kBoardUnknown;
+    TRACE(5, "---A35 BOARD  and version5.10--- \n");
+    return cc_cell::kBoardA35;
+}
+
+int read_devname(const char* directory, PathText& result) {
+    DIR* entries = opendir(directory);
+    if (entries == nullptr) {
+        TRACE(5, "opendir %s fail !\n", directory);
+        return -1;
+    }
+    while (const dirent* entry = readdir(entries)) {
+        if (strstr(entry->d_name, "ttyACM") == nullptr) continue;
+        copy_text(result, entry->d_name);
+        TRACE(5, "entry->d_name:  %s \n", entry->d_name);
+    }
+    TRACE(5, "read_devname return:  %s\n", result);
+    closedir(entries);
+    return 0;
+}

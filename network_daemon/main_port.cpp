@@ -1,0 +1,44 @@
+// The modem's AT port as main holds it: opened at start-up with endless patience, and once after each reset.
+#include <unistd.h>
+
+#include "main.h"
+#include "serial_port.h"
+
+namespace {
+
+constexpr int kSpeed_baud = 115200;
+constexpr int kDataBits = 8;
+constexpr int kStopBits = 1;
+constexpr char kParity = 'N';
+
+constexpr int kWaitsToldOf = 10;  // after that the wait is silent
+constexpr unsigned kWait_seconds = 10;
+
+/// Descriptor 0 counts as a failure too. It isn't given back: it keeps its number taken, so that the next try
+/// gets another one.
+bool is_open(int fd) {
+    return fd >= 1;
+}
+
+void set_up_line(int fd) {
+    SetupSerial(fd, kSpeed_baud, kDataBits, kStopBits, kParity);
+}
+
+}  // namespace
+
+int wait_for_port(const TracePlace& place, const char* device) {
+    int fd = OpenSerial(device);
+    for (int failures = 1; !is_open(fd); ++failures) {
+        if (failures <= kWaitsToldOf) TRACE_AT(place, 5, "wait device  %s .\n", device);
+        sleep(kWait_seconds);
+        fd = OpenSerial(device);
+    }
+    set_up_line(fd);
+    return fd;
+}
+
+int reopen_port(const char* device) {
+    const int fd = OpenSerial(device);
+    if (is_open(fd)) set_up_line(fd);
+    return fd;
+}
