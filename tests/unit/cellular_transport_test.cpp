@@ -140,6 +140,7 @@ constexpr char kPrompt[] = "\n=================================DBG MODE=========
 class ConsoleDeathTest : public Transport {
   protected:
     static constexpr char kEndOfInput[] = "";
+    static constexpr unsigned kStuck_seconds = 20;  // of real time: a console that never asks for more input
 
     void RunConsole(std::vector<std::string> pieces) {
         input = std::move(pieces);
@@ -147,6 +148,7 @@ class ConsoleDeathTest : public Transport {
         cookie_io_functions_t functions = {};
         functions.read = ReadPiece;
         stdin = fopencookie(this, "r", functions);
+        alarm(kStuck_seconds);
         cell.DebugTerminal();
     }
 
