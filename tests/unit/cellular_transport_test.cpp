@@ -1,11 +1,8 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cstdio>
-#include <cstring>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "cellular.h"
@@ -76,7 +73,7 @@ TEST_F(Transport, DroppedBlockShowsNothingOfALongerOneBeforeIt) {
 }
 
 TEST_F(Transport, CommandWithItsOwnLineEndGetsASecondOne) {
-    modem.On("AT+QNETDEVCTL?\r\n", "\r\nOK\r\n");
+    modem.On("AT+QNETDEVCTL?", "\r\nOK\r\n");
     cell.AtRequest("AT+QNETDEVCTL?\r\n");
     ASSERT_EQ(modem.Sent().size(), 1u);
     EXPECT_EQ(modem.Sent()[0], "AT+QNETDEVCTL?\r\n");
@@ -121,6 +118,26 @@ TEST_F(Transport, NulByteEndsTheTextOfAnAnswer) {
     EXPECT_STREQ(cell.AtRequest("ATI"), "\r\nab");
 }
 
+TEST_F(Transport, DeadPortLooksLikeASilentModem) {
+    modem.On("AT", "\r\nOK\r\n");
+    cell.AtRequest("AT");
+    modem.Plug(false);
+    EXPECT_STREQ(cell.AtRequest("AT"), "");
+    EXPECT_STREQ(cell.AtRequest_xs("AT", 1), "");
+    cell.m_cell_fd = -1;
+    EXPECT_STREQ(cell.AtRequest("AT"), "");
+}
+
+// Each failed read takes 1 off the count of bytes: a count below zero is no text, and no place in a buffer.
+TEST_F(Transport, FailedReadsCountAsSilence) {
+    modem.On("AT", "\r\nOK\r\n");
+    modem.Unsolicited(0.5, "abc");
+    sleep(1);
+    modem.FailReads(5);
+    EXPECT_STREQ(cell.AtRequest("AT"), "\r\nOK\r\n");
+    EXPECT_EQ(world.log.size(), 1u);  // nothing was dropped as a text
+}
+
 TEST_F(Transport, AnswersOfTheTwoFormsLieInBuffersOfTheirOwn) {
     modem.On("AT+A", "first");
     modem.On("AT+B", "second");
@@ -135,80 +152,55 @@ TEST_F(Transport, AnswersOfTheTwoFormsLieInBuffersOfTheirOwn) {
 
 constexpr char kPrompt[] = "\n=================================DBG MODE=================================";
 
-// The console never returns: it runs in a process of its own, on a standard input that ends the process when
-// it is used up. Standard output goes where the parent looks.
+// The console never returns: it runs in a process of its own, which ends some time after the last line was
+// typed and then tells what the modem got. Standard output goes where the parent looks.
 class ConsoleDeathTest : public Transport {
   protected:
-    static constexpr char kEndOfInput[] = "";
-    static constexpr unsigned kStuck_seconds = 20;  // of real time: a console that never asks for more input
-
-    void RunConsole(std::vector<std::string> pieces) {
-        input = std::move(pieces);
+    void RunConsole(const std::vector<std::string>& typed) {
         dup2(STDERR_FILENO, STDOUT_FILENO);
-        cookie_io_functions_t functions = {};
-        functions.read = ReadPiece;
-        stdin = fopencookie(this, "r", functions);
-        alarm(kStuck_seconds);
+        for (const std::string& line : typed) world.Type(line);
+        world.At(60, [this] {
+            for (const std::string& command : modem.Sent()) fprintf(stderr, "[%s]", command.c_str());
+            _exit(0);
+        });
         cell.DebugTerminal();
     }
-
-    static ssize_t ReadPiece(void* cookie, char* buffer, size_t size) {
-        auto& test = *static_cast<ConsoleDeathTest*>(cookie);
-        if (test.input.empty()) {
-            for (const std::string& command : test.modem.Sent()) fprintf(stderr, "[%s]", command.c_str());
-            _exit(0);
-        }
-        std::string& piece = test.input.front();
-        const size_t count = std::min(size, piece.size());
-        memcpy(buffer, piece.data(), count);
-        piece.erase(0, count);
-        if (piece.empty()) test.input.erase(test.input.begin());
-        return static_cast<ssize_t>(count);
-    }
-
-    std::vector<std::string> input;
 };
 
 TEST_F(ConsoleDeathTest, SendsEachLineAndShowsTheAnswer) {
     modem.On("AT", "\r\nOK\r\n");
     modem.On("AT+CSQ", "\r\n+CSQ: 23,99\r\n\r\nOK\r\n");
-    EXPECT_EXIT(RunConsole({"AT\n", "AT+CSQ\n"}), testing::ExitedWithCode(0),
+    EXPECT_EXIT(RunConsole({"AT", "AT+CSQ"}), testing::ExitedWithCode(0),
                 testing::Eq(kPrompt + std::string("\r\nOK\r\n\r\n+CSQ: 23,99\r\n\r\nOK\r\n[AT][AT+CSQ]")));
 }
 
 TEST_F(ConsoleDeathTest, CutsTheLineAtItsFirstLineEnd) {
     modem.On("AT", "\r\nOK\r\n");
-    EXPECT_EXIT(RunConsole({"AT\rI\r\n"}), testing::ExitedWithCode(0),
+    EXPECT_EXIT(RunConsole({"AT\rI\r"}), testing::ExitedWithCode(0),
                 testing::Eq(kPrompt + std::string("\r\nOK\r\n[AT]")));
 }
 
 TEST_F(ConsoleDeathTest, SendsAnEmptyLine) {
     modem.On("", "");
-    EXPECT_EXIT(RunConsole({"\n"}), testing::ExitedWithCode(0), testing::Eq(kPrompt + std::string("[]")));
-}
-
-TEST_F(ConsoleDeathTest, ReadsAgainAtTheEndOfInput) {
-    modem.On("AT", "\r\nOK\r\n");
-    EXPECT_EXIT(RunConsole({kEndOfInput, kEndOfInput, "AT\n"}), testing::ExitedWithCode(0),
-                testing::Eq(kPrompt + std::string("\r\nOK\r\n[AT]")));
+    EXPECT_EXIT(RunConsole({""}), testing::ExitedWithCode(0), testing::Eq(kPrompt + std::string("[]")));
 }
 
 TEST_F(ConsoleDeathTest, BearsALineLongerThanAnyCommand) {
     const std::string line(5000, 'A');
     modem.On(line, "\r\nERROR\r\n");
-    EXPECT_EXIT(RunConsole({line + "\n"}), testing::ExitedWithCode(0),
+    EXPECT_EXIT(RunConsole({line}), testing::ExitedWithCode(0),
                 testing::Eq(kPrompt + std::string("\r\nERROR\r\n[") + line + "]"));
 }
 
 TEST_F(ConsoleDeathTest, ShowsAnAnswerOf300BytesWhole) {
     const std::string answer = std::string(256, 'a') + std::string(44, 'b');
     modem.On("ATI", answer);
-    EXPECT_EXIT(RunConsole({"ATI\n"}), testing::ExitedWithCode(0), testing::Eq(kPrompt + answer + "[ATI]"));
+    EXPECT_EXIT(RunConsole({"ATI"}), testing::ExitedWithCode(0), testing::Eq(kPrompt + answer + "[ATI]"));
 }
 
 TEST_F(ConsoleDeathTest, ShowsPercentSignsAsTheyCame) {
     modem.On("ATI", "%s%n%d");
-    EXPECT_EXIT(RunConsole({"ATI\n"}), testing::ExitedWithCode(0),
+    EXPECT_EXIT(RunConsole({"ATI"}), testing::ExitedWithCode(0),
                 testing::Eq(kPrompt + std::string("%s%n%d[ATI]")));
 }
 
@@ -216,8 +208,39 @@ TEST_F(ConsoleDeathTest, ShowsWhatWasPendingInsteadOfDroppingIt) {
     modem.On("AT", "\r\nOK\r\n");
     modem.Unsolicited(0.5, "\r\nRING\r\n");
     sleep(1);
-    EXPECT_EXIT(RunConsole({"AT\n"}), testing::ExitedWithCode(0),
+    EXPECT_EXIT(RunConsole({"AT"}), testing::ExitedWithCode(0),
                 testing::Eq(kPrompt + std::string("\r\nRING\r\n\r\nOK\r\n[AT]")));
+}
+
+// Without a world, standard input is the real one: pieces of input here, an empty one for its end, and the
+// end of the process when they are used up.
+struct ScriptedInput {
+    static constexpr unsigned kStuck_seconds = 20;  // of real time: a console that doesn't ask for more
+
+    static ssize_t Read(void* cookie, char* buffer, size_t size) {
+        auto& pieces = static_cast<ScriptedInput*>(cookie)->pieces;
+        if (pieces.empty()) _exit(0);
+        const size_t count = pieces.front().copy(buffer, size);
+        pieces.erase(pieces.begin());
+        return static_cast<ssize_t>(count);
+    }
+
+    std::vector<std::string> pieces;
+};
+
+TEST(ConsoleInputDeathTest, IsReadAgainAtItsEnd) {
+    ScriptedInput input{{"", "", "AT\n", ""}};
+    PlainCell cell(-1);
+    EXPECT_EXIT(
+        {
+            dup2(STDERR_FILENO, STDOUT_FILENO);
+            cookie_io_functions_t functions = {};
+            functions.read = ScriptedInput::Read;
+            stdin = fopencookie(&input, "r", functions);
+            alarm(ScriptedInput::kStuck_seconds);
+            cell.DebugTerminal();
+        },
+        testing::ExitedWithCode(0), "");
 }
 
 }  // namespace
