@@ -10,6 +10,7 @@
 #include "busglue.h"
 #include "ini_store.h"
 #include "serial_port.h"
+#include "shell.h"
 
 using namespace cc_cell;
 
@@ -58,7 +59,7 @@ int main(int argc, char** argv) {
     log_send("ravelin start!!!");
     TRACE(5, "THIS APP BUILD INFO: commit %s tag V2.5.1 by %s on %s\n", kBuildCommit, kBuilder, kBuildStamp);
     TRACE(5, "dev = %s, config = %s, script = %s\n", options.device, options.config, options.script);
-    system(kMakeNetworkDirectory);
+    run_shell(kMakeNetworkDirectory);
 
     int port_fd = wait_for_port(TRACE_HERE, options.device);
     TRACE(5, "open device  %s  ok!\n", options.device);

@@ -2,11 +2,11 @@
 // port is opened anew, and Task goes on, on the same object. Main thread.
 #include <unistd.h>
 
-#include <cstdlib>
 #include <cstring>
 
 #include "main.h"
 #include "serial_port.h"
+#include "shell.h"
 #include "text_util.h"
 
 namespace {
@@ -52,32 +52,32 @@ bool has_board_script(int board) {
 /// Runs no script while an upgrade is running, which may have begun since Task gave up.
 void reset_modem(const TracePlace& place, CellBase& cell, PathText& device) {
     if (cell.m_vendor_type == cc_cell::kVendorCinterion) {
-        if (!cell.m_ota_running) system(kResetByBoardScript);
+        if (!cell.m_ota_running) run_shell(kResetByBoardScript);
         find_cinterion_port(place, cell, device);
     } else if (has_board_script(cell.m_board)) {
         TRACE_AT(place, 5, "etc init.d S84Reset4G.sh start \n");
-        if (!cell.m_ota_running) system(kResetByBoardScript);
+        if (!cell.m_ota_running) run_shell(kResetByBoardScript);
     } else if (cell.m_ota_running) {
         return;
     } else if (is_power_reset(cell)) {
         TRACE_AT(place, 5, "Reset4G.sh start pin_power\n");
-        system(kResetByPower);
+        run_shell(kResetByPower);
     } else {
         TRACE_AT(place, 5, "Reset4G.sh start pin_rst\n");
-        system(kResetByPin);
+        run_shell(kResetByPin);
     }
 }
 
 /// Takes the modem down and brings it up again, up to the moment when its port can be opened.
 void restart_modem(const TracePlace& place, CellBase& cell, PathText& device, int port_fd) {
     TRACE_AT(place, 5, "kill udhcpc lte!!!\n");
-    system(cc_cell::kCommandDhcpKill);
+    run_shell(cc_cell::kCommandDhcpKill);
     CloseSerial(port_fd);
     sleep(kPauseBeforeReset_seconds);
     reset_modem(place, cell, device);
     sleep(kPauseAfterReset_seconds);
     TRACE_AT(place, 5, "check interface lte!!!\n");
-    system(kCheckInterface);
+    run_shell(kCheckInterface);
     sleep(kInterfacePause_seconds);
     ++cell.m_reset4g_times;
     TRACE_AT(place, 5, "Reset4G time=%d\n", cell.m_reset4g_times);

@@ -5,11 +5,11 @@
 #include <unistd.h>
 
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 
 #include "CellDriver.h"
 #include "QuectelDialect.h"
+#include "shell.h"
 #include "text_util.h"
 #include "trace_log.h"
 
@@ -116,9 +116,9 @@ int32_t CellQuectelQcom::CheckSimCard() {
     if (result < 0) return result;
     AskIccid(*this, "AT+QCCID", kHintQccid);
     if (m_board == kBoardImx6ul) {
-        system(kUnloadNetworkDriver);
+        run_shell(kUnloadNetworkDriver);
         sleep(kUnloadPause_seconds);
-        system(kLoadNetworkDriver);
+        run_shell(kLoadNetworkDriver);
     }
     return result;
 }
