@@ -88,7 +88,8 @@ TEST(ReadDevname, FindsTheTtyAcmEntry) {
     PathText name = {};
     EXPECT_EQ(0, read_devname("/dev", name));
     EXPECT_STREQ("ttyACM0", name);
-    const std::vector<std::string> expected = {"entry->d_name:  ttyACM0 \n", "read_devname return:  ttyACM0\n"};
+    const std::vector<std::string> expected = {"entry->d_name:  ttyACM0 \n",
+                                               "read_devname return:  ttyACM0\n"};
     EXPECT_EQ(expected, world.LogOf("read_devname"));
 }
 

@@ -1,0 +1,701 @@
+// Module CellQuectelQcom: the dialect of Quectel modules on Qualcomm chipsets.
+#include "CellSubClass/src/CellQuectelQcom.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "tests/support/test_world.h"
+#include "text_util.h"
+
+using namespace cc_cell;
+using test_support::ScriptedModem;
+using test_support::World;
+
+namespace {
+
+using Texts = std::vector<std::string>;
+
+constexpr char kOk[] = "\r\nOK\r\n";
+constexpr char kServingCell[] = "AT+QENG=\"servingcell\"";
+constexpr char kNeighbourCell[] = "AT+QENG=\"neighbourcell\"";
+constexpr char kContext[] = "AT+QICSGP=1,1,\"\",\"\",\"\",0";
+constexpr char kOtaTool[] = "/media/mmcblk0p1/firmware_modules/CellularOTA/QFirehose";
+constexpr char kOtaDirectory[] = "/media/mmcblk0p1/firmware_modules/CellularOTA";
+constexpr char kOtaCommand[] =
+    "/media/mmcblk0p1/firmware_modules/CellularOTA/QFirehose -f "
+    "/media/mmcblk0p1/firmware_modules/CellularOTA";
+
+std::string Answer(const std::string& line) {
+    return "\r\n" + line + "\r\n\r\nOK\r\n";
+}
+
+class QuectelQcomTest : public testing::Test {
+  protected:
+    void SetUp() override {
+        CellBase::m_ModuleName.clear();
+        modem.SetInit();
+    }
+
+    AtResult Parse(const std::string& answer) {
+        text = answer;
+        return cell.ParseAtResult(text.data());
+    }
+
+    /// Exchanges that CheckSimCard of the base may do, beside those under test.
+    void AnswerSimCheck() {
+        modem.On("AT+CPIN?", "\r\n+CPIN: READY\r\n\r\nOK\r\n");
+        modem.On("AT+CGSN", "\r\n860000000000001\r\n\r\nOK\r\n");
+        modem.On("AT+CGSN=1", "\r\n+CGSN: 860000000000001\r\n\r\nOK\r\n");
+        modem.On("AT+CIMI", "\r\n460010000000001\r\n\r\nOK\r\n");
+        modem.On("AT+SIMTEST?", "\r\n+SIMTEST: 1\r\n\r\nOK\r\n");
+        modem.On("AT+ICCID", "\r\nERROR\r\n");
+        modem.On("AT^ICCID?", "\r\nERROR\r\n");
+        modem.On("AT+COPS?", "\r\n+COPS: 0,0,\"CHN-UNICOM\",7\r\n\r\nOK\r\n");
+        modem.AllowUnknown();
+    }
+
+    void InstallOtaTool() {
+        world.MakeFolder("/media/mmcblk0p1/firmware_modules/CellularOTA");
+        world.Write(kOtaTool, "");
+        CellBase::m_ModuleName = "EG21";
+    }
+
+    World world;
+    ScriptedModem modem{world};
+    CellQuectelQcom cell{modem.fd()};
+    std::string text;
+};
+
+// ---- object
+
+TEST_F(QuectelQcomTest, NewObjectHasWwan0AndNoFirmwareText) {
+    EXPECT_STREQ("wwan0", cell.GetInterfaceName());
+    const char zeros[32] = {};
+    EXPECT_EQ(0, memcmp(zeros, cell.m_fw_version, sizeof zeros));
+    EXPECT_TRUE(modem.exchanges.empty());
+}
+
+// ---- Initialize
+
+TEST_F(QuectelQcomTest, InitializeSendsTheSetUpInOrder) {
+    CellBase::m_ModuleName = "EG25";
+    copy_text(cell.m_apn, "cmnet");
+    copy_text(cell.m_username, "u");
+    copy_text(cell.m_password, "p");
+    cell.m_auth_type = 3;
+    modem.On("AT+qcfg=\"usbnet\",0", kOk);
+    modem.On("AT+CMEE=2", kOk);
+    modem.On("AT+QICSGP=1,1,\"cmnet\",\"u\",\"p\",3", kOk);
+    modem.On("ATI", "\r\nQuectel\r\nEG25\r\nRevision: EG25GGBR07A08M2G\r\n\r\nOK\r\n");
+    EXPECT_EQ(1, cell.Initialize());
+    const Texts expected = {"ATZ",       "AT&F",
+                            "ATE0",      "AT+CFUN=0",
+                            "AT+CFUN=1", "AT+MODODR=2",
+                            "AT+MEID",   "AT+qcfg=\"usbnet\",0",
+                            "AT+CMEE=2", "AT+QICSGP=1,1,\"cmnet\",\"u\",\"p\",3\r\n",
+                            "ATI"};
+    EXPECT_EQ(expected, modem.Sent());
+    EXPECT_STREQ("Qcom", cell.m_vendor_name);
+    EXPECT_STREQ(" EG25GGBR07A08M2G\r", cell.m_fw_version);
+    const Texts log = {"AT+QICSGP=1,1,\"cmnet\",\"u\",\"p\",3\r\n", "m_ModuleName = EG25 \n"};
+    Texts own;
+    for (const World::LogLine& line : world.log) {
+        if (line.file == "CellSubClass/src/CellQuectelQcom.cpp") own.push_back(line.text);
+    }
+    EXPECT_EQ(log, own);
+    EXPECT_TRUE(world.Logged(7, log[0]));
+    EXPECT_TRUE(world.Logged(5, log[1]));
+}
+
+TEST_F(QuectelQcomTest, InitializePausesASecondBeforeTheContext) {
+    modem.AllowUnknown();
+    cell.Initialize();
+    const std::vector<ScriptedModem::Exchange>& exchanges = modem.exchanges;
+    ASSERT_EQ(11u, exchanges.size());
+    EXPECT_NEAR(1.0, exchanges[8].at_seconds - exchanges[7].at_seconds, 0.01);
+    EXPECT_NEAR(2.0, exchanges[9].at_seconds - exchanges[8].at_seconds, 0.01);
+}
+
+TEST_F(QuectelQcomTest, FirmwareWithoutRevisionIsTheVendorWord) {
+    modem.AllowUnknown();
+    EXPECT_EQ(1, cell.Initialize());
+    EXPECT_STREQ("Qcom", cell.m_fw_version);
+}
+
+// ---- dial and hang-up
+
+TEST_F(QuectelQcomTest, DoConnectSetsTheContextAndCalls) {
+    cell.m_carrier_code = 2;
+    modem.On("AT+CGDCONT=1,\"IPV4V6\",\"3GNET\"", kOk);
+    modem.On(kContext, kOk);
+    modem.On("AT$QCRMCALL=1,1", Answer("$QCRMCALL: 1, V4"));
+    EXPECT_EQ(1, cell.DoConnect());
+    const Texts expected = {"AT+CFUN=1", "AT+CGDCONT=1,\"IPV4V6\",\"3GNET\"",
+                            "AT+QICSGP=1,1,\"\",\"\",\"\",0\r\n", "AT$QCRMCALL=1,1"};
+    EXPECT_EQ(expected, modem.Sent());
+    EXPECT_TRUE(world.Logged(7, "AT+QICSGP=1,1,\"\",\"\",\"\",0\r\n"));
+    EXPECT_TRUE(world.Logged(5, "AT+QICSGP=1,1 done\n"));
+    EXPECT_TRUE(world.Logged(5, "AT$QCRMCALL=1,1 return 1, V4\r\n\r\nOK\r\n\n"));
+    EXPECT_TRUE(world.Logged(7, "QCRMCALL return type:1 \r\n"));
+    EXPECT_EQ(0, world.CountLogged("QCRMCALL=1,1 fail:1\n"));
+    EXPECT_NEAR(10.0, world.now_seconds() - modem.exchanges.back().at_seconds, 0.01);
+}
+
+TEST_F(QuectelQcomTest, FailedCallIsNoFailureOfTheDial) {
+    cell.m_carrier_code = 2;
+    modem.On("AT+CGDCONT=1,\"IPV4V6\",\"3GNET\"", kOk);
+    modem.On(kContext, kOk);
+    for (const char* answer : {"\r\n$QCRMCALL: 0\r\n", "\r\nERROR\r\n", ""}) {
+        world.log.clear();
+        modem.On("AT$QCRMCALL=1,1", answer);
+        EXPECT_EQ(1, cell.DoConnect());
+        EXPECT_TRUE(world.Logged(7, "QCRMCALL return type:0 \r\n")) << answer;
+        EXPECT_TRUE(world.Logged(5, "QCRMCALL=1,1 fail:0\n")) << answer;
+    }
+}
+
+TEST_F(QuectelQcomTest, DisConnectEndsTheCallBeforeTheRadio) {
+    modem.On("AT$QCRMCALL=0,1", kOk);
+    EXPECT_EQ(1, cell.DisConnect());
+    const Texts expected = {"AT$QCRMCALL=0,1", "AT+CFUN=0"};
+    EXPECT_EQ(expected, modem.Sent());
+    EXPECT_NEAR(2.0, modem.exchanges[1].at_seconds - modem.exchanges[0].at_seconds, 0.01);
+}
+
+// ---- link
+
+struct LinkCase {
+    const char* answer;
+    int32_t expected;
+    const char* failure;
+};
+
+TEST_F(QuectelQcomTest, LinkIsUpInState1And2) {
+    const LinkCase cases[] = {
+        {"\r\n+QNETDEVSTATUS: 1,1,0,1\r\n\r\nOK\r\n", 1, nullptr},
+        {"\r\n+QNETDEVSTATUS: 1,2,0,1\r\n\r\nOK\r\n", 1, nullptr},
+        {"\r\n+QNETDEVSTATUS: 1,3,0,1\r\n\r\nOK\r\n", 0, "AT+QNETDEVSTATUS fail:3\n"},
+        {"\r\n+QNETDEVSTATUS: 1,0,0,1\r\n\r\nOK\r\n", 0, "AT+QNETDEVSTATUS fail:0\n"},
+        {"\r\n+QNETDEVSTATUS: 1\r\n\r\nOK\r\n", 0, "AT+QNETDEVSTATUS fail:0\n"},
+        {"\r\n+CREG: 0,1\r\n\r\nOK\r\n", 0, "AT+QNETDEVSTATUS fail:1\n"},
+        {"\r\nERROR\r\n", 0, "AT+QNETDEVSTATUS fail:0\n"},
+        {"", 0, "AT+QNETDEVSTATUS fail:0\n"},
+    };
+    for (const LinkCase& test : cases) {
+        world.log.clear();
+        modem.On("AT+QNETDEVSTATUS?", test.answer);
+        EXPECT_EQ(test.expected, cell.CheckConnection()) << test.answer;
+        const Texts log = world.LogOf("CheckConnection");
+        EXPECT_EQ(test.failure == nullptr ? Texts{} : Texts{test.failure}, log) << test.answer;
+    }
+}
+
+TEST_F(QuectelQcomTest, NetdevStatusOf3IsLoggedAndNotUp) {
+    modem.On("AT+QNETDEVSTATUS?", Answer("+QNETDEVSTATUS: 1,3,0,1"));
+    EXPECT_EQ(0, cell.CheckConnection());
+    EXPECT_TRUE(world.Logged(5, "AT+QNETDEVSTATUS fail:3\n"));
+    EXPECT_TRUE(world.Logged(7, "QNETDEVSTATUS: on_off=1,state=3,roam_status=0,inst=1\n"));
+}
+
+// ---- registration
+
+TEST_F(QuectelQcomTest, FirstRegistrationTestOnlyReadsCreg) {
+    modem.On("AT+CREG?", Answer("+CREG: 0,1"));
+    cell.m_check_service_times = 0;
+    cell.m_CGREG = 9;
+    EXPECT_EQ(0, cell.CheckServiceStatus());
+    EXPECT_EQ(1, cell.m_CEREG);
+    EXPECT_EQ(9, cell.m_CGREG);
+    EXPECT_EQ(Texts{"AT+CREG?"}, modem.Sent());
+    const Texts log = {"Get_network_check_times 0\n", "AT+CREG\n"};
+    EXPECT_EQ(log, world.LogOf("CheckServiceStatus"));
+    EXPECT_TRUE(world.Logged(7, log[1]));
+}
+
+TEST_F(QuectelQcomTest, LaterTestTakesCeregAndAsksNoCgreg) {
+    modem.On("AT+CREG?", Answer("+CREG: 0,0"));
+    modem.On("AT+CEREG?", Answer("+CEREG: 0,5"));
+    cell.m_check_service_times = 1;
+    EXPECT_EQ(1, cell.CheckServiceStatus());
+    EXPECT_EQ(5, cell.m_CEREG);
+    const Texts expected = {"AT+CREG?", "AT+CEREG?"};
+    EXPECT_EQ(expected, modem.Sent());
+}
+
+TEST_F(QuectelQcomTest, PacketRegistrationCountsToo) {
+    modem.On("AT+CREG?", "\r\nERROR\r\n");
+    modem.On("AT+CEREG?", Answer("+CEREG: 0,2"));
+    modem.On("AT+CGREG?", Answer("+CGREG: 0,1"));
+    cell.m_check_service_times = 1;
+    EXPECT_EQ(1, cell.CheckServiceStatus());
+    EXPECT_EQ(2, cell.m_CEREG);
+    EXPECT_EQ(1, cell.m_CGREG);
+    EXPECT_EQ(0, world.CountLogged("AT+CREG\n"));
+}
+
+// ---- SIM
+
+TEST_F(QuectelQcomTest, CheckSimCardTakes20CharactersOfTheIccid) {
+    AnswerSimCheck();
+    modem.On("AT+QCCID", Answer("+QCCID: 89860011223344556677F"));
+    EXPECT_EQ(kSimReady, cell.CheckSimCard());
+    EXPECT_STREQ("89860011223344556677", cell.m_card_iccid);
+    EXPECT_TRUE(world.shell.empty());
+}
+
+TEST_F(QuectelQcomTest, Board1ReloadsTheKernelDriverOnEachCheck) {
+    AnswerSimCheck();
+    modem.On("AT+QCCID", Answer("+QCCID: 8986"));
+    cell.SetBoard(kBoardImx6ul);
+    EXPECT_EQ(kSimReady, cell.CheckSimCard());
+    EXPECT_EQ(kSimReady, cell.CheckSimCard());
+    const Texts expected = {"rmmod qmi_wwan_q.ko", "insmod /ubi/local/modules/qmi_wwan_q.ko",
+                            "rmmod qmi_wwan_q.ko", "insmod /ubi/local/modules/qmi_wwan_q.ko"};
+    EXPECT_EQ(expected, world.Commands());
+    EXPECT_NEAR(3.0, world.shell[1].at_seconds - world.shell[0].at_seconds, 0.001);
+}
+
+TEST_F(QuectelQcomTest, Board1ReloadsTheKernelDriverWithoutAnIccidToo) {
+    AnswerSimCheck();
+    modem.On("AT+QCCID", "\r\nERROR\r\n");
+    cell.SetBoard(kBoardImx6ul);
+    EXPECT_EQ(kSimReady, cell.CheckSimCard());
+    EXPECT_EQ(2u, world.shell.size());
+}
+
+TEST_F(QuectelQcomTest, OtherBoardsNeverReloadTheKernelDriver) {
+    AnswerSimCheck();
+    modem.On("AT+QCCID", Answer("+QCCID: 8986"));
+    for (const int board : {kBoardUnknown, kBoardStm32, kBoardA35, kBoardA53}) {
+        cell.SetBoard(board);
+        EXPECT_EQ(kSimReady, cell.CheckSimCard());
+    }
+    EXPECT_TRUE(world.shell.empty());
+}
+
+TEST_F(QuectelQcomTest, FailedSimCheckAsksNoIccidAndReloadsNothing) {
+    AnswerSimCheck();
+    modem.On("AT+CPIN?", "\r\n+CME ERROR: SIM not inserted\r\n");
+    modem.On("AT+QCCID", Answer("+QCCID: 8986"));
+    cell.SetBoard(kBoardImx6ul);
+    EXPECT_EQ(kSimNotReady, cell.CheckSimCard());
+    for (const std::string& command : modem.Sent()) EXPECT_NE("AT+QCCID", command);
+    EXPECT_TRUE(world.shell.empty());
+}
+
+// ---- temperature
+
+struct TemperatureCase {
+    const char* answer;
+    int32_t stored;
+    Texts log;  // of ParseAtResult, without the row's own line
+};
+
+TEST_F(QuectelQcomTest, TemperatureIsTheFirstField) {
+    const TemperatureCase cases[] = {
+        {"\r\n+QTEMP: 40,41,42\r\n\r\nOK\r\n", 40, {"Quectel Temp Baseband(40),XO(41),PA(42)\n"}},
+        {"\r\n+QTEMP: 94,40,41\r\n\r\nOK\r\n", 94, {"Quectel Temp Baseband(94),XO(40),PA(41)\n"}},
+        {"\r\n+QTEMP: 95,40,41\r\n\r\nOK\r\n",
+         95,
+         {"query baseband temperature 95!\n", "Quectel Temp Baseband(95),XO(40),PA(41)\n"}},
+        {"\r\n+QTEMP: 0,0,0\r\n\r\nOK\r\n",
+         0,
+         {"query baseband temperature Failed!\n", "query XO temperature Failed!\n",
+          "query PA temperature Failed!\n", "Quectel Temp Baseband(0),XO(0),PA(0)\n"}},
+    };
+    for (const TemperatureCase& test : cases) {
+        world.log.clear();
+        modem.On("AT+QTEMP", test.answer);
+        cell.CheckTempStatus();
+        EXPECT_EQ(test.stored, cell.m_Tempture) << test.answer;
+        Texts log = world.LogOf("ParseAtResult");
+        ASSERT_FALSE(log.empty());
+        log.erase(log.begin());
+        EXPECT_EQ(test.log, log) << test.answer;
+    }
+}
+
+TEST_F(QuectelQcomTest, HotModuleIsLoggedAtLevel4From95On) {
+    modem.On("AT+QTEMP", Answer("+QTEMP: 94,40,41"));
+    cell.CheckTempStatus();
+    for (const World::LogLine& line : world.log) EXPECT_NE(4u, line.level);
+    modem.On("AT+QTEMP", Answer("+QTEMP: 95,40,41"));
+    cell.CheckTempStatus();
+    EXPECT_TRUE(world.Logged(4, "query baseband temperature 95!\n"));
+    EXPECT_EQ(95, cell.m_Tempture);
+}
+
+TEST_F(QuectelQcomTest, AnswerWithoutTemperatureStoresZero) {
+    cell.m_Tempture = 40;
+    modem.On("AT+QTEMP", "\r\nERROR\r\n");
+    cell.CheckTempStatus();
+    EXPECT_EQ(0, cell.m_Tempture);
+}
+
+TEST_F(QuectelQcomTest, ThermalLimitsAreFiveCommandsInOrder) {
+    const Texts expected = {"AT+QCFG='thermal/limit_rates',1", "AT+QCFG='thermal/txpwrlmt',1,2,105,1000,3,10",
+                            "AT+QCFG='thermal/modem',1,100000,95000",
+                            "AT+QCFG='thermal/modem',2,105000,100000",
+                            "AT+QCFG='thermal/modem',3,115000,105000"};
+    for (const std::string& command : expected) modem.On(command, kOk);
+    cell.ConfigThermalLimit();
+    EXPECT_EQ(expected, modem.Sent());
+}
+
+// ---- serving cell
+
+constexpr char kLteCell[] =
+    "+QENG: \"servingcell\",\"NOCONN\",\"LTE\",\"FDD\",460,01,9A6A10C,177,1650,3,5,5,25F0,-97,-11,-68,13,27";
+
+TEST_F(QuectelQcomTest, ServingCellIsStored) {
+    modem.On(kServingCell, Answer(kLteCell));
+    copy_text(cell.m_band, "8");
+    copy_text(cell.m_RSRP, "-90");
+    cell.CheckSignalStatus();
+    EXPECT_EQ(Texts{"AT+QENG=\"servingcell\"\r\n"}, modem.Sent());
+    EXPECT_STREQ("177", cell.m_pcid);
+    EXPECT_STREQ("3", cell.m_band);
+    EXPECT_STREQ("-97", cell.m_RSRP);
+    EXPECT_STREQ("-97", cell.m_RSRP_LEVEL);
+    EXPECT_STREQ("13", cell.m_SINR);
+    EXPECT_STREQ("", cell.m_RSRQ);
+    EXPECT_STREQ("", cell.m_RSSI);
+    const std::string shown = strchr(kLteCell, '"');
+    const Texts log = {"AT+QENG common str:" + shown + ", len: " + std::to_string(shown.size()) + " \r\n",
+                       "Band change: last band[8] rsrp[-90], current band[3] rsrp[-97]\n",
+                       "QENG info, pcid:177 !\n",
+                       "QENG info, band:3 !\n",
+                       "QENG info, rsrp:-97 !\n",
+                       "QENG info, sinr:13 !\n"};
+    EXPECT_EQ(log, world.LogOf("CheckSignalStatus"));
+    EXPECT_TRUE(world.Logged(7, log[0]));
+    EXPECT_TRUE(world.Logged(5, log[1]));
+    EXPECT_TRUE(world.Logged(7, log[5]));
+}
+
+TEST_F(QuectelQcomTest, WcdmaCellIsAnErrorAndKeepsTheLastValues) {
+    modem.On(kServingCell, Answer(kLteCell));
+    cell.CheckSignalStatus();
+    modem.On(kServingCell,
+             Answer("+QENG: \"servingcell\",\"NOCONN\",\"WCDMA\",460,01,D5D6,80E5,10663,3,9,-72,-3"));
+    cell.CheckSignalStatus();
+    EXPECT_TRUE(world.Logged(3, "AT+QENG signal return not LTE!!! \n"));
+    EXPECT_STREQ("177", cell.m_pcid);
+    EXPECT_STREQ("3", cell.m_band);
+    EXPECT_STREQ("-97", cell.m_RSRP);
+    EXPECT_STREQ("-97", cell.m_RSRP_LEVEL);
+    EXPECT_STREQ("13", cell.m_SINR);
+}
+
+TEST_F(QuectelQcomTest, ShortServingCellStoresWhatItHasAndEmptiesTheRest) {
+    modem.On(kServingCell, Answer(kLteCell));
+    cell.CheckSignalStatus();
+    modem.On(kServingCell, Answer("+QENG: \"servingcell\",\"SEARCH\",\"LTE\",a,b,c,d,55,e,7"));
+    cell.CheckSignalStatus();
+    EXPECT_TRUE(world.Logged(5, "QENG info,pRes do not have valid data\n"));
+    EXPECT_STREQ("55", cell.m_pcid);
+    EXPECT_STREQ("7", cell.m_band);
+    EXPECT_STREQ("", cell.m_RSRP);
+    EXPECT_STREQ("", cell.m_RSRP_LEVEL);
+    EXPECT_STREQ("", cell.m_SINR);
+}
+
+TEST_F(QuectelQcomTest, FullServingCellIsNoEarlyEnd) {
+    modem.On(kServingCell, Answer(kLteCell));
+    cell.CheckSignalStatus();
+    EXPECT_EQ(0, world.CountLogged("QENG info,pRes do not have valid data\n"));
+}
+
+TEST_F(QuectelQcomTest, FirstReadLogsAChangeOfBandUnlessTheBandIsEmpty) {
+    modem.On(kServingCell, Answer("+QENG: \"servingcell\",\"SEARCH\",\"LTE\""));
+    cell.CheckSignalStatus();
+    EXPECT_EQ(0, world.CountLogged("Band change: last band[] rsrp[], current band[] rsrp[]\n"));
+    modem.On(kServingCell, Answer(kLteCell));
+    cell.CheckSignalStatus();
+    EXPECT_TRUE(world.Logged(5, "Band change: last band[] rsrp[], current band[3] rsrp[-97]\n"));
+}
+
+TEST_F(QuectelQcomTest, AnswerWithoutServingCellSaysNoMore) {
+    modem.On(kServingCell, "\r\nERROR\r\n");
+    copy_text(cell.m_pcid, "1");
+    cell.CheckSignalStatus();
+    EXPECT_EQ(Texts{"AT+QENG common str:, len: 0 \r\n"}, world.LogOf("CheckSignalStatus"));
+    EXPECT_STREQ("1", cell.m_pcid);
+}
+
+TEST_F(QuectelQcomTest, FieldsLongerThanTheirSlotsAreCut) {
+    const std::string field(30, '7');
+    modem.On(kServingCell, Answer("+QENG: LTE,1,2,3,4,5,6," + field + ",8," + field));
+    cell.CheckSignalStatus();
+    EXPECT_EQ(field.substr(0, 15), cell.m_pcid);
+    EXPECT_EQ(field.substr(0, 15), cell.m_band);
+}
+
+// ---- neighbour cell
+
+TEST_F(QuectelQcomTest, FirstNeighbourCellIsStored) {
+    modem.On(kNeighbourCell,
+             "\r\n+QENG: \"neighbourcell intra\",\"LTE\",1650,301,-12,-101,-70,0,13,6,0,13,62\r\n"
+             "+QENG: \"neighbourcell intra\",\"LTE\",1650,302,-12,-102,-70,0,13,6,0,13,62\r\n\r\nOK\r\n");
+    cell.CheckNeighbourSignal();
+    EXPECT_EQ(Texts{"AT+QENG=\"neighbourcell\"\r\n"}, modem.Sent());
+    EXPECT_NEAR(10.0, world.now_seconds(), 0.01);
+    EXPECT_STREQ("301", cell.m_neighbour_pcid);
+    EXPECT_STREQ("-101", cell.m_neighbour_rsrp);
+    const std::string shown = "\"neighbourcell intra\",\"LTE\",1650,301,-12,-101,-70,0,13,6,0,13,62";
+    const Texts log = {"AT+QENG common str:" + shown + ", len: " + std::to_string(shown.size()) + "!!!\r\n",
+                       "neighbour info, pcid:301 !\n", "neighbour info, rsrp:-101 !\n"};
+    EXPECT_EQ(log, world.LogOf("CheckNeighbourSignal"));
+}
+
+TEST_F(QuectelQcomTest, NeighbourCellNeedNotBeLte) {
+    modem.On(kNeighbourCell, Answer("+QENG: \"neighbourcell\",\"WCDMA\",1,2,3,4"));
+    cell.CheckNeighbourSignal();
+    EXPECT_TRUE(world.Logged(7, "neighbour info,pRes do not have valid data\n"));
+    EXPECT_STREQ("2", cell.m_neighbour_pcid);
+    EXPECT_STREQ("4", cell.m_neighbour_rsrp);
+}
+
+TEST_F(QuectelQcomTest, AnswerWithoutNeighbourKeepsTheLastOne) {
+    copy_text(cell.m_neighbour_pcid, "1");
+    modem.On(kNeighbourCell, "\r\nOK\r\n");
+    cell.CheckNeighbourSignal();
+    EXPECT_STREQ("1", cell.m_neighbour_pcid);
+    EXPECT_EQ(Texts{"AT+QENG common str:, len: 0!!!\r\n"}, world.LogOf("CheckNeighbourSignal"));
+}
+
+// ---- signal
+
+TEST_F(QuectelQcomTest, ReadCsqAsksTheNetworkTypeFirst) {
+    modem.On("AT+QNWINFO", Answer("+QNWINFO: \"FDD LTE\",\"46001\",\"LTE BAND 3\",1650"));
+    modem.On("AT+CSQ", Answer("+CSQ: 23,99"));
+    EXPECT_EQ(1, cell.ReadCSQ());
+    const Texts expected = {"AT+QNWINFO", "AT+CSQ"};
+    EXPECT_EQ(expected, modem.Sent());
+    EXPECT_STREQ("\"FDD LTE\"", cell.m_NetworkType);
+    EXPECT_EQ(23, cell.m_nCSQ);
+    EXPECT_TRUE(world.Logged(7, "Network type:\"FDD LTE\"\n"));
+}
+
+TEST_F(QuectelQcomTest, ReadCsqFailsByTheCsqAlone) {
+    modem.On("AT+QNWINFO", "\r\nERROR\r\n");
+    modem.On("AT+CSQ", "\r\nERROR\r\n");
+    EXPECT_EQ(0, cell.ReadCSQ());
+}
+
+// ---- parser
+
+struct ParseCase {
+    const char* answer;
+    int32_t type;
+    Texts log;
+};
+
+TEST_F(QuectelQcomTest, RowsAreRecognisedAndLogged) {
+    const ParseCase cases[] = {
+        {"\r\nOK\r\n", 0, {}},
+        {"", 0, {}},
+        {"ReSeRvEd:x", 0, {"34 x\n"}},
+        {"+QNWINFO: ", 35, {"35 \n", "Network type:\n"}},
+        {"$QCRMCALL: 1", 36, {"36 1\n", "AT$QCRMCALL=1,1 return 1\n"}},
+        {"+QCCID: 8986\r\n", 38, {"38 8986\r\n\n", "ICCID:8986\n"}},
+        {"+QNETDEVCTL: 1,1,1,1", 0, {"39  1,1,1,1\n"}},
+        {"+QENG: \"servingcell\"\r\n", 41, {"41 \"servingcell\"\r\n\n"}},
+        {"+QENG: a\r\n+QNWINFO: b\r\n", 35, {"35 b\r\n\n", "Network type:b\n"}},
+    };
+    for (const ParseCase& test : cases) {
+        world.log.clear();
+        EXPECT_EQ(test.type, Parse(test.answer).type) << test.answer;
+        EXPECT_EQ(test.log, world.LogOf("ParseAtResult")) << test.answer;
+    }
+}
+
+TEST_F(QuectelQcomTest, NetdevCtlIsLoggedAndGivesNoHint) {
+    const AtResult result = Parse("\r\n+QNETDEVCTL: 1,1,1,1\r\n");
+    EXPECT_EQ(0, result.type);
+    EXPECT_EQ(0, result.val);
+    EXPECT_TRUE(world.Logged(7, "39  1,1,1,1\r\n\n"));
+}
+
+TEST_F(QuectelQcomTest, RowOfTheBaseWins) {
+    EXPECT_EQ(kHintCsq, Parse("+QENG: x\r\n+CSQ: 5,99\r\n").type);
+}
+
+TEST_F(QuectelQcomTest, UnknownWordOfTheBaseGoesOnToTheDriversRows) {
+    EXPECT_EQ(kHintQeng, Parse("Unknow.. +QENG: x\r\n").type);
+}
+
+TEST_F(QuectelQcomTest, MissingTextIsUnknown) {
+    EXPECT_EQ(0, cell.ParseAtResult(nullptr).type);
+    EXPECT_TRUE(world.log.empty());
+}
+
+TEST_F(QuectelQcomTest, PercentInAnAnswerIsText) {
+    Parse("+QCCID: %s%n%d\r\n");
+    EXPECT_TRUE(world.Logged(5, "ICCID:%s%n%d\n"));
+}
+
+// ---- upgrade
+
+TEST_F(QuectelQcomTest, MissingDirectoryIsFoundBeforeTheModelIsLookedAt) {
+    CellBase::m_ModuleName = "EG25";
+    EXPECT_EQ(3, cell.ModuleOtaTask());
+    EXPECT_EQ(Texts{"[OTA] OTA目录不存在\n"}, world.LogOf("IsOtaUpgradPathExist"));
+    EXPECT_EQ(Texts{"[OTA] ota upgrade file path or file no exist\n"}, world.LogOf("ModuleOtaTask"));
+    EXPECT_TRUE(world.LogOf("IsSupportModuleOTA").empty());
+}
+
+TEST_F(QuectelQcomTest, MissingToolIsAMissingFile) {
+    world.MakeFolder(kOtaDirectory);
+    CellBase::m_ModuleName = "EG21";
+    EXPECT_EQ(3, cell.ModuleOtaTask());
+    const Texts log = {"[OTA] OTA目录存在\n", "[OTA] QFirehose文件不存在\n"};
+    EXPECT_EQ(log, world.LogOf("IsOtaUpgradPathExist"));
+}
+
+TEST_F(QuectelQcomTest, Eg25WithTheToolInPlaceIsNotSupportedAndStartsNothing) {
+    InstallOtaTool();
+    CellBase::m_ModuleName = "EG25";
+    EXPECT_EQ(2, cell.ModuleOtaTask());
+    EXPECT_TRUE(world.shell.empty());
+    const Texts log = {"[OTA] OTA目录存在\n", "[OTA] QFirehose文件存在\n"};
+    EXPECT_EQ(log, world.LogOf("IsOtaUpgradPathExist"));
+    EXPECT_EQ(Texts{"[OTA] Module no support OTA\r\n"}, world.LogOf("IsSupportModuleOTA"));
+    EXPECT_EQ(Texts{"[OTA] 4g module ota upgrade not support\n"}, world.LogOf("ModuleOtaTask"));
+}
+
+TEST_F(QuectelQcomTest, OnlyTheExactNameIsSupported) {
+    for (const char* name : {"", "EG21-G", "eg21", "EG2"}) {
+        CellBase::m_ModuleName = name;
+        EXPECT_FALSE(cell.IsSupportModuleOTA()) << name;
+    }
+    CellBase::m_ModuleName = "EG21";
+    EXPECT_TRUE(cell.IsSupportModuleOTA());
+}
+
+struct UpgradeCase {
+    const char* output;
+    int32_t expected;
+    Texts log;  // behind the line that tells the command
+};
+
+TEST_F(QuectelQcomTest, LastTellingLineOfTheToolDecides) {
+    const UpgradeCase cases[] = {
+        {"begin\nUpgrade module successfully.\n", 0, {"[OTA] Upgrade module successfully\n"}},
+        {"Upgrade module fail, exit\n", 1, {"[OTA] Upgrade module fail\n"}},
+        {"Upgrade module fail\nretry\nUpgrade module successfully\n",
+         0,
+         {"[OTA] Upgrade module fail\n", "[OTA] Upgrade module successfully\n"}},
+        {"done successfully\nUpgrade module fail",
+         1,
+         {"[OTA] Upgrade module successfully\n", "[OTA] Upgrade module fail\n"}},
+        {"Upgrade module fail, not successfully\n", 0, {"[OTA] Upgrade module successfully\n"}},
+        {"something else\n", -1, {}},
+        {"", -1, {}},
+    };
+    for (const UpgradeCase& test : cases) {
+        InstallOtaTool();
+        world.log.clear();
+        world.shell.clear();
+        world.AnswerPopen("QFirehose", test.output);
+        EXPECT_EQ(test.expected, cell.ModuleOtaTask()) << test.output;
+        Texts log = world.LogOf("ModuleOtaTask");
+        ASSERT_FALSE(log.empty());
+        EXPECT_EQ("[OTA] run: " + std::string(kOtaCommand) + "\n", log[0]);
+        log.erase(log.begin());
+        EXPECT_EQ(test.log, log) << test.output;
+        EXPECT_EQ(Texts{kOtaCommand}, world.Commands());
+        EXPECT_TRUE(world.shell[0].is_popen);
+    }
+}
+
+TEST_F(QuectelQcomTest, FailureThenSuccessYieldsSuccess) {
+    InstallOtaTool();
+    world.AnswerPopen("QFirehose", "Upgrade module fail\nUpgrade module successfully\n");
+    EXPECT_EQ(0, cell.ModuleOtaTask());
+}
+
+TEST_F(QuectelQcomTest, ToolThatCanNotBeStarted) {
+    InstallOtaTool();
+    world.FailPopen("QFirehose");
+    EXPECT_EQ(-2, cell.ModuleOtaTask());
+    EXPECT_TRUE(world.Logged(5, "[OTA] run 4G module ota task fail\n"));
+}
+
+TEST_F(QuectelQcomTest, UpgradeDoesNotTouchThePort) {
+    InstallOtaTool();
+    world.AnswerPopen("QFirehose", "successfully\n");
+    EXPECT_EQ(0, cell.ModuleOtaTask());
+    EXPECT_TRUE(modem.exchanges.empty());
+}
+
+// ---- places of the lines
+
+TEST_F(QuectelQcomTest, EachLineNamesThisDriverAndItsOperation) {
+    AnswerSimCheck();
+    InstallOtaTool();
+    cell.m_check_service_times = 1;
+    modem.On("AT+QNETDEVSTATUS?", Answer("+QNETDEVSTATUS: 1,3,0,1"));
+    modem.On("AT+QCCID", Answer("+QCCID: 8986"));
+    modem.On("AT+CREG?", Answer("+CREG: 0,1"));
+    modem.On("AT+QTEMP", Answer("+QTEMP: 0,0,0"));
+    modem.On(kServingCell, Answer("+QENG: \"servingcell\",\"SEARCH\",\"LTE\",4,5,6,7,8,9,10"));
+    modem.On(kNeighbourCell, Answer("+QENG: \"neighbourcell\""));
+    modem.On("AT+QNWINFO", Answer("+QNWINFO: \"FDD LTE\""));
+    world.AnswerPopen("QFirehose", "successfully\nUpgrade module fail\n");
+
+    cell.Initialize();
+    cell.DoConnect();
+    cell.CheckConnection();
+    cell.CheckSimCard();
+    cell.CheckServiceStatus();
+    cell.CheckTempStatus();
+    cell.CheckSignalStatus();
+    cell.CheckNeighbourSignal();
+    cell.ReadCSQ();
+    cell.ModuleOtaTask();
+    cell.DisConnect();
+
+    // A line of the engine under one of these names comes from the base operation that the override calls.
+    const std::set<std::pair<std::string, std::string>> expected = {
+        {"Initialize", "m_ModuleName = "},
+        {"DoConnect", "AT+QICSGP=1,1 done"},
+        {"CheckConnection", "AT+QNETDEVSTATUS fail"},
+        {"CheckServiceStatus", "Get_network_check_times"},
+        {"CheckServiceStatus", "AT+CREG\n"},
+        {"CheckSignalStatus", "AT+QENG common str:\"servingcell\","},
+        {"CheckSignalStatus", "QENG info,pRes"},
+        {"CheckSignalStatus", "Band change"},
+        {"CheckSignalStatus", "QENG info, rsrp"},
+        {"CheckNeighbourSignal", "neighbour info,pRes"},
+        {"CheckNeighbourSignal", "neighbour info, pcid"},
+        {"ParseAtResult", "ICCID:8986"},
+        {"ParseAtResult", "query XO temperature"},
+        {"ModuleOtaTask", "[OTA] run: "},
+        {"IsSupportModuleOTA", "[OTA] Module EG21"},
+        {"IsOtaUpgradPathExist", "[OTA] QFirehose"},
+    };
+    for (const auto& [function, beginning] : expected) {
+        bool found = false;
+        for (const World::LogLine& line : world.log) {
+            if (line.text.compare(0, beginning.size(), beginning) != 0) continue;
+            if (line.file == "network_daemon/cellular_settings.cpp") continue;
+            EXPECT_EQ("CellSubClass/src/CellQuectelQcom.cpp", line.file) << line.text;
+            EXPECT_EQ(function, line.function) << line.text;
+            EXPECT_GT(line.line, 0);
+            found = true;
+        }
+        EXPECT_TRUE(found) << beginning;
+    }
+    for (const World::LogLine& line : world.log) {
+        EXPECT_EQ(std::string::npos, line.file.find("CellDriver")) << line.text;
+        EXPECT_EQ(std::string::npos, line.file.find("QuectelDialect")) << line.text;
+    }
+}
+
+}  // namespace

@@ -1,0 +1,204 @@
+// Module main: the sequence of a run, in virtual time, up to each of its ends that doesn't need an endless
+// Task. The sequence is compiled into this suite under another name.
+#define main run_daemon
+#include "network_daemon/main.cpp"
+#undef main
+
+#include <getopt.h>
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "tests/support/test_world.h"
+
+using test_support::ScriptedModem;
+using test_support::World;
+
+namespace {
+
+using Texts = std::vector<std::string>;
+
+constexpr char kOk[] = "\r\nOK\r\n";
+constexpr char kSettings[] = "/run/network/ifcfg-lte";
+
+class MainTest : public testing::Test {
+  protected:
+    void SetUp() override {
+        CellBase::m_ModuleName.clear();
+        world.Write(kSettings, "ENABLE=true\n");
+        world.Write("/proc/cpuinfo", "Hardware : STM32\n");
+        world.EndAt(3600);
+    }
+
+    void TearDown() override {
+        delete pCell;
+        pCell = nullptr;
+    }
+
+    int Run(Texts words = {}) {
+        words.insert(words.begin(), "ravelin-mobile");
+        std::vector<char*> argv;
+        for (std::string& word : words) argv.push_back(word.data());
+        argv.push_back(nullptr);
+        optind = 0;
+        return run_daemon(static_cast<int>(words.size()), argv.data());
+    }
+
+    void IdentifyAs(ScriptedModem& modem, const std::string& maker, const std::string& model) {
+        modem.SetInit();
+        modem.On("AT+CGMI", "\r\n" + maker + "\r\n\r\nOK\r\n");
+        modem.On("ATI", "\r\n" + maker + "\r\n" + model + "\r\n\r\nOK\r\n");
+    }
+
+    /// Index of the first line with this text; the size of the log when there is none.
+    size_t IndexOf(const std::string& text) const {
+        for (size_t i = 0; i < world.log.size(); ++i) {
+            if (world.log[i].text == text) return i;
+        }
+        return world.log.size();
+    }
+
+    World world;
+};
+
+TEST_F(MainTest, HelpAfterABadOptionEndsWithZeroAndTouchesNothing) {
+    world.Remove(kSettings);
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(0, Run({"-x", "-h"}));
+    EXPECT_EQ(0u, testing::internal::GetCapturedStdout().find("usage: ravelin-mobile [option]\n"));
+    EXPECT_EQ("ravelin-mobile: invalid option -- 'x'\n", testing::internal::GetCapturedStderr());
+    EXPECT_TRUE(world.log.empty());
+    EXPECT_TRUE(world.shell.empty());
+    EXPECT_EQ("", world.bus_name);
+}
+
+TEST_F(MainTest, MissingSettingsEndTheRun) {
+    world.Remove(kSettings);
+    EXPECT_EQ(-1, Run());
+    EXPECT_TRUE(world.Logged(0, "config /run/network/ifcfg-lte don't exist\n"));
+    EXPECT_EQ("", world.bus_name);
+}
+
+TEST_F(MainTest, EmptySettingsEndTheRunLikeMissingOnes) {
+    world.Write(kSettings, "");
+    EXPECT_EQ(-1, Run());
+    EXPECT_TRUE(world.Logged(0, "config /run/network/ifcfg-lte don't exist\n"));
+}
+
+TEST_F(MainTest, SettingsWithoutAnAcceptedLineEndTheRun) {
+    world.Write(kSettings, "# nothing\nenable=true\n");
+    EXPECT_EQ(-1, Run());
+}
+
+TEST_F(MainTest, OtherSettingsFileIsNamed) {
+    EXPECT_EQ(-1, Run({"-c", "/run/network/none"}));
+    EXPECT_TRUE(world.Logged(0, "config /run/network/none don't exist\n"));
+}
+
+TEST_F(MainTest, BusThatCanNotBeJoinedEndsTheProcess) {
+    world.bus_connect_result = -1;
+    EXPECT_EXIT(Run(), testing::ExitedWithCode(255), "^DBUS initialize error!\n: ");
+}
+
+TEST_F(MainTest, UnknownModemEndsTheRunWithZero) {
+    ScriptedModem modem(world);
+    IdentifyAs(modem, "Nobody", "X1");
+    EXPECT_EQ(0, Run());
+    EXPECT_TRUE(world.Logged(0, "Unknow Cell Device!\n"));
+    EXPECT_EQ("Unknow Cell Device!\n", world.log.back().text);
+    EXPECT_EQ(nullptr, pCell);
+}
+
+TEST_F(MainTest, StartUpInItsOrder) {
+    ScriptedModem modem(world);
+    IdentifyAs(modem, "Nobody", "X1");
+    modem.Plug(false);
+    world.At(5, [&] { modem.Plug(true); });
+    EXPECT_EQ(0, Run({"-s", "/etc/dhcp.sh"}));
+    EXPECT_EQ("RAVELIN", world.bus_name);
+    ASSERT_NE(nullptr, world.bus_descriptor);
+    EXPECT_EQ(Texts{"ravelin start!!!"}, world.forwarded);
+    EXPECT_EQ(Texts{"mkdir /run/network/ -p"}, world.Commands());
+    const std::string build = std::string("THIS APP BUILD INFO: commit ") + kBuildCommit + " tag V2.5.1 by " +
+                              kBuilder + " on " + kBuildStamp + "\n";
+    ASSERT_LE(4u, world.log.size());
+    EXPECT_EQ(build, world.log[0].text);
+    EXPECT_EQ("dev = /dev/ttyUSB2, config = /run/network/ifcfg-lte, script = /etc/dhcp.sh\n",
+              world.log[1].text);
+    EXPECT_EQ("wait device  /dev/ttyUSB2 .\n", world.log[2].text);
+    EXPECT_EQ("open device  /dev/ttyUSB2  ok!\n", world.log[3].text);
+    for (size_t i = 0; i < 4; ++i) EXPECT_EQ(5u, world.log[i].level);
+    EXPECT_EQ(10.0, world.log[3].at_seconds);
+}
+
+TEST_F(MainTest, BringUpOfAQuectelModemUntilItsPortIsLost) {
+    ScriptedModem modem(world);
+    IdentifyAs(modem, "Quectel", "EG25");
+    modem.AllowUnknown();
+    modem.On("AT+CPIN?", "\r\n+CPIN: READY\r\n\r\nOK\r\n");
+    // The first probe of the signal finds a dead modem, and the reset doesn't bring it back.
+    world.OnSystem("S84Reset4G.sh", [&] { modem.Plug(false); });
+    EXPECT_EQ(-1, Run({"-s", "/etc/dhcp.sh"}));
+
+    EXPECT_TRUE(world.Logged(0, "GetVendorType=6!\n"));
+    EXPECT_EQ(world.log.size(), IndexOf("SetATPort /dev/ttyUSB2\n"));
+    ASSERT_NE(nullptr, pCell) << "kept: threads still look at it while the process ends";
+    EXPECT_EQ(kVendorQuectelQcom, pCell->m_vendor_type);
+    EXPECT_EQ(kBoardStm32, pCell->m_board);
+    EXPECT_STREQ("/etc/dhcp.sh", pCell->m_dhcpc_script);
+    EXPECT_STREQ("true", pCell->m_enable);
+    EXPECT_TRUE(world.Logged(3, "open device error. /dev/ttyUSB2\n"));
+    EXPECT_EQ("open device error. /dev/ttyUSB2\n", world.log.back().text);
+
+    const Texts sent = modem.Sent();
+    const auto first = [&sent](const std::string& command) {
+        for (size_t i = 0; i < sent.size(); ++i) {
+            if (sent[i] == command) return i;
+        }
+        return sent.size();
+    };
+    // Identification, Initialize, CheckSimCard, ConfigThermalLimit, Connect, Task.
+    const Texts in_order = {"AT+CGMI",  "ATZ",       "AT+qcfg=\"usbnet\",0",
+                            "AT+CPIN?", "AT+QCCID",  "AT+QCFG='thermal/limit_rates',1",
+                            "AT+CREG?", "AT+QNWINFO"};
+    for (size_t i = 0; i + 1 < in_order.size(); ++i) {
+        EXPECT_LT(first(in_order[i]), first(in_order[i + 1])) << in_order[i];
+    }
+    EXPECT_LT(first(in_order.back()), sent.size());
+
+    const size_t vendor_line = IndexOf("GetVendorType=6!\n");
+    const size_t board_line = IndexOf("--- STM32 BOARD --- \n");
+    EXPECT_LT(vendor_line, board_line);
+    EXPECT_LT(board_line, IndexOf("udhcpc script = /etc/dhcp.sh\n"));
+    EXPECT_EQ(1, world.CountLogged("--- STM32 BOARD --- \n"));
+}
+
+TEST_F(MainTest, BoardThatCpuInfoDoesNotTellIsFoundByTheKernel) {
+    ScriptedModem modem(world);
+    IdentifyAs(modem, "Quectel", "EG25");
+    modem.AllowUnknown();
+    world.Write("/proc/cpuinfo", "nothing\n");
+    world.Write("/proc/version", "Linux version 5.10.1\n");
+    world.OnSystem("S84Reset4G.sh", [&] { modem.Plug(false); });
+    EXPECT_EQ(-1, Run());
+    EXPECT_EQ(kBoardA35, pCell->m_board);
+}
+
+TEST_F(MainTest, StatusIsPublishedBeforeTheLimitsAndTheDial) {
+    ScriptedModem modem(world);
+    IdentifyAs(modem, "Quectel", "EG25");
+    modem.AllowUnknown();
+    bool published = false;
+    modem.OnCall("AT+QCFG='thermal/limit_rates',1", [&] {
+        published = world.Exists("/run/network/ravelin_status");
+        return std::string(kOk);
+    });
+    world.OnSystem("S84Reset4G.sh", [&] { modem.Plug(false); });
+    EXPECT_EQ(-1, Run());
+    EXPECT_TRUE(published);
+}
+
+}  // namespace
