@@ -25,6 +25,10 @@ int find_board() {
     return board != kBoardUnknown ? board : board_version_info();
 }
 
+/// Proves that the settings file exists; its keys are read by the driver. Some ends of a run leave the table
+/// to the system, so it is held from here and not from main.
+IniEntry* settings = nullptr;
+
 /// From the new object to the first attempt at a link. What fails here is left to the retries of Task.
 void bring_up(CellBase& cell, const char* script) {
     cell.SetBoard(find_board());
@@ -41,10 +45,6 @@ void bring_up(CellBase& cell, const char* script) {
 
 int main(int argc, char** argv) {
     Options options;
-    // The settings file is proved to exist; the keys are read by the driver. Some ends of a run leave the
-    // table to the system, so its pointer outlives this function.
-    static IniEntry* settings;
-
     trace_init(argc, argv);
     if (!read_options(argc, argv, options)) return kExitDone;
     settings = ini_load(options.config);
@@ -61,6 +61,7 @@ int main(int argc, char** argv) {
     TRACE(5, "dev = %s, config = %s, script = %s\n", options.device, options.config, options.script);
     run_shell(kMakeNetworkDirectory);
 
+    // What must work without a modem starts here: the wait for the port has no end.
     int port_fd = wait_for_port(TRACE_HERE, options.device);
     TRACE(5, "open device  %s  ok!\n", options.device);
     const int vendor = CheckDevType(port_fd);
@@ -71,6 +72,7 @@ int main(int argc, char** argv) {
         return kExitDone;
     }
 
+    // From here on the module is one that may run on this product.
     TRACE(0, "GetVendorType=%d!\n", pCell->m_vendor_type);
     if (pCell->m_vendor_type == kVendorCinterion) {
         TRACE(5, "SetATPort %s\n", options.device);

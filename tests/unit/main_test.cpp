@@ -52,6 +52,12 @@ class MainTest : public testing::Test {
         modem.On("ATI", "\r\n" + maker + "\r\n" + model + "\r\n\r\nOK\r\n");
     }
 
+    /// For the ends of a run that leave the table of settings to the system.
+    void FreeSettings() {
+        ini_free(settings);
+        settings = nullptr;
+    }
+
     /// Index of the first line with this text; the size of the log when there is none.
     size_t IndexOf(const std::string& text) const {
         for (size_t i = 0; i < world.log.size(); ++i) {
@@ -110,6 +116,7 @@ TEST_F(MainTest, UnknownModemEndsTheRunWithZero) {
     EXPECT_TRUE(world.Logged(0, "Unknow Cell Device!\n"));
     EXPECT_EQ("Unknow Cell Device!\n", world.log.back().text);
     EXPECT_EQ(nullptr, pCell);
+    FreeSettings();
 }
 
 TEST_F(MainTest, StartUpInItsOrder) {
@@ -132,6 +139,7 @@ TEST_F(MainTest, StartUpInItsOrder) {
     EXPECT_EQ("open device  /dev/ttyUSB2  ok!\n", world.log[3].text);
     for (size_t i = 0; i < 4; ++i) EXPECT_EQ(5u, world.log[i].level);
     EXPECT_EQ(10.0, world.log[3].at_seconds);
+    FreeSettings();
 }
 
 TEST_F(MainTest, BringUpOfAQuectelModemUntilItsPortIsLost) {
