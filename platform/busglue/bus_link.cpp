@@ -20,7 +20,8 @@ constexpr char kIntrospectInterface[] = "org.freedesktop.DBus.Introspectable";
 constexpr int kReconnectWaitMs = 1000;
 constexpr int kReplyWaitMs = 25000;  // what D-Bus clients commonly allow; a later reply is thrown away
 constexpr int kNoTimeout = -1;
-constexpr size_t kQueueLimit = 256;  // a bus that takes nothing for so long won't be helped by memory
+constexpr size_t kAwaitedLimit = 64;  // a system bus refuses calls beyond 128 unanswered ones of a connection
+constexpr size_t kQueueLimit = 256;   // peers that answer nothing for so long will not be helped by memory
 
 int64_t NowMs() {
     timespec now = {};
@@ -289,11 +290,14 @@ void BusLink::WaitForTraffic(int timeout_ms) {
 }
 
 void BusLink::SendQueued() {
-    std::deque<QueuedRecord> records;
-    mutex_.lock();
-    records.swap(queue_);
-    mutex_.unlock();
-    for (const QueuedRecord& record : records) {
+    while (awaited_.size() < kAwaitedLimit) {
+        std::unique_lock<std::mutex> lock(mutex_);
+        if (queue_.empty()) {
+            return;
+        }
+        QueuedRecord record = std::move(queue_.front());
+        queue_.pop_front();
+        lock.unlock();
         SendNow(record);
     }
 }

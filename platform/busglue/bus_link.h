@@ -1,12 +1,13 @@
-// The process's one connection to the bus, with a thread of its own. Only that thread touches D-Bus once Join has
-// returned, so that nothing depends on the locking of libdbus; other threads leave their records in a queue.
+// The process's one connection to the bus, with a thread of its own. Only that thread touches D-Bus once Join
+// has returned, so that nothing depends on the locking of libdbus; other threads leave their records in a
+// queue.
 #pragma once
 
 #include "bus_names.h"
 #include "busglue.h"
 
-#include <cstdint>
 #include <dbus/dbus.h>
+#include <cstdint>
 #include <deque>
 #include <map>
 #include <mutex>
@@ -14,15 +15,17 @@
 #include <vector>
 
 class BusLink {
-public:
-    /// Joins the bus under `name`, and serves `descriptor` (may be null: nothing to serve) from a new thread for the
-    /// rest of the process. False: no bus, name taken or not valid, or already joined; says why on standard error.
+  public:
+    /// Joins the bus under `name`, and serves `descriptor` (may be null: nothing to serve) from a new thread
+    /// for the rest of the process. False: no bus, name taken or not valid, or already joined; says why on
+    /// standard error.
     bool Join(const char* name, const busglue_descriptor* descriptor);
 
-    /// Queues a copy of the record. False: no bus at the moment, a record that can't be sent, or a full queue.
+    /// Queues a copy of the record. False: no bus at the moment, a record that can't be sent, or a full
+    /// queue.
     bool Send(const busglue_send_record& record, busglue_send_reply reply);
 
-private:
+  private:
     struct MethodRow {
         BusTarget target;
         busglue_method_handler handler;
@@ -67,7 +70,7 @@ private:
 
     // The thread's own, once it runs.
     DBusConnection* connection_ = nullptr;
-    std::map<dbus_uint32_t, AwaitedReply> awaited_; // by serial of the call
+    std::map<dbus_uint32_t, AwaitedReply> awaited_;  // by serial of the call
 
     // Shared with the threads that send.
     std::mutex mutex_;

@@ -1,0 +1,505 @@
+// libbusglue against a real bus daemon. The process under test is the daemon's part ("RAVELIN"); peers are
+// either forked children that use the library too ("OCPP"), or dbus-send, a stock client that knows nothing
+// of the library.
+
+#include "busglue.h"
+
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <sys/wait.h>
+#include <syslog.h>
+#include <unistd.h>
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <csignal>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using Bytes = std::vector<unsigned char>;
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+
+constexpr int kLargestFrame = 30731;
+constexpr int kFourth = 700;  // what the daemon passes
+
+// ---- what arrives, by handler and reply functions that carry no context of ours
+// -------------------------------
+
+struct Inbox {
+    void Add(int length, const unsigned char* bytes) {
+        std::lock_guard<std::mutex> lock(mutex);
+        frames.emplace_back(bytes, bytes + length);
+        changed.notify_all();
+    }
+    bool WaitFor(size_t count, seconds limit = seconds(20)) {
+        std::unique_lock<std::mutex> lock(mutex);
+        return changed.wait_for(lock, limit, [&] { return frames.size() >= count; });
+    }
+    std::vector<Bytes> All() {
+        std::lock_guard<std::mutex> lock(mutex);
+        return frames;
+    }
+    size_t Count() { return All().size(); }
+    std::mutex mutex;
+    std::condition_variable changed;
+    std::vector<Bytes> frames;
+};
+
+// The library's thread lives as long as the process: what it touches is never destroyed.
+Inbox& requests = *new Inbox;
+Inbox& signals = *new Inbox;
+Inbox& replies = *new Inbox;
+std::atomic<std::thread::id> handler_thread;
+
+std::mutex& log_mutex = *new std::mutex;
+std::vector<std::string>& log_lines = *new std::vector<std::string>;
+
+int TakeSignal(int length, unsigned char* bytes) {
+    signals.Add(length, bytes);
+    return 0;
+}
+
+int TakeReply(int length, unsigned char* bytes) {
+    replies.Add(length, bytes);
+    return 0;
+}
+
+Bytes Reversed(int length, const unsigned char* bytes) {
+    return Bytes(std::make_reverse_iterator(bytes + length), std::make_reverse_iterator(bytes));
+}
+
+int AnswerReversed(int length, unsigned char* bytes, void* context, busglue_reply reply) {
+    handler_thread = std::this_thread::get_id();
+    Bytes answer = Reversed(length, bytes);
+    requests.Add(length, bytes);
+    reply(length, answer.data(), context);
+    return 0;
+}
+
+int AnswerEmpty(int length, unsigned char* bytes, void* context, busglue_reply reply) {
+    requests.Add(length, bytes);
+    reply(0, nullptr, context);
+    return 0;
+}
+
+int AnswerTwice(int, unsigned char* bytes, void* context, busglue_reply reply) {
+    reply(1, bytes, context);
+    reply(0, nullptr, context);
+    return 0;
+}
+
+int AnswerNothing(int length, unsigned char* bytes, void*, busglue_reply) {
+    requests.Add(length, bytes);
+    return 0;
+}
+
+int VanishInMidCall(int, unsigned char*, void*, busglue_reply) {
+    _exit(0);
+}
+
+int Join(const char* name, const char* row, busglue_method_handler handler) {
+    static busglue_signal_row signal_rows[2] = {{"ravelin.reset", TakeSignal}, {nullptr, nullptr}};
+    static busglue_method_row method_rows[2] = {{nullptr, nullptr}, {nullptr, nullptr}};
+    static busglue_descriptor descriptor = {signal_rows, method_rows};
+    method_rows[0] = {row, handler};
+    return dbs_connect_init(name, &descriptor);
+}
+
+int JoinAsDaemon(busglue_method_handler handler) {
+    return Join("RAVELIN", "RAVELIN.Message", handler);
+}
+
+int JoinAsPeer(busglue_method_handler handler) {
+    return Join("OCPP", "OCPP.Message", handler);
+}
+
+int Send(const char* destination, Bytes frame, busglue_send_reply reply) {
+    std::string text = destination;
+    busglue_send_record record = {static_cast<int>(frame.size()), frame.data(), text.data(), kFourth};
+    int result = dbs_send_method_async(&record, reply);
+    // The caller's memory is its own again, whatever the library still has to do.
+    frame.assign(frame.size(), 0xEE);
+    text.assign(text.size(), 'x');
+    return result;
+}
+
+bool Eventually(const std::function<bool()>& condition, seconds limit = seconds(20)) {
+    auto deadline = std::chrono::steady_clock::now() + limit;
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > deadline) {
+            return false;
+        }
+        std::this_thread::sleep_for(milliseconds(20));
+    }
+    return true;
+}
+
+Bytes Pattern(int length, int seed = 0) {
+    Bytes bytes(static_cast<size_t>(length));
+    for (size_t i = 0; i < bytes.size(); i++) {
+        bytes[i] = static_cast<unsigned char>(i * 7 + i / 251 + static_cast<size_t>(seed));
+    }
+    return bytes;
+}
+
+// ---- the bus and its peers
+// ------------------------------------------------------------------------------------
+
+class BusglueTest : public testing::Test {
+  protected:
+    BusglueTest() {
+        char name[] = "/tmp/busglue_test.XXXXXX";
+        folder_ = mkdtemp(name);
+        setenv("RAVELIN_BUS_ADDRESS", ("unix:path=" + Socket()).c_str(), 1);
+        StartBus();
+    }
+
+    ~BusglueTest() override {
+        for (pid_t peer : peers_) {
+            kill(peer, SIGKILL);
+            waitpid(peer, nullptr, 0);
+        }
+        StopBus();
+        rmdir(folder_.c_str());
+    }
+
+    std::string Socket() const { return folder_ + "/bus"; }
+
+    void StartBus() {
+        bus_ = fork();
+        if (bus_ == 0) {
+            std::string address = "--address=unix:path=" + Socket();
+            freopen("/dev/null", "w", stderr);
+            execlp("dbus-daemon", "dbus-daemon", "--config-file=" BUS_CONFIG, address.c_str(), "--nofork",
+                   "--nopidfile", nullptr);
+            _exit(127);
+        }
+        ASSERT_TRUE(Eventually([&] { return IsListening(); }));
+    }
+
+    void StopBus() {
+        if (bus_ > 0) {
+            kill(bus_, SIGTERM);
+            waitpid(bus_, nullptr, 0);
+            unlink(Socket().c_str());
+        }
+        bus_ = -1;
+    }
+
+    /// Runs `work` in a process of its own, whose exit status it returns. To be called before this process
+    /// joins.
+    pid_t StartPeer(const std::function<int()>& work) {
+        pid_t peer = fork();
+        if (peer == 0) {
+            _exit(work());
+        }
+        peers_.push_back(peer);
+        return peer;
+    }
+
+    int WaitForPeer(pid_t peer) {
+        int status = -1;
+        waitpid(peer, &status, 0);
+        peers_.erase(std::find(peers_.begin(), peers_.end(), peer));
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+
+    /// What dbus-send prints.
+    std::string DbusSend(const std::string& words) {
+        std::string command = "dbus-send --bus=unix:path=" + Socket() + " " + words + " 2>&1";
+        FILE* pipe = popen(command.c_str(), "r");
+        std::string output;
+        char piece[256];
+        while (fgets(piece, sizeof piece, pipe) != nullptr) {
+            output += piece;
+        }
+        pclose(pipe);
+        return output;
+    }
+
+    std::string CallByDbusSend(const std::string& argument) {
+        return DbusSend(
+            "--print-reply --reply-timeout=5000 --dest=busglue.RAVELIN /busglue/RAVELIN "
+            "busglue.RAVELIN.Message " +
+            argument);
+    }
+
+  private:
+    bool IsListening() const {
+        sockaddr_un address = {AF_UNIX, ""};
+        snprintf(address.sun_path, sizeof address.sun_path, "%s", Socket().c_str());
+        int fd = socket(AF_UNIX, SOCK_STREAM, 0);
+        bool connected = connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
+        close(fd);
+        return connected;
+    }
+
+    std::string folder_;
+    pid_t bus_ = -1;
+    std::vector<pid_t> peers_;
+};
+
+TEST_F(BusglueTest, NoBusIsNegative) {
+    StopBus();
+    EXPECT_LT(JoinAsDaemon(AnswerReversed), 0);
+}
+
+TEST_F(BusglueTest, NonsenseAddressIsNegative) {
+    setenv("RAVELIN_BUS_ADDRESS", "nonsense", 1);
+    EXPECT_LT(JoinAsDaemon(AnswerReversed), 0);
+}
+
+TEST_F(BusglueTest, FailedJoinCanBeRepeated) {
+    StopBus();
+    ASSERT_LT(JoinAsDaemon(AnswerReversed), 0);
+    StartBus();
+    EXPECT_GE(JoinAsDaemon(AnswerReversed), 0);
+    EXPECT_LT(JoinAsDaemon(AnswerReversed), 0);  // but a process joins once
+}
+
+TEST_F(BusglueTest, NamesThatCannotBeOwnedAreNegative) {
+    std::string long_name(300, 'A');
+    for (const char* name :
+         {static_cast<const char*>(nullptr), "", "A.B", "1A", "A B", long_name.c_str(), "\xff"}) {
+        EXPECT_LT(Join(name, "RAVELIN.Message", AnswerReversed), 0);
+    }
+}
+
+TEST_F(BusglueTest, RowNamesThatCannotBeServedAreNegative) {
+    for (const char* row : {"", "Message", ".Message", "RAVELIN.", "RAVELIN.a.b", "RAVELIN.1"}) {
+        EXPECT_LT(Join("RAVELIN", row, AnswerReversed), 0) << row;
+    }
+}
+
+TEST_F(BusglueTest, NothingToServeStillOwnsTheName) {
+    EXPECT_GE(dbs_connect_init("RAVELIN", nullptr), 0);
+    EXPECT_NE(DbusSend("--print-reply --dest=org.freedesktop.DBus / org.freedesktop.DBus.GetNameOwner "
+                       "string:busglue.RAVELIN")
+                  .find("string \":"),
+              std::string::npos);
+}
+
+TEST_F(BusglueTest, SecondOwnerOfANameIsNegative) {
+    pid_t first = StartPeer([] {
+        if (JoinAsDaemon(AnswerReversed) >= 0) {
+            pause();
+        }
+        return 1;
+    });
+    ASSERT_TRUE(Eventually([&] { return CallByDbusSend("array:byte:1").find("01") != std::string::npos; }));
+    EXPECT_LT(JoinAsDaemon(AnswerReversed), 0);
+    kill(first, SIGKILL);
+    WaitForPeer(first);
+    EXPECT_TRUE(Eventually([] { return JoinAsDaemon(AnswerReversed) >= 0; }));
+}
+
+TEST_F(BusglueTest, StockClientIsAnsweredFromTheLibrarysThread) {
+    ASSERT_GE(JoinAsDaemon(AnswerReversed), 0);
+    std::string output = CallByDbusSend("array:byte:0xFF,0x6A,0xA6,0x00");
+    EXPECT_NE(output.find("array of bytes [\n      00 a6 6a ff\n   ]"), std::string::npos) << output;
+    ASSERT_TRUE(requests.WaitFor(1));
+    EXPECT_EQ(requests.All()[0], (Bytes{0xFF, 0x6A, 0xA6, 0x00}));
+    EXPECT_NE(handler_thread.load(), std::this_thread::get_id());
+}
+
+TEST_F(BusglueTest, EmptyAnswerIsAnAnswer) {
+    ASSERT_GE(JoinAsDaemon(AnswerEmpty), 0);
+    std::string output = CallByDbusSend("array:byte:7");
+    EXPECT_NE(output.find("array [\n   ]"), std::string::npos) << output;
+}
+
+TEST_F(BusglueTest, OnlyTheFirstAnswerCounts) {
+    ASSERT_GE(JoinAsDaemon(AnswerTwice), 0);
+    std::string output = CallByDbusSend("array:byte:7");
+    EXPECT_NE(output.find("array of bytes [\n      07\n   ]"), std::string::npos) << output;
+}
+
+TEST_F(BusglueTest, HandlerWithoutAnswerIsTold) {
+    ASSERT_GE(JoinAsDaemon(AnswerNothing), 0);
+    EXPECT_NE(CallByDbusSend("array:byte:7").find("without an answer"), std::string::npos);
+}
+
+TEST_F(BusglueTest, CallsThatAreNotFramesAreRefused) {
+    ASSERT_GE(JoinAsDaemon(AnswerReversed), 0);
+    EXPECT_NE(CallByDbusSend("string:hello").find("InvalidArgs"), std::string::npos);
+    EXPECT_NE(CallByDbusSend("").find("InvalidArgs"), std::string::npos);
+    EXPECT_NE(DbusSend("--print-reply --dest=busglue.RAVELIN /busglue/RAVELIN busglue.RAVELIN.Other")
+                  .find("Unknown"),
+              std::string::npos);
+    EXPECT_NE(DbusSend("--print-reply --dest=busglue.RAVELIN /other busglue.RAVELIN.Message").find("Unknown"),
+              std::string::npos);
+    EXPECT_EQ(requests.Count(), 0u);
+    EXPECT_NE(CallByDbusSend("array:byte:1,2").find("02 01"), std::string::npos);
+}
+
+TEST_F(BusglueTest, IntrospectionNamesTheMethod) {
+    ASSERT_GE(JoinAsDaemon(AnswerReversed), 0);
+    std::string output = DbusSend(
+        "--print-reply --dest=busglue.RAVELIN /busglue/RAVELIN "
+        "org.freedesktop.DBus.Introspectable.Introspect");
+    EXPECT_NE(output.find("<interface name=\"busglue.RAVELIN\">"), std::string::npos) << output;
+    EXPECT_NE(output.find("<method name=\"Message\">"), std::string::npos) << output;
+}
+
+TEST_F(BusglueTest, SignalReachesItsRow) {
+    ASSERT_GE(JoinAsDaemon(AnswerReversed), 0);
+    DbusSend("--type=signal /busglue/ravelin busglue.ravelin.reset array:byte:1,2,3");
+    DbusSend("--type=signal /busglue/ravelin busglue.ravelin.other array:byte:9");
+    DbusSend("--type=signal /busglue/ravelin busglue.ravelin.reset string:nonsense");
+    DbusSend("--type=signal --dest=busglue.RAVELIN /busglue/ravelin busglue.ravelin.reset array:byte:4");
+    ASSERT_TRUE(signals.WaitFor(2));
+    EXPECT_EQ(signals.All(), (std::vector<Bytes>{{1, 2, 3}, {4}}));
+}
+
+TEST_F(BusglueTest, FramesOfEverySizeArriveWholeAndAreAnsweredWhole) {
+    std::vector<pid_t> peers;
+    const std::vector<int> lengths = {0, 1, 11, 1024, 4096, kLargestFrame};
+    for (int length : lengths) {
+        peers.push_back(StartPeer([&] {
+            if (Join(("P" + std::to_string(length)).c_str(), "P.Message", AnswerEmpty) < 0) {
+                return 2;
+            }
+            Bytes frame = Pattern(length);
+            bool sent = Eventually([&] {
+                Send("RAVELIN.Message", frame, TakeReply);
+                return replies.WaitFor(1, seconds(1));
+            });
+            return sent && replies.All()[0] == Reversed(length, frame.data()) ? 0 : 3;
+        }));
+    }
+    ASSERT_GE(JoinAsDaemon(AnswerReversed), 0);
+    for (pid_t peer : peers) {
+        EXPECT_EQ(WaitForPeer(peer), 0);
+    }
+    for (const Bytes& frame : requests.All()) {
+        EXPECT_EQ(frame, Pattern(static_cast<int>(frame.size())));
+    }
+}
+
+TEST_F(BusglueTest, SentRecordIsCopiedAndThePeersReplyComesBack) {
+    StartPeer([] { return JoinAsPeer(AnswerReversed) < 0 ? 1 : pause(); });
+    ASSERT_GE(JoinAsDaemon(AnswerReversed), 0);
+    Bytes frame = Pattern(kLargestFrame);
+    ASSERT_TRUE(Eventually([&] {
+        EXPECT_GE(Send("OCPP.Message", frame, TakeReply), 0);
+        return replies.WaitFor(1, seconds(1));
+    }));
+    EXPECT_EQ(replies.All()[0], Reversed(kLargestFrame, frame.data()));
+}
+
+TEST_F(BusglueTest, NoReplyComesFromAPeerThatIsAbsentOrVanishes) {
+    StartPeer([] { return JoinAsPeer(VanishInMidCall) < 0 ? 1 : pause(); });
+    ASSERT_GE(JoinAsDaemon(AnswerReversed), 0);
+    EXPECT_GE(Send("NOBODY.Message", {1}, TakeReply), 0);
+    EXPECT_GE(Send("OCPP.Message", {1}, TakeReply), 0);
+    EXPECT_GE(Send("OCPP.Message", {1}, nullptr), 0);  // a sender may not care
+    EXPECT_FALSE(replies.WaitFor(1, seconds(1)));
+    EXPECT_NE(CallByDbusSend("array:byte:1,2").find("02 01"), std::string::npos);
+}
+
+TEST_F(BusglueTest, RecordsThatCannotBeSentAreNegative) {
+    EXPECT_LT(Send("OCPP.Message", {1}, TakeReply), 0);  // not on the bus yet
+    ASSERT_GE(JoinAsDaemon(AnswerReversed), 0);
+    EXPECT_LT(dbs_send_method_async(nullptr, TakeReply), 0);
+    unsigned char byte = 1;
+    char destination[] = "OCPP.Message";
+    char nonsense[] = "OCPP..Message";
+    for (busglue_send_record record :
+         {busglue_send_record{-1, &byte, destination, kFourth},
+          busglue_send_record{1, nullptr, destination, kFourth},
+          busglue_send_record{1, &byte, nullptr, kFourth}, busglue_send_record{1, &byte, nonsense, kFourth},
+          busglue_send_record{0x7fffffff, &byte, destination, kFourth}}) {
+        EXPECT_LT(dbs_send_method_async(&record, TakeReply), 0);
+    }
+}
+
+TEST_F(BusglueTest, BusThatGoesAwayIsJoinedAgain) {
+    ASSERT_GE(JoinAsDaemon(AnswerReversed), 0);
+    StopBus();
+    EXPECT_TRUE(Eventually([] { return Send("OCPP.Message", {1}, TakeReply) < 0; }));
+    std::this_thread::sleep_for(milliseconds(1500));  // through a failed attempt
+    StartBus();
+    EXPECT_TRUE(
+        Eventually([&] { return CallByDbusSend("array:byte:1,2").find("02 01") != std::string::npos; }));
+    DbusSend("--type=signal /busglue/ravelin busglue.ravelin.reset array:byte:5");
+    EXPECT_TRUE(signals.WaitFor(1));
+    EXPECT_GE(Send("OCPP.Message", {1}, TakeReply), 0);
+}
+
+TEST_F(BusglueTest, FourPeersAtOnceAreAllAnswered) {
+    constexpr int kPeers = 4;
+    constexpr size_t kRequests = 2500;
+    std::vector<pid_t> peers;
+    for (int number = 0; number < kPeers; number++) {
+        peers.push_back(StartPeer([number] {
+            if (Join(("P" + std::to_string(number)).c_str(), "P.Message", AnswerEmpty) < 0) {
+                return 2;
+            }
+            if (!Eventually([&] {
+                    Send("RAVELIN.Message", {}, TakeReply);
+                    return replies.WaitFor(1, seconds(1));
+                })) {
+                return 3;
+            }
+            std::this_thread::sleep_for(milliseconds(500));  // late answers of the first attempts
+            size_t before = replies.Count();
+            for (size_t i = 0; i < kRequests; i++) {
+                while (Send("RAVELIN.Message", Pattern(64, static_cast<int>(i)), TakeReply) < 0) {
+                    std::this_thread::sleep_for(milliseconds(1));
+                }
+            }
+            return replies.WaitFor(before + kRequests, seconds(60)) ? 0 : 4;
+        }));
+    }
+    ASSERT_GE(JoinAsDaemon(AnswerReversed), 0);
+    for (pid_t peer : peers) {
+        EXPECT_EQ(WaitForPeer(peer), 0);
+    }
+}
+
+TEST_F(BusglueTest, SignalsOfTheProcessKeepTheirDefaultAction) {
+    ASSERT_GE(JoinAsDaemon(AnswerReversed), 0);
+    for (int number : {SIGPIPE, SIGTERM, SIGINT, SIGCHLD}) {
+        struct sigaction action = {};
+        sigaction(number, nullptr, &action);
+        EXPECT_EQ(action.sa_handler, SIG_DFL) << number;
+    }
+}
+
+TEST(LogSend, HandsTheTextToSyslogFromAnyThreadAlsoBeforeJoining) {
+    std::vector<std::thread> threads;
+    for (int number = 0; number < 4; number++) {
+        threads.emplace_back([] { log_send("100 %s %n done"); });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    log_send(nullptr);
+    log_send("");
+    const std::string line = "100 %s %n done";
+    EXPECT_EQ(log_lines, (std::vector<std::string>{line, line, line, line, ""}));
+}
+
+}  // namespace
+
+/// Takes the place of libc's for the library as well, so that no line of a test reaches the machine's log.
+extern "C" void syslog(int, const char* format, ...) {
+    char line[2048];
+    va_list arguments;
+    va_start(arguments, format);
+    vsnprintf(line, sizeof line, format, arguments);
+    va_end(arguments);
+    std::lock_guard<std::mutex> lock(log_mutex);
+    log_lines.push_back(line);
+}
