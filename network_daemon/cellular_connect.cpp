@@ -10,7 +10,6 @@
 #include "MkUtils.h"
 #include "cellular.h"
 #include "cellular_carrier.h"
-#include "shell.h"
 #include "text_util.h"
 #include "trace_log.h"
 
@@ -48,6 +47,12 @@ const char* ApnOfCarrier(int32_t carrier_code) {
     static constexpr int32_t kLastCode = 3;
     if (carrier_code > kLastCode) return nullptr;
     return kApns[carrier_code > 0 ? carrier_code : 0];
+}
+
+/// The scripts' exit status says nothing about the link: the next check of the connection does.
+void RunScript(const char* command) {
+    const int status = system(command);
+    (void)status;
 }
 
 bool IsRegistrationDenied(const CellBase& cell) {
@@ -186,7 +191,7 @@ int32_t CellBase::Initialize() {
 void CellBase::SoftReset() {
     TRACE(5, "Soft reset!\n");
     TRACE(5, "kill udhcpc lte!!!\n");
-    run_shell(kCommandDhcpKill);
+    RunScript(kCommandDhcpKill);
     Initialize();
     CheckSimCard();
     m_online = 0;

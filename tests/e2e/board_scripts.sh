@@ -1,0 +1,70 @@
+#!/bin/bash
+# The scripts of packaging/board, by themselves.
+. "$REPOSITORY/tests/e2e/e2e.bash"
+
+if_lte() {
+    /ubi/local/apps/network/if-lte "$SETTINGS" "$@"
+}
+start_board
+
+modem_says() {
+    modem status | grep -qE "$1"
+}
+
+check "the modem is on" modem_says '^power: on'
+/ubi/local/apps/network/Reset4G.sh start pin_rst &
+check "the reset pin resets" wait_for 3 modem_says '^power: booting'
+check "and the modem comes up" wait_for 20 modem_says '^power: on'
+wait $!
+/ubi/local/apps/network/Reset4G.sh start pin_power &
+check "the power pin switches off" wait_for 3 modem_says '^power: off'
+check "and on again" wait_for 20 modem_says '^power: on'
+wait $!
+/etc/init.d/S84Reset4G.sh start &
+check "the init script resets" wait_for 3 modem_says '^power: booting'
+wait $!
+/ubi/local/apps/network/Reset4G.sh start pin_none 2>/dev/null
+check "an unknown pin is refused" test $? -eq 2
+/ubi/local/apps/network/Reset4G.sh stop pin_rst 2>/dev/null
+check "and so is an unknown verb" test $? -eq 2
+
+client_runs() {
+    [ -d "/proc/$(cat /run/udhcpc-lte.pid 2>/dev/null || echo none)" ]
+}
+has_address() {
+    ip -4 -brief address show dev wwan0 | grep -q 10.64.64.
+}
+
+check "dhcp runs" if_lte dhcp
+check "the client goes on" client_runs
+check "the interface has an address" wait_for 10 has_address
+first_client=$(cat /run/udhcpc-lte.pid)
+check "dhcp twice" if_lte dhcp
+check "leaves one client" test "$(ls -d /proc/"$first_client" 2>/dev/null)" = ""
+check "kill_dhcp runs" if_lte kill_dhcp
+check "no client is left" test -z "$(cat /proc/[0-9]*/comm | grep -x udhcpc)"
+check "no address is left" test -z "$(ip -4 -brief address show dev wwan0 | grep 10.64.64.)"
+check "kill_dhcp again does no harm" if_lte kill_dhcp
+sleep 60 &
+echo $! >/run/udhcpc-lte.pid
+check "with a stale file" if_lte kill_dhcp
+check "nobody is killed" kill -0 $!
+
+ip link set dev wwan0 down
+check "check_interface finds it" if_lte check_interface
+check "and brings it up" test -n "$(ip link show dev wwan0 up)"
+ip link set dev wwan0 down
+ip link set dev wwan0 name other
+(
+    sleep 2
+    ip link set dev other name wwan0
+) &
+check "check_interface waits for it" if_lte check_interface
+ip link set dev wwan0 down
+ip link set dev wwan0 name other
+ip link set dev other up
+echo "INTERFACE=other" >>"$SETTINGS"
+check "the settings may name it" if_lte dhcp
+check "and it gets the address" test -n "$(ip -4 -brief address show dev other | grep 10.64.64.)"
+if_lte nonsense 2>/dev/null
+check "an unknown verb is refused" test $? -eq 2
