@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -31,6 +32,11 @@ bool MakeAddress(const std::string& path, sockaddr_un* address, std::string* err
     }
     memcpy(address->sun_path, path.c_str(), path.size() + 1);
     return true;
+}
+
+bool IsSocket(const std::string& path) {
+    struct stat about {};
+    return lstat(path.c_str(), &about) == 0 && S_ISSOCK(about.st_mode);
 }
 
 /// A connected socket, or -1.
@@ -64,6 +70,7 @@ bool PrintReply(int connected, std::string* heard) {
         while (TakeLine(heard, &line)) {
             const bool is_error = line.compare(0, kErrorWord.size(), kErrorWord) == 0;
             fprintf(is_error ? stderr : stdout, "%s\n", line.c_str());
+            fflush(stdout);
             if (is_error) return false;
             if (line == kOkLine) return true;
         }
@@ -95,7 +102,7 @@ bool ControlSocket::Listen(const std::string& path, std::string* error) {
         *error = path + ": another simulator listens there";
         return false;
     }
-    if (errno == ECONNREFUSED) unlink(path.c_str());
+    if (IsSocket(path)) unlink(path.c_str());
     const int listener = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
     if (listener < 0 || bind(listener, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
         listen(listener, kBacklog) != 0) {

@@ -208,7 +208,7 @@ Complaint TurnAnswer(ModemInside& modem, std::string_view words) {
         words.size() > kParting.size() && words.substr(words.size() - kParting.size()) == kParting;
     if (parting == std::string_view::npos && is_silent) parting = words.size() - kParting.size();
     const std::string command = NormaliseCommand(words.substr(0, parting));
-    if (command.empty()) return "COMMAND or COMMAND = TEXT is wanted";
+    if (command.compare(0, 2, "AT") != 0) return "AT... or AT... = TEXT is wanted";
     if (parting == std::string_view::npos) {
         modem.overrides.erase(command);
         return Fine();

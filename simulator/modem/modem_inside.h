@@ -59,11 +59,13 @@ class ModemInside : private Device::Host {
     void RunLine();
     std::string AnswerTo(const std::string& command, int64_t* takes_ms);
     void SendAnswer(std::string bytes, int64_t takes_ms);
-    void FloodOnce(int64_t now_ms);
+    void FloodOnce();
 
     std::string line_;
     bool line_is_too_long_ = false;
     int64_t last_answer_ms_ = 0;  ///< answers don't overtake each other
+    bool is_answering_ = false;
+    std::string said_meanwhile_;  ///< what a command brought about is told behind its answer
     std::optional<int64_t> next_flood_ms_;
     int64_t flood_start_ms_ = 0;
     int64_t flood_sent_bytes_ = 0;

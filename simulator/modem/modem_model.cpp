@@ -23,6 +23,7 @@ constexpr const char* kPercentText = ",%s%n%65536d%%";
 constexpr std::string_view kFloodLine = "\r\n+CGEV: NW MODIFY 1\r\n";
 /// Above this much unread text a flood pauses: the rest would be lost anyway.
 constexpr size_t kFloodBacklogBytes = 32 * 1024;
+constexpr int64_t kFloodPauseMs = 10;
 constexpr std::string_view kLineEnd = "\r\n";
 
 /// Behind the first information line; an answer that has none gets one.
@@ -144,9 +145,13 @@ void ModemInside::RunLine() {
     const size_t attention = FindAttention(line);
     if (attention == std::string::npos) return;
     int64_t takes_ms = 0;
+    is_answering_ = true;
     const std::string answer = is_too_long ? FrameAnswer(device, Error())
                                            : AnswerTo(NormaliseCommand(line.substr(attention)), &takes_ms);
+    is_answering_ = false;
     SendAnswer(answer, takes_ms);
+    if (!said_meanwhile_.empty()) output.Put(std::max(device.now_ms(), last_answer_ms_), said_meanwhile_);
+    said_meanwhile_.clear();
 }
 
 std::string ModemInside::AnswerTo(const std::string& command, int64_t* takes_ms) {
@@ -177,7 +182,12 @@ void ModemInside::SendAnswer(std::string bytes, int64_t takes_ms) {
 }
 
 void ModemInside::Say(const std::string& bytes) {
-    if (CanTalk()) output.Put(device.now_ms(), bytes);
+    if (!CanTalk()) return;
+    if (is_answering_) {
+        said_meanwhile_ += bytes;
+    } else {
+        output.Put(device.now_ms(), bytes);
+    }
 }
 
 void ModemInside::SayGarbage(size_t count) {
@@ -214,14 +224,14 @@ void ModemInside::SetFlood(int64_t bytes_per_second) {
     next_flood_ms_ = flood_start_ms_;
 }
 
-void ModemInside::FloodOnce(int64_t now_ms) {
-    if (output.size_bytes() > kFloodBacklogBytes) {
-        flood_start_ms_ = now_ms;
+void ModemInside::FloodOnce() {
+    if (!CanTalk() || output.size_bytes() > kFloodBacklogBytes) {
+        flood_start_ms_ = *next_flood_ms_ + kFloodPauseMs;
         flood_sent_bytes_ = 0;
-    } else if (CanTalk()) {
+    } else {
         output.Put(*next_flood_ms_, std::string(kFloodLine));
+        flood_sent_bytes_ += static_cast<int64_t>(kFloodLine.size());
     }
-    flood_sent_bytes_ += static_cast<int64_t>(kFloodLine.size());
     constexpr int64_t kMsPerSecond = 1000;
     next_flood_ms_ = flood_start_ms_ + flood_sent_bytes_ * kMsPerSecond / faults.flood_bytes_per_second;
 }
@@ -231,7 +241,7 @@ void ModemInside::Advance(int64_t now_ms) {
         const std::optional<int64_t> timer_ms = device.NextTimerMs();
         const bool flood_is_due = next_flood_ms_ && *next_flood_ms_ <= now_ms;
         if (flood_is_due && (!timer_ms || *next_flood_ms_ < *timer_ms)) {
-            FloodOnce(now_ms);
+            FloodOnce();
         } else if (!device.AdvanceToNextTimer(now_ms)) {
             return;
         }
@@ -280,6 +290,11 @@ std::string ModemInside::Status() const {
     add("network", device.air.network);
     add("temperature", std::to_string(device.air.temperature_celsius));
     add("usb mode", std::to_string(device.usb_mode));
+    add("boot-time", std::to_string(device.timing.boot_ms));
+    add("port-gone", std::to_string(device.timing.port_gone_ms));
+    add("sim-start", std::to_string(device.timing.sim_start_ms));
+    add("search-time", std::to_string(device.timing.search_ms));
+    add("dial-time", std::to_string(device.timing.dial_ms));
     add("echo", on_or_off(device.session.echo));
     add("mute", MuteText(faults.mute));
     add("delay", std::to_string(faults.delay_ms));

@@ -88,7 +88,11 @@ bool PtyPort::HostIsThere() const {
 }
 
 void PtyPort::DropUnread() const {
-    tcflush(master_, TCOFLUSH);
+    // flushing the master doesn't reach what the slave's side holds already
+    const int slave = open(slave_path_.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
+    if (slave < 0) return;
+    tcflush(slave, TCIFLUSH);
+    close(slave);
 }
 
 std::string PtyPort::Read() const {

@@ -1,0 +1,339 @@
+// The tool modem_sim with a real pty, a real control socket and real time; each test takes a fraction of a
+// second.
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/wait.h>
+#include <termios.h>
+#include <time.h>
+#include <unistd.h>
+
+#include "simulator/modem/modem_model.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr int kPatienceMs = 10000;
+constexpr int kLookMs = 5;
+
+int64_t NowMs() {
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<int64_t>(now.tv_sec) * 1000 + now.tv_nsec / 1000000;
+}
+
+/// Looks until `is_so` or patience ends.
+template <typename Condition>
+bool Await(Condition is_so) {
+    for (const int64_t end_ms = NowMs() + kPatienceMs; NowMs() < end_ms; poll(nullptr, 0, kLookMs)) {
+        if (is_so()) return true;
+    }
+    return is_so();
+}
+
+std::string ToolPath() {
+    return fs::weakly_canonical(fs::read_symlink("/proc/self/exe").parent_path() / "../modem_sim").string();
+}
+
+/// Starts the tool; its output goes to `output_path`.
+pid_t Start(const std::vector<std::string>& arguments, const std::string& output_path) {
+    const std::string tool = ToolPath();
+    std::vector<char*> words = {const_cast<char*>(tool.c_str())};
+    for (const std::string& argument : arguments) words.push_back(const_cast<char*>(argument.c_str()));
+    words.push_back(nullptr);
+    const pid_t child = fork();
+    if (child != 0) return child;
+    const int output = open(output_path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    dup2(output, STDOUT_FILENO);
+    dup2(output, STDERR_FILENO);
+    execv(words[0], words.data());
+    _exit(127);
+}
+
+int ExitStatus(pid_t child) {
+    int status = 0;
+    waitpid(child, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+}
+
+class ModemTool : public testing::Test {
+  protected:
+    ModemTool() {
+        folder_ = (fs::temp_directory_path() / "modem_tool_test.XXXXXX").string();
+        EXPECT_NE(mkdtemp(folder_.data()), nullptr);
+        link_ = folder_ + "/port";
+        socket_ = folder_ + "/control";
+    }
+
+    ~ModemTool() override {
+        if (child_ > 0) {
+            kill(child_, SIGKILL);
+            ExitStatus(child_);
+        }
+        fs::remove_all(folder_);
+    }
+
+    void StartModem(std::vector<std::string> more = {}) {
+        std::vector<std::string> arguments = {"--link", link_, "--control", socket_, "--set", "echo off"};
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        child_ = Start(arguments, folder_ + "/log");
+        ASSERT_TRUE(Await([this] { return fs::exists(link_); })) << Log();
+    }
+
+    int StopModem(int signal_number) {
+        kill(child_, signal_number);
+        const int status = ExitStatus(child_);
+        child_ = 0;
+        return status;
+    }
+
+    /// Exit status of one run; what it printed goes to `*text`.
+    int Run(const std::vector<std::string>& arguments, std::string* text = nullptr) const {
+        const std::string output = folder_ + "/run";
+        const int status = ExitStatus(Start(arguments, output));
+        if (text != nullptr) *text = ReadFile(output);
+        return status;
+    }
+
+    int Send(const std::string& knob, std::string* text = nullptr) const {
+        return Run({"--send", socket_, knob}, text);
+    }
+
+    static std::string ReadFile(const std::string& path) {
+        std::ifstream file(path);
+        std::stringstream text;
+        text << file.rdbuf();
+        return text.str();
+    }
+
+    std::string Log() const { return ReadFile(folder_ + "/log"); }
+
+    static int OpenPort(const std::string& path) { return open(path.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC); }
+
+    /// Reads until `wanted` bytes are there, or the other side hangs up.
+    static std::string Read(int port, size_t wanted) {
+        std::string text;
+        const auto read_more = [&] {
+            pollfd look = {port, POLLIN, 0};
+            if (poll(&look, 1, kLookMs) <= 0) return false;
+            char bytes[256];
+            const ssize_t count = read(port, bytes, sizeof bytes);
+            if (count <= 0) return true;
+            text.append(bytes, static_cast<size_t>(count));
+            return text.size() >= wanted;
+        };
+        Await(read_more);
+        return text;
+    }
+
+    static std::string Ask(int port, const std::string& command, const std::string& expected) {
+        const std::string line = command + "\r\n";
+        EXPECT_EQ(write(port, line.data(), line.size()), static_cast<ssize_t>(line.size()));
+        return Read(port, expected.size());
+    }
+
+    std::string folder_;
+    std::string link_;
+    std::string socket_;
+    pid_t child_ = 0;
+};
+
+const std::string kOk = "\r\nOK\r\n";
+const std::string kCsq23 = "\r\n+CSQ: 23,99\r\n\r\nOK\r\n";
+
+TEST_F(ModemTool, TalksOverARawPtyAtTheLink) {
+    StartModem();
+    EXPECT_TRUE(fs::is_symlink(link_));
+    const int port = OpenPort(link_);
+    termios attributes{};
+    ASSERT_EQ(tcgetattr(port, &attributes), 0);
+    EXPECT_EQ(attributes.c_lflag & (ICANON | ECHO | ISIG), 0u);
+    EXPECT_EQ(attributes.c_oflag & OPOST, 0u);
+    EXPECT_EQ(Ask(port, "AT+CSQ", kCsq23), kCsq23);
+    close(port);
+}
+
+TEST_F(ModemTool, StartsWithTheKnobsAndTheModelOfItsCommandLine) {
+    StartModem({"--family", "quectel_qcom", "--model", "EG21", "--set", "csq 9"});
+    const int port = OpenPort(link_);
+    const std::string introduction = "\r\nQuectel\r\nEG21\r\nRevision: EG21GGBR07A11M1G\r\n\r\nOK\r\n";
+    EXPECT_EQ(Ask(port, "ATI", introduction), introduction);
+    const std::string csq = "\r\n+CSQ: 9,99\r\n\r\nOK\r\n";
+    EXPECT_EQ(Ask(port, "AT+CSQ", csq), csq);
+    close(port);
+}
+
+TEST_F(ModemTool, GoesOnWhenTheHostComesBackAndKeepsNothingUnreadForIt) {
+    StartModem({"--log"});
+    for (int round = 1; round <= 3; ++round) {
+        const int port = OpenPort(link_);
+        EXPECT_EQ(Ask(port, "AT+CSQ", kCsq23), kCsq23);
+        ASSERT_EQ(write(port, "ATI\r\n", 5), 5);
+        ASSERT_TRUE(
+            Await([&] { return poll(nullptr, 0, 0) == 0 && Log().find("Revision") != std::string::npos; }));
+        close(port);
+        const auto times_closed = [this] {
+            int count = 0;
+            const std::string log = Log();
+            for (size_t at = 0; (at = log.find("port closed", at)) != std::string::npos; ++at) ++count;
+            return count;
+        };
+        ASSERT_TRUE(Await([&] { return times_closed() == round; })) << Log();
+    }
+}
+
+TEST_F(ModemTool, AnswersInPiecesComeAfterEachOther) {
+    StartModem({"--set", "pieces 7 gap 40"});
+    const int port = OpenPort(link_);
+    const int64_t start_ms = NowMs();
+    EXPECT_EQ(Ask(port, "AT+CSQ", kCsq23), kCsq23);
+    EXPECT_GE(NowMs() - start_ms, 80);
+    close(port);
+}
+
+TEST_F(ModemTool, ControlSocketTakesKnobsWhileItRuns) {
+    StartModem();
+    std::string text;
+    EXPECT_EQ(Send("csq 3", &text), 0);
+    EXPECT_EQ(text, "ok\n");
+    EXPECT_EQ(Send("csq many", &text), 1);
+    EXPECT_EQ(text, "error: csq: a number from 0 to 99 is wanted\n");
+    EXPECT_EQ(Send("status", &text), 0);
+    EXPECT_NE(text.find("csq: 3\n"), std::string::npos);
+    EXPECT_EQ(text.substr(text.size() - 4), "\nok\n");
+    EXPECT_EQ(Run({"--send", socket_, "csq 4", "nonsense", "csq 5"}, &text), 1);
+    EXPECT_EQ(text, "ok\nerror: no knob \"nonsense\"\nok\n");
+    const int port = OpenPort(link_);
+    const std::string csq = "\r\n+CSQ: 5,99\r\n\r\nOK\r\n";
+    EXPECT_EQ(Ask(port, "AT+CSQ", csq), csq);
+    close(port);
+}
+
+TEST_F(ModemTool, UnplugHangsUpAndPlugBringsThePortBackUnderAnotherName) {
+    StartModem();
+    const int port = OpenPort(link_);
+    EXPECT_EQ(Ask(port, "AT", kOk), kOk);
+    EXPECT_EQ(Send("unplug"), 0);
+    EXPECT_FALSE(fs::is_symlink(link_));
+    pollfd look = {port, POLLIN, 0};
+    EXPECT_EQ(poll(&look, 1, kPatienceMs), 1);
+    EXPECT_NE(look.revents & POLLHUP, 0);
+    char byte;
+    EXPECT_LE(read(port, &byte, 1), 0);
+    const std::string other_link = folder_ + "/ttyACM3";
+    EXPECT_EQ(Send("plug " + other_link), 0);
+    EXPECT_TRUE(fs::exists(other_link));
+    EXPECT_FALSE(fs::is_symlink(link_));
+    const int other_port = OpenPort(other_link);
+    EXPECT_EQ(Ask(other_port, "AT", kOk), kOk);
+    EXPECT_LE(read(port, &byte, 1), 0);
+    close(port);
+    close(other_port);
+}
+
+TEST_F(ModemTool, PlugWhereNoLinkCanBeIsRefusedAndTheToolGoesOn) {
+    StartModem();
+    EXPECT_EQ(Send("unplug"), 0);
+    EXPECT_EQ(Send("plug " + folder_ + "/no/such/folder"), 1);
+    EXPECT_EQ(Send("plug " + link_), 0);
+    EXPECT_TRUE(fs::exists(link_));
+}
+
+TEST_F(ModemTool, ResetTakesThePortAwayForAWhileAndBootsTheModem) {
+    StartModem({"--set", "boot-time 400", "--set", "port-gone 150", "--set", "sim-start 0"});
+    const int64_t start_ms = NowMs();
+    EXPECT_EQ(Send("reset"), 0);
+    EXPECT_FALSE(fs::is_symlink(link_));
+    ASSERT_TRUE(Await([this] { return fs::exists(link_); }));
+    EXPECT_GE(NowMs() - start_ms, 150);
+    const int port = OpenPort(link_);
+    const std::string boot = "\r\nRDY\r\n\r\n+CFUN: 1\r\n\r\n+CPIN: READY\r\n";
+    EXPECT_EQ(Read(port, boot.size()).substr(0, boot.size()), boot);
+    EXPECT_GE(NowMs() - start_ms, 400);
+    close(port);
+}
+
+TEST_F(ModemTool, FloodThatNobodyReadsLeavesTheKnobsWorking) {
+    StartModem();
+    const int port = OpenPort(link_);
+    EXPECT_EQ(Send("flood on 1000000"), 0);
+    poll(nullptr, 0, 100);
+    EXPECT_EQ(Send("flood off"), 0);
+    EXPECT_EQ(Read(port, 2200).substr(0, 22), "\r\n+CGEV: NW MODIFY 1\r\n");
+    close(port);
+}
+
+TEST_F(ModemTool, EndsCleanlyOnSigtermAndSigint) {
+    for (const int number : {SIGTERM, SIGINT}) {
+        StartModem();
+        EXPECT_TRUE(fs::exists(socket_));
+        EXPECT_EQ(StopModem(number), 0);
+        EXPECT_FALSE(fs::is_symlink(link_));
+        EXPECT_FALSE(fs::exists(socket_));
+    }
+}
+
+TEST_F(ModemTool, WhatAKilledRunLeftIsReplaced) {
+    StartModem();
+    StopModem(SIGKILL);
+    EXPECT_TRUE(fs::is_symlink(link_));
+    EXPECT_TRUE(fs::exists(socket_));
+    fs::path leftover = fs::read_symlink(link_);
+    fs::remove(link_);
+    fs::create_symlink("/dev/pts/999999", link_);
+    StartModem();
+    ASSERT_TRUE(Await([this] { return fs::exists(link_); }));
+    EXPECT_EQ(Send("status"), 0);
+    EXPECT_EQ(StopModem(SIGTERM), 0);
+}
+
+TEST_F(ModemTool, ThingsOfOthersAreLeftAlone) {
+    std::ofstream(link_) << "precious";
+    EXPECT_EQ(Run({"--link", link_}), 1);
+    EXPECT_EQ(ReadFile(link_), "precious");
+    fs::remove(link_);
+    fs::create_symlink("/dev/null", link_);
+    EXPECT_EQ(Run({"--link", link_}), 1);
+    EXPECT_EQ(fs::read_symlink(link_), "/dev/null");
+    fs::remove(link_);
+    StartModem();
+    EXPECT_EQ(Run({"--link", folder_ + "/second", "--control", socket_}), 1);
+    EXPECT_EQ(Send("status"), 0);
+    std::ofstream(folder_ + "/file") << "precious";
+    EXPECT_EQ(Run({"--link", folder_ + "/second", "--control", folder_ + "/file"}), 1);
+    EXPECT_EQ(ReadFile(folder_ + "/file"), "precious");
+}
+
+TEST_F(ModemTool, WrongWordsOnTheCommandLineAreRefused) {
+    std::string text;
+    EXPECT_EQ(Run({"--nonsense"}), 2);
+    EXPECT_EQ(Run({"word"}, &text), 2);
+    EXPECT_EQ(text, "modem_sim: what is \"word\"? see --help\n");
+    EXPECT_EQ(Run({"--family", "nosuch"}, &text), 1);
+    EXPECT_EQ(text, "modem_sim: no family \"nosuch\"; see --help\n");
+    EXPECT_EQ(Run({"--set", "csq 300"}, &text), 1);
+    EXPECT_EQ(text, "modem_sim: csq: a number from 0 to 99 is wanted\n");
+    EXPECT_EQ(Run({"--link", link_, "--control", std::string(200, 'x')}), 1);
+    EXPECT_EQ(Run({"--send", folder_ + "/nobody", "status"}), 1);
+    EXPECT_EQ(Run({"--send", std::string(200, 'x'), "status"}), 1);
+    EXPECT_FALSE(fs::is_symlink(link_));
+}
+
+TEST_F(ModemTool, HelpExplainsEveryKnob) {
+    std::string text;
+    EXPECT_EQ(Run({"--help"}, &text), 0);
+    EXPECT_NE(text.find(modem_sim::Modem::KnobHelp()), std::string::npos);
+    EXPECT_NE(text.find("quectel_qcom: EG25 EG21"), std::string::npos);
+}
+
+}  // namespace
