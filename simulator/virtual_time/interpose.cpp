@@ -69,7 +69,7 @@ std::string RealPath(const char* path) {
     Environment* world = World();
     if (path == nullptr) return "";
     if (world == nullptr) return path;
-    if (strncmp(path, "/dev", 4) == 0) world->ShowPorts();
+    if (strncmp(path, "/dev", 4) == 0 && PrivateFolder::Moves(path)) world->ShowPorts();
     return world->folder.Real(path);
 }
 
@@ -261,7 +261,9 @@ int KeepReady(Environment* world, const SelectSets& sets) {
 }  // namespace
 
 int select(int count, fd_set* read_set, fd_set* write_set, fd_set* except_set, timeval* timeout) {
-    Environment* world = WorldToWaitIn();
+    const Environment* own_world = Environment::OfThisThread();
+    const int64_t start_us = own_world != nullptr ? own_world->now_us() : 0;
+    Environment* world = WorldToWaitIn();  // may take time, which counts
     if (world == nullptr) return REAL(select)(count, read_set, write_set, except_set, timeout);
     const SelectSets sets = {std::min(count, FD_SETSIZE), read_set, write_set, except_set};
     if (count < 0 || (timeout != nullptr && (timeout->tv_sec < 0 || timeout->tv_usec < 0))) {
@@ -272,12 +274,13 @@ int select(int count, fd_set* read_set, fd_set* write_set, fd_set* except_set, t
         errno = EBADF;
         return -1;
     }
-    const int64_t wait_us = timeout == nullptr ? kNever : ToMicroseconds(*timeout);
-    const int64_t deadline_us = timeout == nullptr ? kNever : world->now_us() + wait_us;
+    const int64_t deadline_us = timeout == nullptr ? kNever : start_us + ToMicroseconds(*timeout);
     // A port that has gone away is ready at once and for ever. Whoever reads it in a loop until a time-out
     // has run out burns real time, so it must cost virtual time.
-    if (AnyHungUp(world, sets))
-        world->scheduler.Sleep(std::min<int64_t>(wait_us, kMicrosecondsPerMillisecond));
+    if (AnyHungUp(world, sets)) {
+        const int64_t left_us = std::max<int64_t>(deadline_us - world->now_us(), 0);
+        world->scheduler.Sleep(std::min<int64_t>(left_us, kMicrosecondsPerMillisecond));
+    }
     if (!AnyReady(world, sets))
         world->scheduler.Wait(deadline_us, [world, &sets] { return AnyReady(world, sets); });
     // As on Linux, the argument tells the time that is left.

@@ -12,7 +12,11 @@ namespace virtual_time {
 
 namespace {
 
-constexpr int64_t kCallsBeforeCharge = 20000;
+// A loop that never waits may make so many calls at one instant, and then so many for each charge. The latter
+// is a prime number, so that in a loop of several calls each of them is charged in turn: a select charged
+// within its time-out sees that run down, and one charged outside doesn't.
+constexpr int64_t kCallsBeforeCharge = 1000;
+constexpr int64_t kCallsPerCharge = 11;
 constexpr int64_t kChargeUs = 1000;
 
 }  // namespace
@@ -212,11 +216,8 @@ void Scheduler::JumpToNextTime() {
 
 void Scheduler::CountCall() {
     if (++calls_since_jump_ < kCallsBeforeCharge || !MayWait()) return;
-    calls_since_jump_ =
-        kCallsBeforeCharge - kCallsBeforeCharge / 100;  // a loop that goes on is charged sooner
-    const int64_t kept = calls_since_jump_;
     Sleep(kChargeUs);
-    calls_since_jump_ = kept;
+    calls_since_jump_ = kCallsBeforeCharge - kCallsPerCharge;
 }
 
 std::string Scheduler::Describe() const {

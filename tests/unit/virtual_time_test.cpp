@@ -289,6 +289,21 @@ TEST(VirtualPort, ALoopOverAHungUpPortTakesVirtualTime) {
     EXPECT_EQ(1000, rounds);
 }
 
+TEST(VirtualPort, ALoopOverAPlainFileTakesVirtualTime) {
+    World world;
+    world.Write("/dev/ttyUSB2", "hello");
+    const int fd = open("/dev/ttyUSB2", O_RDWR | O_NOCTTY);
+    ASSERT_GE(fd, 0);
+    timeval timeout = {1, 0};
+    while (timeout.tv_sec > 0 || timeout.tv_usec > 0) {
+        EXPECT_EQ(1, SelectRead(fd, &timeout));  // at its end, and still readable
+        ReadSome(fd);
+    }
+    EXPECT_GE(world.now_ms(), 1000);
+    EXPECT_LT(world.now_ms(), 3000);  // a read may be charged too, and doesn't run the time-out down
+    close(fd);
+}
+
 TEST(VirtualPort, FailingReadsAreErrors) {
     World world;
     ScriptedModem modem(world);

@@ -1,0 +1,227 @@
+#include "simulator/virtual_time/expectations.h"
+
+#include <algorithm>
+
+namespace virtual_time {
+
+namespace {
+
+constexpr char kAny[] = "<any>";
+constexpr size_t kAnyLength = sizeof(kAny) - 1;
+constexpr size_t kNearestShown = 3;
+
+// Parts of the text of a log entry: "FILE:FUNCTION:LINE message".
+struct LogText {
+    std::string file;
+    std::string function;
+    std::string message;
+};
+
+LogText SplitLog(const std::string& text) {
+    const size_t blank = std::min(text.find(' '), text.size());
+    const std::string place = text.substr(0, blank);
+    const size_t last = place.rfind(':');
+    const size_t first =
+        last == std::string::npos || last == 0 ? std::string::npos : place.rfind(':', last - 1);
+    LogText log;
+    if (first == std::string::npos) {
+        log.message = text;
+        return log;
+    }
+    log.file = place.substr(0, first);
+    log.function = place.substr(first + 1, last - first - 1);
+    log.message = blank < text.size() ? text.substr(blank + 1) : "";
+    return log;
+}
+
+bool IsLog(const std::string& kind) {
+    return kind == "logs" || kind == "debugs";
+}
+
+bool PlaceMatches(const std::string& wanted, const LogText& log) {
+    return wanted == kAny || wanted == log.function || wanted == log.file + ":" + log.function;
+}
+
+bool TextMatches(const Expectation& expectation, const TraceEntry& entry) {
+    if (expectation.kind != entry.kind) return false;
+    if (!IsLog(entry.kind)) return MatchesPattern(expectation.text, entry.text);
+    const LogText log = SplitLog(entry.text);
+    return PlaceMatches(expectation.place, log) && MatchesPattern(expectation.text, log.message);
+}
+
+bool TimeMatches(const Expectation& expectation, const TraceEntry& entry) {
+    // Entries carry whole milliseconds.
+    return entry.at_us >= expectation.from_us && entry.at_us <= expectation.to_us;
+}
+
+size_t CommonPrefix(const std::string& one, const std::string& other) {
+    size_t length = 0;
+    while (length < one.size() && length < other.size() && one[length] == other[length]) length++;
+    return length;
+}
+
+int64_t Distance(const Expectation& expectation, const TraceEntry& entry) {
+    if (entry.at_us < expectation.from_us) return expectation.from_us - entry.at_us;
+    return entry.at_us > expectation.to_us ? entry.at_us - expectation.to_us : 0;
+}
+
+std::string FormatRange(const Expectation& expectation) {
+    if (expectation.from_us == expectation.to_us) return "at " + FormatSeconds(expectation.from_us);
+    if (expectation.from_us == 0 && expectation.to_us == INT64_MAX) return "at any time";
+    if (expectation.to_us == INT64_MAX) return "from " + FormatSeconds(expectation.from_us) + " on";
+    return "between " + FormatSeconds(expectation.from_us) + " and " + FormatSeconds(expectation.to_us);
+}
+
+class Checker {
+  public:
+    Checker(const Scenario& scenario, const std::vector<TraceEntry>& trace)
+        : scenario_(scenario), trace_(trace) {}
+
+    std::vector<std::string> Check() {
+        for (const Expectation& expectation : scenario_.expectations) {
+            switch (expectation.mode) {
+                case Expectation::Mode::kNext:
+                    CheckSee(expectation);
+                    break;
+                case Expectation::Mode::kAnywhere:
+                    if (Find(expectation, 0) == trace_.size()) Miss(expectation, 0);
+                    break;
+                case Expectation::Mode::kNowhere:
+                    CheckNever(expectation);
+                    break;
+                case Expectation::Mode::kSoOften:
+                    CheckCount(expectation);
+                    break;
+            }
+        }
+        CheckEnd();
+        return problems_;
+    }
+
+  private:
+    size_t Find(const Expectation& expectation, size_t start) const {
+        for (size_t i = start; i < trace_.size(); i++) {
+            if (TimeMatches(expectation, trace_[i]) && TextMatches(expectation, trace_[i])) return i;
+        }
+        return trace_.size();
+    }
+
+    void CheckSee(const Expectation& expectation) {
+        const size_t found = Find(expectation, behind_last_seen_);
+        if (found == trace_.size()) {
+            Miss(expectation, behind_last_seen_);
+        } else {
+            behind_last_seen_ = found + 1;
+        }
+    }
+
+    void CheckNever(const Expectation& expectation) {
+        const size_t found = Find(expectation, 0);
+        if (found == trace_.size()) return;
+        Problem(expectation, "but it was there:\n    " + FormatEntry(trace_[found]));
+    }
+
+    void CheckCount(const Expectation& expectation) {
+        std::string found;
+        int count = 0;
+        for (const TraceEntry& entry : trace_) {
+            if (!TimeMatches(expectation, entry) || !TextMatches(expectation, entry)) continue;
+            count++;
+            found += "    " + FormatEntry(entry);
+        }
+        if (count == expectation.count) return;
+        std::string problem = "but " + std::to_string(count) + " " + FormatRange(expectation) + ":\n" + found;
+        if (count == 0) problem += Nearest(expectation);
+        Problem(expectation, problem);
+    }
+
+    void CheckEnd() {
+        for (const TraceEntry& entry : trace_) {
+            if (entry.kind == "broken")
+                problems_.push_back("the scenario is broken:\n    " + FormatEntry(entry));
+        }
+        const bool has_end = !trace_.empty() && trace_.back().kind == "ends";
+        if (!has_end) {
+            problems_.push_back("the trace has no end\n");
+        } else if (!scenario_.ExpectsAnEnd() && trace_.back().text != "still running") {
+            problems_.push_back("nobody expected that the daemon ends:\n    " + FormatEntry(trace_.back()));
+        }
+    }
+
+    void Miss(const Expectation& expectation, size_t start) {
+        std::string problem = "but there was none " + FormatRange(expectation);
+        if (start > 0) {
+            problem += ", behind\n    " + FormatEntry(trace_[start - 1]);
+            const size_t earlier = Find(expectation, 0);
+            if (earlier < start)
+                problem += "  It stood in front of that:\n    " + FormatEntry(trace_[earlier]);
+        } else {
+            problem += "\n";
+        }
+        Problem(expectation, problem + Nearest(expectation));
+    }
+
+    // The same text at other times; or else the most similar texts of that kind near the time.
+    std::string Nearest(const Expectation& expectation) const {
+        std::vector<const TraceEntry*> same_text, same_kind;
+        for (const TraceEntry& entry : trace_) {
+            if (TextMatches(expectation, entry)) same_text.push_back(&entry);
+            if (entry.kind == expectation.kind) same_kind.push_back(&entry);
+        }
+        if (!same_text.empty()) {
+            return List("  The same at other times, the nearest first:\n", same_text,
+                        [&](const TraceEntry* one, const TraceEntry* other) {
+                            return Distance(expectation, *one) < Distance(expectation, *other);
+                        });
+        }
+        if (same_kind.empty()) return "  Nothing at all of that kind.\n";
+        const auto likeness = [&](const TraceEntry* entry) {
+            return CommonPrefix(expectation.text,
+                                IsLog(entry->kind) ? SplitLog(entry->text).message : entry->text);
+        };
+        return List("  Never that text. The most similar, or else the nearest:\n", same_kind,
+                    [&](const TraceEntry* one, const TraceEntry* other) {
+                        const size_t one_likeness = likeness(one), other_likeness = likeness(other);
+                        if (one_likeness != other_likeness) return one_likeness > other_likeness;
+                        return Distance(expectation, *one) < Distance(expectation, *other);
+                    });
+    }
+
+    template <typename Order>
+    static std::string List(std::string text, std::vector<const TraceEntry*> entries, Order order) {
+        std::stable_sort(entries.begin(), entries.end(), order);
+        for (size_t i = 0; i < entries.size() && i < kNearestShown; i++)
+            text += "    " + FormatEntry(*entries[i]);
+        return text;
+    }
+
+    void Problem(const Expectation& expectation, const std::string& problem) {
+        problems_.push_back(scenario_.path + ":" + std::to_string(expectation.line) + ": expected\n    " +
+                            expectation.source + "\n  " + problem);
+    }
+
+    const Scenario& scenario_;
+    const std::vector<TraceEntry>& trace_;
+    size_t behind_last_seen_ = 0;
+    std::vector<std::string> problems_;
+};
+
+}  // namespace
+
+bool MatchesPattern(const std::string& pattern, const std::string& text) {
+    const size_t any = pattern.find(kAny);
+    if (any == std::string::npos) return pattern == text;
+    const std::string head = pattern.substr(0, any);
+    if (text.compare(0, head.size(), head) != 0) return false;
+    const std::string tail = pattern.substr(any + kAnyLength);
+    for (size_t i = head.size(); i <= text.size(); i++) {
+        if (MatchesPattern(tail, text.substr(i))) return true;
+    }
+    return false;
+}
+
+std::vector<std::string> CheckExpectations(const Scenario& scenario, const std::vector<TraceEntry>& trace) {
+    return Checker(scenario, trace).Check();
+}
+
+}  // namespace virtual_time

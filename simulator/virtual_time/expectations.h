@@ -1,0 +1,19 @@
+// Holds a trace against what a scenario expects of it.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "simulator/virtual_time/scenario.h"
+#include "simulator/virtual_time/trace.h"
+
+namespace virtual_time {
+
+/// One message for each expectation that isn't met, with what stood nearest; and one for an end that nobody
+/// expected.
+std::vector<std::string> CheckExpectations(const Scenario& scenario, const std::vector<TraceEntry>& trace);
+
+/// Whether the text is what the pattern says, in which "<any>" stands for any run of characters.
+bool MatchesPattern(const std::string& pattern, const std::string& text);
+
+}  // namespace virtual_time

@@ -1,0 +1,67 @@
+#include "simulator/virtual_time/modem_port.h"
+
+#include <algorithm>
+
+#include "simulator/virtual_time/scheduler.h"
+
+namespace virtual_time {
+
+namespace {
+
+constexpr size_t kPieceBytes = 4096;  // what a line discipline takes at a time
+
+int64_t ToMilliseconds(int64_t microseconds) {
+    return microseconds / kMicrosecondsPerMillisecond;
+}
+
+}  // namespace
+
+ModemPort::ModemPort(const modem_sim::ModemOptions& options) : modem_(options) {}
+
+void ModemPort::Write(std::string_view bytes, int64_t now_us) {
+    modem_.Receive(bytes, ToMilliseconds(now_us));
+}
+
+bool ModemPort::Readable(int64_t now_us) {
+    if (taken_generation_ != modem_.port_generation()) taken_.clear();
+    taken_generation_ = modem_.port_generation();
+    if (taken_.empty()) taken_ = modem_.TakeOutput(ToMilliseconds(now_us), kPieceBytes);
+    return !taken_.empty();
+}
+
+std::string ModemPort::Read(size_t size, int64_t now_us) {
+    std::string bytes;
+    while (bytes.size() < size && Readable(now_us)) {
+        const size_t count = std::min(size - bytes.size(), taken_.size());
+        bytes += taken_.substr(0, count);
+        taken_.erase(0, count);
+    }
+    return bytes;
+}
+
+void ModemPort::Advance(int64_t now_us) {
+    modem_.Advance(ToMilliseconds(now_us));
+    if (modem_.present() == was_present_) return;
+    was_present_ = modem_.present();
+    if (on_presence) on_presence(was_present_);
+}
+
+std::optional<int64_t> ModemPort::NextEventUs() {
+    const std::optional<int64_t> event_ms = modem_.NextEventMs();
+    if (!event_ms) return std::nullopt;
+    return *event_ms * kMicrosecondsPerMillisecond;
+}
+
+bool ModemPort::Present() {
+    return modem_.present();
+}
+
+int64_t ModemPort::Generation() {
+    return modem_.port_generation();
+}
+
+std::string ModemPort::OtherPath() {
+    return modem_.port_path();
+}
+
+}  // namespace virtual_time

@@ -1,0 +1,37 @@
+// The modem model behind a virtual port.
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include "simulator/modem/modem_model.h"
+#include "simulator/virtual_time/device.h"
+
+namespace virtual_time {
+
+class ModemPort : public Device {
+  public:
+    explicit ModemPort(const modem_sim::ModemOptions& options);
+
+    void Write(std::string_view bytes, int64_t now_us) override;
+    bool Readable(int64_t now_us) override;
+    std::string Read(size_t size, int64_t now_us) override;
+    void Advance(int64_t now_us) override;
+    std::optional<int64_t> NextEventUs() override;
+    bool Present() override;
+    int64_t Generation() override;
+    std::string OtherPath() override;
+
+    modem_sim::Modem& modem() { return modem_; }
+
+    /// Told when the port comes or goes.
+    std::function<void(bool present)> on_presence;
+
+  private:
+    modem_sim::Modem modem_;
+    std::string taken_;  // taken from the model to see whether there is anything
+    int64_t taken_generation_ = 0;
+    bool was_present_ = true;
+};
+
+}  // namespace virtual_time

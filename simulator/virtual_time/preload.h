@@ -1,0 +1,10 @@
+// What scenario_run tells the preload library, by the environment.
+#pragma once
+
+namespace virtual_time {
+
+constexpr char kScenarioVariable[] = "VIRTUAL_TIME_SCENARIO";  // path of the scenario
+constexpr char kRootVariable[] = "VIRTUAL_TIME_ROOT";          // folder that the fixed paths move to
+constexpr char kTraceVariable[] = "VIRTUAL_TIME_TRACE";        // file for the trace
+
+}  // namespace virtual_time

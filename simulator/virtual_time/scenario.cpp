@@ -1,0 +1,462 @@
+#include "simulator/virtual_time/scenario.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+
+namespace virtual_time {
+
+namespace {
+
+// What there is where the scenario says nothing else. The board is one that the daemon doesn't know.
+constexpr char kDefaultSettings[] = "ENABLE=true\n";
+constexpr char kDefaultCpuinfo[] = "processor\t: 0\nmodel name\t: ARMv7 Processor rev 5 (v7l)\n";
+constexpr char kDefaultVersion[] = "Linux version 4.14.98 (build@host)\n";
+constexpr char kCpuinfoFile[] = "/proc/cpuinfo";
+constexpr char kVersionFile[] = "/proc/version";
+constexpr char kBlanks[] = " \t";
+
+std::string Trim(const std::string& text) {
+    const size_t start = text.find_first_not_of(" \t\r");
+    if (start == std::string::npos) return "";
+    return text.substr(start, text.find_last_not_of(" \t\r") - start + 1);
+}
+
+std::string TakeWord(std::string* rest) {
+    const size_t start = rest->find_first_not_of(kBlanks);
+    if (start == std::string::npos) {
+        rest->clear();
+        return "";
+    }
+    const size_t end = std::min(rest->find_first_of(kBlanks, start), rest->size());
+    const std::string word = rest->substr(start, end - start);
+    *rest = Trim(rest->substr(end));
+    return word;
+}
+
+bool IsQuoted(const std::string& text) {
+    return text.size() >= 2 && text.front() == '"' && text.back() == '"';
+}
+
+std::string InsideQuotes(const std::string& text) {
+    return text.substr(1, text.size() - 2);
+}
+
+// A word, or a text in quotes that may hold blanks; its escapes are resolved.
+std::string TakeText(std::string* rest) {
+    if (rest->empty() || (*rest)[0] != '"') return TakeWord(rest);
+    size_t end = 1;
+    while (end < rest->size() && (*rest)[end] != '"') end += (*rest)[end] == '\\' ? 2 : 1;
+    const std::string text = rest->substr(1, std::min(end, rest->size()) - 1);
+    *rest = end + 1 < rest->size() ? Trim(rest->substr(end + 1)) : "";
+    return Unescape(text);
+}
+
+// "<300*x>" is three hundred times x.
+std::string Repeat(const std::string& text) {
+    std::string result;
+    size_t position = 0;
+    while (true) {
+        const size_t open = text.find('<', position);
+        if (open == std::string::npos) return result + text.substr(position);
+        char* star = nullptr;
+        const long times = strtol(text.c_str() + open + 1, &star, 10);
+        const size_t close = text.find('>', open);
+        const bool is_repeat =
+            star != text.c_str() + open + 1 && *star == '*' && close != std::string::npos && times >= 0;
+        if (!is_repeat) {
+            result += text.substr(position, open + 1 - position);
+            position = open + 1;
+            continue;
+        }
+        result += text.substr(position, open - position);
+        const size_t repeated = static_cast<size_t>(star + 1 - text.c_str());
+        for (long i = 0; i < times; i++) result += text.substr(repeated, close - repeated);
+        position = close + 1;
+    }
+}
+
+bool ParseSeconds(const std::string& text, int64_t* microseconds) {
+    char* end = nullptr;
+    const double seconds = strtod(text.c_str(), &end);
+    if (text.empty() || *end != '\0' || seconds < 0 || !isdigit(static_cast<unsigned char>(text[0])))
+        return false;
+    *microseconds = static_cast<int64_t>(seconds * 1000 + 0.5) * 1000;
+    return true;
+}
+
+bool ParseWholeNumber(const std::string& text, int64_t* number) {
+    char* end = nullptr;
+    *number = strtoll(text.c_str(), &end, 10);
+    return !text.empty() && *end == '\0' && *number >= 0;
+}
+
+// "T", "A..B", "A.." or "..B".
+bool ParseTimes(const std::string& text, int64_t* from_us, int64_t* to_us) {
+    const size_t dots = text.find("..");
+    if (dots == std::string::npos) {
+        if (!ParseSeconds(text, from_us)) return false;
+        *to_us = *from_us;
+        return true;
+    }
+    const std::string from = text.substr(0, dots), to = text.substr(dots + 2);
+    if (from.empty() && to.empty()) return false;
+    return (from.empty() || ParseSeconds(from, from_us)) && (to.empty() || ParseSeconds(to, to_us));
+}
+
+bool IsHex(const std::string& text) {
+    return !text.empty() && text.size() % 2 == 0 &&
+           std::all_of(text.begin(), text.end(), [](unsigned char c) { return isxdigit(c) != 0; });
+}
+
+std::string FromHex(const std::string& text) {
+    std::string bytes;
+    for (size_t i = 0; i + 1 < text.size(); i += 2) {
+        bytes += static_cast<char>(strtol(text.substr(i, 2).c_str(), nullptr, 16));
+    }
+    return bytes;
+}
+
+std::string WithoutBlanks(std::string text) {
+    text.erase(std::remove_if(text.begin(), text.end(), [](char c) { return c == ' '; }), text.end());
+    return text;
+}
+
+// One line with the indented lines that belong to it.
+struct Statement {
+    int line;
+    std::string text;
+    std::vector<std::string> block;
+};
+
+class Parser {
+  public:
+    Parser(Scenario* scenario, const std::string& text) : scenario_(scenario), text_(text) {}
+
+    bool Parse(std::string* problem) {
+        if (!Split() || !ParseAll()) {
+            *problem = scenario_->path + ":" + std::to_string(line_) + ": " + problem_;
+            return false;
+        }
+        return true;
+    }
+
+  private:
+    bool Fail(const std::string& problem) {
+        problem_ = problem;
+        return false;
+    }
+
+    bool Split() {
+        std::istringstream lines(text_);
+        int number = 0;
+        for (std::string line; std::getline(lines, line);) {
+            number++;
+            line_ = number;
+            if (Trim(line).empty() || line[0] == '#') continue;
+            if (line[0] != ' ' && line[0] != '\t') {
+                statements_.push_back({number, Trim(line), {}});
+            } else if (statements_.empty()) {
+                return Fail("an indented line with nothing above it");
+            } else {
+                statements_.back().block.push_back(line);
+            }
+        }
+        return true;
+    }
+
+    bool ParseAll() {
+        for (const Statement& statement : statements_) {
+            line_ = statement.line;
+            if (!ParseStatement(statement)) return false;
+        }
+        if (scenario_->until_us == 0) return Fail("\"until SECONDS\" is missing");
+        if (!has_modem_) return Fail("\"modem FAMILY [MODEL]\" or \"modem none\" is missing");
+        if (scenario_->expectations.empty()) return Fail("nothing is expected");
+        if (!has_settings_) scenario_->files.push_back({kSettingsFile, kDefaultSettings});
+        AddDefaultFile(kCpuinfoFile, kDefaultCpuinfo);
+        AddDefaultFile(kVersionFile, kDefaultVersion);
+        AddSnapshots();
+        return true;
+    }
+
+    bool ParseStatement(const Statement& statement) {
+        std::string rest = statement.text;
+        const std::string verb = TakeWord(&rest);
+        if (verb == "modem") return ParseModem(rest);
+        if (verb == "knob") return ParseKnob(rest);
+        if (verb == "port") return ParsePort(rest);
+        if (verb == "options") return ParseOptions(rest);
+        if (verb == "settings") return ParseSettings(statement, rest);
+        if (verb == "cpuinfo") return AddFile(kCpuinfoFile, rest + "\n");
+        if (verb == "version") return AddFile(kVersionFile, rest + "\n");
+        if (verb == "file") return AddFile(TakeText(&rest), BlockText(statement));
+        if (verb == "folder") return ParseFolder(rest);
+        if (verb == "shell") return ParseShell(rest, &scenario_->shell.emplace_back());
+        if (verb == "bus") return ParseBus(rest);
+        if (verb == "at") return ParseAt(statement, rest);
+        if (verb == "every") return ParseEvery(statement, rest);
+        if (verb == "until") return ParseUntil(rest);
+        if (verb == "see") return ParseExpectation(statement, Expectation::Mode::kNext, rest);
+        if (verb == "also") return ParseExpectation(statement, Expectation::Mode::kAnywhere, rest);
+        if (verb == "never") return ParseExpectation(statement, Expectation::Mode::kNowhere, rest);
+        if (verb == "count") return ParseExpectation(statement, Expectation::Mode::kSoOften, rest);
+        return Fail("unknown word \"" + verb + "\"");
+    }
+
+    // ---- given
+    // ----------------------------------------------------------------------------------------------------
+
+    bool ParseModem(std::string rest) {
+        has_modem_ = true;
+        const std::string family = TakeWord(&rest);
+        if (family.empty()) return Fail("a family of modems is wanted, or none");
+        if (family != "none") scenario_->modem_family = family;
+        scenario_->modem_model = rest;
+        return true;
+    }
+
+    bool ParseKnob(const std::string& rest) {
+        scenario_->knobs.push_back(rest);
+        return !rest.empty() || Fail("a knob of the modem is wanted");
+    }
+
+    bool ParsePort(const std::string& rest) {
+        scenario_->port = rest;
+        return !rest.empty() || Fail("a path is wanted");
+    }
+
+    bool ParseOptions(std::string rest) {
+        while (!rest.empty()) scenario_->options.push_back(Repeat(TakeText(&rest)));
+        return true;
+    }
+
+    bool ParseSettings(const Statement& statement, const std::string& rest) {
+        has_settings_ = true;
+        if (rest == "none") return true;
+        if (rest == "empty") return AddFile(kSettingsFile, "");
+        if (!rest.empty()) return Fail("none, empty or an indented block is wanted");
+        if (statement.block.empty()) return Fail("the settings are missing: indent them under this line");
+        return AddFile(kSettingsFile, BlockText(statement));
+    }
+
+    bool AddFile(const std::string& path, const std::string& text) {
+        if (path.empty() || path[0] != '/') return Fail("a path is wanted");
+        scenario_->files.push_back({path, text});
+        return true;
+    }
+
+    void AddDefaultFile(const std::string& path, const std::string& text) {
+        const auto has_path = [&path](const ScenarioFile& file) { return file.path == path; };
+        if (std::none_of(scenario_->files.begin(), scenario_->files.end(), has_path)) {
+            scenario_->files.push_back({path, text});
+        }
+    }
+
+    bool ParseFolder(const std::string& path) {
+        scenario_->folders.push_back(path);
+        return !path.empty() || Fail("a path is wanted");
+    }
+
+    bool ParseBus(const std::string& rest) {
+        scenario_->bus_fails = rest == "fails";
+        return rest == "fails" || Fail("only \"bus fails\" is known");
+    }
+
+    bool ParseShell(std::string rest, ShellRule* rule) {
+        rule->part = TakeText(&rest);
+        if (rule->part.empty() || rest.empty())
+            return Fail("a part of a command and what becomes of it are wanted");
+        while (!rest.empty()) {
+            const std::string word = TakeWord(&rest);
+            if (word == "fails") {
+                rule->fails = true;
+            } else if (word == "prints") {
+                rule->prints = Repeat(TakeText(&rest));
+            } else if (word == "takes") {
+                if (!ParseWholeNumber(TakeWord(&rest), &rule->takes_seconds))
+                    return Fail("whole seconds are wanted");
+            } else if (word == "slowly") {
+                if (!ParseWholeNumber(TakeWord(&rest), &rule->seconds_before_line)) {
+                    return Fail("whole seconds for each line are wanted");
+                }
+            } else if (word == "turns") {
+                rule->knobs.push_back(rest);
+                rest.clear();
+            } else {
+                return Fail("fails, prints, takes, slowly or turns is wanted, not \"" + word + "\"");
+            }
+        }
+        return true;
+    }
+
+    bool ParseUntil(const std::string& rest) {
+        return (ParseSeconds(rest, &scenario_->until_us) && scenario_->until_us > 0) ||
+               Fail("seconds are wanted");
+    }
+
+    // The lines of a block without the indentation of its first.
+    static std::string BlockText(const Statement& statement) {
+        std::string text;
+        if (statement.block.empty()) return text;
+        const size_t indentation = statement.block[0].find_first_not_of(kBlanks);
+        for (const std::string& line : statement.block) {
+            const size_t own = line.find_first_not_of(kBlanks);
+            text += Repeat(line.substr(std::min(indentation, own))) + "\n";
+        }
+        return text;
+    }
+
+    // ---- what happens when
+    // ------------------------------------------------------------------------------------
+
+    bool ParseAt(const Statement& statement, std::string rest) {
+        int64_t at_us = 0;
+        if (!ParseSeconds(TakeWord(&rest), &at_us)) return Fail("seconds are wanted");
+        return ParseEvent(statement, rest, at_us);
+    }
+
+    bool ParseEvery(const Statement& statement, std::string rest) {
+        int64_t step_us = 0, from_us = 0, to_us = 0;
+        const bool is_whole = ParseSeconds(TakeWord(&rest), &step_us) && TakeWord(&rest) == "from" &&
+                              ParseSeconds(TakeWord(&rest), &from_us) && TakeWord(&rest) == "to" &&
+                              ParseSeconds(TakeWord(&rest), &to_us) && step_us > 0;
+        if (!is_whole) return Fail("\"every SECONDS from SECONDS to SECONDS ...\" is wanted");
+        for (int64_t at_us = from_us; at_us <= to_us; at_us += step_us) {
+            if (!ParseEvent(statement, rest, at_us)) return false;
+        }
+        return true;
+    }
+
+    bool ParseEvent(const Statement& statement, std::string rest, int64_t at_us) {
+        using Kind = ScenarioEvent::Kind;
+        ScenarioEvent event = {};
+        event.at_us = at_us;
+        event.line = statement.line;
+        const std::string whole = rest;
+        const std::string word = TakeWord(&rest);
+        if (word.empty()) return Fail("what happens is missing");
+        if (word == "fifo" || word == "type") {
+            event.kind = word == "fifo" ? Kind::kFifo : Kind::kType;
+            const bool is_exact = IsQuoted(rest);
+            event.text = is_exact ? Repeat(Unescape(InsideQuotes(rest))) : rest + "\n";
+        } else if (word == "settings") {
+            event.kind = Kind::kWrite;
+            event.subject = kSettingsFile;
+            event.text = BlockText(statement);
+            if (event.text.empty() && rest != "empty") return Fail("the settings are missing");
+        } else if (word == "write") {
+            event.kind = Kind::kWrite;
+            event.subject = TakeText(&rest);
+            event.text = BlockText(statement);
+        } else if (word == "remove" || word == "folder" || word == "show") {
+            event.kind = word == "remove" ? Kind::kRemove : word == "folder" ? Kind::kFolder : Kind::kShow;
+            event.subject = TakeText(&rest);
+            if (event.subject.empty()) return Fail("a path is wanted");
+        } else if (word == "shell") {
+            event.kind = Kind::kShell;
+            if (!ParseShell(rest, &event.shell)) return false;
+        } else if (word == "call" || word == "signal") {
+            event.kind = word == "call" ? Kind::kCall : Kind::kSignal;
+            event.subject = WithoutBlanks(rest);
+            if (!IsHex(event.subject)) return Fail("bytes in hexadecimal are wanted");
+            event.text = FromHex(event.subject);
+        } else {
+            event.kind = Kind::kKnob;
+            event.subject = whole;
+            if (scenario_->modem_family.empty())
+                return Fail("there is no modem with a knob \"" + word + "\"");
+        }
+        scenario_->events.push_back(event);
+        return true;
+    }
+
+    // ---- what is expected
+    // -------------------------------------------------------------------------------------
+
+    bool ParseExpectation(const Statement& statement, Expectation::Mode mode, std::string rest) {
+        Expectation expectation = {};
+        expectation.mode = mode;
+        expectation.to_us = INT64_MAX;
+        expectation.line = statement.line;
+        expectation.source = statement.text;
+        if (mode == Expectation::Mode::kSoOften) {
+            int64_t count = 0;
+            if (!ParseWholeNumber(TakeWord(&rest), &count)) return Fail("a number is wanted");
+            expectation.count = static_cast<int>(count);
+        }
+        std::string word = TakeWord(&rest);
+        if (!IsTraceKind(word)) {
+            if (!ParseTimes(word, &expectation.from_us, &expectation.to_us)) {
+                return Fail("a time (T, A..B, A.. or ..B) or a kind of entry is wanted, not \"" + word +
+                            "\"");
+            }
+            word = TakeWord(&rest);
+            if (!IsTraceKind(word)) return Fail("no kind of entry: \"" + word + "\"");
+        }
+        expectation.kind = word;
+        if (word == "logs" || word == "debugs") expectation.place = TakeWord(&rest);
+        expectation.text = IsQuoted(rest) ? Escape(Unescape(InsideQuotes(rest))) : rest;
+        if (expectation.text.empty() && (word == "logs" || word == "debugs")) {
+            return Fail("the function and the text of the line are wanted");
+        }
+        scenario_->expectations.push_back(expectation);
+        return true;
+    }
+
+    // A file is looked at whenever something is expected of what it shows.
+    void AddSnapshots() {
+        std::vector<std::pair<int64_t, std::string>> made;
+        for (const Expectation& expectation : scenario_->expectations) {
+            if (expectation.kind != "shows" || expectation.from_us != expectation.to_us) continue;
+            std::string rest = expectation.text;
+            const std::pair<int64_t, std::string> snapshot = {expectation.from_us, TakeWord(&rest)};
+            if (std::find(made.begin(), made.end(), snapshot) != made.end()) continue;
+            made.push_back(snapshot);
+            ScenarioEvent event = {};
+            event.at_us = snapshot.first;
+            event.kind = ScenarioEvent::Kind::kShow;
+            event.subject = snapshot.second;
+            event.line = expectation.line;
+            scenario_->events.push_back(event);
+        }
+    }
+
+    Scenario* scenario_;
+    std::string text_;
+    std::vector<Statement> statements_;
+    int line_ = 0;
+    std::string problem_;
+    bool has_modem_ = false;
+    bool has_settings_ = false;
+};
+
+}  // namespace
+
+bool Scenario::ExpectsAnEnd() const {
+    return std::any_of(expectations.begin(), expectations.end(), [](const Expectation& expectation) {
+        return expectation.kind == "ends" && expectation.mode != Expectation::Mode::kNowhere;
+    });
+}
+
+bool ParseScenario(const std::string& path, const std::string& text, Scenario* scenario,
+                   std::string* problem) {
+    *scenario = {};
+    scenario->path = path;
+    return Parser(scenario, text).Parse(problem);
+}
+
+bool ReadScenario(const std::string& path, Scenario* scenario, std::string* problem) {
+    std::ifstream file(path, std::ios::binary);
+    if (!file) {
+        *problem = path + ": can't be read";
+        return false;
+    }
+    std::ostringstream text;
+    text << file.rdbuf();
+    return ParseScenario(path, text.str(), scenario, problem);
+}
+
+}  // namespace virtual_time

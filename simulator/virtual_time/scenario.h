@@ -1,0 +1,84 @@
+// A scenario: what is given, what happens when, and what is expected to be seen. The language is told, word
+// by word, in docs/virtual-time.md.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "simulator/virtual_time/trace.h"
+
+namespace virtual_time {
+
+struct ShellRule {
+    std::string part;
+    bool fails = false;
+    std::string prints;
+    int64_t takes_seconds = 0;
+    int64_t seconds_before_line = 0;
+    std::vector<std::string> knobs;  // turned when the command runs
+};
+
+struct ScenarioFile {
+    std::string path;
+    std::string text;
+};
+
+/// Something that the scenario does at a time.
+struct ScenarioEvent {
+    enum class Kind { kKnob, kFifo, kWrite, kRemove, kFolder, kShow, kType, kShell, kCall, kSignal };
+
+    int64_t at_us;
+    Kind kind;
+    std::string subject;  // path, knob line, or bytes in hex
+    std::string text;     // bytes
+    ShellRule shell;
+    int line;
+};
+
+/// Something to be seen in the trace, or not.
+struct Expectation {
+    enum class Mode {
+        kNext,      // "see": behind the entry of the "see" before it
+        kAnywhere,  // "also"
+        kNowhere,   // "never"
+        kSoOften,   // "count"
+    };
+
+    Mode mode;
+    int64_t from_us = 0;
+    int64_t to_us = INT64_MAX;
+    int count = 0;
+    std::string kind;
+    std::string place;  // for the log: FUNCTION or FILE:FUNCTION
+    std::string text;   // escaped as in the trace; "<any>" stands for any run of characters
+    int line;
+    std::string source;  // the line as it stands
+};
+
+struct Scenario {
+    std::string path;
+    std::string modem_family;  // empty: no modem
+    std::string modem_model;
+    std::string port = "/dev/ttyUSB2";
+    std::vector<std::string> knobs;
+    std::vector<std::string> options;  // of the daemon's command line
+    std::vector<ScenarioFile> files;
+    std::vector<std::string> folders;
+    std::vector<ShellRule> shell;
+    bool bus_fails = false;
+    int64_t until_us = 0;
+    std::vector<ScenarioEvent> events;
+    std::vector<Expectation> expectations;
+
+    bool ExpectsAnEnd() const;  // whether the daemon is expected to end by itself
+};
+
+constexpr char kSettingsFile[] = "/run/network/ifcfg-lte";
+
+/// Reads a scenario. On failure false, with "FILE:LINE: what is wrong" in `problem`.
+bool ReadScenario(const std::string& path, Scenario* scenario, std::string* problem);
+bool ParseScenario(const std::string& path, const std::string& text, Scenario* scenario,
+                   std::string* problem);
+
+}  // namespace virtual_time

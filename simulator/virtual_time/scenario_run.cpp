@@ -1,0 +1,305 @@
+// scenario_run: runs the real daemon through scenarios in virtual time and holds what it did against what
+// they expect. `scenario_run --help` tells its options; the language of scenarios is told in
+// docs/virtual-time.md.
+
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "simulator/virtual_time/expectations.h"
+#include "simulator/virtual_time/preload.h"
+#include "simulator/virtual_time/private_folder.h"
+#include "simulator/virtual_time/scenario.h"
+#include "simulator/virtual_time/trace_file.h"
+
+namespace {
+
+using virtual_time::PrivateFolder;
+using virtual_time::Scenario;
+using virtual_time::TraceEntry;
+
+constexpr char kHelp[] =
+    "usage: scenario_run [options] FILE...\n"
+    "Runs the daemon through each scenario in virtual time; says what was expected and not seen.\n"
+    "  --story         print what happened, without the exchanges with the modem\n"
+    "  --verbose       print the whole trace\n"
+    "  --trace FILE    write the whole trace to FILE\n"
+    "  --twice         run each scenario twice: the traces must be the same, byte for byte\n"
+    "  --unmet N       succeed if exactly N expectations are unmet; for scenarios that prove that they can "
+    "be\n"
+    "  --daemon PATH   the daemon; the one beside this program if not told\n"
+    "  --limit SECONDS real time that one run may take; 120 if not told\n"
+    "  --help          this text\n"
+    "Status: 0 all as expected, 1 not, 2 the scenario or the command line is wrong.\n";
+
+constexpr int kDefaultLimitSeconds = 120;
+constexpr int kStatusUnexpected = 1;
+constexpr int kStatusWrong = 2;
+
+struct Options {
+    bool story = false;
+    bool verbose = false;
+    bool twice = false;
+    std::string trace;
+    std::string daemon;
+    int limit_seconds = kDefaultLimitSeconds;
+    size_t unmet = 0;
+    std::vector<std::string> files;
+};
+
+// What came of one run.
+struct Outcome {
+    std::string trace;    // whole, with its end
+    std::string output;   // of the real standard output and error: what a sanitizer or the loader says
+    std::string problem;  // why the run itself failed; empty if it didn't
+};
+
+std::string FolderOfThisProgram() {
+    return std::filesystem::read_symlink("/proc/self/exe").parent_path().string();
+}
+
+std::string ReadText(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    std::ostringstream text;
+    text << file.rdbuf();
+    return text.str();
+}
+
+// The variables of the daemon's environment: nothing of the caller's that could change what it does.
+std::vector<std::string> DaemonEnvironment(const std::string& scenario_path, const std::string& root,
+                                           const std::string& trace_path) {
+    const auto sanitizer_options = [](const char* name, const std::string& ours) {
+        const char* own = getenv(name);
+        return std::string(name) + "=" + ours + (own != nullptr ? std::string(":") + own : "");
+    };
+    return {
+        "PATH=/usr/sbin:/usr/bin:/sbin:/bin",
+        "TZ=UTC",
+        "LD_PRELOAD=" + FolderOfThisProgram() + "/libravelin_virtual_time.so",
+        std::string(virtual_time::kScenarioVariable) + "=" + scenario_path,
+        std::string(virtual_time::kRootVariable) + "=" + root,
+        std::string(virtual_time::kTraceVariable) + "=" + trace_path,
+        // Our library comes in front of the sanitizer's, so that the sanitizer sees threads start as usual.
+        sanitizer_options("ASAN_OPTIONS", "verify_asan_link_order=0"),
+        sanitizer_options("UBSAN_OPTIONS", "print_stacktrace=1"),
+        sanitizer_options("TSAN_OPTIONS", "halt_on_error=1"),
+    };
+}
+
+std::vector<char*> Pointers(std::vector<std::string>& texts) {
+    std::vector<char*> pointers;
+    for (std::string& text : texts) pointers.push_back(text.data());
+    pointers.push_back(nullptr);
+    return pointers;
+}
+
+[[noreturn]] void BecomeDaemon(std::vector<std::string> arguments, std::vector<std::string> environment,
+                               const std::string& output_path) {
+    const int input = open("/dev/null", O_RDONLY);
+    const int output = open(output_path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    dup2(input, STDIN_FILENO);
+    dup2(output, STDOUT_FILENO);
+    dup2(output, STDERR_FILENO);
+    close_range(STDERR_FILENO + 1, ~0U, 0);
+    execve(arguments[0].c_str(), Pointers(arguments).data(), Pointers(environment).data());
+    perror(arguments[0].c_str());
+    _exit(kStatusWrong);
+}
+
+// The status of waitpid, or -1 if the process had to be killed since the limit was reached.
+int WaitFor(pid_t pid, int limit_seconds) {
+    constexpr int kStepMicroseconds = 1000;
+    for (int64_t waited_us = 0; waited_us < limit_seconds * int64_t{1000000};
+         waited_us += kStepMicroseconds) {
+        int status = 0;
+        if (waitpid(pid, &status, WNOHANG) == pid) return status;
+        usleep(kStepMicroseconds);
+    }
+    kill(pid, SIGKILL);
+    waitpid(pid, nullptr, 0);
+    return -1;
+}
+
+// A daemon that was killed can't note its end.
+void NoteDeath(int status, Outcome* outcome) {
+    const std::vector<TraceEntry> entries = virtual_time::ParseTrace(outcome->trace);
+    const bool has_end = !entries.empty() && entries.back().kind == "ends";
+    if (has_end) {
+        const std::string& end = entries.back().text;
+        const bool as_noted = WIFEXITED(status) &&
+                              (end == "still running" ? WEXITSTATUS(status) == 0
+                                                      : end == "exit " + std::to_string(WEXITSTATUS(status)));
+        if (!as_noted) outcome->problem = "the daemon noted \"" + end + "\" and then failed on its way out";
+        return;
+    }
+    const int64_t at_us = entries.empty() ? 0 : entries.back().at_us;
+    const std::string text = WIFSIGNALED(status) ? "signal " + std::to_string(WTERMSIG(status))
+                                                 : "died with status " + std::to_string(WEXITSTATUS(status));
+    outcome->trace += virtual_time::FormatEntry({at_us, "ends", text});
+}
+
+Outcome RunDaemon(const Options& options, const Scenario& scenario) {
+    const PrivateFolder folder;
+    const std::string trace_path = folder.root() + "/trace", output_path = folder.root() + "/output";
+    const std::string root = folder.root() + "/root";
+    std::filesystem::create_directory(root);
+    std::vector<std::string> arguments = {options.daemon};
+    arguments.insert(arguments.end(), scenario.options.begin(), scenario.options.end());
+    const std::vector<std::string> environment =
+        DaemonEnvironment(std::filesystem::absolute(scenario.path).string(), root, trace_path);
+
+    Outcome outcome;
+    const pid_t pid = fork();
+    if (pid < 0) {
+        outcome.problem = std::string("fork: ") + strerror(errno);
+        return outcome;
+    }
+    if (pid == 0) BecomeDaemon(arguments, environment, output_path);
+    const int status = WaitFor(pid, options.limit_seconds);
+    outcome.trace = virtual_time::ReadTraceFile(trace_path);
+    outcome.output = ReadText(output_path);
+    if (status == -1) {
+        outcome.problem = "still not done after " + std::to_string(options.limit_seconds) + " real seconds";
+    } else {
+        NoteDeath(status, &outcome);
+    }
+    return outcome;
+}
+
+bool IsExchange(const TraceEntry& entry) {
+    return entry.kind == "sends" || entry.kind == "hears" || entry.kind == "debugs";
+}
+
+void PrintTrace(const std::vector<TraceEntry>& trace) {
+    for (const TraceEntry& entry : trace) fputs(virtual_time::FormatEntry(entry).c_str(), stdout);
+}
+
+// What happened, without the exchanges with the modem, and with repetitions folded.
+void PrintStory(const std::vector<TraceEntry>& trace) {
+    const TraceEntry* last = nullptr;
+    const TraceEntry* last_again = nullptr;
+    int repetitions = 0;
+    const auto tell_repetitions = [&] {
+        if (repetitions > 0) {
+            printf("%25s(and %d times more, the last at %s)\n", "", repetitions,
+                   virtual_time::FormatSeconds(last_again->at_us).c_str());
+        }
+        repetitions = 0;
+    };
+    for (const TraceEntry& entry : trace) {
+        if (IsExchange(entry)) continue;
+        if (last != nullptr && entry.kind == last->kind && entry.text == last->text) {
+            repetitions++;
+            last_again = &entry;
+            continue;
+        }
+        tell_repetitions();
+        fputs(virtual_time::FormatEntry(entry).c_str(), stdout);
+        last = &entry;
+    }
+    tell_repetitions();
+}
+
+std::string FirstDifference(const std::string& one, const std::string& other) {
+    std::istringstream lines(one), other_lines(other);
+    for (std::string line, other_line;;) {
+        const bool has_line = static_cast<bool>(std::getline(lines, line));
+        const bool has_other = static_cast<bool>(std::getline(other_lines, other_line));
+        if (!has_line && !has_other) return "";
+        if (has_line && has_other && line == other_line) continue;
+        return "    first run:  " + (has_line ? line : "(over)") +
+               "\n    second run: " + (has_other ? other_line : "(over)") + "\n";
+    }
+}
+
+// Runs and judges one scenario; its status.
+int RunScenario(const Options& options, const std::string& path) {
+    Scenario scenario;
+    std::string problem;
+    if (!virtual_time::ReadScenario(path, &scenario, &problem)) {
+        fprintf(stderr, "%s\n", problem.c_str());
+        return kStatusWrong;
+    }
+    const Outcome outcome = RunDaemon(options, scenario);
+    const std::vector<TraceEntry> trace = virtual_time::ParseTrace(outcome.trace);
+    std::vector<std::string> problems = virtual_time::CheckExpectations(scenario, trace);
+    if (!outcome.problem.empty()) problems.push_back(outcome.problem + "\n");
+    if (options.twice) {
+        const Outcome again = RunDaemon(options, scenario);
+        if (again.trace != outcome.trace) {
+            problems.push_back("the second run differs from the first:\n" +
+                               FirstDifference(outcome.trace, again.trace));
+        }
+    }
+    if (options.verbose) PrintTrace(trace);
+    if (options.story) PrintStory(trace);
+    if (!options.trace.empty()) std::ofstream(options.trace, std::ios::binary) << outcome.trace;
+    if (!outcome.output.empty()) fprintf(stderr, "%s\n", outcome.output.c_str());
+    for (const std::string& each : problems) fprintf(stderr, "%s\n", each.c_str());
+    const bool is_good = problems.size() == options.unmet;
+    if (options.unmet != 0) printf("%zu of %zu unmet expectations\n", problems.size(), options.unmet);
+    printf("%s: %s\n", path.c_str(), is_good ? "as expected" : "NOT as expected");
+    return is_good ? 0 : kStatusUnexpected;
+}
+
+bool ParseOptions(const std::vector<std::string>& words, Options* options) {
+    for (size_t i = 0; i < words.size(); i++) {
+        const std::string& word = words[i];
+        const bool takes_value =
+            word == "--trace" || word == "--daemon" || word == "--limit" || word == "--unmet";
+        if (takes_value && i + 1 == words.size()) return false;
+        if (word == "--story") {
+            options->story = true;
+        } else if (word == "--verbose") {
+            options->verbose = true;
+        } else if (word == "--twice") {
+            options->twice = true;
+        } else if (word == "--trace") {
+            options->trace = words[++i];
+        } else if (word == "--daemon") {
+            options->daemon = words[++i];
+        } else if (word == "--limit") {
+            options->limit_seconds = atoi(words[++i].c_str());
+        } else if (word == "--unmet") {
+            options->unmet = static_cast<size_t>(atoi(words[++i].c_str()));
+        } else if (word.rfind("--", 0) == 0) {
+            return false;
+        } else {
+            options->files.push_back(word);
+        }
+    }
+    return !options->files.empty() && options->limit_seconds > 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const std::vector<std::string> words(argv + 1, argv + argc);
+    if (!words.empty() && words[0] == "--help") {
+        fputs(kHelp, stdout);
+        puts("What a trace holds and a scenario can expect:");
+        for (const virtual_time::TraceKind& kind : virtual_time::TraceKinds()) {
+            printf("  %-10s %s\n", kind.word, kind.meaning);
+        }
+        return 0;
+    }
+    Options options;
+    if (!ParseOptions(words, &options)) {
+        fputs(kHelp, stderr);
+        return kStatusWrong;
+    }
+    if (options.daemon.empty()) options.daemon = FolderOfThisProgram() + "/ravelin-mobile";
+    int status = 0;
+    for (const std::string& file : options.files) status = std::max(status, RunScenario(options, file));
+    return status;
+}

@@ -1,0 +1,49 @@
+#include "simulator/virtual_time/trace_file.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+
+namespace virtual_time {
+
+namespace {
+
+constexpr size_t kTraceBytesMax = size_t{48} * 1024 * 1024;  // takes no room until it is written
+
+}  // namespace
+
+TraceFile::TraceFile(const std::string& path) {
+    const int fd = open(path.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+    void* mapping = MAP_FAILED;
+    if (fd >= 0 && ftruncate(fd, kTraceBytesMax) == 0) {
+        mapping = mmap(nullptr, kTraceBytesMax, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_NORESERVE, fd, 0);
+    }
+    if (mapping == MAP_FAILED) {
+        perror(path.c_str());
+        _exit(1);
+    }
+    close(fd);
+    start_ = static_cast<char*>(mapping);
+}
+
+bool TraceFile::Note(int64_t at_us, const char* kind, std::string_view bytes) {
+    const std::string line = FormatEntry({at_us, kind, Escape(bytes)});
+    if (used_ + line.size() >= kTraceBytesMax) return false;
+    memcpy(start_ + used_, line.data(), line.size());
+    used_ += line.size();
+    return true;
+}
+
+std::string ReadTraceFile(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    std::string text;
+    std::getline(file, text, '\0');  // escapes leave no NUL in the text
+    return text;
+}
+
+}  // namespace virtual_time

@@ -1,0 +1,289 @@
+// The language of scenarios, traces, and the judgement over them. A scenario proves something only if its
+// expectations can fail, so each way to fail has a test.
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "simulator/virtual_time/expectations.h"
+#include "simulator/virtual_time/scenario.h"
+#include "simulator/virtual_time/trace.h"
+
+namespace {
+
+using virtual_time::CheckExpectations;
+using virtual_time::Escape;
+using virtual_time::Expectation;
+using virtual_time::MatchesPattern;
+using virtual_time::ParseScenario;
+using virtual_time::ParseTrace;
+using virtual_time::Scenario;
+using virtual_time::ScenarioEvent;
+using virtual_time::TraceEntry;
+using virtual_time::Unescape;
+
+// A scenario with what must be there, and these lines.
+Scenario Parse(const std::string& lines) {
+    Scenario scenario;
+    std::string problem;
+    const bool is_good = ParseScenario("x", "modem quectel_qcom EG25\nuntil 100\nsee ends <any>\n" + lines,
+                                       &scenario, &problem);
+    EXPECT_TRUE(is_good) << problem;
+    return scenario;
+}
+
+std::string ProblemOf(const std::string& text) {
+    Scenario scenario;
+    std::string problem;
+    return ParseScenario("x", text, &scenario, &problem) ? "" : problem;
+}
+
+// ---- language
+// ---------------------------------------------------------------------------------------------------
+
+TEST(ScenarioLanguage, GivenPartIsRead) {
+    const Scenario scenario = Parse(
+        "knob csq 12\n"
+        "port /dev/ttyACM0\n"
+        "options -d \"/dev/x y\" -Dl 7\n"
+        "settings\n"
+        "    ENABLE=true\n"
+        "      INDENTED=1\n"
+        "    APN=<3*ab>\n"
+        "cpuinfo Hardware : MX6\n"
+        "folder /media/x\n"
+        "shell \"ping  8.8.8.8\" prints \"3\\n\" takes 2\n"
+        "bus fails\n");
+    EXPECT_EQ("quectel_qcom", scenario.modem_family);
+    EXPECT_EQ("EG25", scenario.modem_model);
+    EXPECT_EQ((std::vector<std::string>{"csq 12"}), scenario.knobs);
+    EXPECT_EQ("/dev/ttyACM0", scenario.port);
+    EXPECT_EQ((std::vector<std::string>{"-d", "/dev/x y", "-Dl", "7"}), scenario.options);
+    ASSERT_GE(scenario.files.size(), 3u);  // settings, cpuinfo, version
+    EXPECT_EQ("/run/network/ifcfg-lte", scenario.files[0].path);
+    EXPECT_EQ("ENABLE=true\n  INDENTED=1\nAPN=ababab\n", scenario.files[0].text);
+    EXPECT_EQ("Hardware : MX6\n", scenario.files[1].text);
+    EXPECT_EQ((std::vector<std::string>{"/media/x"}), scenario.folders);
+    ASSERT_EQ(1u, scenario.shell.size());
+    EXPECT_EQ("ping  8.8.8.8", scenario.shell[0].part);
+    EXPECT_EQ("3\n", scenario.shell[0].prints);
+    EXPECT_EQ(2, scenario.shell[0].takes_seconds);
+    EXPECT_TRUE(scenario.bus_fails);
+    EXPECT_EQ(100000000, scenario.until_us);
+}
+
+TEST(ScenarioLanguage, SettingsCanBeMissingOrEmptyOrTheDefault) {
+    const auto settings_of = [](const Scenario& scenario) {
+        for (const auto& file : scenario.files) {
+            if (file.path == virtual_time::kSettingsFile) return "has " + file.text;
+        }
+        return std::string("none");
+    };
+    EXPECT_EQ("none", settings_of(Parse("settings none\n")));
+    EXPECT_EQ("has ", settings_of(Parse("settings empty\n")));
+    EXPECT_EQ("has ENABLE=true\n", settings_of(Parse("")));
+}
+
+TEST(ScenarioLanguage, EventsAreRead) {
+    const Scenario scenario = Parse(
+        "at 120 link down\n"
+        "at 3.5 fifo SoftReset:1\n"
+        "at 4 fifo \"a\\0b\"\n"
+        "at 5 settings\n"
+        "    ENABLE=false\n"
+        "at 6 remove /run/network/x\n"
+        "at 7 call FF 6A\n"
+        "every 10 from 20 to 40 csq 5\n"
+        "at 8 shell tool fails\n");
+    using Kind = ScenarioEvent::Kind;
+    ASSERT_EQ(10u, scenario.events.size());
+    EXPECT_EQ(Kind::kKnob, scenario.events[0].kind);
+    EXPECT_EQ("link down", scenario.events[0].subject);
+    EXPECT_EQ(120000000, scenario.events[0].at_us);
+    EXPECT_EQ("SoftReset:1\n", scenario.events[1].text);
+    EXPECT_EQ(3500000, scenario.events[1].at_us);
+    EXPECT_EQ(std::string("a\0b", 3), scenario.events[2].text);  // in quotes: exactly these bytes
+    EXPECT_EQ("ENABLE=false\n", scenario.events[3].text);
+    EXPECT_EQ("\xFF\x6A", scenario.events[5].text);
+    EXPECT_EQ(20000000, scenario.events[6].at_us);
+    EXPECT_EQ(40000000, scenario.events[8].at_us);
+    EXPECT_TRUE(scenario.events[9].shell.fails);
+}
+
+TEST(ScenarioLanguage, ExpectationsAreRead) {
+    const Scenario scenario = Parse(
+        "see 60..70 logs Task Check connection. offline 1/10 times\n"
+        "also runs \" /ubi/x kill_dhcp\"\n"
+        "never ..50 sends AT+<any>\n"
+        "count 3 5.. sends \"AT\\r\\n\"\n"
+        "see 9 shows /run/network/ravelin_status Online=TRUE\n");
+    ASSERT_EQ(6u, scenario.expectations.size());
+    const Expectation& log = scenario.expectations[1];
+    EXPECT_EQ(60000000, log.from_us);
+    EXPECT_EQ(70000000, log.to_us);
+    EXPECT_EQ("Task", log.place);
+    EXPECT_EQ("Check connection. offline 1/10 times", log.text);
+    EXPECT_EQ(" /ubi/x kill_dhcp", scenario.expectations[2].text);
+    EXPECT_EQ(0, scenario.expectations[3].from_us);
+    EXPECT_EQ(50000000, scenario.expectations[3].to_us);
+    EXPECT_EQ(3, scenario.expectations[4].count);
+    EXPECT_EQ("AT\\r\\n", scenario.expectations[4].text);  // as the trace shows it
+    ASSERT_EQ(1u, scenario.events.size());                 // the file is looked at by itself
+    EXPECT_EQ(ScenarioEvent::Kind::kShow, scenario.events[0].kind);
+    EXPECT_EQ(9000000, scenario.events[0].at_us);
+}
+
+TEST(ScenarioLanguage, MistakesAreToldWithTheirLine) {
+    struct Mistake {
+        const char* text;
+        const char* problem;
+    };
+    const Mistake mistakes[] = {
+        {"modem none\nuntil 5\n", "nothing is expected"},
+        {"modem none\nsee ends <any>\n", "\"until SECONDS\" is missing"},
+        {"until 5\nsee ends <any>\n", "\"modem FAMILY"},
+        {"modem none\nfrobnicate\n", "x:2: unknown word \"frobnicate\""},
+        {"modem none\nat x link down\n", "x:2: seconds are wanted"},
+        {"modem none\nat 5 link down\n", "there is no modem with a knob \"link\""},
+        {"modem none\nat 5\n", "what happens is missing"},
+        {"modem none\nsee 5 mumbles x\n", "no kind of entry: \"mumbles\""},
+        {"modem none\nsee soon logs x y\n", "not \"soon\""},
+        {"modem none\nsee logs Task\n", "the function and the text"},
+        {"modem none\ncount sends AT\n", "a number is wanted"},
+        {"modem none\nat 5 call FF6\n", "bytes in hexadecimal"},
+        {"modem none\nsettings\nuntil 5\n", "the settings are missing"},
+        {"modem none\nshell ping mumbles\n", "not \"mumbles\""},
+        {"    APN=x\nmodem none\n", "x:1: an indented line with nothing above it"},
+    };
+    for (const Mistake& mistake : mistakes) {
+        const std::string problem = ProblemOf(mistake.text);
+        EXPECT_NE(std::string::npos, problem.find(mistake.problem)) << mistake.text << "gave: " << problem;
+    }
+}
+
+// ---- trace
+// ------------------------------------------------------------------------------------------------------
+
+TEST(Trace, EntriesComeBackAsTheyWere) {
+    const std::vector<TraceEntry> entries = {
+        {0, "sends", "AT"},
+        {62005000, "hears", "\\r\\nOK\\r\\n"},
+        {123456789000000, "publishes", "/run/x y"},
+        {5000, "prints", ""},
+        {5000, "prints", "  blanks in front"},
+    };
+    std::string text;
+    for (const TraceEntry& entry : entries) text += virtual_time::FormatEntry(entry);
+    const std::vector<TraceEntry> again = ParseTrace(text);
+    ASSERT_EQ(entries.size(), again.size());
+    for (size_t i = 0; i < entries.size(); i++) {
+        EXPECT_EQ(entries[i].at_us, again[i].at_us);
+        EXPECT_EQ(entries[i].kind, again[i].kind);
+        EXPECT_EQ(entries[i].text, again[i].text);
+    }
+}
+
+TEST(Trace, BytesBecomeOnePrintableLineAndBack) {
+    const std::string bytes("a\r\n\t\0\x7F\xFF\\\"\xE7\x9B\xAE\xE5", 13);
+    EXPECT_EQ("a\\r\\n\\t\\0\\x7F\\xFF\\\\\"\xE7\x9B\xAE\\xE5", Escape(bytes));
+    EXPECT_EQ(bytes, Unescape(Escape(bytes)));
+    EXPECT_EQ("\\q", Unescape("\\q"));
+}
+
+TEST(Trace, PatternsMatchWholeTexts) {
+    EXPECT_TRUE(MatchesPattern("AT+CSQ", "AT+CSQ"));
+    EXPECT_FALSE(MatchesPattern("AT+CSQ", "AT+CSQ?"));
+    EXPECT_FALSE(MatchesPattern("AT+CSQ", "xAT+CSQ"));
+    EXPECT_TRUE(MatchesPattern("AT<any>", "AT"));
+    EXPECT_TRUE(MatchesPattern("<any>b<any>d", "abcd"));
+    EXPECT_FALSE(MatchesPattern("<any>b<any>d", "abcde"));
+    EXPECT_TRUE(MatchesPattern("<any>", ""));
+}
+
+// ---- judgement
+// --------------------------------------------------------------------------------------------------
+
+const char kTrace[] =
+    "       1.000  sends      AT\n"
+    "       2.000  logs       network_daemon/cellular_task.cpp:Task:99 No response! Reset device...\n"
+    "       2.000  debugs     network_daemon/main.cpp:main:9 detail\n"
+    "       3.000  sends      AT+CSQ\n"
+    "       4.000  sends      AT\n"
+    "     100.000  ends       still running\n";
+
+std::vector<std::string> Judge(const std::string& expectations, const std::string& trace = kTrace) {
+    Scenario scenario;
+    std::string problem;
+    EXPECT_TRUE(ParseScenario("x", "modem none\nuntil 100\n" + expectations, &scenario, &problem)) << problem;
+    return CheckExpectations(scenario, ParseTrace(trace));
+}
+
+TEST(Judgement, WhatIsThereIsFound) {
+    const auto problems = Judge(
+        "see 1 sends AT\n"
+        "see 2 logs Task No response! Reset device...\n"
+        "see 1..3 sends AT+CSQ\n"
+        "see 4 sends AT\n"
+        "also 1 sends AT\n"
+        "also 2 logs network_daemon/cellular_task.cpp:Task No response! <any>\n"
+        "also debugs main detail\n"
+        "never sends ATZ\n"
+        "count 2 sends AT\n"
+        "count 1 2.. sends AT\n"
+        "see ends still running\n");
+    EXPECT_TRUE(problems.empty()) << problems[0];
+}
+
+TEST(Judgement, EachWayToBeUnmetIsFound) {
+    for (const char* expectation : {
+             "see sends ATZ",                                                         // no such text
+             "see 1.001 sends AT",                                                    // another time
+             "see 1.1..3.9 sends AT",                                                 // another range
+             "see 2 debugs Task No response! Reset device...",                        // another level
+             "see 2 logs main No response! Reset device...",                          // another function
+             "see 2 logs network_daemon/main.cpp:Task No response! Reset device...",  // another file
+             "see 2 logs Task No response!",                                          // a part only
+             "also sends ATZ",
+             "never sends AT",
+             "never 4 sends AT",
+             "count 1 sends AT",
+             "count 3 sends AT",
+             "count 1 sends ATZ",
+         }) {
+        EXPECT_EQ(1u, Judge(std::string(expectation) + "\nalso ends still running\n").size()) << expectation;
+    }
+}
+
+TEST(Judgement, SeeKeepsTheOrderAndUsesEachEntryOnce) {
+    EXPECT_EQ(1u, Judge("see sends AT+CSQ\nsee 1 sends AT\n").size());
+    EXPECT_EQ(0u, Judge("see sends AT\nsee sends AT\n").size());
+    EXPECT_EQ(1u, Judge("see sends AT\nsee sends AT\nsee sends AT\n").size());
+}
+
+TEST(Judgement, TheNearestIsShown) {
+    const auto late = Judge("see 3.5 sends AT\n");
+    ASSERT_EQ(1u, late.size());
+    EXPECT_NE(std::string::npos, late[0].find("x:3: expected\n    see 3.5 sends AT"));
+    EXPECT_LT(late[0].find("4.000  sends      AT\n"), late[0].find("1.000  sends      AT\n"));
+    const auto similar = Judge("see logs Task No response!\n");
+    ASSERT_EQ(1u, similar.size());
+    EXPECT_NE(std::string::npos, similar[0].find("No response! Reset device..."));
+    EXPECT_NE(std::string::npos, Judge("see runs reboot\n")[0].find("Nothing at all of that kind"));
+}
+
+TEST(Judgement, AnEndThatNobodyExpectsFails) {
+    const std::string crash = "       1.000  sends      AT\n       2.000  ends       signal 11\n";
+    EXPECT_EQ(1u, Judge("see sends AT\n", crash).size());
+    EXPECT_EQ(0u, Judge("see sends AT\nsee ends signal 11\n", crash).size());
+    EXPECT_EQ(1u, Judge("see sends AT\nsee ends exit 0\n", crash).size());
+    EXPECT_EQ(1u, Judge("see sends AT\n", "       1.000  sends      AT\n").size());  // no end at all
+}
+
+TEST(Judgement, AScenarioThatIsBrokenFails) {
+    const std::string broken =
+        "       1.000  broken     modem: no knob \"x\"\n     100.000  ends       still running\n";
+    EXPECT_EQ(1u, Judge("see ends still running\n", broken).size());
+}
+
+}  // namespace
