@@ -16,7 +16,7 @@ namespace modem_sim {
 namespace {
 
 constexpr size_t kClientsMax = 16;
-constexpr size_t kLineMaxBytes = 16 * 1024;
+constexpr size_t kLineMaxBytes = 16UL * 1024;
 constexpr size_t kReadBytes = 4096;
 constexpr int kBacklog = 8;
 constexpr std::string_view kOkLine = "ok";

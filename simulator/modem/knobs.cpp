@@ -21,12 +21,12 @@ struct Knob {
     Complaint (*turn)(ModemInside& modem, std::string_view words);
 };
 
-constexpr int64_t kTimeMaxMs = 24 * 60 * 60 * 1000;
-constexpr int64_t kBytesMax = 32 * 1024;
+constexpr int64_t kTimeMaxMs = 24LL * 60 * 60 * 1000;
+constexpr int64_t kBytesMax = 32LL * 1024;
 constexpr int64_t kDefaultGapMs = 20;
 /// What a line of 115200 baud carries.
 constexpr int64_t kDefaultFloodBytesPerSecond = 11520;
-constexpr int64_t kFloodMaxBytesPerSecond = 1000 * 1000;
+constexpr int64_t kFloodMaxBytesPerSecond = 1000LL * 1000;
 
 Complaint Fine() {
     return {};
@@ -43,7 +43,7 @@ Complaint SetInteger(std::string_view words, int64_t smallest, int64_t largest, 
 
 Complaint SetInteger(std::string_view words, int64_t smallest, int64_t largest, int* value) {
     int64_t number = *value;
-    const Complaint complaint = SetInteger(words, smallest, largest, &number);
+    Complaint complaint = SetInteger(words, smallest, largest, &number);
     *value = static_cast<int>(number);
     return complaint;
 }
@@ -74,7 +74,7 @@ Complaint TurnSim(ModemInside& modem, std::string_view words) {
     const std::string_view state = TakeWord(&words);
     int64_t busy_asks = 0;
     if (state == "ready-after") {
-        const Complaint complaint = SetInteger(words, 0, INT_MAX, &busy_asks);
+        Complaint complaint = SetInteger(words, 0, INT_MAX, &busy_asks);
         if (!complaint.empty()) return complaint;
     } else if ((state != "absent" && state != "pin" && state != "ready") || !words.empty()) {
         return "absent, pin, ready or ready-after N is wanted";
@@ -86,7 +86,7 @@ Complaint TurnSim(ModemInside& modem, std::string_view words) {
 Complaint TurnRegistration(ModemInside& modem, std::string_view words) {
     constexpr int kStatMax = 10;
     int stat = 0;
-    const Complaint complaint = SetInteger(TakeWord(&words), 0, kStatMax, &stat);
+    Complaint complaint = SetInteger(TakeWord(&words), 0, kStatMax, &stat);
     if (!complaint.empty()) return complaint;
     constexpr std::string_view kNames[kDomainCount] = {"creg", "cgreg", "cereg"};
     const auto* const name = std::find(std::begin(kNames), std::end(kNames), words);
@@ -154,7 +154,7 @@ Complaint TurnPieces(ModemInside& modem, std::string_view words) {
 
 Complaint TurnPad(ModemInside& modem, std::string_view words) {
     int64_t pad_bytes = 0;
-    const Complaint complaint = SetInteger(words, 0, kBytesMax, &pad_bytes);
+    Complaint complaint = SetInteger(words, 0, kBytesMax, &pad_bytes);
     if (complaint.empty()) modem.faults.pad_bytes = static_cast<size_t>(pad_bytes);
     return complaint;
 }
@@ -168,7 +168,7 @@ Complaint TurnUrc(ModemInside& modem, std::string_view words) {
 
 Complaint TurnGarbage(ModemInside& modem, std::string_view words) {
     int64_t count = 0;
-    const Complaint complaint = SetInteger(words, 1, kBytesMax, &count);
+    Complaint complaint = SetInteger(words, 1, kBytesMax, &count);
     if (complaint.empty()) modem.SayGarbage(static_cast<size_t>(count));
     return complaint;
 }
@@ -181,7 +181,7 @@ Complaint TurnFlood(ModemInside& modem, std::string_view words) {
     } else if (state != "on") {
         return "on, on BYTES_PER_SECOND or off is wanted";
     } else if (!words.empty()) {
-        const Complaint complaint = SetInteger(words, 1, kFloodMaxBytesPerSecond, &bytes_per_second);
+        Complaint complaint = SetInteger(words, 1, kFloodMaxBytesPerSecond, &bytes_per_second);
         if (!complaint.empty()) return complaint;
     }
     modem.SetFlood(bytes_per_second);
@@ -190,7 +190,7 @@ Complaint TurnFlood(ModemInside& modem, std::string_view words) {
 
 Complaint TurnSeed(ModemInside& modem, std::string_view words) {
     int64_t seed = 0;
-    const Complaint complaint = SetInteger(words, 0, INT_MAX, &seed);
+    Complaint complaint = SetInteger(words, 0, INT_MAX, &seed);
     if (complaint.empty()) modem.random.seed(static_cast<unsigned>(seed));
     return complaint;
 }
@@ -227,14 +227,14 @@ Complaint TurnAnswer(ModemInside& modem, std::string_view words) {
 // -------------------------------------------------------------------------------------------
 
 Complaint TurnReset(ModemInside& modem, std::string_view words) {
-    const Complaint complaint = TakeNothing(words);
+    Complaint complaint = TakeNothing(words);
     if (complaint.empty()) modem.device.Reset();
     return complaint;
 }
 
 Complaint TurnPower(ModemInside& modem, std::string_view words) {
     bool on = false;
-    const Complaint complaint = SetSwitch(words, &on);
+    Complaint complaint = SetSwitch(words, &on);
     if (!complaint.empty()) return complaint;
     if (on) {
         modem.device.PowerOn();
@@ -245,7 +245,7 @@ Complaint TurnPower(ModemInside& modem, std::string_view words) {
 }
 
 Complaint TurnUnplug(ModemInside& modem, std::string_view words) {
-    const Complaint complaint = TakeNothing(words);
+    Complaint complaint = TakeNothing(words);
     if (complaint.empty()) modem.device.SetPlugged(false);
     return complaint;
 }
@@ -384,7 +384,7 @@ bool TurnKnob(ModemInside& modem, std::string_view line, std::string* reply) {
         *reply = "no knob \"" + std::string(name) + "\"";
         return false;
     }
-    const Complaint complaint = knob->turn(modem, line);
+    Complaint complaint = knob->turn(modem, line);
     if (!complaint.empty()) {
         *reply = std::string(knob->name) + ": " + complaint;
         return false;

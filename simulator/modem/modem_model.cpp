@@ -22,7 +22,7 @@ constexpr const char* kPercentText = ",%s%n%65536d%%";
 /// What a flooding modem repeats: something that no host waits for.
 constexpr std::string_view kFloodLine = "\r\n+CGEV: NW MODIFY 1\r\n";
 /// Above this much unread text a flood pauses: the rest would be lost anyway.
-constexpr size_t kFloodBacklogBytes = 32 * 1024;
+constexpr size_t kFloodBacklogBytes = 32UL * 1024;
 constexpr int64_t kFloodPauseMs = 10;
 constexpr std::string_view kLineEnd = "\r\n";
 

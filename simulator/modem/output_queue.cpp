@@ -8,7 +8,7 @@ namespace modem_sim {
 namespace {
 
 /// About what a USB modem keeps for a host that doesn't read.
-constexpr size_t kCapacityBytes = 64 * 1024;
+constexpr size_t kCapacityBytes = 64UL * 1024;
 
 }  // namespace
 

@@ -476,6 +476,17 @@ TEST_F(ModemModel, OutputIsTakenInPortionsInOrder) {
     EXPECT_EQ(modem_.NextEventMs(), std::nullopt);
 }
 
+TEST_F(ModemModel, OutputThatIsTakenMakesRoomForMore) {
+    Turn("pad 1000");
+    for (int count = 0; count < 200; ++count) EXPECT_EQ(Ask("AT").size(), 1000u);
+}
+
+TEST_F(ModemModel, OutputThatNobodyTakesIsLostBeyondWhatAModemKeeps) {
+    Turn("pad 1000");
+    for (int count = 0; count < 200; ++count) modem_.Receive("AT\r\n", now_ms_);
+    EXPECT_EQ(After(0).size(), 64u * 1024);
+}
+
 TEST_F(ModemModel, DelayPutsEachAnswerOff) {
     Turn("delay 1500");
     modem_.Receive("AT+CSQ\r\n", now_ms_);

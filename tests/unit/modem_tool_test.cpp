@@ -60,9 +60,13 @@ pid_t Start(const std::vector<std::string>& arguments, const std::string& output
     _exit(127);
 }
 
+/// Waits for the end of `child`; one that doesn't end is killed.
 int ExitStatus(pid_t child) {
     int status = 0;
-    waitpid(child, &status, 0);
+    if (!Await([&] { return waitpid(child, &status, WNOHANG) == child; })) {
+        kill(child, SIGKILL);
+        waitpid(child, &status, 0);
+    }
     return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
 }
 
@@ -263,6 +267,20 @@ TEST_F(ModemTool, ResetTakesThePortAwayForAWhileAndBootsTheModem) {
     close(port);
 }
 
+TEST_F(ModemTool, PortThatWentAndCameWhileTheToolSleptIsAnotherPort) {
+    StartModem({"--set", "port-gone 1", "--set", "boot-time 2"});
+    const int port = OpenPort(link_);
+    EXPECT_EQ(Ask(port, "AT+CFUN=1,1", kOk), kOk);
+    kill(child_, SIGSTOP);
+    constexpr int kLongerThanTheRestartMs = 200;
+    poll(nullptr, 0, kLongerThanTheRestartMs);
+    kill(child_, SIGCONT);
+    pollfd look = {port, 0, 0};
+    EXPECT_EQ(poll(&look, 1, kPatienceMs), 1);
+    EXPECT_NE(look.revents & POLLHUP, 0);
+    close(port);
+}
+
 TEST_F(ModemTool, FloodThatNobodyReadsLeavesTheKnobsWorking) {
     StartModem();
     const int port = OpenPort(link_);
@@ -288,7 +306,6 @@ TEST_F(ModemTool, WhatAKilledRunLeftIsReplaced) {
     StopModem(SIGKILL);
     EXPECT_TRUE(fs::is_symlink(link_));
     EXPECT_TRUE(fs::exists(socket_));
-    fs::path leftover = fs::read_symlink(link_);
     fs::remove(link_);
     fs::create_symlink("/dev/pts/999999", link_);
     StartModem();
@@ -312,6 +329,14 @@ TEST_F(ModemTool, ThingsOfOthersAreLeftAlone) {
     std::ofstream(folder_ + "/file") << "precious";
     EXPECT_EQ(Run({"--link", folder_ + "/second", "--control", folder_ + "/file"}), 1);
     EXPECT_EQ(ReadFile(folder_ + "/file"), "precious");
+}
+
+TEST_F(ModemTool, LinkThatSomeoneReplacedIsNotTakenAway) {
+    StartModem();
+    fs::remove(link_);
+    std::ofstream(link_) << "precious";
+    EXPECT_EQ(StopModem(SIGTERM), 0);
+    EXPECT_EQ(ReadFile(link_), "precious");
 }
 
 TEST_F(ModemTool, WrongWordsOnTheCommandLineAreRefused) {

@@ -125,7 +125,7 @@ Outcome SetOperator(Device& device, const Arguments& arguments) {
     const std::string mode = Argument(arguments, 0);
     if (mode != "0" && mode != "3") return CmeError(kCmeNotAllowed);
     if (arguments.size() == 1) return mode == "0" ? Ok() : CmeError(kCmeInvalidParameters);
-    const std::string format = arguments[1];
+    const std::string& format = arguments[1];
     if (format != "0" && format != "2") return CmeError(kCmeInvalidParameters);
     device.session.operator_format = format == "2" ? 2 : 0;
     return Ok();
