@@ -9,6 +9,7 @@ namespace {
 constexpr char kAny[] = "<any>";
 constexpr size_t kAnyLength = sizeof(kAny) - 1;
 constexpr size_t kNearestShown = 3;
+constexpr int kFoundShown = 20;
 
 // Parts of the text of a log entry: "FILE:FUNCTION:LINE message".
 struct LogText {
@@ -126,11 +127,11 @@ class Checker {
         int count = 0;
         for (const TraceEntry& entry : trace_) {
             if (!TimeMatches(expectation, entry) || !TextMatches(expectation, entry)) continue;
-            count++;
-            found += "    " + FormatEntry(entry);
+            if (count++ < kFoundShown) found += "    " + FormatEntry(entry);
         }
         if (count == expectation.count) return;
         std::string problem = "but " + std::to_string(count) + " " + FormatRange(expectation) + ":\n" + found;
+        if (count > kFoundShown) problem += "    ...\n";
         if (count == 0) problem += Nearest(expectation);
         Problem(expectation, problem);
     }
