@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <cstring>
 #include <functional>
 #include <memory>
 #include <string>
@@ -118,6 +119,17 @@ TEST_F(RestartTest, PortIsClosedWhileTheModemIsReset) {
     EXPECT_EQ(1, write(port_fd, "x", 1));
 }
 
+TEST_F(RestartTest, ObjectGoesOnWithTheNewDescriptor) {
+    const int first_fd = port_fd;
+    int taken = -1;
+    world.OnSystem("pin_rst", [&] { taken = dup(modem.fd()); });  // the number that the port had
+    EXPECT_EQ(RunEnd::kTaskEnded, Run());
+    EXPECT_EQ(first_fd, taken);
+    EXPECT_NE(first_fd, port_fd);
+    EXPECT_EQ(port_fd, cell->descriptors.back());
+    close(taken);
+}
+
 TEST_F(RestartTest, UpgradeReentersTaskEveryTenSecondsAndCountsNoReset) {
     cell->resets = 3;
     cell->m_online = 1;
@@ -230,6 +242,9 @@ TEST_F(RestartTest, CinterionThatHasNotComeBackLeavesTheFolderAsPath) {
     modem.Plug(false);
     EXPECT_EQ(RunEnd::kPortLost, Run());
     EXPECT_STREQ("/dev/", device);
+    for (const char* rest = device + strlen("/dev/"); rest < device + sizeof device; ++rest) {
+        ASSERT_EQ('\0', *rest) << "nothing of the former path stays";
+    }
     EXPECT_STREQ("/dev/", cell->m_at_port);
     EXPECT_TRUE(world.Logged(3, "open device error. /dev/\n"));
 }

@@ -199,9 +199,15 @@ TEST_F(MainTest, StatusIsPublishedBeforeTheLimitsAndTheDial) {
     ScriptedModem modem(world);
     IdentifyAs(modem, "Quectel", "EG25");
     modem.AllowUnknown();
+    modem.On("AT+CPIN?", "\r\n+CPIN: READY\r\n\r\nOK\r\n");
+    constexpr char kStatus[] = "/run/network/ravelin_status";
     bool published = false;
+    modem.OnCall("AT+QCCID", [&] {  // the last exchange of the SIM check; Initialize has published before
+        if (world.Exists(kStatus)) world.Remove(kStatus);
+        return std::string(kOk);
+    });
     modem.OnCall("AT+QCFG='thermal/limit_rates',1", [&] {
-        published = world.Exists("/run/network/ravelin_status");
+        published = world.Exists(kStatus);
         return std::string(kOk);
     });
     world.OnSystem("S84Reset4G.sh", [&] { modem.Plug(false); });
