@@ -44,9 +44,9 @@ TEST_F(OptionsTest, DefaultsStandWithoutOptions) {
 }
 
 TEST_F(OptionsTest, EachOptionIsTaken) {
-    EXPECT_TRUE(Read({"-d", "/dev/ttyACM0", "-c/tmp/settings", "-s", "/etc/udhcpc.sh", "-t"}));
+    EXPECT_TRUE(Read({"-d", "/dev/ttyACM0", "-c/etc/settings", "-s", "/etc/udhcpc.sh", "-t"}));
     EXPECT_STREQ("/dev/ttyACM0", options.device);
-    EXPECT_STREQ("/tmp/settings", options.config);
+    EXPECT_STREQ("/etc/settings", options.config);
     EXPECT_STREQ("/etc/udhcpc.sh", options.script);
     EXPECT_TRUE(options.debug_terminal);
 }
