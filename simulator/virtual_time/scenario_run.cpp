@@ -38,6 +38,8 @@ constexpr char kHelp[] =
     "  --unmet N       succeed if exactly N expectations are unmet; for scenarios that prove that they can "
     "be\n"
     "  --daemon PATH   the daemon; the one beside this program if not told\n"
+    "  --preload FILE  a library to load under the daemon behind our own, such as a meter\n"
+    "  --environment NAME=VALUE  a variable for the daemon; may be repeated\n"
     "  --limit SECONDS real time that one run may take; 120 if not told\n"
     "  --help          this text\n"
     "Status: 0 all as expected, 1 not, 2 the scenario or the command line is wrong.\n";
@@ -52,6 +54,8 @@ struct Options {
     bool twice = false;
     std::string trace;
     std::string daemon;
+    std::string preload;
+    std::vector<std::string> environment;
     int limit_seconds = kDefaultLimitSeconds;
     size_t unmet = 0;
     std::vector<std::string> files;
@@ -76,16 +80,17 @@ std::string ReadText(const std::string& path) {
 }
 
 // The variables of the daemon's environment: nothing of the caller's that could change what it does.
-std::vector<std::string> DaemonEnvironment(const std::string& scenario_path, const std::string& root,
-                                           const std::string& trace_path) {
+std::vector<std::string> DaemonEnvironment(const Options& options, const std::string& scenario_path,
+                                           const std::string& root, const std::string& trace_path) {
     const auto sanitizer_options = [](const char* name, const std::string& ours) {
         const char* own = getenv(name);
         return std::string(name) + "=" + ours + (own != nullptr ? std::string(":") + own : "");
     };
-    return {
+    std::vector<std::string> environment = {
         "PATH=/usr/sbin:/usr/bin:/sbin:/bin",
         "TZ=UTC",
-        "LD_PRELOAD=" + FolderOfThisProgram() + "/libravelin_virtual_time.so",
+        "LD_PRELOAD=" + FolderOfThisProgram() + "/libravelin_virtual_time.so" +
+            (options.preload.empty() ? "" : ":" + options.preload),
         std::string(virtual_time::kScenarioVariable) + "=" + scenario_path,
         std::string(virtual_time::kRootVariable) + "=" + root,
         std::string(virtual_time::kTraceVariable) + "=" + trace_path,
@@ -94,6 +99,8 @@ std::vector<std::string> DaemonEnvironment(const std::string& scenario_path, con
         sanitizer_options("UBSAN_OPTIONS", "print_stacktrace=1"),
         sanitizer_options("TSAN_OPTIONS", "halt_on_error=1"),
     };
+    environment.insert(environment.end(), options.environment.begin(), options.environment.end());
+    return environment;
 }
 
 std::vector<char*> Pointers(std::vector<std::string>& texts) {
@@ -156,7 +163,7 @@ Outcome RunDaemon(const Options& options, const Scenario& scenario) {
     std::vector<std::string> arguments = {options.daemon};
     arguments.insert(arguments.end(), scenario.options.begin(), scenario.options.end());
     const std::vector<std::string> environment =
-        DaemonEnvironment(std::filesystem::absolute(scenario.path).string(), root, trace_path);
+        DaemonEnvironment(options, std::filesystem::absolute(scenario.path).string(), root, trace_path);
 
     Outcome outcome;
     const pid_t pid = fork();
@@ -255,8 +262,8 @@ int RunScenario(const Options& options, const std::string& path) {
 bool ParseOptions(const std::vector<std::string>& words, Options* options) {
     for (size_t i = 0; i < words.size(); i++) {
         const std::string& word = words[i];
-        const bool takes_value =
-            word == "--trace" || word == "--daemon" || word == "--limit" || word == "--unmet";
+        const bool takes_value = word == "--trace" || word == "--daemon" || word == "--preload" ||
+                                 word == "--environment" || word == "--limit" || word == "--unmet";
         if (takes_value && i + 1 == words.size()) return false;
         if (word == "--story") {
             options->story = true;
@@ -268,6 +275,10 @@ bool ParseOptions(const std::vector<std::string>& words, Options* options) {
             options->trace = words[++i];
         } else if (word == "--daemon") {
             options->daemon = words[++i];
+        } else if (word == "--preload") {
+            options->preload = words[++i];
+        } else if (word == "--environment") {
+            options->environment.push_back(words[++i]);
         } else if (word == "--limit") {
             options->limit_seconds = atoi(words[++i].c_str());
         } else if (word == "--unmet") {
