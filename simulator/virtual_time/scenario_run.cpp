@@ -79,9 +79,23 @@ std::string ReadText(const std::string& path) {
     return text.str();
 }
 
+// Names for LD_PRELOAD, which a blank or a colon in a path would cut: links in `folder`, which has neither.
+std::string LinkedPreloads(const Options& options, const std::string& folder) {
+    std::vector<std::string> libraries = {FolderOfThisProgram() + "/libravelin_virtual_time.so"};
+    if (!options.preload.empty()) libraries.push_back(std::filesystem::absolute(options.preload).string());
+    std::string names;
+    for (const std::string& library : libraries) {
+        const std::string link = folder + "/" + std::filesystem::path(library).filename().string();
+        std::filesystem::create_symlink(library, link);
+        names += (names.empty() ? "" : ":") + link;
+    }
+    return names;
+}
+
 // The variables of the daemon's environment: nothing of the caller's that could change what it does.
-std::vector<std::string> DaemonEnvironment(const Options& options, const std::string& scenario_path,
-                                           const std::string& root, const std::string& trace_path) {
+std::vector<std::string> DaemonEnvironment(const Options& options, const std::string& preloads,
+                                           const std::string& scenario_path, const std::string& root,
+                                           const std::string& trace_path) {
     const auto sanitizer_options = [](const char* name, const std::string& ours) {
         const char* own = getenv(name);
         return std::string(name) + "=" + ours + (own != nullptr ? std::string(":") + own : "");
@@ -89,8 +103,7 @@ std::vector<std::string> DaemonEnvironment(const Options& options, const std::st
     std::vector<std::string> environment = {
         "PATH=/usr/sbin:/usr/bin:/sbin:/bin",
         "TZ=UTC",
-        "LD_PRELOAD=" + FolderOfThisProgram() + "/libravelin_virtual_time.so" +
-            (options.preload.empty() ? "" : ":" + options.preload),
+        "LD_PRELOAD=" + preloads,
         std::string(virtual_time::kScenarioVariable) + "=" + scenario_path,
         std::string(virtual_time::kRootVariable) + "=" + root,
         std::string(virtual_time::kTraceVariable) + "=" + trace_path,
@@ -163,7 +176,8 @@ Outcome RunDaemon(const Options& options, const Scenario& scenario) {
     std::vector<std::string> arguments = {options.daemon};
     arguments.insert(arguments.end(), scenario.options.begin(), scenario.options.end());
     const std::vector<std::string> environment =
-        DaemonEnvironment(options, std::filesystem::absolute(scenario.path).string(), root, trace_path);
+        DaemonEnvironment(options, LinkedPreloads(options, folder.root()),
+                          std::filesystem::absolute(scenario.path).string(), root, trace_path);
 
     Outcome outcome;
     const pid_t pid = fork();
