@@ -16,7 +16,7 @@ namespace {
 // is a prime number, so that in a loop of several calls each of them is charged in turn: a select charged
 // within its time-out sees that run down, and one charged outside doesn't.
 constexpr int64_t kCallsBeforeCharge = 1000;
-constexpr int64_t kCallsPerCharge = 11;
+constexpr int64_t kCallsPerCharge = 5;
 constexpr int64_t kChargeUs = 1000;
 
 }  // namespace
