@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cmath>
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
@@ -83,7 +84,7 @@ bool ParseSeconds(const std::string& text, int64_t* microseconds) {
     const double seconds = strtod(text.c_str(), &end);
     if (text.empty() || *end != '\0' || seconds < 0 || !isdigit(static_cast<unsigned char>(text[0])))
         return false;
-    *microseconds = static_cast<int64_t>(seconds * 1000 + 0.5) * 1000;
+    *microseconds = llround(seconds * 1000) * 1000;
     return true;
 }
 

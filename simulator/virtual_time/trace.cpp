@@ -1,6 +1,7 @@
 #include "simulator/virtual_time/trace.h"
 
 #include <cctype>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 
@@ -73,7 +74,7 @@ std::vector<TraceEntry> ParseTrace(const std::string& text) {
         if (kind_start == std::string::npos) continue;
         TraceEntry entry;
         const double seconds = strtod(line.c_str() + time_start, nullptr);
-        entry.at_us = static_cast<int64_t>(seconds * 1000 + 0.5) * 1000;
+        entry.at_us = llround(seconds * 1000) * 1000;
         entry.kind = line.substr(kind_start, line.find(' ', kind_start) - kind_start);
         const size_t text_start = kind_start + kKindWidth + kTextGap;
         if (text_start < line.size()) entry.text = line.substr(text_start);
