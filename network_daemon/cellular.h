@@ -361,6 +361,24 @@ class CellBase {
     /// publishes.
     void SoftReset();
 
+    /// End-to-end check of a link that the modem calls up: probes, and what their failure leads to. 0 asks
+    /// for a device reset, else 1.
+    int32_t CheckNetwork();
+
+    /// What the failed check number `check_count` leads to with two SIMs: a switch of the SIM with a soft
+    /// reset, or nothing (1), or the wish for a device reset (0).
+    int32_t CheckNetworkDoubleSim(int32_t check_count);
+
+    /// Selects the other SIM by the selector pin. Takes 5 seconds.
+    void SwitchSIMCard();
+
+    /// Ties the link to the OCPP connection: soft-resets when no probe is answered and the outage of the OCPP
+    /// service has just crossed a threshold. Takes as long as ping does.
+    void ORLAPROC();
+
+    /// Whether the outage has crossed a threshold since the previous check: 1 or 0.
+    int isSoftReset();
+
     /// Rewrites the status files under /run/network.
     void WriteStatusFiles();
 
@@ -437,6 +455,13 @@ class CellBase {
     /// Model that CheckDevType found. Written once, before any object or second user of it exists.
     static std::string m_ModuleName;
 };
+
+/// Runs a probe, a pipeline that prints how many replies to its 3 echo requests came in time. The number of
+/// replies; -1 when the command is null or can't be run.
+int pingCheck(const char* command);
+
+/// Probes the network until an address answers. 1 answered, 0 none did.
+int switchPingProc();
 
 /// Finds out which modem sits behind the open port `fd`, before any driver exists: wakes it, asks maker and
 /// model, sets CellBase::m_ModuleName and returns a VendorType. Takes 3 seconds at best, about 40 on a silent

@@ -1,7 +1,7 @@
 // Attaching: set-up of the modem, one step of the connect sequence, the dial, the soft reset. Connect decides
-// between waiting, soft reset, dialling and asking for a hardware reset of the modem; its counters live in
-// the object, so that they survive a return of Task. Main at start-up and after a hardware reset, Task
-// otherwise; main thread.
+// between waiting, soft reset, switch of the SIM, dialling and asking for a hardware reset of the modem; its
+// counters live in the object, so that they survive a return of Task. Main at start-up and after a hardware
+// reset, Task otherwise; main thread.
 #include <unistd.h>
 
 #include <cstdio>
@@ -28,10 +28,6 @@ constexpr unsigned kDialPause_seconds = 5;
 constexpr useconds_t kLinkUpPause_us = 70000;
 
 constexpr int kServiceChecks = 34;  // without service; the last one soft-resets
-
-// With two SIMs the ninth check without service goes to a hardware reset.
-constexpr int kDualSimCycle = 10;
-constexpr int kDualSimReset = 9;
 
 // Of nine soft resets for lack of service, the third gives way to a hardware reset when the signal is good.
 constexpr int kSoftResetCycle = 9;
@@ -62,7 +58,7 @@ bool IsRegistrationDenied(const CellBase& cell) {
 /// No service with two SIMs: the readiness of the selected one doesn't matter.
 int32_t AwaitServiceOfDualSim(CellBase& cell, const TracePlace& place) {
     TRACE_AT(place, 5, "Check service status.  %d/3 times.\n", cell.m_check_service_times);
-    if (cell.m_check_service_times % kDualSimCycle == kDualSimReset) {
+    if (cell.CheckNetworkDoubleSim(cell.m_check_service_times) == 0) {
         cell.m_check_service_times = 0;
         TRACE_AT(place, 5, "Check service status, 9 times, current m_Primary_SIM[%d].\n", cell.m_Primary_SIM);
         return kWantsDeviceReset;

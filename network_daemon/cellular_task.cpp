@@ -72,14 +72,25 @@ void FillInIdentity(CellBase& cell, const TracePlace& place) {
     }
 }
 
-void TendLink(CellBase& cell, const TracePlace& place) {
+Verdict CheckHealth(CellBase& cell, const TracePlace& place) {
+    if (cell.m_orla_project != 0) cell.ORLAPROC();
+    // With one SIM nothing pings: a link that carries nothing goes unnoticed unless the project above is on.
+    if (cell.m_double_sim == 0 || cell.CheckNetwork() != 0) return Verdict::kGoOn;
+    TRACE_AT(place, 1, "Connect error! Reset device...\n");
+    return Verdict::kNeedsDeviceReset;
+}
+
+Verdict TendLink(CellBase& cell, const TracePlace& place) {
     cell.GetLTEcfg();
     if (IsDisabled(cell)) {
         TRACE_AT(place, 1, "lte ENABLE=false, disconnect network !!!\n");
         cell.DisConnect();
         cell.m_online = 0;
+    } else if (CheckHealth(cell, place) == Verdict::kNeedsDeviceReset) {
+        return Verdict::kNeedsDeviceReset;
     }
     FillInIdentity(cell, place);
+    return Verdict::kGoOn;
 }
 
 /// The eleventh failed check ends the online state, and the line says 11/10.
@@ -104,7 +115,7 @@ Verdict ManageLink(CellBase& cell, int32_t& offline_count, const TracePlace& pla
             return Verdict::kNeedsDeviceReset;
         }
     } else if (cell.CheckConnection() != 0) {
-        TendLink(cell, place);
+        return TendLink(cell, place);
     } else {
         CountLostLink(cell, offline_count, place);
     }

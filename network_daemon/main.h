@@ -4,6 +4,7 @@
 
 #include <cstdint>
 
+#include "board.h"
 #include "cellular.h"
 #include "trace_log.h"
 
@@ -48,14 +49,8 @@ int reopen_port(const char* device);
 /// caller owns it.
 cc_cell::CellBase* build_driver(int vendor, int port_fd);
 
-// ---- main_board.cpp: what board this is, and where a modem went
+// ---- main_board.cpp: where a modem went; what board this is, see board.h
 // -----------------------------------------------
-
-/// Board by /proc/cpuinfo: a cc_cell::BoardCode.
-int board_cpu_info();
-
-/// Board by the kernel's version, for boards that /proc/cpuinfo doesn't tell: kBoardA35 or kBoardUnknown.
-int board_version_info();
 
 /// Name of a "ttyACM" entry of `directory`, without the directory; of several, the one that the directory
 /// lists last. `result` stays as it was when there is none. 0; -1 when the directory can't be read.

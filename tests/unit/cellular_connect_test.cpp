@@ -423,23 +423,29 @@ TEST_F(Link, CinterionWithoutASimAsksForAReset) {
 
 // ---- no service, two SIMs ---------------------------------------------------------------------------------
 
-TEST_F(Link, WithTwoSimsTheNinthCheckAsksForAResetAndTheCountRestarts) {
+TEST_F(Link, WithTwoSimsChecksWithoutServiceSwitchTheSimAndThenAskForAReset) {
     SkipSoftReset();
     cell.service = 0;
     cell.m_double_sim = 1;
-    for (int i = 1; i <= 8; ++i) {
+    Lines switches, results;
+    for (int count = 1; count <= 9; ++count) {
+        const uint8_t former_sim = cell.m_Primary_SIM;
         const int64_t before_ms = world.now_ms();
-        EXPECT_EQ(cell.Connect(), 1) << i;
-        EXPECT_EQ(cell.m_check_service_times, i);
-        EXPECT_GE(world.now_ms() - before_ms, 5000);
-        EXPECT_TRUE(world.Logged(5, "Check service status.  " + std::to_string(i) + "/3 times.\n"));
+        results.push_back(std::to_string(cell.Connect()));
+        const bool is_switched = cell.m_Primary_SIM != former_sim;
+        if (is_switched) switches.push_back(std::to_string(count));
+        EXPECT_EQ(world.now_ms() - before_ms, count == 9 ? 0 : is_switched ? 10000 : 5000) << count;
+        EXPECT_EQ(cell.m_check_service_times, count == 9 ? 0 : count);
+        EXPECT_TRUE(world.Logged(5, "Check service status.  " + std::to_string(count) + "/3 times.\n"));
     }
-    const int64_t before_ms = world.now_ms();
-    EXPECT_EQ(cell.Connect(), 0);
-    EXPECT_EQ(cell.m_check_service_times, 0);
-    EXPECT_EQ(world.now_ms(), before_ms);
-    EXPECT_TRUE(world.Logged(5, "Check service status, 9 times, current m_Primary_SIM[" +
-                                    std::to_string(cell.m_Primary_SIM) + "].\n"));
+    EXPECT_EQ(switches, (Lines{"3", "7"}));
+    EXPECT_EQ(results, (Lines{"1", "1", "1", "1", "1", "1", "1", "1", "0"}));
+    EXPECT_EQ(ShellCalls(), (Lines{At(10, "echo 1 > /sys/class/gpio/gpio130/value"), At(15, kKillDhcp),
+                                   At(35, "echo 0 > /sys/class/gpio/gpio130/value"), At(40, kKillDhcp)}));
+    EXPECT_EQ(cell.CountOf("Initialize"), 2);
+    EXPECT_EQ(world.LogOf("CheckNetworkDoubleSim").back(),
+              "CheckNetworkDoubleSim: check network 9 times,hard reset.\n");
+    EXPECT_EQ(world.LogOf("Connect").back(), "Check service status, 9 times, current m_Primary_SIM[0].\n");
 }
 
 TEST_F(Link, WithTwoSimsTheStateOfTheSimDoesNotMatter) {

@@ -423,6 +423,68 @@ TEST_F(TaskLoop, OfflineNobodyLooksAtTemperatureAndSignal) {
     EXPECT_EQ(cell.CountOf("CheckSignalStatus"), 0);
 }
 
+// ---- health -----------------------------------------------------------------------------------------------
+
+TEST_F(TaskLoop, WithOneSimAndNoProjectNothingPings) {
+    BringOnline(cell);
+    EndAt(5.5);
+    cell.Task();
+    EXPECT_TRUE(world.shell.empty());
+}
+
+TEST_F(TaskLoop, ProjectIsCheckedBeforeTheNetworkAndBeforeTheIdentity) {
+    BringOnline(cell);
+    cell.m_sim_ready = 1;
+    copy_text(cell.m_NetworkType, "LTE");
+    cell.m_card_imsi[0] = '\0';
+    modem.On("AT+CIMI", "\r\n460001234567890\r\n\r\nOK\r\n");
+    world.AnswerPopenSlowly("ping ", "1\n", 2);
+    cell.settings = [this] { cell.m_orla_project = cell.m_double_sim = 1; };  // of this very pass
+    EndAt(0.5);
+    cell.Task();
+    ASSERT_EQ(world.shell.size(), 2u);
+    EXPECT_EQ(world.shell[0].command.substr(0, 19), "ping  10.151.133.48");
+    EXPECT_EQ(world.shell[1].command.substr(0, 13), "ping  8.8.8.8");
+    ASSERT_EQ(modem.exchanges.size(), 1u);
+    EXPECT_NEAR(modem.exchanges[0].at_seconds, 5.001, 1e-6);
+}
+
+TEST_F(TaskLoop, ADisabledLinkIsNotChecked) {
+    BringOnline(cell);
+    cell.settings = [this] {
+        cell.m_orla_project = cell.m_double_sim = 1;
+        copy_text(cell.m_enable, "false");
+    };
+    EndAt(0.5);
+    cell.Task();
+    EXPECT_TRUE(world.shell.empty());
+}
+
+TEST_F(TaskLoop, NinthFailedCheckOfTheNetworkAsksForAReset) {
+    BringOnline(cell);
+    cell.m_double_sim = 1;  // no SIM is ready, so that each check counts as failed without a ping
+    cell.m_CSQ_weak_check_times = 7;
+    EXPECT_EQ(cell.Task(), -1);
+    EXPECT_EQ(cell.CountOf("CheckConnection"), 2);
+    EXPECT_EQ(Log(), Lines{"2.000 1 Connect error! Reset device...\n"});
+    EXPECT_TRUE(world.Exists(kStatusFile));
+}
+
+TEST_F(TaskLoop, SoftResetOfTheHealthCheckLeadsBackThroughConnect) {
+    BringOnline(cell);
+    cell.set_up = 1;
+    cell.sim = kSimReady;
+    cell.connect = 1;
+    cell.m_double_sim = 1;
+    cell.m_CSQ_weak_check_times = 2;
+    EndAt(6.5);
+    cell.Task();
+    EXPECT_EQ(cell.Story(), (Lines{"1.000 ReadCSQ", "1.000 CheckConnection", "1.000 GetLTEcfg",
+                                   "6.000 Initialize", "6.000 CheckSimCard", "7.000 Connect"}));
+    EXPECT_EQ(cell.m_CSQ_weak_check_times, 3);
+    EXPECT_EQ(world.Commands().front(), "echo 1 > /sys/class/gpio/gpio130/value");
+}
+
 // ---- link lost --------------------------------------------------------------------------------------------
 
 TEST_F(TaskLoop, EleventhFailedCheckEndsTheOnlineState) {

@@ -1,0 +1,221 @@
+// Health of a link that the modem calls up, and the upper rungs of the recovery ladder: probes by ping, the
+// count of failed checks, the switch of the SIM, and the soft reset for an outage of the OCPP service. Task
+// calls the checks in its online passes, Connect the rungs for two SIMs; main thread. A probe holds up the
+// whole loop until its pipeline ends.
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstring>
+
+#include "board.h"
+#include "cellular.h"
+#include "shell.h"
+#include "text_util.h"
+#include "trace_log.h"
+
+namespace cc_cell {
+namespace {
+
+struct Probe {
+    const char* command;   // prints the number of replies that came in time
+    const char* name;      // in the log
+    const char* line_end;  // of its log line
+};
+
+// A host on the web that answers ping in every country where our SIMs are, unlike the addresses above it. It
+// is also the only probe that needs the name service.
+#define WEB_HOST "www.bing.com"
+
+// Three requests within 2 seconds; replies under a second count.
+constexpr Probe kNetworkProbes[] = {
+    {"ping  8.8.8.8  -c 3 -w 2 | grep  ttl | awk -F '='  '{ print $4}'|awk  '$1<1000'| wc -l", "ping1",
+     " \n"},
+    {"ping  8.8.4.4  -c 3 -w 2| grep  ttl | awk -F '='  '{ print $4}'|awk  '$1<1000'| wc -l", "ping2", "\n"},
+    {"ping  " WEB_HOST " -c 3 -w 2| grep  ttl | awk -F '='  '{ print $4}'|awk  '$1<1000'| wc -l", "ping3",
+     "\n"},
+    {"ping  172.21.2.226 -c 3 -w 2| grep  ttl | awk -F '='  '{ print $4}'|awk  '$1<1000'| wc -l", "ping4",
+     "\n"},
+};
+
+// Three requests without a deadline; replies under half a second count. The first two are the project's own.
+constexpr Probe kProjectProbes[] = {
+    {"ping  10.151.133.48 -c 3| grep  ttl | awk -F '='  '{ print $4}'|awk  '$1<500'| wc -l", "ping1", "\n"},
+    {"ping  10.151.133.173 -c 3| grep  ttl | awk -F '='  '{ print $4}'|awk  '$1<500'| wc -l", "ping2", "\n"},
+    {"ping  8.8.8.8 -c 3| grep  ttl | awk -F '='  '{ print $4}'|awk  '$1<500'| wc -l", "ping3", "\n"},
+    {"ping  8.8.4.4 -c 3| grep  ttl | awk -F '='  '{ print $4}'|awk  '$1<500'| wc -l", "ping4", "\n"},
+};
+
+constexpr int kPingLineSize = 64;
+constexpr int kGenerationLte = 3;
+
+constexpr int kCountCycle = 1000;           // the count of failed checks is looked at modulo this
+constexpr int kIgnoredChecks = 3;           // with two SIMs: failed checks below it lead to nothing
+constexpr int kSingleSimReset = 6;          // with one SIM: the failed check that asks for a hardware reset
+constexpr int32_t kPoorestRsrp_dbm = -104;  // with one SIM: below, a soft reset doesn't help
+
+constexpr int kSwitchCycle = 4;  // with two SIMs: of four failed checks the third switches
+constexpr int kSwitchCheck = 3;
+constexpr int kResetCycle = 10;  // and of ten the ninth asks for a hardware reset
+constexpr int kResetCheck = 9;
+constexpr unsigned kSwitchPause_seconds = 5;
+
+// Outages of the OCPP service that a soft reset answers; beyond the second one, each further hour.
+constexpr int32_t kFirstOutage_seconds = 60;
+constexpr int32_t kSecondOutage_seconds = 30 * 60;
+constexpr int32_t kOutageStep_seconds = 60 * 60;
+
+/// How each number of replies shows in the log; the digit that stands first in this order decides.
+struct ReplyRow {
+    const char* digit;
+    const char* line;
+};
+constexpr ReplyRow kReplies[] = {
+    {"0", "pingCheck, Ping packet loss 100%!\n"},
+    {"1", "pingCheck, Ping packet loss 67%!\n"},
+    {"2", "pingCheck, Ping packet loss 33%!\n"},
+    {"3", "pingCheck, Ping receive all reply packet!\n"},
+};
+constexpr int kReplyRows = sizeof kReplies / sizeof kReplies[0];
+
+/// The number of replies that a line of a probe's output tells, or -1 for a line that tells none.
+int RepliesOf(const char* line) {
+    for (int replies = 0; replies < kReplyRows; ++replies) {
+        if (strstr(line, kReplies[replies].digit) != nullptr) return replies;
+    }
+    return -1;
+}
+
+/// Runs the probes until one gives another result than 0, and returns that result, 0 when none does. The word
+/// in the log says only whether exactly one reply came: two and three are as good, and the log says "FALSE"
+/// all the same. Readers of the log know it so.
+template <size_t N>
+int RunProbes(const Probe (&probes)[N], const TracePlace& place) {
+    int replies = 0;
+    for (const Probe& probe : probes) {
+        replies = pingCheck(probe.command);
+        TRACE_AT(place, 7, "##########################%s: %s%s", probe.name, replies == 1 ? "TRUE" : "FALSE",
+                 probe.line_end);
+        if (replies != 0) break;
+    }
+    return replies;
+}
+
+}  // namespace
+
+int pingCheck(const char* command) {
+    if (command == nullptr) {
+        TRACE(3, "input is null\n");
+        return -1;
+    }
+    FILE* stream = popen(command, "r");
+    if (stream == nullptr) {
+        TRACE(3, "popen fail, stream is null\n");
+        return -1;
+    }
+    char line[kPingLineSize] = "";
+    int replies = -1;
+    while (replies < 0 && fgets(line, sizeof line, stream) != nullptr) {
+        replies = RepliesOf(line);
+    }
+    if (replies >= 0) TRACE(7, "%s", kReplies[replies].line);
+    TRACE(7, "pingCheck, file_buf is: %s\n", line);
+    pclose(stream);
+    return replies >= 0 ? replies : 0;
+}
+
+int switchPingProc() {
+    // A probe that can't even be run counts as an answer: it says nothing about the network.
+    return RunProbes(kNetworkProbes, TRACE_HERE) != 0;
+}
+
+int32_t CellBase::CheckNetwork() {
+    const int generation = GetNetworkGeneration();  // 0 without a SIM
+    if (generation == kGenerationLte && switchPingProc() != 0) {
+        m_CSQ_weak_check_times = 0;
+        return 1;
+    }
+    const int32_t rsrp_dbm = parse_number(m_RSRP);
+    TRACE(7, "The wireless network signal is weak,m_nCSQ=:%d,NetType=%d\n", m_nCSQ, generation);
+    ++m_CSQ_weak_check_times;
+
+    if (m_double_sim != 0 && m_CSQ_weak_check_times % kCountCycle < kIgnoredChecks) {
+        TRACE(1, "Ping Check failed for first 2 times, ignore, check %d times!\n", m_CSQ_weak_check_times);
+        return 1;
+    }
+    const bool needs_device_reset = m_double_sim != 0
+                                        ? CheckNetworkDoubleSim(m_CSQ_weak_check_times) == 0
+                                        : m_CSQ_weak_check_times % kCountCycle == kSingleSimReset;
+    if (needs_device_reset) {
+        TRACE(5, "CheckNetwork, %d times, current m_Primary_SIM[%d].\n", m_CSQ_weak_check_times,
+              m_Primary_SIM);
+        m_CSQ_weak_check_times = 0;
+        return 0;
+    }
+    if (m_double_sim == 0 && m_RSRP[0] != '\0' && rsrp_dbm >= kPoorestRsrp_dbm) {
+        TRACE(1, "Ping Check failed and firstly Soft reset when rsrp[%d] is not poor,check %d times!\n",
+              rsrp_dbm, m_CSQ_weak_check_times);
+        SoftReset();
+    }
+    TRACE(7, "m_CSQ_weak_check_times= %d\n", m_CSQ_weak_check_times);
+    return 1;
+}
+
+int32_t CellBase::CheckNetworkDoubleSim(int32_t check_count) {
+    if (check_count % kResetCycle == kResetCheck) {
+        TRACE(5, "CheckNetworkDoubleSim: check network %d times,hard reset.\n", check_count);
+        return 0;
+    }
+    if (check_count % kSwitchCycle == kSwitchCheck) {
+        TRACE(5, "CEREG fail or Ping fail, need Switch SIM Card and Soft reset!\n");
+        SwitchSIMCard();
+        SoftReset();
+    }
+    return 1;
+}
+
+void CellBase::SwitchSIMCard() {
+    // The pin is exported and made an output by the system's start-up scripts.
+    const bool is_a35 = board_cpu_info() == kBoardA35;
+    if (m_Primary_SIM != 0) {
+        TRACE(1, "The wireless network signal is weak, Switch to a secondary SIM card!\n");
+        run_shell(is_a35 ? "echo 0 > /sys/class/gpio/gpio182/value"
+                         : "echo 0 > /sys/class/gpio/gpio130/value");
+    } else {
+        TRACE(1, "The wireless network signal is weak, Switch to a Primary SIM card!\n");
+        run_shell(is_a35 ? "echo 1 > /sys/class/gpio/gpio182/value"
+                         : "echo 1 > /sys/class/gpio/gpio130/value");
+    }
+    sleep(kSwitchPause_seconds);
+    m_Primary_SIM = m_Primary_SIM == 0;
+}
+
+void CellBase::ORLAPROC() {
+    if (RunProbes(kProjectProbes, TRACE_HERE) == 0 && isSoftReset() != 0) {
+        TRACE(1,
+              "########################## The response time of ping is more than 500ms and ocpp "
+              "offline...!!!\n");
+        SoftReset();
+    }
+    SetLastOFFLINE(m_offline);  // the next check looks for a crossing from here
+}
+
+int CellBase::isSoftReset() {
+    TRACE(7, "isSoftReset? LastOFFLINE:%d,OFFLINE:%d\n", m_last_offline, m_offline);
+    if (m_last_offline <= kFirstOutage_seconds) {
+        if (m_offline <= kFirstOutage_seconds) return 0;
+        TRACE(7, "1*60 need SoftReset once!\n");
+        return 1;
+    }
+    if (m_last_offline <= kSecondOutage_seconds) {
+        if (m_offline <= kSecondOutage_seconds) return 0;
+        TRACE(7, "30*60 need SoftReset once!\n");
+        return 1;
+    }
+    const int32_t hours = m_offline / kOutageStep_seconds;
+    const int32_t last_hours = m_last_offline / kOutageStep_seconds;
+    if (hours <= last_hours) return 0;
+    TRACE(7, "60*60 need SoftReset once!curTimes=%d,lastTimes=%d\n", hours, last_hours);
+    return 1;
+}
+
+}  // namespace cc_cell
