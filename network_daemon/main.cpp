@@ -3,6 +3,9 @@
 // started here.
 #include "main.h"
 
+#include <pthread.h>
+
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 
@@ -28,6 +31,21 @@ int find_board() {
 /// Proves that the settings file exists; its keys are read by the driver. Some ends of a run leave the table
 /// to the system, so it is held from here and not from main.
 IniEntry* settings = nullptr;
+
+/// Starts the thread that listens to the board's scripts; it lives as long as the process.
+void start_pipe_thread() {
+    pthread_t thread;
+    errno = pthread_create(&thread, nullptr, thread_function_pipe, nullptr);
+    if (errno != 0) {
+        perror("Failed to create thread");
+        exit(kExitFailed);
+    }
+    errno = pthread_detach(thread);
+    if (errno != 0) {
+        perror("Failed to detach thread");
+        exit(kExitFailed);
+    }
+}
 
 /// From the new object to the first attempt at a link. What fails here is left to the retries of Task.
 void bring_up(CellBase& cell, const char* script) {
@@ -62,6 +80,7 @@ int main(int argc, char** argv) {
     run_shell(kMakeNetworkDirectory);
 
     // What must work without a modem starts here: the wait for the port has no end.
+    start_pipe_thread();
     int port_fd = wait_for_port(TRACE_HERE, options.device);
     TRACE(5, "open device  %s  ok!\n", options.device);
     const int vendor = CheckDevType(port_fd);

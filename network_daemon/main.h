@@ -33,6 +33,15 @@ bool read_options(int argc, char** argv, Options& options);
 /// bus library. Negative: failed.
 int join_bus();
 
+// ---- main_fifo.cpp: commands of the board's scripts
+// ------------------------------------------------------------
+
+/// Entry of the thread that listens to the scripts' pipe. Takes nothing, never returns, needs no modem.
+void* thread_function_pipe(void* nothing);
+
+/// Acts on one pair: logs it, and asks Task for the reset that it may stand for. On the pipe's thread.
+void handle_command(const char* key, const char* value);
+
 // ---- main_port.cpp: the modem's AT port
 // ------------------------------------------------------------------------
 

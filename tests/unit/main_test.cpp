@@ -4,8 +4,10 @@
 #include "network_daemon/main.cpp"
 #undef main
 
+#include <fcntl.h>
 #include <getopt.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <functional>
 #include <string>
@@ -119,6 +121,29 @@ TEST_F(MainTest, UnknownModemEndsTheRunWithZero) {
     FreeSettings();
 }
 
+TEST_F(MainTest, PipeThreadThatCanNotBeStartedEndsTheProcess) {
+    world.FailThreads(true);
+    EXPECT_EXIT(Run(), testing::ExitedWithCode(255), "^Failed to create thread: ");
+}
+
+TEST_F(MainTest, PipeIsServedWhileMainWaitsForAPort) {
+    ScriptedModem modem(world);
+    IdentifyAs(modem, "Nobody", "X1");
+    modem.Plug(false);
+    world.At(15, [&] {
+        const int fd = open("/run/network/ravelin_fifo", O_WRONLY | O_NONBLOCK | O_CLOEXEC);
+        EXPECT_EQ(10, write(fd, "Reset4G:1\n", 10));
+        close(fd);
+    });
+    world.At(25, [&] { modem.Plug(true); });
+    EXPECT_EQ(0, Run());
+    const size_t command = IndexOf("[FIFO]Reset4G:1\n");
+    ASSERT_LT(command, world.log.size());
+    EXPECT_EQ(15.0, world.log[command].at_seconds);
+    EXPECT_LT(command, IndexOf("open device  /dev/ttyUSB2  ok!\n"));
+    FreeSettings();
+}
+
 TEST_F(MainTest, StartUpInItsOrder) {
     ScriptedModem modem(world);
     IdentifyAs(modem, "Nobody", "X1");
@@ -128,7 +153,8 @@ TEST_F(MainTest, StartUpInItsOrder) {
     EXPECT_EQ("RAVELIN", world.bus_name);
     ASSERT_NE(nullptr, world.bus_descriptor);
     EXPECT_EQ(Texts{"ravelin start!!!"}, world.forwarded);
-    EXPECT_EQ(Texts{"mkdir /run/network/ -p"}, world.Commands());
+    const Texts commands = {"mkdir /run/network/ -p", "rm -rf /run/network/ravelin_fifo"};
+    EXPECT_EQ(commands, world.Commands());
     const std::string build = std::string("THIS APP BUILD INFO: commit ") + kBuildCommit + " tag V2.5.1 by " +
                               kBuilder + " on " + kBuildStamp + "\n";
     ASSERT_LE(4u, world.log.size());
