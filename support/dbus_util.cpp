@@ -1,0 +1,122 @@
+// See dbus_util.h.
+#include "dbus_util.h"
+
+#include <cstddef>
+#include <cstring>
+
+#include "trace_log.h"
+
+namespace {
+
+constexpr uint8_t kMagic[] = {0xFF, 0x6A, 0xA6};
+
+// Offsets of a frame's fields.
+constexpr int kMsgIdAt = 3;
+constexpr int kLengthAt = 5;
+constexpr int kCmdAt = 7;
+constexpr int kDataAt = 9;
+
+constexpr int kBytesBeforeCmd = kCmdAt;  // the length field counts what follows
+constexpr int kCmdAndCrcSize = 4;        // counted by the length field beside the data
+// Bytes under the CRC beyond those that the length field counts: two more fields, less the CRC itself.
+constexpr int kCheckedBesideLength = 2;
+constexpr int kLengthLimit = kBusDataLimit + kCmdAndCrcSize;
+
+constexpr uint16_t kReflectedPolynomial = 0xA001;  // 0x8005, bits reversed
+constexpr uint16_t kCrcStart = 0xFFFF;
+
+constexpr uint16_t crc_table_entry(size_t index) {
+    auto entry = static_cast<uint16_t>(index);
+    for (int bit = 0; bit < 8; ++bit) {
+        const bool carry = (entry & 1) != 0;
+        entry = static_cast<uint16_t>((entry >> 1) ^ (carry ? kReflectedPolynomial : 0));
+    }
+    return entry;
+}
+
+/// One byte of every table entry: the low one with `shift` 0, the high one with 8.
+constexpr std::array<uint8_t, 256> crc_table_half(int shift) {
+    std::array<uint8_t, 256> half{};
+    for (size_t i = 0; i < half.size(); ++i) half[i] = static_cast<uint8_t>(crc_table_entry(i) >> shift);
+    return half;
+}
+
+/// The peers hold the number of bytes in 16 bits: of a longer frame only the rest of 65536 is checked.
+uint16_t crc16(const unsigned char* bytes, uint16_t count) {
+    uint8_t low = kCrcStart & 0xFF;
+    uint8_t high = kCrcStart >> 8;
+    for (const unsigned char* end = bytes + count; bytes != end; ++bytes) {
+        const uint8_t i = low ^ *bytes;
+        low = CRCH[i] ^ high;
+        high = CRCL[i];
+    }
+    return static_cast<uint16_t>(high << 8 | low);
+}
+
+void put_u16(unsigned char* at, unsigned value) {
+    at[0] = static_cast<unsigned char>(value >> 8);
+    at[1] = static_cast<unsigned char>(value);
+}
+
+uint16_t get_u16(const unsigned char* at) {
+    return static_cast<uint16_t>(at[0] << 8 | at[1]);
+}
+
+/// Bare hexadecimal, without a place: it continues the line of the log call before it.
+void dump_debug(const unsigned char* bytes, int count) {
+    trace_hexdump("", "", 0, 7, bytes, count);
+}
+
+}  // namespace
+
+// Computed at compile time. The header declares them extern, which makes them plain data of the executable.
+extern "C" {
+constexpr std::array<uint8_t, 256> CRCH = crc_table_half(0);
+constexpr std::array<uint8_t, 256> CRCL = crc_table_half(8);
+}
+
+int EncodeDbusMsg(unsigned char* buffer, int buffer_size, int msg_id, int cmd, const unsigned char* data,
+                  int data_length) {
+    const bool readable = data_length == 0 || (data_length > 0 && data != nullptr);
+    TRACE(7, "Encode dbus msg. msg_id=%04X cmd=%04X dat_length %d\n pdat = ", static_cast<unsigned>(msg_id),
+          static_cast<unsigned>(cmd), data_length);
+    dump_debug(data, readable ? data_length : 0);
+
+    const int64_t frame_size = static_cast<int64_t>(data_length) + kBusFrameOverhead;
+    if (frame_size > buffer_size || !readable) {
+        TRACE(0, "Buff size is small. buff size = %d\n",
+              data_length);  // the data's: what readers of the log know
+        return 0;
+    }
+
+    const int frame_length = static_cast<int>(frame_size);
+    memcpy(buffer, kMagic, sizeof(kMagic));
+    put_u16(buffer + kMsgIdAt, static_cast<unsigned>(msg_id));
+    put_u16(buffer + kLengthAt, static_cast<unsigned>(frame_length - kBytesBeforeCmd));
+    put_u16(buffer + kCmdAt, static_cast<unsigned>(cmd));
+    if (data_length > 0) memcpy(buffer + kDataAt, data, static_cast<size_t>(data_length));
+    const int checked = frame_length - kBytesBeforeCmd + kCheckedBesideLength;
+    put_u16(buffer + kDataAt + data_length, crc16(buffer + kMsgIdAt, static_cast<uint16_t>(checked)));
+
+    TRACE(7, "Encoded msg. length %d\n pdat = ", frame_length);
+    dump_debug(buffer, frame_length);
+    return frame_length;
+}
+
+int DecodeDbusMsg(const unsigned char* bytes, int count, BusFrame* frame) {
+    memset(frame, 0, sizeof(*frame));
+    if (count < kBusFrameOverhead) return kBusFrameShort;
+    if (memcmp(bytes, kMagic, sizeof(kMagic)) != 0) return kBusFrameMagic;
+
+    const int length = get_u16(bytes + kLengthAt);
+    if (length > kLengthLimit || length != count - kBytesBeforeCmd) return kBusFrameLength;
+    const uint16_t crc = crc16(bytes + kMsgIdAt, static_cast<uint16_t>(length + kCheckedBesideLength));
+    const int data_length = length - kCmdAndCrcSize;
+    if (crc != get_u16(bytes + kDataAt + data_length)) return kBusFrameCrc;
+
+    frame->msg_id = get_u16(bytes + kMsgIdAt);
+    frame->cmd = get_u16(bytes + kCmdAt);
+    frame->length = static_cast<uint16_t>(data_length);
+    memcpy(frame->data, bytes + kDataAt, static_cast<size_t>(data_length));
+    return data_length;
+}
