@@ -1,0 +1,69 @@
+// See ConfigController.h.
+#include "ConfigController.h"
+
+#include <rapidjson/istreamwrapper.h>
+#include <rapidjson/ostreamwrapper.h>
+#include <rapidjson/prettywriter.h>
+
+#include <cctype>
+#include <fstream>
+
+#include "trace_log.h"
+
+namespace {
+
+std::string lower_case(std::string text) {
+    for (char& c : text) c = static_cast<char>(tolower(static_cast<unsigned char>(c)));
+    return text;
+}
+
+}  // namespace
+
+int ConfigController::LoadNetworkJson(const std::string& path) {
+    if (ReadJsonFile(path, m_document) == 0) return 0;
+    m_network_json = NetworkJson{};
+    const int result = m_network_json.FromJson(m_document);
+    m_network_json.Dump();
+    return result;
+}
+
+int ConfigController::ReadJsonFile(const std::string& path, rapidjson::Document& document) {
+    std::ifstream file(path);
+    if (!file.is_open()) {
+        TRACE(3, "[Config]ReadJsonFile Failed to open network.json file: %s\n", path.c_str());
+        return 0;
+    }
+    rapidjson::IStreamWrapper stream(file);
+    document.ParseStream<kJsonParseFlags>(stream);
+    if (document.HasParseError()) {
+        TRACE(3, "[Config]Failed to parse the JSON");
+        return 0;
+    }
+    return 1;
+}
+
+int ConfigController::WriteJsonFile(const std::string& path, const rapidjson::Document& document) {
+    std::ofstream file(path);
+    if (!file.is_open()) {
+        TRACE(5, "[Config]WriteJsonFile Failed to open network.json file:  %s\n", path.c_str());
+        return 0;
+    }
+    rapidjson::OStreamWrapper stream(file);
+    rapidjson::PrettyWriter<rapidjson::OStreamWrapper> writer(stream);
+    document.Accept(writer);
+    return 1;
+}
+
+int ConfigController::CheckWhitelistLimitModule(const std::string& module_name) {
+    const std::vector<std::string>& allowed = m_network_json.whitelist.allowedValues;
+    if (allowed.empty()) {
+        TRACE(5, "[whitelist] moduleName allowedValues is empty allow to run\n");
+        return 1;
+    }
+    const std::string wanted = lower_case(module_name);
+    for (const std::string& value : allowed) {
+        TRACE(5, "[whitelist] limitModuleName:  %s\n", value.c_str());
+        if (lower_case(value) == wanted) return 1;
+    }
+    return 0;
+}
