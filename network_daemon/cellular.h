@@ -227,8 +227,7 @@ class CellBase {
     CellBase(const CellBase&) = delete;
     CellBase& operator=(const CellBase&) = delete;
 
-    // ---- operations that a driver may override, in the order of the table of virtual operations
-    // -----------------
+    // operations that a driver may override, in the order of the table of virtual operations
 
     virtual ~CellBase();
 
@@ -308,8 +307,7 @@ class CellBase {
     /// Acts on a recognised unsolicited text. 1 acted, 0 not.
     virtual int32_t DealHint(AtResult result);
 
-    // ---- operations that every driver shares
-    // --------------------------------------------------------------------
+    // operations that every driver shares
 
     /// Sends `command` and "\r\n", waits one second, returns what came: at most 256 bytes, terminated, in a
     /// static buffer that is good until the next call. Never null; silence is an empty text. Main thread
@@ -385,8 +383,10 @@ class CellBase {
     /// Reads the neighbour cell if the settings allow. Nothing calls it yet.
     void CollectNeighbourSignal();
 
-    // ---- state
-    // --------------------------------------------------------------------------------------------------
+    /// Sends the OCPP service a frame with the one data byte `status`, once. The reply only reaches the log.
+    void ReplyOcppUpgradeStatus(const char* destination, int msg_id, int cmd, uint8_t status);
+
+    // state
     // Texts are terminated arrays; a writer never stores more than fits. Written by the main thread and read
     // by the bus library's threads (which tolerate a half-written text), where the group says nothing else.
 

@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "ConfigController.h"
 #include "build_info.h"
 #include "busglue.h"
 #include "ini_store.h"
@@ -63,6 +64,7 @@ void bring_up(CellBase& cell, const char* script) {
 
 int main(int argc, char** argv) {
     Options options;
+    ConfigController config;
     trace_init(argc, argv);
     if (!read_options(argc, argv, options)) return kExitDone;
     settings = ini_load(options.config);
@@ -91,20 +93,21 @@ int main(int argc, char** argv) {
         return kExitDone;
     }
 
-    // From here on the module is one that may run on this product.
-    TRACE(0, "GetVendorType=%d!\n", pCell->m_vendor_type);
-    if (pCell->m_vendor_type == kVendorCinterion) {
-        TRACE(5, "SetATPort %s\n", options.device);
-        pCell->SetATPort(options.device);
-    }
-    bring_up(*pCell, options.script);
-    if (options.debug_terminal) pCell->DebugTerminal();
-    if (run_task(TRACE_HERE, *pCell, options.device, port_fd) == RunEnd::kPortLost) {
-        ini_free(settings);
-        return kExitFailed;
+    if (pass_gate(TRACE_HERE, config)) {
+        TRACE(0, "GetVendorType=%d!\n", pCell->m_vendor_type);
+        if (pCell->m_vendor_type == kVendorCinterion) {
+            TRACE(5, "SetATPort %s\n", options.device);
+            pCell->SetATPort(options.device);
+        }
+        bring_up(*pCell, options.script);
+        if (options.debug_terminal) pCell->DebugTerminal();
+        if (run_task(TRACE_HERE, *pCell, options.device, port_fd) == RunEnd::kPortLost) {
+            ini_free(settings);
+            return kExitFailed;
+        }
     }
 
-    wait_for_upgrade(TRACE_HERE, *pCell);
+    wait_for_upgrade(TRACE_HERE);  // where a refused module ends the process
     CloseSerial(port_fd);
     ini_free(settings);
     delete pCell;

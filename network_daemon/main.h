@@ -2,17 +2,23 @@
 // it. Helpers that log on behalf of the sequence take its place first, so that their lines say `main`.
 #pragma once
 
+#include <pthread.h>
+
 #include <cstdint>
+#include <string>
 
 #include "board.h"
+#include "busglue.h"
 #include "cellular.h"
+#include "tlv.h"
 #include "trace_log.h"
+
+class ConfigController;
 
 constexpr int kPathSize = 4096;
 using PathText = char[kPathSize];
 
-// ---- main_options.cpp: the command line
-// -----------------------------------------------------------------------
+// main_options.cpp: the command line
 
 struct Options {
     PathText device = "/dev/ttyUSB2";
@@ -26,15 +32,20 @@ struct Options {
 /// don't stop anything.
 bool read_options(int argc, char** argv, Options& options);
 
-// ---- main_bus.cpp: the message bus
-// -----------------------------------------------------------------------------
+// main_bus.cpp: the message bus
 
 /// Joins the message bus under the daemon's name. From here on the handlers can be called, on threads of the
 /// bus library. Negative: failed.
 int join_bus();
 
-// ---- main_fifo.cpp: commands of the board's scripts
-// ------------------------------------------------------------
+/// Takes one frame of the OCPP service, acts, and answers through `reply`, which may be null. On a thread of
+/// the bus library, with over 30 KB of stack. 0, always.
+int ravelin_deal_dbus_message(int length, unsigned char* bytes, void* context, busglue_reply reply);
+
+/// The fifteen items that the service gets to know of the modem; empty while there is no driver.
+ByteArray BuildStatusTlv();
+
+// main_fifo.cpp: commands of the board's scripts
 
 /// Entry of the thread that listens to the scripts' pipe. Takes nothing, never returns, needs no modem.
 void* thread_function_pipe(void* nothing);
@@ -42,8 +53,7 @@ void* thread_function_pipe(void* nothing);
 /// Acts on one pair: logs it, and asks Task for the reset that it may stand for. On the pipe's thread.
 void handle_command(const char* key, const char* value);
 
-// ---- main_port.cpp: the modem's AT port
-// ------------------------------------------------------------------------
+// main_port.cpp: the modem's AT port
 
 /// Opens `device` and sets the line up; waits for as long as it takes, and says so at first. The descriptor.
 int wait_for_port(const TracePlace& place, const char* device);
@@ -51,22 +61,19 @@ int wait_for_port(const TracePlace& place, const char* device);
 /// Opens `device` at the first try and sets the line up. The descriptor, or a value below 1.
 int reopen_port(const char* device);
 
-// ---- main_factory.cpp: modem to driver
-// ---------------------------------------------------------------------------
+// main_factory.cpp: modem to driver
 
 /// Builds the one driver object for what CheckDevType found. Null for a vendor that has no driver. The
 /// caller owns it.
 cc_cell::CellBase* build_driver(int vendor, int port_fd);
 
-// ---- main_board.cpp: where a modem went; what board this is, see board.h
-// -----------------------------------------------
+// main_board.cpp: where a modem went; what board this is, see board.h
 
 /// Name of a "ttyACM" entry of `directory`, without the directory; of several, the one that the directory
 /// lists last. `result` stays as it was when there is none. 0; -1 when the directory can't be read.
 int read_devname(const char* directory, PathText& result);
 
-// ---- main_restart.cpp: Task, and the hardware resets that it asks for
-// -------------------------------------------
+// main_restart.cpp: Task, and the hardware resets that it asks for
 
 enum class RunEnd {
     kTaskEnded,  // a driver ended its task; the port is open
@@ -77,5 +84,28 @@ enum class RunEnd {
 /// found anew after each reset of a Cinterion modem, and `port_fd` is the descriptor of the reopened port.
 RunEnd run_task(const TracePlace& place, cc_cell::CellBase& cell, PathText& device, int& port_fd);
 
-/// Returns once no upgrade of the modem's firmware is running: a soft exit never cuts one off.
-void wait_for_upgrade(const TracePlace& place, const cc_cell::CellBase& cell);
+/// Returns once no upgrade of the modem's firmware is running: a soft exit never cuts one off. Looks through
+/// pCell and, when a refused module has left no driver there, ends the process by SIGSEGV: what supervises
+/// the daemon is to see a crash then, not an exit status.
+void wait_for_upgrade(const TracePlace& place);
+
+// main_upgrade.cpp: the upgrade of the modem's firmware
+
+/// Parameters of the last upgrade request: the bus handler stores them for its log line, the upgrade's end
+/// empties them. Nothing else depends on them, and nothing locks them.
+extern std::string supportModule;
+extern std::string otatool;
+extern std::string otaPath;
+
+/// Handle of the last upgrade thread, which is detached.
+extern pthread_t ota_thread;
+
+/// Entry of the upgrade thread; takes the driver. Runs the driver's upgrade, reports its outcome once and
+/// clears m_ota_running last.
+void* thread_function_ota(void* cell);
+
+// main_gate.cpp: modules that a product doesn't allow
+
+/// Whether the identified module may run here. A file that is missing or broken restricts nothing. On a
+/// refusal the service has been told, and the driver is gone. Its lines are logged in `place`.
+bool pass_gate(const TracePlace& place, ConfigController& config);

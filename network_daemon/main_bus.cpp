@@ -1,18 +1,210 @@
-// The daemon's end of the message bus: its name and the tables of what it serves. The tables live as long as
-// the process; the bus library calls their handlers on threads of its own.
+// The daemon's end of the message bus: its name, the tables of what it serves, and the dispatch of what the
+// OCPP service asks for. The tables live as long as the process. All but join_bus runs on threads of the bus
+// library, beside main and without a lock: a status answer may hold a half-written text.
+#include <pthread.h>
+
+#include <cstdio>
+#include <cstring>
+
+#include "build_info.h"
 #include "busglue.h"
+#include "cellular_report.h"
+#include "dbus_util.h"
+#include "ini_store.h"
 #include "main.h"
+
+using cc_cell::CellBase;
 
 namespace {
 
 constexpr char kBusName[] = "RAVELIN";
+constexpr char kReleaseText[] = "Release_Tideway_V2.1.1";
 
-constexpr busglue_signal_row kSignals[] = {{nullptr, nullptr}};
-constexpr busglue_method_row kMethods[] = {{nullptr, nullptr}};
+/// The one data byte of our answer to an upgrade request.
+enum UpgradeAnswer : unsigned char { kBadRequest = 0, kAccepted = 1, kAlreadyRunning = 2, kNoDriver = 3 };
+
+constexpr unsigned char kRequestMark = 1;  // first data byte of an upgrade request
+constexpr size_t kRequestItems = 3;
+constexpr unsigned char kStatusItems = 15;
+constexpr unsigned char kNoStatus = 0;
+
+/// Whom to answer. Signals have no one: their reply function is null.
+struct Caller {
+    int msg_id;
+    void* context;
+    busglue_reply reply;
+};
+
+/// An answer of length 0 is a real one, with an empty message.
+void answer(const Caller& caller, unsigned char* frame, int length) {
+    if (caller.reply != nullptr) caller.reply(length, frame, caller.context);
+}
+
+void answer_nothing(const Caller& caller) {
+    unsigned char frame[1] = {};
+    answer(caller, frame, 0);
+}
+
+void answer_data(const Caller& caller, OcppCommand cmd, const unsigned char* data, size_t count) {
+    unsigned char frame[kAnswerFrameSize];
+    const int length = EncodeDbusMsg(frame, sizeof frame, caller.msg_id, cmd, data, static_cast<int>(count));
+    answer(caller, frame, length);
+}
+
+void answer_upgrade(const Caller& caller, UpgradeAnswer status) {
+    const unsigned char data[] = {status};
+    answer_data(caller, kOcppUpgrade, data, sizeof data);
+}
+
+void answer_status(const Caller& caller) {
+    ByteArray data = BuildStatusTlv();
+    if (data.empty()) {
+        printf("No data was returned.\n");
+        data.push_back(kNoStatus);
+    } else {
+        data.insert(data.begin(), kStatusItems);
+    }
+    answer_data(caller, kOcppStatus, data.data(), data.size());
+}
+
+/// Bounded by the array: another thread may be rewriting the text, and its terminator may be missing for a
+/// moment.
+template <size_t N>
+void add_text(TlvList& list, uint8_t type, const char (&text)[N]) {
+    AddTlvItem(list, type, static_cast<uint8_t>(strnlen(text, N)), text);
+}
+
+std::string text_of(const TlvItem& item) {
+    return std::string(item.value.begin(), item.value.end());
+}
+
+/// Keeps the three texts of an upgrade request. One that doesn't bring them is not refused: the upgrade works
+/// from the model that was identified.
+void take_upgrade_parameters(const TracePlace& place, const BusFrame& frame) {
+    const ByteArray bytes(frame.data + 1, frame.data + frame.length);
+    PrintTlvBytes(bytes);
+    const TlvList items = ParseTlvBytes(bytes);
+    if (items.empty()) {
+        TRACE_AT(place, 5, "[OTA] TLVS is empty.\n");
+        return;
+    }
+    TRACE_AT(place, 5, "[OTA] TLVS size is: %d ", static_cast<int>(items.size()));
+    if (items.size() != kRequestItems) {
+        TRACE_AT(place, 5, "[OTA] TLVS parameter error");
+        return;
+    }
+    supportModule = text_of(items[0]);
+    otatool = text_of(items[1]);
+    otaPath = text_of(items[2]);
+    TRACE_AT(place, 5, "[OTA] TLVS supportModule:%s otatool:%s otaPath:%s \r\n", supportModule.c_str(),
+             otatool.c_str(), otaPath.c_str());
+}
+
+/// Starts the upgrade beside Task. The answer is the same when no thread could be made, and the flag stays
+/// set.
+void start_upgrade(const TracePlace& place, CellBase& cell) {
+    TRACE_AT(place, 5, "[OTA] get ocpp msg and set ota upgrade flag true\n");
+    cell.m_ota_running = 1;
+    if (pthread_create(&ota_thread, nullptr, thread_function_ota, &cell) != 0) {
+        TRACE_AT(place, 5, "[OTA] Failed to create thread \n");
+    } else if (pthread_detach(ota_thread) != 0) {
+        TRACE_AT(place, 5, "[OTA] Failed to detach thread \n");
+    }
+}
+
+void deal_upgrade_request(const TracePlace& place, const Caller& caller, const BusFrame& frame,
+                          CellBase& cell) {
+    if (frame.data[0] != kRequestMark) {
+        TRACE_AT(place, 5, "[OTA] get ocpp unknown msg\n");
+        answer_upgrade(caller, kBadRequest);
+        return;
+    }
+    if (frame.length > 1) take_upgrade_parameters(place, frame);
+    if (cell.m_ota_running) {
+        TRACE_AT(place, 5, "[OTA] get ocpp msg , ota is on going\n");
+        answer_upgrade(caller, kAlreadyRunning);
+        return;
+    }
+    start_upgrade(place, cell);
+    TRACE_AT(place, 5, "[OTA] reply ocpp ota msg id=%x cmd=%x result:%d\n",
+             static_cast<unsigned>(caller.msg_id), static_cast<unsigned>(kOcppUpgrade), kAccepted);
+    TRACE_AT(place, 5, "[OTA] get ocpp msg , set ota run\n");
+    answer_upgrade(caller, kAccepted);
+}
+
+/// A message that came as a signal: the same dispatch, and nobody to answer.
+int deal_dbus_signal(int length, unsigned char* bytes) {
+    ravelin_deal_dbus_message(length, bytes, nullptr, nullptr);
+    return 0;
+}
+
+constexpr busglue_signal_row kSignals[] = {{"ravelin.reset", deal_dbus_signal}, {nullptr, nullptr}};
+constexpr busglue_method_row kMethods[] = {{"RAVELIN.Message", ravelin_deal_dbus_message},
+                                           {nullptr, nullptr}};
 constexpr busglue_descriptor kDescriptor = {kSignals, kMethods};
 
 }  // namespace
 
 int join_bus() {
     return dbs_connect_init(kBusName, &kDescriptor);
+}
+
+int ravelin_deal_dbus_message(int length, unsigned char* bytes, void* context, busglue_reply reply) {
+    BusFrame frame;
+    const int count = DecodeDbusMsg(bytes, length, &frame);
+    const Caller caller = {frame.msg_id, context, reply};
+    if (count < 0) {
+        answer_nothing(caller);
+        return 0;
+    }
+    TRACE(5, "[RAVELIN] get ocpp msg id=%x cmd=%x length=%d\n", frame.msg_id, frame.cmd, count);
+    CellBase* cell = pCell;
+    if (cell == nullptr) {
+        TRACE(5, "[OTA] pCell == NULL, no action \r\n");
+        answer_upgrade(caller, kNoDriver);  // whatever was asked
+        return 0;
+    }
+    switch (frame.cmd) {
+        case kOcppUpgradeOutcome:
+            if (frame.data[0] == kOcppConfirms) {
+                TRACE(5, "[OTA] get ocpp 4g status ok \r\n");
+            } else {
+                TRACE(5, "[OTA] get ocpp 4g status fail \r\n");
+            }
+            answer_nothing(caller);
+            break;
+        case kOcppStatus:
+            answer_status(caller);
+            break;
+        case kOcppUpgrade:
+            deal_upgrade_request(TRACE_HERE, caller, frame, *cell);
+            break;
+        default:
+            answer_nothing(caller);
+            break;
+    }
+    return 0;
+}
+
+ByteArray BuildStatusTlv() {
+    CellBase* cell = pCell;
+    if (cell == nullptr) return {};
+    const char* firmware = str_trim(cell->m_fw_version);  // for good: the member loses its blanks too
+    TlvList list;
+    add_text(list, 1, cell->m_vendor_name);
+    AddTlvItem(list, 2, static_cast<uint8_t>(strlen(firmware)), firmware);
+    add_text(list, 3, cell->m_csIMEI);
+    add_text(list, 4, cell->m_card_iccid);
+    add_text(list, 5, cell->m_Primary_SIM ? "1" : "2");
+    add_text(list, 6, cell->m_carrier);
+    add_text(list, 7, cell->m_pcid);
+    add_text(list, 8, cell->m_RSRP);
+    add_text(list, 9, cell->m_band);
+    add_text(list, 10, cell->m_neighbour_pcid);
+    add_text(list, 11, cell->m_neighbour_rsrp);
+    add_text(list, 12, cell->m_SINR);
+    add_text(list, 13, kReleaseText);
+    add_text(list, 14, kBuildCommit);
+    add_text(list, 15, cell->m_card_imsi);
+    return EncodeTlvList(list);
 }

@@ -83,6 +83,13 @@ void restart_modem(const TracePlace& place, CellBase& cell, PathText& device, in
     TRACE_AT(place, 5, "Reset4G time=%d\n", cell.m_reset4g_times);
 }
 
+/// Reads pCell and the flag from memory at each call. Without that the compiler, which sees where pCell was
+/// cleared, could put a trap or nothing at all in the place of the look through a null pointer.
+bool is_upgrade_running() {
+    const CellBase* cell = *const_cast<CellBase* const volatile*>(&pCell);
+    return *const_cast<const volatile uint8_t*>(&cell->m_ota_running) != 0;
+}
+
 }  // namespace
 
 RunEnd run_task(const TracePlace& place, CellBase& cell, PathText& device, int& port_fd) {
@@ -106,8 +113,8 @@ RunEnd run_task(const TracePlace& place, CellBase& cell, PathText& device, int& 
     return RunEnd::kTaskEnded;
 }
 
-void wait_for_upgrade(const TracePlace& place, const CellBase& cell) {
-    while (cell.m_ota_running) {
+void wait_for_upgrade(const TracePlace& place) {
+    while (is_upgrade_running()) {
         TRACE_AT(place, 5, "[OTA] module ota run\n");
         sleep(kUpgradePauseAtExit_seconds);
     }

@@ -15,8 +15,7 @@
 
 namespace cc_cell {
 
-// ---- rows of prefixes
-// --------------------------------------------------------------------------------------
+// rows of prefixes
 
 /// Where one field behind a prefix goes. A row lists its fields in the modem's order.
 enum FieldTarget : uint8_t {
@@ -79,8 +78,7 @@ void LogMatch(const TracePlace& place, unsigned level, const AtMatch& match);
 /// out.
 AtResult TakeFields(CellBase& cell, const AtMatch& match);
 
-// ---- lists in one text
-// --------------------------------------------------------------------------------------
+// lists in one text
 
 /// Splits `text` (cut in place) into `count` slots of `size` bytes, each terminated; a field that is longer
 /// than its slot is cut. False when the text ends before the last slot is filled; the slots behind are empty
@@ -97,8 +95,7 @@ inline const char* OrNullWord(const char* text) {
     return text == nullptr ? "(null)" : text;
 }
 
-// ---- exchanges that families have in common
-// -------------------------------------------------------------------
+// exchanges that families have in common
 
 /// Sends each command in turn; the answers are not looked at.
 template <size_t N>

@@ -1,0 +1,56 @@
+// Reports to the OCPP service that nobody asked for: the outcome of an upgrade, and a modem that may not run
+// here. The upgrade thread and main send them; the replies come in on threads of the bus library and only
+// reach the log.
+#include "cellular_report.h"
+
+#include "busglue.h"
+#include "cellular.h"
+#include "dbus_util.h"
+#include "trace_log.h"
+
+namespace {
+
+constexpr int kSendRecordFourth = 700;  // belongs to the bus library
+
+}  // namespace
+
+namespace cc_cell {
+
+void CellBase::ReplyOcppUpgradeStatus(const char* destination, int msg_id, int cmd, uint8_t status) {
+    TRACE(5, "[OTA] send %s msgid:%2x cmd:%2x status:%d \r\n", destination, static_cast<unsigned>(msg_id),
+          static_cast<unsigned>(cmd), status);
+    unsigned char frame[kAnswerFrameSize];
+    busglue_send_record record = {};
+    record.length = EncodeDbusMsg(frame, sizeof frame, msg_id, cmd, &status, sizeof status);
+    record.frame = frame;
+    record.destination = const_cast<char*>(destination);  // the library only reads it
+    record.fourth = kSendRecordFourth;
+    dbs_send_method_async(&record, deal_dbus_callback_message);
+}
+
+}  // namespace cc_cell
+
+int deal_dbus_callback_message(int length, unsigned char* bytes) {
+    BusFrame frame;
+    if (DecodeDbusMsg(bytes, length, &frame) < 0) return 0;
+    const bool confirmed = frame.data[0] == kOcppConfirms;
+    switch (frame.cmd) {
+        case kOcppUpgradeOutcome:
+            if (confirmed) {
+                TRACE(5, "[OTA] get ocpp 4g status ok \r\n");
+            } else {
+                TRACE(5, "[OTA] get ocpp 4g status fail \r\n");
+            }
+            break;
+        case kOcppModuleRefused:
+            if (confirmed) {
+                TRACE(5, "[whilelist] ocpp confirm get security log\n");
+            } else {
+                TRACE(5, "[whilelist] ocpp reply unknow\n");
+            }
+            break;
+        default:
+            break;
+    }
+    return 0;
+}
