@@ -30,27 +30,23 @@ void CellBase::ReplyOcppUpgradeStatus(const char* destination, int msg_id, int c
 
 }  // namespace cc_cell
 
+void log_outcome_reply(const TracePlace& place, const BusFrame& frame) {
+    if (frame.data[0] == kOcppConfirms) {
+        TRACE_AT(place, 5, "[OTA] get ocpp 4g status ok \r\n");
+    } else {
+        TRACE_AT(place, 5, "[OTA] get ocpp 4g status fail \r\n");
+    }
+}
+
 int deal_dbus_callback_message(int length, unsigned char* bytes) {
     BusFrame frame;
     if (DecodeDbusMsg(bytes, length, &frame) < 0) return 0;
-    const bool confirmed = frame.data[0] == kOcppConfirms;
-    switch (frame.cmd) {
-        case kOcppUpgradeOutcome:
-            if (confirmed) {
-                TRACE(5, "[OTA] get ocpp 4g status ok \r\n");
-            } else {
-                TRACE(5, "[OTA] get ocpp 4g status fail \r\n");
-            }
-            break;
-        case kOcppModuleRefused:
-            if (confirmed) {
-                TRACE(5, "[whilelist] ocpp confirm get security log\n");
-            } else {
-                TRACE(5, "[whilelist] ocpp reply unknow\n");
-            }
-            break;
-        default:
-            break;
+    if (frame.cmd == kOcppUpgradeOutcome) {
+        log_outcome_reply(TRACE_HERE, frame);
+    } else if (frame.cmd == kOcppModuleRefused && frame.data[0] == kOcppConfirms) {
+        TRACE(5, "[whilelist] ocpp confirm get security log\n");
+    } else if (frame.cmd == kOcppModuleRefused) {
+        TRACE(5, "[whilelist] ocpp reply unknow\n");
     }
     return 0;
 }

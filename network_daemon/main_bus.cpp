@@ -5,6 +5,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <iterator>
 
 #include "build_info.h"
 #include "busglue.h"
@@ -166,11 +167,7 @@ int ravelin_deal_dbus_message(int length, unsigned char* bytes, void* context, b
     }
     switch (frame.cmd) {
         case kOcppUpgradeOutcome:
-            if (frame.data[0] == kOcppConfirms) {
-                TRACE(5, "[OTA] get ocpp 4g status ok \r\n");
-            } else {
-                TRACE(5, "[OTA] get ocpp 4g status fail \r\n");
-            }
+            log_outcome_reply(TRACE_HERE, frame);
             answer_nothing(caller);
             break;
         case kOcppStatus:
@@ -190,9 +187,10 @@ ByteArray BuildStatusTlv() {
     CellBase* cell = pCell;
     if (cell == nullptr) return {};
     const char* firmware = str_trim(cell->m_fw_version);  // for good: the member loses its blanks too
+    const auto room = static_cast<size_t>(std::end(cell->m_fw_version) - firmware);
     TlvList list;
     add_text(list, 1, cell->m_vendor_name);
-    AddTlvItem(list, 2, static_cast<uint8_t>(strlen(firmware)), firmware);
+    AddTlvItem(list, 2, static_cast<uint8_t>(strnlen(firmware, room)), firmware);
     add_text(list, 3, cell->m_csIMEI);
     add_text(list, 4, cell->m_card_iccid);
     add_text(list, 5, cell->m_Primary_SIM ? "1" : "2");

@@ -250,12 +250,14 @@ TEST_F(RestartTest, CinterionThatHasNotComeBackLeavesTheFolderAsPath) {
 }
 
 TEST_F(RestartTest, SoftExitWaitsForAnUpgradeInStepsOf30Seconds) {
+    pCell = cell.get();
     cell->m_ota_running = 1;
     world.At(70, [&] { cell->m_ota_running = 0; });
     wait_for_upgrade(kMain);
     EXPECT_EQ(90000, world.now_ms());
     const std::vector<std::string> log(3, "[OTA] module ota run\n");
     EXPECT_EQ(log, MainLog());
+    pCell = nullptr;
 }
 
 }  // namespace

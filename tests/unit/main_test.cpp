@@ -241,4 +241,20 @@ TEST_F(MainTest, StatusIsPublishedBeforeTheLimitsAndTheDial) {
     EXPECT_TRUE(published);
 }
 
+/// The sanitizers that look at null pointers tell of it in their own way.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define EXPECT_SEGMENTATION_FAULT(statement) EXPECT_DEATH(statement, "null pointer|SEGV")
+#else
+#define EXPECT_SEGMENTATION_FAULT(statement) EXPECT_EXIT(statement, testing::KilledBySignal(SIGSEGV), "")
+#endif
+
+TEST_F(MainTest, RefusedModuleEndsTheProcessBySegmentationFault) {
+    ScriptedModem modem(world);
+    IdentifyAs(modem, "Quectel", "EG25");
+    world.Write("/ubi/conf/network/network.json",
+                R"({"customer_name":"halden","product_name":"Quillbox",
+                    "whitelist":{"userSettings":{"moduleName":{"allowedValues":["EC200A"]}}}})");
+    EXPECT_SEGMENTATION_FAULT(Run());
+}
+
 }  // namespace
