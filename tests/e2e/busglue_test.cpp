@@ -5,8 +5,6 @@
 #include "busglue.h"
 
 #include <gtest/gtest.h>
-#include <sys/socket.h>
-#include <sys/un.h>
 #include <sys/wait.h>
 #include <syslog.h>
 #include <unistd.h>
@@ -23,6 +21,8 @@
 #include <string>
 #include <thread>
 #include <vector>
+
+#include "private_bus.h"
 
 namespace {
 
@@ -134,17 +134,6 @@ int Send(const char* destination, Bytes frame, busglue_send_reply reply) {
     return result;
 }
 
-bool Eventually(const std::function<bool()>& condition, seconds limit = seconds(20)) {
-    auto deadline = std::chrono::steady_clock::now() + limit;
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > deadline) {
-            return false;
-        }
-        std::this_thread::sleep_for(milliseconds(20));
-    }
-    return true;
-}
-
 Bytes Pattern(int length, int seed = 0) {
     Bytes bytes(static_cast<size_t>(length));
     for (size_t i = 0; i < bytes.size(); i++) {
@@ -158,44 +147,17 @@ Bytes Pattern(int length, int seed = 0) {
 
 class BusglueTest : public testing::Test {
   protected:
-    BusglueTest() {
-        char name[] = "/tmp/busglue_test.XXXXXX";
-        folder_ = mkdtemp(name);
-        setenv("RAVELIN_BUS_ADDRESS", ("unix:path=" + Socket()).c_str(), 1);
-        StartBus();
-    }
+    void SetUp() override { StartBus(); }
 
     ~BusglueTest() override {
         for (pid_t peer : peers_) {
             kill(peer, SIGKILL);
             waitpid(peer, nullptr, 0);
         }
-        StopBus();
-        rmdir(folder_.c_str());
     }
 
-    std::string Socket() const { return folder_ + "/bus"; }
-
-    void StartBus() {
-        bus_ = fork();
-        if (bus_ == 0) {
-            std::string address = "--address=unix:path=" + Socket();
-            freopen("/dev/null", "w", stderr);
-            execlp("dbus-daemon", "dbus-daemon", "--config-file=" BUS_CONFIG, address.c_str(), "--nofork",
-                   "--nopidfile", nullptr);
-            _exit(127);
-        }
-        ASSERT_TRUE(Eventually([&] { return IsListening(); }));
-    }
-
-    void StopBus() {
-        if (bus_ > 0) {
-            kill(bus_, SIGTERM);
-            waitpid(bus_, nullptr, 0);
-            unlink(Socket().c_str());
-        }
-        bus_ = -1;
-    }
+    void StartBus() { ASSERT_TRUE(bus_.Start()); }
+    void StopBus() { bus_.Stop(); }
 
     /// Runs `work` in a process of its own, whose exit status it returns. To be called before this process
     /// joins.
@@ -217,7 +179,7 @@ class BusglueTest : public testing::Test {
 
     /// What dbus-send prints.
     std::string DbusSend(const std::string& words) {
-        std::string command = "dbus-send --bus=unix:path=" + Socket() + " " + words + " 2>&1";
+        std::string command = "dbus-send --bus=" + bus_.Address() + " " + words + " 2>&1";
         FILE* pipe = popen(command.c_str(), "r");
         std::string output;
         char piece[256];
@@ -236,17 +198,7 @@ class BusglueTest : public testing::Test {
     }
 
   private:
-    bool IsListening() const {
-        sockaddr_un address = {AF_UNIX, ""};
-        snprintf(address.sun_path, sizeof address.sun_path, "%s", Socket().c_str());
-        int fd = socket(AF_UNIX, SOCK_STREAM, 0);
-        bool connected = connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
-        close(fd);
-        return connected;
-    }
-
-    std::string folder_;
-    pid_t bus_ = -1;
+    PrivateBus bus_;
     std::vector<pid_t> peers_;
 };
 

@@ -1,0 +1,52 @@
+// The peer's connection to the bus, with a stock D-Bus library. All calls from one thread.
+#pragma once
+
+#include <dbus/dbus.h>
+
+#include <functional>
+#include <string>
+
+#include "simulator/bus_peer/frame.h"
+
+namespace bus_peer {
+
+enum class CallResult { kAnswered, kNobodyThere, kNoAnswer, kNotAFrame };
+
+class BusClient {
+  public:
+    BusClient() = default;
+    ~BusClient();
+    BusClient(const BusClient&) = delete;
+    BusClient& operator=(const BusClient&) = delete;
+
+    /// Joins the bus at `address`, or the system bus where that is empty. False: error() says why.
+    bool Open(const std::string& address);
+
+    /// Hands the daemon a frame. Null: no memory. The caller owns what is returned, for Await.
+    DBusPendingCall* Send(const Bytes& bytes, int timeout_ms);
+
+    /// Waits for the answer to a call, and gives it up. `answer` is filled for kAnswered; for the others
+    /// error() says more.
+    CallResult Await(DBusPendingCall* call, Bytes* answer);
+
+    /// The same as a signal, which nobody answers. False: error() says why.
+    bool Signal(const Bytes& bytes);
+
+    /// Owns the name of the OCPP service; from then on Serve hands its calls to `answer_frame`. False:
+    /// error() says why.
+    bool BeService();
+
+    /// Answers calls until `answer_frame` wants no more (it returns false) or `timeout_ms` has passed without
+    /// that (negative: never). True: it wants no more.
+    bool Serve(const std::function<bool(const Bytes& frame, Bytes* answer)>& answer_frame, int timeout_ms);
+
+    const std::string& error() const { return error_; }
+
+  private:
+    bool Failed(DBusError* error, const std::string& what);
+
+    DBusConnection* connection_ = nullptr;
+    std::string error_;
+};
+
+}  // namespace bus_peer

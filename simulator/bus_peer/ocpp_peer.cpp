@@ -1,0 +1,180 @@
+// The other end of the message bus, for people and tests: asks the daemon what the OCPP service asks it, and
+// hears what the daemon sends by itself.
+#include <chrono>
+#include <cstdio>
+#include <deque>
+#include <iterator>
+
+#include "simulator/bus_peer/bus_client.h"
+#include "simulator/bus_peer/frame.h"
+#include "simulator/bus_peer/options.h"
+#include "simulator/bus_peer/status.h"
+
+namespace {
+
+using namespace bus_peer;
+
+enum Exit { kDone = 0, kRefused = 1, kUsageError = 2, kNotThere = 3, kNoAnswer = 4, kBroken = 5 };
+
+constexpr unsigned kUpgrade = 0x7600;
+constexpr unsigned kUpgradeOutcome = 0x7601;
+constexpr unsigned kModuleRefused = 0x7602;
+constexpr unsigned kStatus = 0x7603;
+
+constexpr unsigned kMsgId = 7;
+constexpr uint8_t kUpgradeMark = 1;
+constexpr uint8_t kAccepted = 1;
+
+const char* const kUpgradeAnswers[] = {"the request is not valid", "accepted",
+                                       "an upgrade is already running", "the daemon has no modem yet"};
+const char* const kOutcomes[] = {"upgrade succeeded", "upgrade failed", "upgrade: modem not supported",
+                                 "upgrade: file or path missing"};
+
+Exit Complain(Exit status, const std::string& text) {
+    fflush(stdout);
+    fprintf(stderr, "ocpp_peer: %s\n", text.c_str());
+    return status;
+}
+
+Exit ComplainOf(const Bytes& answer, const std::string& what) {
+    return Complain(kBroken, "the answer is broken: " + what + (answer.empty() ? "" : ": " + ToHex(answer)));
+}
+
+Exit ComplainOf(CallResult result, const std::string& error) {
+    switch (result) {
+        case CallResult::kNobodyThere:
+            return Complain(kNotThere, "the daemon isn't there: " + error);
+        case CallResult::kNoAnswer:
+            return Complain(kNoAnswer, "no answer: " + error);
+        default:
+            return Complain(kBroken, "the answer is broken: " + error);
+    }
+}
+
+/// The answers to the same question, asked as often as the options tell; the last one stays in `answer`.
+Exit Ask(BusClient& bus, const Options& options, const Bytes& question, Bytes* answer) {
+    std::deque<DBusPendingCall*> calls;
+    int asked = 0;
+    Exit status = kDone;
+    const auto start = std::chrono::steady_clock::now();
+    while (asked < options.repeat || !calls.empty()) {
+        if (asked < options.repeat && calls.size() < static_cast<size_t>(options.window)) {
+            calls.push_back(bus.Send(question, options.timeout_ms));
+            asked++;
+            continue;
+        }
+        const CallResult result = bus.Await(calls.front(), answer);
+        calls.pop_front();
+        if (result == CallResult::kAnswered) continue;
+        status = ComplainOf(result, bus.error());
+        break;
+    }
+    for (DBusPendingCall* call : calls) {
+        if (call == nullptr) continue;
+        dbus_pending_call_cancel(call);
+        dbus_pending_call_unref(call);
+    }
+    if (status == kDone && options.repeat > 1) {
+        const std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
+        printf("%d answers in %.3f s: %.0f a second\n", options.repeat, took.count(),
+               options.repeat / took.count());
+    }
+    return status;
+}
+
+/// The same with a frame as the question, and an answer that must be one, to it. An answer to an upgrade
+/// request may stand for any.
+Exit AskFrame(BusClient& bus, const Options& options, const Frame& question, Frame* answer) {
+    Bytes bytes;
+    const Exit status = Ask(bus, options, EncodeFrame(question), &bytes);
+    if (status != kDone) return status;
+    const std::string problem = DecodeFrame(bytes, answer);
+    if (!problem.empty()) return ComplainOf(bytes, problem);
+    if (answer->msg_id != question.msg_id) return ComplainOf(bytes, "it has another message id");
+    if (answer->cmd != question.cmd && answer->cmd != kUpgrade)
+        return ComplainOf(bytes, "it has another command");
+    if (answer->cmd == kUpgrade &&
+        (answer->data.size() != 1 || answer->data[0] >= std::size(kUpgradeAnswers)))
+        return ComplainOf(bytes, "its status isn't known");
+    return kDone;
+}
+
+Exit AskForStatus(BusClient& bus, const Options& options) {
+    Frame answer;
+    const Exit status = AskFrame(bus, options, {kMsgId, kStatus, {}}, &answer);
+    if (status != kDone) return status;
+    if (answer.cmd == kUpgrade) return Complain(kRefused, kUpgradeAnswers[answer.data[0]]);
+    std::vector<StatusItem> items;
+    const std::string problem = ReadStatus(answer.data, &items);
+    if (!problem.empty()) return ComplainOf(answer.data, problem);
+    fputs((options.json ? StatusJson(items) : StatusText(items)).c_str(), stdout);
+    return kDone;
+}
+
+Exit AskForUpgrade(BusClient& bus, const Options& options) {
+    Frame question = {kMsgId, kUpgrade, {kUpgradeMark}};
+    uint8_t type = 1;
+    for (const std::string& text : options.arguments) {
+        question.data.push_back(type++);
+        question.data.push_back(static_cast<uint8_t>(text.size()));
+        question.data.insert(question.data.end(), text.begin(), text.end());
+    }
+    Frame answer;
+    const Exit status = AskFrame(bus, options, question, &answer);
+    if (status != kDone) return status;
+    const uint8_t result = answer.data[0];
+    if (result != kAccepted) return Complain(kRefused, kUpgradeAnswers[result]);
+    puts(kUpgradeAnswers[result]);
+    return kDone;
+}
+
+Exit AskRaw(BusClient& bus, const Options& options) {
+    if (options.as_signal) return bus.Signal(options.raw) ? kDone : Complain(kNotThere, bus.error());
+    Bytes answer;
+    const Exit status = Ask(bus, options, options.raw, &answer);
+    if (status == kDone) puts(ToHex(answer).c_str());
+    return status;
+}
+
+std::string Meaning(const Frame& frame) {
+    const bool has_byte = frame.data.size() == 1;
+    if (frame.cmd == kUpgradeOutcome && has_byte && frame.data[0] < std::size(kOutcomes))
+        return kOutcomes[frame.data[0]];
+    if (frame.cmd == kModuleRefused && has_byte && frame.data[0] == 1) return "module refused";
+    return "unknown";
+}
+
+Exit Watch(BusClient& bus, const Options& options) {
+    if (!bus.BeService()) return Complain(kNotThere, bus.error());
+    int seen = 0;
+    const auto answer_frame = [&](const Bytes& bytes, Bytes* answer) {
+        Frame frame;
+        const std::string problem = DecodeFrame(bytes, &frame);
+        if (problem.empty())
+            *answer = EncodeFrame({frame.msg_id, frame.cmd, {static_cast<uint8_t>(options.reply)}});
+        const std::string meaning = problem.empty() ? Meaning(frame) : "broken, " + problem;
+        printf("%s: %s\n", meaning.c_str(), ToHex(bytes).c_str());
+        fflush(stdout);
+        return ++seen != options.count;
+    };
+    if (bus.Serve(answer_frame, options.has_timeout ? options.timeout_ms : -1)) return kDone;
+    return Complain(kNoAnswer, bus.error());
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    Options options;
+    const std::string problem = ReadOptions(argc, argv, &options);
+    if (!problem.empty()) return Complain(kUsageError, problem + "; --help tells more");
+    if (options.help) {
+        fputs(kUsage, stdout);
+        return kDone;
+    }
+    BusClient bus;
+    if (!bus.Open(options.address)) return Complain(kNotThere, bus.error());
+    if (options.command == "status") return AskForStatus(bus, options);
+    if (options.command == "upgrade") return AskForUpgrade(bus, options);
+    if (options.command == "raw") return AskRaw(bus, options);
+    return Watch(bus, options);
+}
