@@ -105,7 +105,6 @@ void KeepInterposition() {}
 extern "C" {
 
 // ---- clocks and sleeps
-// ------------------------------------------------------------------------------------------
 
 time_t time(time_t* result) noexcept {
     Environment* world = World();
@@ -182,7 +181,6 @@ int clock_nanosleep(clockid_t clock, int flags, const timespec* wanted, timespec
 }
 
 // ---- waiting for descriptors
-// ------------------------------------------------------------------------------------
 
 namespace {
 
@@ -289,7 +287,6 @@ int select(int count, fd_set* read_set, fd_set* write_set, fd_set* except_set, t
 }
 
 // ---- descriptors
-// ------------------------------------------------------------------------------------------------
 
 static int OpenPath(const char* path, int flags, mode_t mode) {
     Environment* world = Environment::OfThisThread();
@@ -381,7 +378,6 @@ int tcflush(int fd, int queue) noexcept {
 }
 
 // ---- files
-// ------------------------------------------------------------------------------------------------------
 
 static FILE* OpenStream(const char* path, const char* mode) {
     FILE* stream = REAL(fopen)(path == nullptr ? path : RealPath(path).c_str(), mode);
@@ -438,7 +434,6 @@ DIR* opendir(const char* path) {
 }
 
 // ---- shell
-// ------------------------------------------------------------------------------------------------------
 
 int system(const char* command) {
     Environment* world = World();
@@ -466,7 +461,6 @@ int pclose(FILE* stream) {
 }
 
 // ---- standard input
-// ---------------------------------------------------------------------------------------------
 
 ssize_t getdelim(char** line, size_t* size, int delimiter, FILE* stream) {
     Environment* world = stream == stdin ? WorldToWaitIn() : nullptr;
@@ -491,7 +485,6 @@ ssize_t getline(char** line, size_t* size, FILE* stream) {
 }
 
 // ---- threads
-// ----------------------------------------------------------------------------------------------------
 
 int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*entry)(void*),
                    void* argument) noexcept {

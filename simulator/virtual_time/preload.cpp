@@ -104,7 +104,6 @@ class Run {
     }
 
     // ---- log and output
-    // -------------------------------------------------------------------------------------------
 
     // A line of the log is forwarded first and then printed, by one thread that doesn't wait in between. So
     // what was forwarded is kept until it is seen whether it is printed too.
@@ -134,7 +133,6 @@ class Run {
     void Complained(const std::string& chunk) { PrintPlain(chunk, "complains", &complained_); }
 
     // ---- bus
-    // ------------------------------------------------------------------------------------------------------
 
     int JoinBus(const char* name, const busglue_descriptor* descriptor) {
         Note("bus", std::string("joins ") + name);
@@ -150,7 +148,6 @@ class Run {
     }
 
     // ---- end
-    // ------------------------------------------------------------------------------------------------------
 
     // The daemon calls exit, or returns from main.
     void DaemonExits(int status) {
@@ -170,7 +167,6 @@ class Run {
     };
 
     // ---- given
-    // ----------------------------------------------------------------------------------------------------
 
     void Furnish() {
         for (const ScenarioFile& file : scenario_.files) WriteFile(file.path, file.text);
@@ -232,7 +228,6 @@ class Run {
     }
 
     // ---- watching
-    // -------------------------------------------------------------------------------------------------
 
     void Watch() {
         environment_.shell.on_call = [this](const Shell::Call& call) {
@@ -317,7 +312,6 @@ class Run {
     }
 
     // ---- what happens when
-    // ------------------------------------------------------------------------------------
 
     void Schedule() {
         for (const ScenarioEvent& event : scenario_.events) {
@@ -375,7 +369,6 @@ class Run {
     }
 
     // ---- bus
-    // ------------------------------------------------------------------------------------------------------
 
     // The library's own thread.
     static void* ServeBus(void* argument) {
@@ -411,7 +404,6 @@ class Run {
     }
 
     // ---- output and end
-    // -------------------------------------------------------------------------------------------
 
     static ssize_t TakeOutput(void* cookie, const char* bytes, size_t size);
     void CaptureOutput();
@@ -490,7 +482,6 @@ __attribute__((constructor)) void StartRun() {
 }  // namespace virtual_time
 
 // ---- the bus library
-// --------------------------------------------------------------------------------------------
 
 using virtual_time::the_run;
 

@@ -1,5 +1,7 @@
 #include "simulator/virtual_time/private_folder.h"
 
+#include <fcntl.h>
+#include <sys/file.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -18,6 +20,8 @@ namespace {
 const char* const kMovedPlaces[] = {
     "/run/network", "/ubi", "/etc/init.d", "/proc/cpuinfo", "/proc/version", "/sys/class/gpio", "/media"};
 
+constexpr char kFolderName[] = "virtual-time-";
+
 bool BeginsWith(const std::string& text, const std::string& start) {
     return text.compare(0, start.size(), start) == 0;
 }
@@ -30,6 +34,28 @@ std::string TemporaryPlace() {
     return access("/dev/shm", W_OK | X_OK) == 0 ? "/dev/shm" : "/tmp";
 }
 
+// A descriptor that holds the folder's lock; -1 if somebody else has it or there is none.
+int LockFolder(const std::string& folder, int flags) {
+    const int fd = open((folder + "/.lock").c_str(), O_RDWR | O_CLOEXEC | flags, 0600);
+    if (fd >= 0 && flock(fd, LOCK_EX | LOCK_NB) == 0) return fd;
+    if (fd >= 0) close(fd);
+    return -1;
+}
+
+// A process that dies (a death test, a crash, a kill) leaves its folder; the next one that comes by clears it
+// away. The lock of a folder in use is held; one without a lock file is just being made.
+void RemoveAbandonedFolders(const std::string& place) {
+    std::error_code error;
+    for (const fs::directory_entry& entry : fs::directory_iterator(place, error)) {
+        if (!BeginsWith(entry.path().filename().string(), kFolderName)) continue;
+        const int fd = LockFolder(entry.path().string(), 0);
+        if (fd < 0) continue;
+        std::error_code ignored;
+        fs::remove_all(entry.path(), ignored);
+        close(fd);
+    }
+}
+
 }  // namespace
 
 bool IsModemPortPath(const std::string& path) {
@@ -38,17 +64,20 @@ bool IsModemPortPath(const std::string& path) {
 
 PrivateFolder::PrivateFolder(const std::string& root) : root_(root) {
     if (!root_.empty()) return;
-    root_ = TemporaryPlace() + "/virtual-time-XXXXXX";
+    RemoveAbandonedFolders(TemporaryPlace());
+    root_ = TemporaryPlace() + "/" + kFolderName + "XXXXXX";
     if (mkdtemp(root_.data()) == nullptr) {
         perror(root_.c_str());
         abort();
     }
-    made_here_ = true;
+    lock_fd_ = LockFolder(root_, O_CREAT);
 }
 
 PrivateFolder::~PrivateFolder() {
+    if (lock_fd_ < 0) return;
     std::error_code ignored;
-    if (made_here_) fs::remove_all(root_, ignored);
+    fs::remove_all(root_, ignored);
+    close(lock_fd_);
 }
 
 bool PrivateFolder::Moves(const std::string& path) {

@@ -40,7 +40,7 @@ class PrivateFolder {
 
   private:
     std::string root_;
-    bool made_here_ = false;
+    int lock_fd_ = -1;  // held while the folder is in use; only of one that was made here
 };
 
 /// Whether the path names a serial port of a modem: /dev/ttyUSB* or /dev/ttyACM*.

@@ -208,7 +208,6 @@ class Parser {
     }
 
     // ---- given
-    // ----------------------------------------------------------------------------------------------------
 
     bool ParseModem(std::string rest) {
         has_modem_ = true;
@@ -311,7 +310,6 @@ class Parser {
     }
 
     // ---- what happens when
-    // ------------------------------------------------------------------------------------
 
     bool ParseAt(const Statement& statement, std::string rest) {
         int64_t at_us = 0;
@@ -375,7 +373,6 @@ class Parser {
     }
 
     // ---- what is expected
-    // -------------------------------------------------------------------------------------
 
     bool ParseExpectation(const Statement& statement, Expectation::Mode mode, std::string rest) {
         Expectation expectation = {};

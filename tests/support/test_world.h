@@ -34,7 +34,6 @@ class World {
     World& operator=(const World&) = delete;
 
     // ---- time
-    // -------------------------------------------------------------------------------------------------
     /// Virtual time since the world began.
     int64_t now_ms() const;
     double now_seconds() const;
@@ -57,7 +56,6 @@ class World {
     std::string RealPath(const std::string& path) const;
 
     // ---- shell
-    // ------------------------------------------------------------------------------------------------
     struct ShellCall {
         double at_seconds;
         std::string command;
@@ -77,7 +75,6 @@ class World {
     void OnSystem(const std::string& part_of_command, std::function<void()> action);
 
     // ---- log
-    // --------------------------------------------------------------------------------------------------
     struct LogLine {
         std::string file;
         std::string function;
@@ -95,7 +92,6 @@ class World {
     std::vector<std::string> LogOf(const std::string& function) const;
 
     // ---- bus
-    // --------------------------------------------------------------------------------------------------
     std::vector<std::vector<uint8_t>> sent_frames;  // what dbs_send_method_async got
     struct SentRecord {
         std::vector<uint8_t> frame;
@@ -111,7 +107,6 @@ class World {
     const busglue_descriptor* bus_descriptor = nullptr;
 
     // ---- faults and input
-    // -------------------------------------------------------------------------------------
     void FailThreads(bool fail);
     /// A line for whoever reads standard input by getdelim, line end added.
     void Type(const std::string& line);

@@ -40,7 +40,6 @@ std::string ProblemOf(const std::string& text) {
 }
 
 // ---- language
-// ---------------------------------------------------------------------------------------------------
 
 TEST(ScenarioLanguage, GivenPartIsRead) {
     const Scenario scenario = Parse(
@@ -163,7 +162,6 @@ TEST(ScenarioLanguage, MistakesAreToldWithTheirLine) {
 }
 
 // ---- trace
-// ------------------------------------------------------------------------------------------------------
 
 TEST(Trace, EntriesComeBackAsTheyWere) {
     const std::vector<TraceEntry> entries = {
@@ -202,7 +200,6 @@ TEST(Trace, PatternsMatchWholeTexts) {
 }
 
 // ---- judgement
-// --------------------------------------------------------------------------------------------------
 
 const char kTrace[] =
     "       1.000  sends      AT\n"

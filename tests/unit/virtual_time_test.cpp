@@ -13,6 +13,7 @@
 #include <time.h>
 #include <unistd.h>
 
+#include <cstring>
 #include <string>
 #include <thread>
 #include <vector>
@@ -143,7 +144,6 @@ TEST(VirtualClock, ABusyLoopIsChargedTime) {
 }
 
 // ---- select and the port
-// ----------------------------------------------------------------------------------------
 
 TEST(VirtualPort, SelectStoresTheTimeLeft) {
     World world;
@@ -329,7 +329,6 @@ TEST(VirtualPort, TheLineCanBeSetUp) {
 }
 
 // ---- paths
-// ------------------------------------------------------------------------------------------------------
 
 TEST(PrivateFolder, FixedPathsAreNotTheMachines) {
     World world;
@@ -385,8 +384,34 @@ TEST(PrivateFolder, IsGoneAfterTheWorld) {
     EXPECT_EQ(-1, access(place.c_str(), F_OK));
 }
 
+TEST(PrivateFolderDeathTest, OneThatACrashLeftIsClearedAway) {
+    char place[] = "/tmp/virtual-place-XXXXXX";
+    ASSERT_NE(nullptr, mkdtemp(place));
+    setenv("TMPDIR", place, 1);
+    EXPECT_DEATH(
+        {
+            virtual_time::PrivateFolder folder;
+            abort();
+        },
+        "");
+    const auto count_folders = [&place] {
+        int count = 0;
+        DIR* folder = opendir(place);
+        while (dirent* entry = readdir(folder)) count += entry->d_name[0] != '.' ? 1 : 0;
+        closedir(folder);
+        return count;
+    };
+    EXPECT_EQ(1, count_folders());
+    {
+        const virtual_time::PrivateFolder used;
+        const virtual_time::PrivateFolder used_too;
+        EXPECT_EQ(2, count_folders());
+    }
+    unsetenv("TMPDIR");
+    EXPECT_EQ(0, rmdir(place));
+}
+
 // ---- shell
-// ------------------------------------------------------------------------------------------------------
 
 TEST(VirtualShell, CommandsAreNotedWithTheirTimes) {
     World world;
@@ -456,7 +481,6 @@ TEST(VirtualShell, PopenCanBeSlow) {
 }
 
 // ---- threads
-// ----------------------------------------------------------------------------------------------------
 
 struct Diary {
     std::string text;
@@ -573,7 +597,6 @@ TEST(VirtualThreads, TypedLinesReachTheReaderOfStandardInput) {
 }
 
 // ---- log and bus
-// ------------------------------------------------------------------------------------------------
 
 TEST(TestWorld, CapturesTheLogAsFormatted) {
     World world;
