@@ -159,7 +159,8 @@ void World::Type(const std::string& line) {
 }  // namespace test_support
 
 // ---- doubles of the log and of the bus library
-// ------------------------------------------------------------------ They stand in one object, so that
+
+// They stand in one object, so that
 // neither the log module nor the bus library is linked.
 
 using test_support::active_world;

@@ -44,7 +44,8 @@ class World {
     void EndAt(double seconds_from_start);
 
     // ---- files
-    // ------------------------------------------------------------------------------------------------ Paths
+
+    // Paths
     // as the daemon knows them. /run/network, /ubi/conf/network, /etc/init.d, /media, /dev, /proc and the
     // folders of gpio130 and gpio182 exist from the start, all empty.
     void Write(const std::string& path, const std::string& text);
