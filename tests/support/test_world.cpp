@@ -160,8 +160,7 @@ void World::Type(const std::string& line) {
 
 // ---- doubles of the log and of the bus library
 
-// They stand in one object, so that
-// neither the log module nor the bus library is linked.
+// They stand in one object, so that neither the log module nor the bus library is linked.
 
 using test_support::active_world;
 

@@ -45,9 +45,8 @@ class World {
 
     // ---- files
 
-    // Paths
-    // as the daemon knows them. /run/network, /ubi/conf/network, /etc/init.d, /media, /dev, /proc and the
-    // folders of gpio130 and gpio182 exist from the start, all empty.
+    // Paths as the daemon knows them. /run/network, /ubi/conf/network, /etc/init.d, /media, /dev, /proc and
+    // the folders of gpio130 and gpio182 exist from the start, all empty.
     void Write(const std::string& path, const std::string& text);
     std::string Read(const std::string& path) const;
     bool Exists(const std::string& path) const;
