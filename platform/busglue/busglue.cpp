@@ -6,6 +6,8 @@
 
 #include "bus_link.h"
 
+#include <cerrno>
+
 #include <pthread.h>
 #include <syslog.h>
 
@@ -27,7 +29,9 @@ void OpenLog() {
 }  // namespace
 
 int dbs_connect_init(const char* name, const busglue_descriptor* descriptor) {
-    return Link().Join(name, descriptor) ? 0 : kFailed;
+    if (Link().Join(name, descriptor)) return 0;
+    errno = ENOTCONN;  // for a caller that tells by perror
+    return kFailed;
 }
 
 int dbs_send_method_async(busglue_send_record* record, busglue_send_reply reply) {
