@@ -360,6 +360,27 @@ TEST_F(BusglueTest, NoReplyComesFromAPeerThatIsAbsentOrVanishes) {
     EXPECT_NE(CallByDbusSend("array:byte:1,2").find("02 01"), std::string::npos);
 }
 
+TEST_F(BusglueTest, CallersThatVanishBeforeTheirAnswerAreHarmless) {
+    std::vector<pid_t> peers;
+    for (int number = 0; number < 4; number++) {
+        peers.push_back(StartPeer([number] {
+            if (Join(("P" + std::to_string(number)).c_str(), "P.Message", AnswerEmpty) < 0) {
+                return 2;
+            }
+            std::this_thread::sleep_for(seconds(2));  // until the daemon is there
+            for (int i = 0; i < 50; i++) {
+                Send("RAVELIN.Message", Pattern(kLargestFrame), TakeReply);
+            }
+            return replies.WaitFor(1) ? 0 : 3;  // and goes, with the others on their way
+        }));
+    }
+    ASSERT_GE(JoinAsDaemon(AnswerReversed), 0);
+    for (pid_t peer : peers) {
+        EXPECT_EQ(WaitForPeer(peer), 0);
+    }
+    EXPECT_NE(CallByDbusSend("array:byte:1,2").find("02 01"), std::string::npos);
+}
+
 TEST_F(BusglueTest, RecordsThatCannotBeSentAreNegative) {
     EXPECT_LT(Send("OCPP.Message", {1}, TakeReply), 0);  // not on the bus yet
     ASSERT_GE(JoinAsDaemon(AnswerReversed), 0);

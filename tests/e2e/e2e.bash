@@ -85,3 +85,48 @@ printed() {
 descriptors() {
     ls -l "/proc/$DAEMON/fd" | sed -n 's/.* \([0-9]* -> \)/\1/p' | sed 's/\[[0-9]*\]//'
 }
+
+# peer ARGUMENT...: ocpp_peer, the other end of the bus. Its output is kept for "told", standard error as well.
+peer() {
+    "$BUILD/ocpp_peer" "$@" >/tmp/peer.out 2>&1
+}
+
+# peer_ends STATUS ARGUMENT...: it ends so.
+peer_ends() {
+    local wanted=$1 status=0
+    shift
+    peer "$@" || status=$?
+    [ $status -eq "$wanted" ]
+}
+
+told() {
+    grep -qF -- "$1" /tmp/peer.out
+}
+
+# start_watch: the OCPP service, whose hearing is in $HEARD, one line a frame.
+HEARD=/tmp/heard
+start_watch() {
+    : >$HEARD
+    "$BUILD/ocpp_peer" watch >$HEARD 2>&1 &
+    WATCH=$!
+    wait_for 10 dbus-send --bus="$RAVELIN_BUS_ADDRESS" --print-reply --dest=org.freedesktop.DBus / \
+        org.freedesktop.DBus.GetNameOwner string:busglue.OCPP || fail "the watching peer doesn't start"
+}
+
+# await_heard SECONDS TEXT: the last line that the service heard.
+heard_last() {
+    tail -n 1 $HEARD | grep -qF -- "$1"
+}
+await_heard() {
+    wait_for "$1" heard_last "$2" || fail "not heard within $1 s: $2; but: $(cat $HEARD)"
+    say "heard: $2"
+    : >$HEARD
+}
+
+# Where the daemon looks for the firmware tool. install_tool WORD...: the fake one, see simulator/QFirehose.
+TOOL_FOLDER=/media/mmcblk0p1/firmware_modules/CellularOTA
+install_tool() {
+    mkdir -p $TOOL_FOLDER
+    cp "$REPOSITORY/simulator/QFirehose" $TOOL_FOLDER/
+    echo "$*" >$TOOL_FOLDER/QFirehose.does
+}

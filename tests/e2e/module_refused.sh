@@ -1,0 +1,49 @@
+#!/bin/bash
+# A module that its product doesn't allow: the service hears of it, and a second later the process crashes. One that is
+# allowed runs on.
+. "$REPOSITORY/tests/e2e/e2e.bash"
+
+write_network_json() {
+    cat >/ubi/conf/network/network.json <<X
+{"customer_name": "halden", "product_name": "Quillbox",
+ "whitelist": {"userSettings": {"moduleName": {"allowedValues": [$1]}}}}
+X
+}
+
+# A sanitizer reports the crash in its own way, and ends with a status of its own.
+SEGMENTATION_FAULT=139
+SANITIZER_ERROR=1
+crashed() {
+    [ "$1" -eq $SEGMENTATION_FAULT ] || { [ "$1" -eq $SANITIZER_ERROR ] && grep -qE "null pointer|SEGV" "$OUTPUT"; }
+}
+
+start_board --model EG25
+start_watch
+write_network_json '"EC200A", "EG2"'
+ulimit -c 0
+start_daemon
+await_log 60 "[whitelist] halden project,moduleName: EG25"
+await_heard 5 "module refused: FF 6A A6 00 01 00 05 76 02 01 67 3B"
+refused_us=${EPOCHREALTIME/./}
+wait_for 10 has_ended || fail "still alive"
+lived_ms=$(((${EPOCHREALTIME/./} - refused_us) / 1000))
+status=0
+wait $DAEMON || status=$?
+check "it ended by a segmentation fault: status $status" crashed $status
+check "a second after the report: $lived_ms ms" test $lived_ms -gt 500 -a $lived_ms -lt 3000
+check "the refusal is logged" logged "[whitelist] 4G module not allowd !!!"
+check "and what the service said of it" logged "[whilelist] ocpp confirm get security log"
+if logged "soft exit" || logged "GetVendorType"; then
+    fail "it went on"
+fi
+check "nothing was said behind the refusal but the confirmation" test "$(tail -n +1 "$LOG" |
+    sed '1,/not allowd/d' | grep -vc 'ocpp confirm')" -eq 0
+
+write_network_json '"EC200A", "eg25"'
+start_daemon
+await_log 60 "[whitelist] 4G module allow run"
+await_log 5 "GetVendorType=6!"
+check "an allowed module is not reported" test ! -s $HEARD
+check "and runs on" is_alive
+kill $DAEMON
+await_end 5 143
