@@ -11,6 +11,7 @@
 #include "busglue.h"
 #include "cellular.h"
 #include "ini_store.h"
+#include "silent_output.h"
 #include "text_util.h"
 #include "trace_log.h"
 #include "trace_log_state.h"
@@ -23,28 +24,6 @@ void log_send(const char* text) {
 namespace {
 
 constexpr char kNowhere[] = "/dev/null";
-
-/// As on a board whose standard output goes nowhere: the stream's buffer is written out when full.
-class SilentOutput {
-  public:
-    SilentOutput() {
-        fflush(stdout);
-        console_ = dup(STDOUT_FILENO);
-        const int nowhere = open(kNowhere, O_WRONLY);
-        dup2(nowhere, STDOUT_FILENO);
-        close(nowhere);
-    }
-    ~SilentOutput() {
-        fflush(stdout);
-        dup2(console_, STDOUT_FILENO);
-        close(console_);
-    }
-    SilentOutput(const SilentOutput&) = delete;
-    SilentOutput& operator=(const SilentOutput&) = delete;
-
-  private:
-    int console_ = -1;
-};
 
 void TraceLineFiltered(benchmark::State& state) {
     for (auto _ : state) TRACE(7, "Auto  hint:%s\n", "+CSQ: 20,99");

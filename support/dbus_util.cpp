@@ -41,18 +41,6 @@ constexpr std::array<uint8_t, 256> crc_table_half(int shift) {
     return half;
 }
 
-/// The peers hold the number of bytes in 16 bits: of a longer frame only the rest of 65536 is checked.
-uint16_t crc16(const unsigned char* bytes, uint16_t count) {
-    uint8_t low = kCrcStart & 0xFF;
-    uint8_t high = kCrcStart >> 8;
-    for (const unsigned char* end = bytes + count; bytes != end; ++bytes) {
-        const uint8_t i = low ^ *bytes;
-        low = CRCH[i] ^ high;
-        high = CRCL[i];
-    }
-    return static_cast<uint16_t>(high << 8 | low);
-}
-
 void put_u16(unsigned char* at, unsigned value) {
     at[0] = static_cast<unsigned char>(value >> 8);
     at[1] = static_cast<unsigned char>(value);
@@ -73,6 +61,17 @@ void dump_debug(const unsigned char* bytes, int count) {
 extern "C" {
 constexpr std::array<uint8_t, 256> CRCH = crc_table_half(0);
 constexpr std::array<uint8_t, 256> CRCL = crc_table_half(8);
+}
+
+uint16_t BusFrameCrc(const unsigned char* bytes, uint16_t count) {
+    uint8_t low = kCrcStart & 0xFF;
+    uint8_t high = kCrcStart >> 8;
+    for (const unsigned char* end = bytes + count; bytes != end; ++bytes) {
+        const uint8_t i = low ^ *bytes;
+        low = CRCH[i] ^ high;
+        high = CRCL[i];
+    }
+    return static_cast<uint16_t>(high << 8 | low);
 }
 
 int EncodeDbusMsg(unsigned char* buffer, int buffer_size, int msg_id, int cmd, const unsigned char* data,
@@ -96,7 +95,7 @@ int EncodeDbusMsg(unsigned char* buffer, int buffer_size, int msg_id, int cmd, c
     put_u16(buffer + kCmdAt, static_cast<unsigned>(cmd));
     if (data_length > 0) memcpy(buffer + kDataAt, data, static_cast<size_t>(data_length));
     const int checked = frame_length - kBytesBeforeCmd + kCheckedBesideLength;
-    put_u16(buffer + kDataAt + data_length, crc16(buffer + kMsgIdAt, static_cast<uint16_t>(checked)));
+    put_u16(buffer + kDataAt + data_length, BusFrameCrc(buffer + kMsgIdAt, static_cast<uint16_t>(checked)));
 
     TRACE(7, "Encoded msg. length %d\n pdat = ", frame_length);
     dump_debug(buffer, frame_length);
@@ -110,7 +109,7 @@ int DecodeDbusMsg(const unsigned char* bytes, int count, BusFrame* frame) {
 
     const int length = get_u16(bytes + kLengthAt);
     if (length > kLengthLimit || length != count - kBytesBeforeCmd) return kBusFrameLength;
-    const uint16_t crc = crc16(bytes + kMsgIdAt, static_cast<uint16_t>(length + kCheckedBesideLength));
+    const uint16_t crc = BusFrameCrc(bytes + kMsgIdAt, static_cast<uint16_t>(length + kCheckedBesideLength));
     const int data_length = length - kCmdAndCrcSize;
     if (crc != get_u16(bytes + kDataAt + data_length)) return kBusFrameCrc;
 
