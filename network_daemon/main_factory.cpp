@@ -1,6 +1,18 @@
 // Which driver belongs to which modem, and the object that all threads reach the driver through. Called by
 // main once.
+#include "CellChuangYi.h"
+#include "CellCinterion.h"
+#include "CellFiboCom.h"
+#include "CellFiboComLE.h"
+#include "CellHuaWei.h"
+#include "CellLYNQ.h"
+#include "CellLongSung.h"
+#include "CellNodeCom.h"
+#include "CellQuectelAsr.h"
 #include "CellQuectelQcom.h"
+#include "CellQuectelUnisoc.h"
+#include "CellSimCom.h"
+#include "CellZTE.h"
 #include "main.h"
 
 cc_cell::CellBase* pCell = nullptr;
@@ -22,7 +34,19 @@ CellBase* build(int port_fd) {
 }
 
 constexpr DriverRow kDrivers[] = {
+    {cc_cell::kVendorLongSung, build<cc_cell::CellLongSung>, false},
+    {cc_cell::kVendorChuangYi, build<cc_cell::CellChuangYi>, false},
+    {cc_cell::kVendorNodeCom, build<cc_cell::CellNodeCom>, false},
+    {cc_cell::kVendorHuaWei, build<cc_cell::CellHuaWei909s>, false},
+    {cc_cell::kVendorZte, build<cc_cell::CellZTE3630>, true},
     {cc_cell::kVendorQuectelQcom, build<cc_cell::CellQuectelQcom>, true},
+    {cc_cell::kVendorQuectelUnisoc, build<cc_cell::CellEC200G>, true},
+    {cc_cell::kVendorQuectelAsr, build<cc_cell::CellQueAsr>, true},
+    {cc_cell::kVendorSimCom, build<cc_cell::CellSimCom>, false},
+    {cc_cell::kVendorCinterion, build<cc_cell::CellCinterion>, true},
+    {cc_cell::kVendorFibocom, build<cc_cell::CellFiboCOM>, true},
+    {cc_cell::kVendorLynq, build<cc_cell::CellLYNQ>, true},
+    {cc_cell::kVendorFibocomLe, build<cc_cell::CellFiboLE370>, true},
 };
 
 }  // namespace

@@ -1,6 +1,8 @@
 // What the drivers share; see CellDriver.h.
 #include "CellDriver.h"
 
+#include <unistd.h>
+
 #include <cstdio>
 #include <cstring>
 
@@ -8,6 +10,9 @@
 
 namespace cc_cell {
 namespace {
+
+constexpr unsigned kHangUpPause_seconds = 1;
+constexpr size_t kNumberTextSize = sizeof "-2147483648";
 
 size_t CountFields(const AtRow& row) {
     size_t count = 0;
@@ -134,11 +139,34 @@ void AskFirmware(CellBase& cell, const char* word, size_t limit, const char* oth
     }
 }
 
+int32_t CheckSimCardAndIccid(CellBase& cell, const char* command, int32_t hint) {
+    const int32_t result = cell.CellBase::CheckSimCard();
+    if (result >= 0) AskIccid(cell, command, hint);
+    return result;
+}
+
+void HangUp(CellBase& cell, const char* command) {
+    cell.AtRequest(command);
+    sleep(kHangUpPause_seconds);
+}
+
+void Append(char (&command)[kCommandSize], const char* text) {
+    const size_t length = strnlen(command, kCommandSize - 1);
+    copy_text(command + length, kCommandSize - length, text);
+}
+
 bool AppendQuoted(char (&command)[kCommandSize], const char* parameter) {
     if (parameter[0] == '\0') return false;
-    const size_t length = strnlen(command, kCommandSize - 1);
-    snprintf(command + length, kCommandSize - length, ",\"%s\"", parameter);
+    Append(command, ",\"");
+    Append(command, parameter);
+    Append(command, "\"");
     return true;
+}
+
+bool AppendQuotedNumber(char (&command)[kCommandSize], int32_t number) {
+    char text[kNumberTextSize];
+    snprintf(text, sizeof text, "%d", number);
+    return number != 0 && AppendQuoted(command, text);
 }
 
 void LogBandChange(const TracePlace& place, const char* last_band, const char* last_rsrp,

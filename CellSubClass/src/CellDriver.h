@@ -117,9 +117,23 @@ void AskIccid(CellBase& cell, const char* command, int32_t hint);
 /// front included; `otherwise` when the answer doesn't hold the word. Silent.
 void AskFirmware(CellBase& cell, const char* word, size_t limit, const char* otherwise);
 
+/// CheckSimCard of the base, and with a ready SIM AskIccid. The result of the base. Silent beyond the base's
+/// lines.
+int32_t CheckSimCardAndIccid(CellBase& cell, const char* command, int32_t hint);
+
+/// Sends the command that ends the data call and gives the module its second; the radio is the caller's next
+/// step.
+void HangUp(CellBase& cell, const char* command);
+
+/// Extends a command by `text`. Cut to what fits. Silent.
+void Append(char (&command)[kCommandSize], const char* text);
+
 /// Extends a dial command by `,"parameter"`. False, and nothing added, when the parameter is empty: what
 /// follows it in the command can't be given then either. Cut to what fits. Silent.
 bool AppendQuoted(char (&command)[kCommandSize], const char* parameter);
+
+/// The same with a number: `,"number"`, and false for 0.
+bool AppendQuotedNumber(char (&command)[kCommandSize], int32_t number);
 
 /// Logs a band that differs from the one at hand, at level 5; that is all that a change of band does.
 void LogBandChange(const TracePlace& place, const char* last_band, const char* last_rsrp,

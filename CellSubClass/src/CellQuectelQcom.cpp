@@ -28,11 +28,10 @@ constexpr AtRow kRows[] = {
 };
 static_assert(AgreesWithPrefixTable(kRows));
 
-// The network side of USB as this chipset offers it to the kernel's driver, and errors in words of numbers.
+// The kind of network device on USB, and errors told by words.
 constexpr const char* kSetUp[] = {"AT+qcfg=\"usbnet\",0", "AT+CMEE=2"};
 
-// Above these the module lowers its rates, its power, and at last leaves the network. Single quotes as the
-// module takes them.
+// Temperatures at which the module protects itself. The quotes are single, as this module takes them.
 constexpr const char* kThermalLimits[] = {
     "AT+QCFG='thermal/limit_rates',1",         "AT+QCFG='thermal/txpwrlmt',1,2,105,1000,3,10",
     "AT+QCFG='thermal/modem',1,100000,95000",  "AT+QCFG='thermal/modem',2,105000,100000",
@@ -44,7 +43,6 @@ constexpr char kVendorName[] = "Qcom";
 constexpr size_t kRevisionLimit = 18;
 constexpr int kHotBaseband_celsius = 94;
 constexpr unsigned kSetUpPause_seconds = 1;
-constexpr unsigned kHangUpPause_seconds = 1;
 constexpr int kLongAnswer_seconds = 10;
 constexpr size_t kNeighbourSlots = 13;
 constexpr size_t kNeighbourRsrp = 5;
@@ -98,8 +96,7 @@ int32_t CellQuectelQcom::Initialize() {
 }
 
 int32_t CellQuectelQcom::DisConnect() {
-    AtRequest("AT$QCRMCALL=0,1");
-    sleep(kHangUpPause_seconds);
+    HangUp(*this, "AT$QCRMCALL=0,1");
     return CellBase::DisConnect();
 }
 
@@ -112,10 +109,8 @@ int32_t CellQuectelQcom::CheckConnection() {
 }
 
 int32_t CellQuectelQcom::CheckSimCard() {
-    const int32_t result = CellBase::CheckSimCard();
-    if (result < 0) return result;
-    AskIccid(*this, "AT+QCCID", kHintQccid);
-    if (m_board == kBoardImx6ul) {
+    const int32_t result = CheckSimCardAndIccid(*this, "AT+QCCID", kHintQccid);
+    if (result >= 0 && m_board == kBoardImx6ul) {
         run_shell(kUnloadNetworkDriver);
         sleep(kUnloadPause_seconds);
         run_shell(kLoadNetworkDriver);
@@ -176,8 +171,7 @@ int32_t CellQuectelQcom::ModuleOtaTask() {
 
 void CellQuectelQcom::CheckNeighbourSignal() {
     AtResult result = ParseAtResult(AtRequest_xs("AT+QENG=\"neighbourcell\"\r\n", kLongAnswer_seconds));
-    TRACE(7, "AT+QENG common str:%s, len: %d!!!\r\n", result.common_str,
-          static_cast<int>(strlen(result.common_str)));
+    LogCellReport(TRACE_HERE, result);
     StoreNeighbourCell(TRACE_HERE, *this, result, kNeighbourSlots, kNeighbourRsrp);
 }
 
@@ -210,16 +204,11 @@ AtResult CellQuectelQcom::ParseAtResult(char* text) {
     if (match.Is(kHintQcrmcall)) TRACE(5, "AT$QCRMCALL=1,1 return %s\n", match.text);
 
     result = TakeFields(*this, match);
+    LogQuectelRecord(TRACE_HERE, *this, result);
     switch (result.type) {
-        case kHintQnwinfo:
-            TRACE(7, "Network type:%s\n", m_NetworkType);
-            break;
         case kHintQnetdevstatus:
             TRACE(7, "QNETDEVSTATUS: on_off=%d,state=%d,roam_status=%d,inst=%d\n", result.val, result.val2,
                   result.val3, result.val4);
-            break;
-        case kHintQccid:
-            TRACE(5, "ICCID:%s\n", result.common_str);
             break;
         case kHintQtemp: {
             const int32_t baseband = result.val3;

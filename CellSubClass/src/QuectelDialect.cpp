@@ -3,6 +3,7 @@
 
 #include <cassert>
 #include <cstdio>
+#include <cstring>
 
 #include "text_util.h"
 
@@ -38,6 +39,35 @@ int32_t AskRegistrationFromCreg(const TracePlace& place, CellBase& cell) {
     }
     if (cell.m_check_service_times < 1) return 0;
     return AskRegistration(cell);
+}
+
+void LogQuectelRecord(const TracePlace& place, const CellBase& cell, const AtResult& result) {
+    switch (result.type) {
+        case kHintQnwinfo:
+            TRACE_AT(place, 7, "Network type:%s\n", cell.m_NetworkType);
+            break;
+        case kHintQccid:
+            TRACE_AT(place, 5, "ICCID:%s\n", result.common_str);
+            break;
+        case kHintQnetdevctl:  // the word is that of the Qualcomm family's query: visible outside, keep
+            TRACE_AT(place, 7, "QNETDEVSTATUS: connect_type=%d,CID=%d,URC_switch=%d,PDN_status=%d\n",
+                     result.val, result.val4, result.val3, result.val2);
+            break;
+        default:
+            break;
+    }
+}
+
+int32_t CheckNetDevCtl(const TracePlace& place, CellBase& cell) {
+    const AtResult result = Ask(cell, "AT+QNETDEVCTL?\r\n");
+    if (result.type == kHintQnetdevctl && result.val2 == 1) return 1;
+    TRACE_AT(place, 5, "AT+QNETDEVCTL fail:%d\n", result.val2);
+    return 0;
+}
+
+void LogCellReport(const TracePlace& place, const AtResult& result) {
+    TRACE_AT(place, 7, "AT+QENG common str:%s, len: %d!!!\r\n", result.common_str,
+             static_cast<int>(strlen(result.common_str)));
 }
 
 void StoreServingCell(const TracePlace& place, CellBase& cell, AtResult& result) {

@@ -1,0 +1,106 @@
+// Fibocom NL668, MC116: set up in USB mode 18 without the base's commands, so that the echo stays as it was;
+// the context is prepared and authenticated in the set-up, and the dial is AT+GTRNDIS alone.
+#include "CellFiboCom.h"
+
+#include <unistd.h>
+
+#include <cstdio>
+
+#include "CellDriver.h"
+#include "FibocomDialect.h"
+#include "text_util.h"
+#include "trace_log.h"
+
+namespace cc_cell {
+namespace {
+
+constexpr AtRow kRows[] = {
+    {54, "ReSeRvEd:", {}, ""},
+    {kHintFibocomCcid, "+CCID: ", {kToText}, "\n\r"},
+    {kHintMgauth, "+MGAUTH: ", {}, ""},
+    {kHintFibocomGtrndis, "+GTRNDIS: ", {kToVal}, ",\r"},
+};
+static_assert(AgreesWithPrefixTable(kRows));
+
+constexpr char kInterfaceName[] = "wwan0";
+constexpr char kVendorName[] = "Fibcom";
+constexpr char kUsbMode[] = "18";
+constexpr char kModelMc116[] = "MC116";
+constexpr char kOtherFirmware[] = "NL668x";
+constexpr size_t kRevisionLimit = 23;
+constexpr unsigned kRadioOffPause_seconds = 2;
+constexpr unsigned kRadioOnPause_seconds = 1;
+constexpr unsigned kDialPause_seconds = 1;
+
+}  // namespace
+
+const char* CellFiboCOM::GetInterfaceName() {
+    return kInterfaceName;
+}
+
+int32_t CellFiboCOM::Initialize() {
+    AtRequest("AT+CFUN=0");
+    sleep(kRadioOffPause_seconds);
+    AtRequest("AT+CFUN=1");
+    sleep(kRadioOnPause_seconds);
+    EnsureUsbMode(TRACE_HERE, *this, kUsbMode);
+    copy_text(m_vendor_name, kVendorName);
+    AskFirmware(*this, "Revision:", kRevisionLimit,
+                m_ModuleName == kModelMc116 ? kModelMc116 : kOtherFirmware);
+    TRACE(5, "m_ModuleName = %s \n", m_ModuleName.c_str());
+
+    sleep(kDialPause_seconds);
+    CellBase::DoConnect();
+    sleep(kDialPause_seconds);
+    char command[kCommandSize];
+    snprintf(command, sizeof command, "AT+MGAUTH=1,3,\"%s\",\"%s\"\r\n", m_username, m_password);
+    TRACE(7, "%s", command);
+    TRACE(5, "AT+MGAUTH=1,3 done\n");
+    AtRequest(command);
+    return 1;
+}
+
+int32_t CellFiboCOM::DisConnect() {
+    HangUp(*this, "AT+GTRNDIS=0,1\r\n");
+    return CellBase::DisConnect();
+}
+
+int32_t CellFiboCOM::CheckConnection() {
+    return IsRndisUp(*this, kHintFibocomGtrndis);
+}
+
+int32_t CellFiboCOM::CheckSimCard() {
+    return CheckSimCardAndIccid(*this, "AT+CCID", kHintFibocomCcid);
+}
+
+int32_t CellFiboCOM::CheckServiceStatus() {
+    return AskRegistration(*this);
+}
+
+int32_t CellFiboCOM::ReadCSQ() {
+    const AtResult result = Ask(*this, "AT+PSRAT");
+    if (result.type == kHintPsrat) {
+        char quoted[sizeof result.common_str + 2];
+        snprintf(quoted, sizeof quoted, "\"%s\"", result.common_str);
+        copy_text(m_NetworkType, quoted);
+    }
+    TRACE(7, "Network type:%s\n", m_NetworkType);
+    return CellBase::ReadCSQ();
+}
+
+int32_t CellFiboCOM::DoConnect() {
+    return StartRndis(TRACE_HERE, *this);
+}
+
+AtResult CellFiboCOM::ParseAtResult(char* text) {
+    AtResult result = CellBase::ParseAtResult(text);
+    if (result.type != kHintUnknown || text == nullptr) return result;
+    const AtMatch match = FindRow(kRows, text);
+    LogMatch(TRACE_HERE, 7, match);
+    result = TakeFields(*this, match);
+    if (result.type == kHintFibocomCcid) TRACE(5, "CCID:%s\n", result.common_str);
+    if (result.type == kHintFibocomGtrndis) TRACE(7, "GTRNDIS: connect_type=%d\n", result.val);
+    return result;
+}
+
+}  // namespace cc_cell

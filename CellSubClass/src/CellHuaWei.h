@@ -1,0 +1,23 @@
+// Driver of Huawei modules of the ME909 kind. Main builds it and runs all of it.
+#pragma once
+
+#include "cellular.h"
+
+namespace cc_cell {
+
+class CellHuaWei909s : public CellBase {
+  public:
+    using CellBase::CellBase;
+    ~CellHuaWei909s() override = default;
+
+    const char* GetInterfaceName() override;
+    int32_t Initialize() override;
+    int32_t DisConnect() override;
+    int32_t CheckConnection() override;
+    int32_t CheckServiceStatus() override;
+    int32_t DoConnect() override;
+    AtResult ParseAtResult(char* text) override;
+    int32_t DealHint(AtResult result) override;
+};
+
+}  // namespace cc_cell

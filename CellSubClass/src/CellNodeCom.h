@@ -1,0 +1,22 @@
+// Driver of NodeCom modules. Main builds it and runs all of it.
+#pragma once
+
+#include "cellular.h"
+
+namespace cc_cell {
+
+class CellNodeCom : public CellBase {
+  public:
+    using CellBase::CellBase;
+    ~CellNodeCom() override = default;
+
+    const char* GetInterfaceName() override;
+    int32_t Initialize() override;
+    int32_t CheckConnection() override;
+    int32_t CheckServiceStatus() override;
+    int32_t DoConnect() override;
+    AtResult ParseAtResult(char* text) override;
+    int32_t DealHint(AtResult result) override;
+};
+
+}  // namespace cc_cell

@@ -1,0 +1,27 @@
+// Driver of Quectel modules on ASR chipsets: EC200A, EC600M, EG800K, EC800K. Main builds it and runs all of
+// it.
+#pragma once
+
+#include "cellular.h"
+
+namespace cc_cell {
+
+class CellQueAsr : public CellBase {
+  public:
+    using CellBase::CellBase;
+    ~CellQueAsr() override = default;
+
+    const char* GetInterfaceName() override;
+    int32_t Initialize() override;
+    int32_t DisConnect() override;
+    int32_t CheckConnection() override;
+    int32_t CheckSimCard() override;
+    int32_t CheckServiceStatus() override;
+    void CheckSignalStatus() override;
+    void CheckNeighbourSignal() override;
+    int32_t ReadCSQ() override;
+    int32_t DoConnect() override;
+    AtResult ParseAtResult(char* text) override;
+};
+
+}  // namespace cc_cell

@@ -1,0 +1,117 @@
+// Quectel on Unisoc: the call is made and watched by AT+QNETDEVCTL, after AT+QICSGP has told the module who
+// dials.
+#include "CellQuectelUnisoc.h"
+
+#include <unistd.h>
+
+#include "CellDriver.h"
+#include "QuectelDialect.h"
+#include "text_util.h"
+#include "trace_log.h"
+
+namespace cc_cell {
+namespace {
+
+constexpr AtRow kRows[] = {
+    {34, "ReSeRvEd:", {}, ""},
+    {kHintQnwinfo, "+QNWINFO: ", {kToNetworkType}, ",\n\r"},
+    {kHintQcrmcall, "$QCRMCALL: ", {kToVal}, ",\n\r"},  // nothing here asks for it
+    {kHintQnetdevstatus, "+QNETDEVSTATUS:", {}, ""},
+    {kHintQccid, "+QCCID: ", {kToText}, "\n\r"},
+    {kHintQnetdevctl, "+QNETDEVCTL:", {kToVal, kToVal4, kToVal3, kToVal2}, ",\r"},  // val2 is the state
+    {kHintQtemp, "+QTEMP:", {}, ""},
+    {kHintQeng, "+QENG: ", {kToText}, "\n\r"},
+};
+static_assert(AgreesWithPrefixTable(kRows));
+
+constexpr const char* kSetUp[] = {"AT+qcfg=\"usbnet\",1", "AT+CMEE=2"};
+
+constexpr char kInterfaceName[] = "wwan0";
+constexpr char kVendorName[] = "Quectel";
+constexpr char kUnknownFirmware[] = "EC200-Uni";
+constexpr size_t kRevisionLimit = 20;
+constexpr unsigned kSetUpPause_seconds = 1;
+constexpr int kLongAnswer_seconds = 10;
+constexpr size_t kNeighbourSlots = 12;
+constexpr size_t kNeighbourRsrp = 4;
+
+}  // namespace
+
+const char* CellEC200G::GetInterfaceName() {
+    return kInterfaceName;
+}
+
+int32_t CellEC200G::Initialize() {
+    const int32_t result = CellBase::Initialize();
+    if (result == 0) return 0;
+    SendAll(*this, kSetUp);
+    sleep(kSetUpPause_seconds);
+
+    char command[kCommandSize];
+    BuildContextCommand(*this, command);
+    TRACE(7, "%s", command);
+    AtRequest(command);
+    AskFirmware(*this, "Revision:", kRevisionLimit, kUnknownFirmware);
+    copy_text(m_vendor_name, kVendorName);
+    TRACE(5, "m_ModuleName = %s \n", m_ModuleName.c_str());
+    return result;
+}
+
+int32_t CellEC200G::DisConnect() {
+    HangUp(*this, "AT+QNETDEVCTL=0\r\n");
+    return CellBase::DisConnect();
+}
+
+int32_t CellEC200G::CheckConnection() {
+    return CheckNetDevCtl(TRACE_HERE, *this);
+}
+
+int32_t CellEC200G::CheckSimCard() {
+    return CheckSimCardAndIccid(*this, "AT+QCCID", kHintQccid);
+}
+
+int32_t CellEC200G::CheckServiceStatus() {
+    return AskRegistrationFromCreg(TRACE_HERE, *this);
+}
+
+void CellEC200G::CheckSignalStatus() {
+    AtResult result = Ask(*this, "AT+QENG=\"servingcell\"\r\n");
+    LogCellReport(TRACE_HERE, result);
+    StoreServingCell(TRACE_HERE, *this, result);
+}
+
+void CellEC200G::CheckNeighbourSignal() {
+    AtResult result = ParseAtResult(AtRequest_xs("AT+QENG=\"neighbourcell\"\r\n", kLongAnswer_seconds));
+    LogCellReport(TRACE_HERE, result);
+    StoreNeighbourCell(TRACE_HERE, *this, result, kNeighbourSlots, kNeighbourRsrp);
+}
+
+int32_t CellEC200G::ReadCSQ() {
+    Ask(*this, "AT+QNWINFO");  // the parser stores the network type
+    return CellBase::ReadCSQ();
+}
+
+int32_t CellEC200G::DoConnect() {
+    const int32_t result = CellBase::DoConnect();
+    if (result == 0) return 0;
+    char command[kCommandSize];
+    BuildContextCommand(*this, command);
+    TRACE(7, "%s", command);
+    TRACE(5, "AT+QICSGP=1,1 done\n");
+    AtRequest(command);
+    AtRequest("AT+QNETDEVCTL=1,1,1\r\n");  // a failed call is found by CheckConnection
+    return result;
+}
+
+AtResult CellEC200G::ParseAtResult(char* text) {
+    AtResult result = CellBase::ParseAtResult(text);
+    if (result.type != kHintUnknown || text == nullptr) return result;
+    const AtMatch match = FindRow(kRows, text);
+    LogMatch(TRACE_HERE, 7, match);
+    if (match.Is(kHintQcrmcall)) TRACE(5, "AT$QCRMCALL=1,1 return %s\n", match.text);
+    result = TakeFields(*this, match);
+    LogQuectelRecord(TRACE_HERE, *this, result);
+    return result;
+}
+
+}  // namespace cc_cell

@@ -1,0 +1,115 @@
+// SIMCom: the call is AT$QCRMCALL with all that the settings know, and its answer decides the dial; the
+// network type comes from AT+CPSI?.
+#include "CellSimCom.h"
+
+#include <strings.h>
+
+#include <cstdio>
+
+#include "CellDriver.h"
+#include "shell.h"
+#include "text_util.h"
+#include "trace_log.h"
+
+namespace cc_cell {
+namespace {
+
+constexpr AtRow kRows[] = {
+    {43, "ReSeRvEd:", {}, ""},
+    {kHintSimcomQcrmcall, "$QCRMCALL: ", {kToVal}, ",\r\n"},
+    {kHintSimcomCpsi, "+CPSI: ", {kHintOnly}, ",\r\n"},  // network type, then a word for online
+    {kHintSimcomIccid, "+ICCID: ", {kToText}, ",\r\n"},
+};
+static_assert(AgreesWithPrefixTable(kRows));
+
+constexpr char kInterfaceName[] = "wwan0";
+constexpr char kVendorName[] = "SIMCOM";
+constexpr char kInterfaceUp[] = "ifconfig wwan0 up";
+
+bool IsCallUp(const AtResult& result) {
+    return result.type == kHintSimcomQcrmcall && result.val == 1;
+}
+
+/// "+CPSI: LTE,Online,460-00,...": the network type into the object, and 1 into the record for "Online".
+void TakeCpsi(char* text, CellBase& cell, AtResult& result) {
+    copy_text(cell.m_NetworkType, next_field(&text, ",\r\n"));
+    const char* state = next_field(&text, ",\r\n");
+    result.val = state != nullptr && strcasecmp(state, "Online") == 0;
+}
+
+}  // namespace
+
+const char* CellSimCom::GetInterfaceName() {
+    return kInterfaceName;
+}
+
+int32_t CellSimCom::Initialize() {
+    const int32_t result = CellBase::Initialize();
+    if (result == 0) return 0;
+    copy_text(m_vendor_name, kVendorName);
+    copy_text(m_fw_version, kVendorName);
+    run_shell(kInterfaceUp);
+    TRACE(5, "m_ModuleName = %s \n", m_ModuleName.c_str());
+    return result;
+}
+
+int32_t CellSimCom::DisConnect() {
+    HangUp(*this, "AT$QCRMCALL=0,1");
+    return CellBase::DisConnect();
+}
+
+int32_t CellSimCom::CheckConnection() {
+    return IsCallUp(Ask(*this, "AT$QCRMCALL?"));
+}
+
+int32_t CellSimCom::CheckSimCard() {
+    return CheckSimCardAndIccid(*this, "AT+CICCID", kHintSimcomIccid);
+}
+
+int32_t CellSimCom::CheckServiceStatus() {
+    return AskRegistration(*this);
+}
+
+int32_t CellSimCom::ReadCSQ() {
+    Ask(*this, "AT+CPSI?");  // the parser stores the network type
+    AtRequest("AT+CGACT?");  // for the log alone
+    return CellBase::ReadCSQ();
+}
+
+int32_t CellSimCom::DoConnect() {
+    if (CellBase::DoConnect() == 0) return 0;
+    char command[kCommandSize];
+    if (m_auth_type != 0) {
+        snprintf(command, sizeof command, "AT$QCRMCALL=1,1,1,,,,\"%s\",\"%s\",\"%s\",%d", m_apn, m_username,
+                 m_password, m_auth_type);
+    } else {
+        snprintf(command, sizeof command, "AT$QCRMCALL=1,1,1,,,,\"%s\",\"%s\",\"%s\",", m_apn, m_username,
+                 m_password);
+    }
+    return IsCallUp(Ask(*this, command));
+}
+
+AtResult CellSimCom::ParseAtResult(char* text) {
+    AtResult result = CellBase::ParseAtResult(text);
+    if (result.type != kHintUnknown || text == nullptr) return result;
+    const AtMatch match = FindRow(kRows, text);
+    LogMatch(TRACE_HERE, 7, match);
+    result = TakeFields(*this, match);
+    switch (result.type) {
+        case kHintSimcomQcrmcall:
+            TRACE(5, "Online check :%d\n", result.val);
+            break;
+        case kHintSimcomCpsi:
+            TakeCpsi(match.text, *this, result);
+            TRACE(5, "Network type:%s\n", m_NetworkType);
+            break;
+        case kHintSimcomIccid:
+            TRACE(5, "ICCID :%s\n", result.common_str);
+            break;
+        default:
+            break;
+    }
+    return result;
+}
+
+}  // namespace cc_cell

@@ -1,0 +1,32 @@
+// What LongSung and NodeCom modules word alike; see DataStatusDialect.h.
+#include "DataStatusDialect.h"
+
+#include "text_util.h"
+
+namespace cc_cell {
+
+AtResult ParseDataStatus(const TracePlace& place, CellBase& cell, char* text) {
+    const AtMatch match = FindRow(kDataStatusRows, text);
+    LogMatch(place, 5, match);
+    const AtResult result = TakeFields(cell, match);
+    if (result.type == kHintDataStatus) TRACE_AT(place, 5, "Connect Status:%d\n", result.val);
+    return result;
+}
+
+int32_t InitializeReporting(const TracePlace& place, CellBase& cell, const char* name) {
+    const int32_t result = cell.CellBase::Initialize();
+    if (result == 0) return 0;
+    SendAll(cell, kReportUnasked);
+    copy_text(cell.m_vendor_name, name);
+    copy_text(cell.m_fw_version, name);
+    TRACE_AT(place, 5, "m_ModuleName = %s \n", CellBase::m_ModuleName.c_str());
+    return result;
+}
+
+bool FollowDataStatus(CellBase& cell, const AtResult& result) {
+    if (result.type != kHintDataStatus) return false;
+    cell.m_online = result.val != 0;
+    return true;
+}
+
+}  // namespace cc_cell
