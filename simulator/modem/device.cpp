@@ -13,6 +13,9 @@ namespace {
 /// From a restart command to the restart: the "OK" must still reach the host.
 constexpr int64_t kRestartDelayMs = 100;
 
+/// Between two reports of the signal by a modem that gives them unasked.
+constexpr int64_t kSignalReportPeriodMs = 7000;
+
 constexpr const char* kReportNames[kDomainCount] = {"+CREG", "+CGREG", "+CEREG"};
 
 bool IsRegisteredStat(int stat) {
@@ -30,6 +33,7 @@ Device::Device(const Family& family_of_device, const std::string& model_name, Ho
     cards_[1].iccid = "89860122317005566778";
     cards_[1].imsi = "460015556667778";
     ResetSession();
+    StartSignalReports();
 }
 
 // ---- time
@@ -69,6 +73,7 @@ void Device::Fire(Timer timer) {
         case kBootDone:
             power_ = Power::kOn;
             Announce(Event::kBooted);
+            StartSignalReports();
             if (timing.sim_start_ms > 0) Start(kCardStarted, timing.sim_start_ms);
             break;
         case kDialDone:
@@ -78,9 +83,15 @@ void Device::Fire(Timer timer) {
         case kRestart:
             Reset();
             break;
+        case kSearchDone:
+            if (HasService()) Report(RadioReport::kTechnology);
+            break;
+        case kSignalReport:
+            Report(RadioReport::kSignal);
+            StartSignalReports();
+            break;
         case kPortBack:
         case kCardStarted:
-        case kSearchDone:
         case kTimerCount:
             break;  // the state is the timer's own; Settle() sees the change
     }
@@ -213,6 +224,11 @@ void Device::SetStat(Domain domain, int stat) {
     Settle();
 }
 
+void Device::SetNetwork(const std::string& network) {
+    air.network = network;
+    Report(RadioReport::kTechnology);
+}
+
 // ---- data call
 // ------------------------------------------------------------------------------------------------
 
@@ -324,6 +340,16 @@ void Device::Announce(Event event) {
     if (family.unsolicited == nullptr) return;
     const std::string text = family.unsolicited(*this, event);
     if (!text.empty()) host_->Say(text);
+}
+
+void Device::Report(RadioReport report) {
+    if (family.radio_report == nullptr) return;
+    const std::string text = family.radio_report(*this, report);
+    if (!text.empty()) host_->Say(text);
+}
+
+void Device::StartSignalReports() {
+    if (family.radio_report != nullptr) Start(kSignalReport, kSignalReportPeriodMs);
 }
 
 }  // namespace modem_sim

@@ -31,6 +31,9 @@ enum Domain { kCircuit, kPacket, kEps, kDomainCount };
 /// What a family may have something unsolicited to say about.
 enum class Event { kBooted, kCardReady, kCardGone, kCallUp, kCallDown };
 
+/// What a family may tell about the radio without being asked.
+enum class RadioReport { kSignal, kTechnology };
+
 /// Stat values of a registration, as the standard numbers them.
 constexpr int kStatIdle = 0;
 constexpr int kStatHome = 1;
@@ -154,6 +157,8 @@ class Device {
     bool IsRegistered(Domain domain) const;
     bool HasService() const;  ///< registered anywhere
     void SetStat(Domain domain, int stat);
+    /// Another radio technology.
+    void SetNetwork(const std::string& network);
     bool IsSearching() const { return timers_[kSearchDone].has_value(); }
 
     // ---- data call
@@ -182,7 +187,16 @@ class Device {
     std::map<std::string, std::string> settings;
 
   private:
-    enum Timer { kPortBack, kBootDone, kCardStarted, kSearchDone, kDialDone, kRestart, kTimerCount };
+    enum Timer {
+        kPortBack,
+        kBootDone,
+        kCardStarted,
+        kSearchDone,
+        kDialDone,
+        kRestart,
+        kSignalReport,
+        kTimerCount
+    };
 
     void Start(Timer timer, int64_t after_ms);
     void Stop(Timer timer) { timers_[timer].reset(); }
@@ -199,6 +213,8 @@ class Device {
     void SettleCall();
     void ReportRegistration();
     void Announce(Event event);
+    void Report(RadioReport report);
+    void StartSignalReports();
 
     Host* const host_;
     int64_t now_ms_;

@@ -80,6 +80,12 @@ struct Family {
     std::string (*firmware)(const std::string& model);
     /// What the modem says by itself at an event, line ends included; empty for nothing. Null for never.
     std::string (*unsolicited)(const Device& device, Event event);
+    /// What it says by itself about the radio, likewise: the signal every few seconds, the technology when it
+    /// was found or has changed.
+    std::string (*radio_report)(const Device& device, RadioReport report) = nullptr;
+    /// Device names that the port takes in turn, the next one with each restart; closed by null. Null for a
+    /// port that keeps its name.
+    const char* const* port_names = nullptr;
 };
 
 /// All families, in the order of --help.

@@ -310,7 +310,10 @@ constexpr Knob kKnobs[] = {
          return SetText(words, &modem.device.air.operator_name);
      }},
     {"network", "TEXT", "Radio technology as the modem words it, without quotes, e.g. FDD LTE or WCDMA",
-     [](ModemInside& modem, std::string_view words) { return SetText(words, &modem.device.air.network); }},
+     [](ModemInside& modem, std::string_view words) {
+         modem.device.SetNetwork(std::string(words));
+         return Fine();
+     }},
     // data call
     {"link", "up|down",
      "down: the network cuts the data call, and it stays down until the host dials; up: it comes up with no "

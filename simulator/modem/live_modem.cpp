@@ -65,7 +65,7 @@ bool LiveModem::Run(int stop_fd, std::string* error) {
 }
 
 void LiveModem::TellPort() const {
-    const std::string& path = modem_.port_path().empty() ? link_path_ : modem_.port_path();
+    const std::string path = modem_.PortPathFrom(link_path_);
     if (port_.is_open()) printf("modem at %s\n", (path.empty() ? port_.slave_path() : path).c_str());
     fflush(stdout);
 }
@@ -78,7 +78,7 @@ bool LiveModem::FollowPort(std::string* error) {
         Log("port", "gone");
     }
     if (port_.is_open() || !modem_.present()) return true;
-    const std::string& path = modem_.port_path().empty() ? link_path_ : modem_.port_path();
+    const std::string path = modem_.PortPathFrom(link_path_);
     if (!port_.Open(path, error)) {
         // not tried again before the user says where to plug it
         modem_.Control("unplug", nullptr, NowMs());

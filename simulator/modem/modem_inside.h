@@ -46,13 +46,14 @@ class ModemInside : private Device::Host {
     LineFaults faults;
     std::map<std::string, std::string> overrides;  ///< normalised command -> bytes of its answer
     std::minstd_rand random;
-    std::string port_path;
+    std::string port_path;  ///< see Modem::port_path
     std::vector<std::string> unknown_commands;
     size_t unknown_command_count = 0;
 
   private:
     void PortLost() override;
     void Restarted() override;
+    void TakeNextPortName();
     void ForgetTraffic();
     bool CanTalk() const;
     void HearCharacter(char character);
@@ -61,6 +62,7 @@ class ModemInside : private Device::Host {
     void SendAnswer(std::string bytes, int64_t takes_ms);
     void FloodOnce();
 
+    size_t next_port_name_ = 0;
     std::string line_;
     bool line_is_too_long_ = false;
     int64_t last_answer_ms_ = 0;  ///< answers don't overtake each other

@@ -203,6 +203,14 @@ void ModemInside::PortLost() {
 void ModemInside::Restarted() {
     ForgetTraffic();
     if (faults.mute == Fault::kUntilReset) faults.mute = Fault::kNone;
+    TakeNextPortName();
+}
+
+void ModemInside::TakeNextPortName() {
+    const char* const* names = device.family.port_names;
+    if (names == nullptr) return;
+    port_path = names[next_port_name_];
+    if (names[++next_port_name_] == nullptr) next_port_name_ = 0;
 }
 
 void ModemInside::ForgetTraffic() {
@@ -391,6 +399,13 @@ bool Modem::present() const {
 
 int64_t Modem::port_generation() const {
     return inside_->device.port_generation();
+}
+
+std::string Modem::PortPathFrom(const std::string& first_path) const {
+    const std::string& path = inside_->port_path;
+    if (path.find('/') != std::string::npos) return path;
+    if (path.empty() || first_path.empty()) return first_path;
+    return first_path.substr(0, first_path.rfind('/') + 1) + path;
 }
 
 const std::string& Modem::port_path() const {

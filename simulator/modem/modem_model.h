@@ -71,8 +71,12 @@ class Modem {
     /// Another number each time that the port comes back: a descriptor belongs to one generation.
     int64_t port_generation() const;
 
-    /// Path that "plug PATH" asked for; empty when the port comes back where it was.
+    /// Path that "plug PATH" asked for; a bare device name where the modem took another by itself, and the
+    /// port is in the folder where it was; empty when the port comes back where it was.
     const std::string& port_path() const;
+
+    /// Where a port is now that was at `first_path`, which may be empty.
+    std::string PortPathFrom(const std::string& first_path) const;
 
     /// State and knobs, one "name: value" a line.
     std::string Status() const;

@@ -78,7 +78,7 @@ Environment* Environment::OfThisThread() {
 }
 
 void Environment::AddPort(const std::string& path, Device* device) {
-    ports_.push_back({path, device});
+    ports_.push_back({path, device, path});
     scheduler.AddDevice(device);
     ShowPorts();
 }
@@ -101,10 +101,11 @@ std::string Environment::PathNow(const Port& port) {
 }
 
 void Environment::ShowPorts() {
-    for (const Port& port : ports_) {
+    for (Port& port : ports_) {
         port.device->Advance(now_us());
         const std::string path = PathNow(port);
-        if (path != port.path) folder.Remove(port.path);
+        if (path != port.shown_path) folder.Remove(port.shown_path);
+        port.shown_path = path;
         if (port.device->Present()) {
             if (!folder.Exists(path)) folder.Write(path, "");
         } else {

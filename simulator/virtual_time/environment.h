@@ -96,6 +96,7 @@ class Environment {
     struct Port {
         std::string path;
         Device* device;
+        std::string shown_path;
     };
     struct OpenPortEntry {
         Device* device;

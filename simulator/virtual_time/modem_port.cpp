@@ -8,6 +8,7 @@ namespace virtual_time {
 
 namespace {
 
+constexpr char kDeviceFolder[] = "/dev/";
 constexpr size_t kPieceBytes = 4096;  // what a line discipline takes at a time
 
 int64_t ToMilliseconds(int64_t microseconds) {
@@ -61,7 +62,7 @@ int64_t ModemPort::Generation() {
 }
 
 std::string ModemPort::OtherPath() {
-    return modem_.port_path();
+    return modem_.port_path().empty() ? "" : modem_.PortPathFrom(kDeviceFolder);
 }
 
 }  // namespace virtual_time

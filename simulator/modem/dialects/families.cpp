@@ -5,7 +5,8 @@ namespace modem_sim {
 
 const std::vector<const Family*>& AllFamilies() {
     static const std::vector<const Family*> families = {
-        &QuectelQcomFamily(),
+        &QuectelQcomFamily(), &ChuangyiFamily(), &CinterionFamily(),
+        &HuaweiFamily(),      &LongsungFamily(), &NodecomFamily(),
     };
     return families;
 }

@@ -5,6 +5,11 @@
 
 namespace modem_sim {
 
+const Family& ChuangyiFamily();
+const Family& CinterionFamily();
+const Family& HuaweiFamily();
+const Family& LongsungFamily();
+const Family& NodecomFamily();
 const Family& QuectelQcomFamily();
 
 }  // namespace modem_sim

@@ -1,0 +1,84 @@
+// NodeCom modules: dialled with AT+ECMDUP, whose answer comes when the dial has ended; the link is reported
+// unasked by +DATASTATUS, and asked with AT+PKTSTATUS.
+#include "simulator/modem/dialects/data_status.h"
+#include "simulator/modem/dialects/families.h"
+#include "simulator/modem/text.h"
+
+namespace modem_sim {
+
+namespace {
+
+using Arguments = std::vector<std::string>;
+
+constexpr const char* kModels[] = {"NL660", "NL760", nullptr};
+constexpr size_t kDialArguments = 5;
+
+std::string Firmware(const std::string& model) {
+    return model + "_V2.1.0";
+}
+
+/// Context, on or off, and three more that the modem takes as they are.
+Outcome CallRow(Device& device, const Arguments& arguments) {
+    if (arguments.size() != kDialArguments || arguments[0] != "1") return Error();
+    if (arguments[1] == "0") {
+        device.HangUp();
+        return Ok();
+    }
+    if (arguments[1] != "1") return Error();
+    Outcome outcome;
+    switch (device.Dial()) {
+        case DialResult::kStarted:
+            outcome.takes_ms = device.call() == CallState::kDialling ? device.timing.dial_ms : 0;
+            return outcome;
+        case DialResult::kRefused:
+            outcome.result = "NO CARRIER";
+            outcome.takes_ms = device.timing.dial_ms;
+            return outcome;
+        case DialResult::kNoService:
+            break;
+    }
+    return CmeError(kCmeNoNetworkService);
+}
+
+Outcome AskLink(Device& device, const Arguments&) {
+    return Ok(device.call() == CallState::kUp ? "+PKTSTATUS: 1,1" : "+PKTSTATUS: 0,1");
+}
+
+constexpr Row kRows[] = {
+    {"ATI", kNothing, "{maker}\n{model}\n{firmware}", nullptr},
+    {"AT+ECMDUP=*", kSim, nullptr, CallRow},
+    {"AT+PKTSTATUS", kNothing, nullptr, AskLink},
+    {"AT+PSRAT", kNothing, "+PSRAT: {network}", nullptr},
+    {"AT+SIMTEST?", kNothing, "+SIMTEST: 1", nullptr},
+    {"AT^ICCID?", kCard, "^ICCID: {iccid}", nullptr},
+    {"AT+MODODR=2", kNothing, nullptr, nullptr},
+    {"AT+MEID", kNothing, nullptr, Refuse},  // of CDMA modems
+    {"AT+SIGNALIND=*", kNothing, nullptr, ReportSwitchRow<kSignalReport>},
+    {"AT+NWTYPEIND=*", kNothing, nullptr, ReportSwitchRow<kTechnologyReport>},
+    {"AT+URCIND=*", kNothing, nullptr, ReportSwitchRow<kOtherReports>},
+    {"AT+PSDIALIND=*", kNothing, nullptr, ReportSwitchRow<kDialReport>},
+    {"AT+DATASTATUSEN=*", kNothing, nullptr, ReportSwitchRow<kLinkReport>},
+};
+
+constexpr Family MakeFamily() {
+    Family family = {"nodecom",
+                     "Nodecom",
+                     kModels,
+                     kRows,
+                     "866758040123458",
+                     /*factory_error_mode=*/0,
+                     /*factory_usb_mode=*/0,
+                     Firmware,
+                     TellDataStatusEvent};
+    family.radio_report = TellDataStatusRadio;
+    return family;
+}
+constexpr Family kFamily = MakeFamily();
+
+}  // namespace
+
+const Family& NodecomFamily() {
+    return kFamily;
+}
+
+}  // namespace modem_sim
