@@ -71,12 +71,12 @@ void Converse(Desk& desk, const std::vector<Expected>& talk) {
     EXPECT_EQ(0u, desk.modem.unknown_command_count());
 }
 
-void SetUp(Desk& desk, const std::string& maker) {
+void BringUp(Desk& desk, const std::string& maker) {
     Converse(desk, {{"AT", kOk},
                     {"AT+CGMI", Answer(maker)},
                     {"ATZ", kOk},
-                    {"AT&F", kOk},
-                    {"ATE0", kOk},
+                    {"AT&F", "AT&F\r\r\nOK\r\n"},
+                    {"ATE0", "ATE0\r\r\nOK\r\n"},
                     {"AT+CFUN=0", kOk},
                     {"AT+CFUN=1", kOk}});
     desk.Wait(kSearchMs);
@@ -86,7 +86,7 @@ void SetUp(Desk& desk, const std::string& maker) {
 
 TEST(HuaweiDialect, AnswersEveryCommandOfTheDaemon) {
     Desk desk("huawei");
-    SetUp(desk, "Huawei Technologies Co., Ltd.");
+    BringUp(desk, "Huawei Technologies Co., Ltd.");
     Converse(desk, {{"AT+MODODR=2", kError},
                     {"AT+MEID", kError},
                     {"AT^LEDCTRL=1", kOk},
@@ -130,7 +130,7 @@ const std::vector<Expected> kReports = {{"AT+SIGNALIND=1", kOk},    {"AT+NWTYPEI
 
 TEST(LongSungDialect, AnswersEveryCommandOfTheDaemonAndCallsByItself) {
     Desk desk("longsung");
-    SetUp(desk, "LONGSUNG");
+    BringUp(desk, "LONGSUNG");
     Converse(desk, kReports);
     Converse(desk, {{"AT+MODODR=2", kOk},
                     {"AT+MEID", kError},
@@ -148,7 +148,7 @@ TEST(LongSungDialect, AnswersEveryCommandOfTheDaemonAndCallsByItself) {
 
 TEST(NodeComDialect, AnswersEveryCommandOfTheDaemon) {
     Desk desk("nodecom");
-    SetUp(desk, "Nodecom");
+    BringUp(desk, "Nodecom");
     Converse(desk, kReports);
     Converse(desk, {{"AT+MODODR=2", kOk},
                     {"AT+MEID", kError},
@@ -188,7 +188,7 @@ TEST(DataStatusDialects, ReportWhatTheyWereToldToReport) {
 
 TEST(CinterionDialect, AnswersEveryCommandOfTheDaemon) {
     Desk desk("cinterion");
-    SetUp(desk, "Cinterion");
+    BringUp(desk, "Cinterion");
     Converse(desk, {{"ATI", Answer("Cinterion\r\nPLS83-W\r\nREVISION 01.202")},
                     {"AT+MODODR=2", kError},
                     {"AT+MEID", kError},
@@ -230,7 +230,7 @@ TEST(CinterionDialect, PortTakesTheOtherNameWithEachRestart) {
 
 TEST(ChuangYiDialect, AnswersEveryCommandOfTheDaemon) {
     Desk desk("chuangyi");
-    SetUp(desk, "Innofidei");
+    BringUp(desk, "Innofidei");
     Converse(desk, {{"AT+MODODR=2", kError},
                     {"AT+MEID", kError},
                     {"AT+SIMTEST?", kError},
