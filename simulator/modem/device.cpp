@@ -148,6 +148,7 @@ void Device::RestartSoon() {
 
 void Device::ResetSession() {
     session = Session();
+    session.echo = family.factory_echo;
     session.error_mode = family.factory_error_mode;
 }
 

@@ -81,7 +81,7 @@ struct Timing {
 
 /// What the host has set and a restart or "ATZ" forgets.
 struct Session {
-    bool echo = true;
+    bool echo = true;                                  ///< the family says what a start gives
     int error_mode = 0;                                ///< +CMEE
     std::array<int, kDomainCount> report = {0, 0, 0};  ///< n of +CREG, +CGREG, +CEREG
     int operator_format = 0;                           ///< 0 long name, 2 digits

@@ -86,6 +86,7 @@ struct Family {
     /// Device names that the port takes in turn, the next one with each restart; closed by null. Null for a
     /// port that keeps its name.
     const char* const* port_names = nullptr;
+    bool factory_echo = true;  ///< command echo after a start
 };
 
 /// All families, in the order of --help.

@@ -357,6 +357,12 @@ constexpr Knob kKnobs[] = {
      [](ModemInside& modem, std::string_view words) { return SetText(words, &modem.device.firmware); }},
     {"imei", "TEXT", "Serial number of the modem",
      [](ModemInside& modem, std::string_view words) { return SetText(words, &modem.device.imei); }},
+    {"usb-mode", "N", "USB mode at once, as numbered by the family's own command; restarts keep it",
+     [](ModemInside& modem, std::string_view words) {
+         const Complaint complaint = SetInteger(words, 0, 999, &modem.device.usb_mode);
+         if (complaint.empty()) modem.device.usb_mode_after_boot = modem.device.usb_mode;
+         return complaint;
+     }},
     // power and port
     {"reset", "", "The reset pin: the modem boots afresh", TurnReset},
     {"power", "on|off", "Power supply; on boots the modem", TurnPower},

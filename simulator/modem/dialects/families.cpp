@@ -5,8 +5,8 @@ namespace modem_sim {
 
 const std::vector<const Family*>& AllFamilies() {
     static const std::vector<const Family*> families = {
-        &QuectelQcomFamily(), &ChuangyiFamily(), &CinterionFamily(),
-        &HuaweiFamily(),      &LongsungFamily(), &NodecomFamily(),
+        &QuectelQcomFamily(), &ChuangyiFamily(), &CinterionFamily(), &FibocomFamily(), &FibocomLeFamily(),
+        &HuaweiFamily(),      &LongsungFamily(), &LynqFamily(),      &NodecomFamily(), &SimcomFamily(),
     };
     return families;
 }

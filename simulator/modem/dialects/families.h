@@ -7,9 +7,13 @@ namespace modem_sim {
 
 const Family& ChuangyiFamily();
 const Family& CinterionFamily();
+const Family& FibocomFamily();
+const Family& FibocomLeFamily();
 const Family& HuaweiFamily();
 const Family& LongsungFamily();
+const Family& LynqFamily();
 const Family& NodecomFamily();
 const Family& QuectelQcomFamily();
+const Family& SimcomFamily();
 
 }  // namespace modem_sim

@@ -1,0 +1,103 @@
+// Fibocom LE370: as its relatives in USB mode and data link, with another mode for the network card; tells
+// its cells by AT+GTCCINFO? and its signal by AT+CESQ. Delivered with the echo off, and with the name of the
+// command in front of the subscriber number.
+#include <algorithm>
+
+#include "simulator/modem/dialects/families.h"
+#include "simulator/modem/dialects/fibocom_rows.h"
+
+namespace modem_sim {
+
+namespace {
+
+using Arguments = std::vector<std::string>;
+
+constexpr int kNetworkCardMode = 32;
+constexpr const char* kModels[] = {"LE370", nullptr};
+
+// Indices that stand for levels (3GPP TS 27.007, +CESQ), and their value for "not known".
+constexpr int kIndexUnknown = 255;
+constexpr int kRsrpIndexMax = 97;
+constexpr int kRsrpOffset_dbm = 141;
+constexpr int kRsrqIndexMax = 34;
+constexpr int kRsrqOffset_db = 20;
+constexpr int kRsrqStepsPerDb = 2;
+
+// Radio access as AT+GTCCINFO? numbers it.
+constexpr const char* kRatUmts = "2";
+constexpr const char* kRatLte = "4";
+
+std::string Firmware(const std::string&) {
+    return "19121.1000.00.01.72.03";
+}
+
+int RsrpIndex(const Device& device) {
+    return std::clamp(device.air.rsrp_dbm + kRsrpOffset_dbm, 0, kRsrpIndexMax);
+}
+
+int RsrqIndex(const Device& device) {
+    return std::clamp((device.air.rsrq_db + kRsrqOffset_db) * kRsrqStepsPerDb, 0, kRsrqIndexMax);
+}
+
+/// rxlev, ber, rscp, ecno, rsrq, rsrp: an LTE module measures the last two only.
+Outcome AskSignal(Device& device, const Arguments&) {
+    const bool is_measured = device.HasService() && IsLte(device);
+    const int rsrq = is_measured ? RsrqIndex(device) : kIndexUnknown;
+    const int rsrp = is_measured ? RsrpIndex(device) : kIndexUnknown;
+    return Ok("+CESQ: 99,99,255,255," + std::to_string(rsrq) + "," + std::to_string(rsrp));
+}
+
+/// A head line, then a line a cell; the serving one is number 1.
+Outcome AskCells(Device& device, const Arguments&) {
+    if (!device.HasService()) return Ok("+GTCCINFO:");
+    const char* const rat = IsLte(device) ? kRatLte : kRatUmts;
+    return Ok(FillTemplate(device, std::string("+GTCCINFO:\n1,") + rat +
+                                       ",{country},{network-code},{area},{cell-address},{channel},{cell},"
+                                       "{band},100,{sinr},") +
+              std::to_string(RsrpIndex(device)) + "," + std::to_string(RsrpIndex(device)) + "," +
+              std::to_string(RsrqIndex(device)));
+}
+
+Outcome Dial(Device& device, const Arguments& arguments) {
+    return FibocomCall(device, arguments, kNetworkCardMode);
+}
+
+constexpr Row kRows[] = {
+    {"ATI", kNothing, "{maker}\n{model}\nRevision: {firmware}", nullptr},
+    {"AT+CIMI", kSim, "+CIMI: {imsi}", nullptr},
+    {"AT+GTUSBMODE?", kNothing, "+GTUSBMODE: {usb-mode}", nullptr},
+    {"AT+GTUSBMODE=*", kNothing, nullptr, SetFibocomUsbMode},
+    {"AT+CFUN=15", kNothing, nullptr, RestartFibocom},
+    {"AT+CCID", kCard, "+CCID: {iccid}", nullptr},
+    {"AT+GTCCINFO?", kNothing, nullptr, AskCells},
+    {"AT+CESQ", kNothing, nullptr, AskSignal},
+    {"AT+GTRNDIS?", kNothing, nullptr, AskFibocomCall},
+    {"AT+GTRNDIS=*", kSim, nullptr, Dial},
+    // Sent to every maker's modem; these know none of them.
+    {"AT+SIMTEST?", kNothing, nullptr, Refuse},
+    {"AT^ICCID?", kNothing, nullptr, Refuse},
+    {"AT+PSRAT", kNothing, nullptr, Refuse},
+};
+
+constexpr Family kFamily = {
+    "fibocom_le",
+    "Fibocom",
+    kModels,
+    kRows,
+    "864839060056780",
+    /*factory_error_mode=*/0,
+    /*factory_usb_mode=*/kNetworkCardMode,
+    Firmware,
+    TellFibocomEvent,
+    /*radio_report=*/nullptr,
+    /*port_names=*/nullptr,
+    /*factory_echo=*/false,
+};
+
+}  // namespace
+
+const Family& FibocomLeFamily() {
+    return kFamily;
+}
+
+}  // namespace modem_sim
