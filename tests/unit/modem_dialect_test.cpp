@@ -7,6 +7,7 @@
 #include <sstream>
 #include <string>
 
+#include "modem_exchange.h"
 #include "simulator/modem/dialect.h"
 #include "simulator/modem/modem_model.h"
 #include "simulator/modem/text.h"
@@ -19,23 +20,8 @@ using modem_sim::Modem;
 using modem_sim::ModemOptions;
 using modem_sim::Row;
 
-constexpr size_t kAll = 1024 * 1024;
-constexpr int64_t kExchangeMs = 1000;
-
-std::string Exchange(Modem& modem, const std::string& command, int64_t* now_ms) {
-    modem.Receive(command, *now_ms);
-    modem.Receive("\r\n", *now_ms);
-    *now_ms += kExchangeMs;
-    return modem.TakeOutput(*now_ms, kAll);
-}
-
 // ---- Quectel modules on Qualcomm chipsets
 // ---------------------------------------------------------------------
-
-struct Expected {
-    const char* command;
-    const char* answer;
-};
 
 /// In the order in which the daemon sends them, from the identification to the end of a call.
 constexpr Expected kQuectelQcom[] = {

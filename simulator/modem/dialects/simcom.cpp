@@ -99,9 +99,7 @@ Outcome AskActiveContexts(Device& device, const Arguments&) {
 }
 
 constexpr Row kRows[] = {
-    {"ATI", kNothing, "Manufacturer: SIMCOM INCORPORATED\nModel: {model}\nRevision: {firmware}\nIMEI: {imei}",
-     nullptr},
-    {"AT+CGMI", kNothing, "SIMCOM INCORPORATED", nullptr},
+    {"ATI", kNothing, "Manufacturer: {maker}\nModel: {model}\nRevision: {firmware}\nIMEI: {imei}", nullptr},
     {"AT+CICCID", kCard, "+ICCID: {iccid}", nullptr},
     {"AT+CPSI?", kNothing, nullptr, AskSystem},
     {"AT+CGACT?", kNothing, nullptr, AskActiveContexts},
@@ -117,7 +115,7 @@ constexpr Row kRows[] = {
 
 constexpr Family kFamily = {
     "simcom",
-    "SIMCOM",
+    "SIMCOM INCORPORATED",
     kModels,
     kRows,
     "861585040123450",
