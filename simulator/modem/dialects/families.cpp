@@ -5,8 +5,9 @@ namespace modem_sim {
 
 const std::vector<const Family*>& AllFamilies() {
     static const std::vector<const Family*> families = {
-        &QuectelQcomFamily(), &ChuangyiFamily(), &CinterionFamily(), &FibocomFamily(), &FibocomLeFamily(),
-        &HuaweiFamily(),      &LongsungFamily(), &LynqFamily(),      &NodecomFamily(), &SimcomFamily(),
+        &QuectelQcomFamily(),   &ChuangyiFamily(), &CinterionFamily(), &FibocomFamily(), &FibocomLeFamily(),
+        &HuaweiFamily(),        &LongsungFamily(), &LynqFamily(),      &NodecomFamily(), &QuectelAsrFamily(),
+        &QuectelUnisocFamily(), &SimcomFamily(),   &ZteFamily(),
     };
     return families;
 }

@@ -13,7 +13,10 @@ const Family& HuaweiFamily();
 const Family& LongsungFamily();
 const Family& LynqFamily();
 const Family& NodecomFamily();
+const Family& QuectelAsrFamily();
 const Family& QuectelQcomFamily();
+const Family& QuectelUnisocFamily();
 const Family& SimcomFamily();
+const Family& ZteFamily();
 
 }  // namespace modem_sim

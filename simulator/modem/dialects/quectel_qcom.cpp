@@ -1,13 +1,12 @@
 // Quectel modules on Qualcomm chipsets (EG25, EG21 and their relatives): the data call is a network card of
 // its own, dialled with AT$QCRMCALL and watched with AT+QNETDEVSTATUS; cells are told by AT+QENG.
 #include "simulator/modem/dialects/families.h"
+#include "simulator/modem/dialects/quectel.h"
 #include "simulator/modem/text.h"
 
 namespace modem_sim {
 
 namespace {
-
-using Arguments = std::vector<std::string>;
 
 constexpr const char* kModels[] = {"EG25", "EG21", nullptr};
 
@@ -84,56 +83,8 @@ Outcome AskNetworkDevice(Device& device, const Arguments&) {
     }
 }
 
-Outcome ContextRow(Device& device, const Arguments& arguments) {
-    const auto number = ParseInteger(arguments.empty() ? "" : arguments[0], 1, kContextsMax);
-    if (!number) return Error();
-    Context& context = device.contexts[static_cast<int>(*number)];
-    if (arguments.size() == 1) {
-        return Ok("+QICSGP: 1,\"" + context.apn + "\",\"" + context.user + "\",\"" + context.password +
-                  "\"," + std::to_string(context.authentication));
-    }
-    const auto type = ParseInteger(arguments[1], 1, 3);
-    const auto authentication = ParseInteger(arguments.size() == 6 ? arguments[5] : "0", 0, 3);
-    if (!type || !authentication || arguments.size() < 3 || arguments.size() > 6) return Error();
-    constexpr const char* kTypes[] = {"IP", "IPV6", "IPV4V6"};
-    context.type = kTypes[*type - 1];
-    context.apn = arguments[2];
-    context.user = arguments.size() > 3 ? arguments[3] : "";
-    context.password = arguments.size() > 4 ? arguments[4] : "";
-    context.authentication = static_cast<int>(*authentication);
-    return Ok();
-}
-
-// ---- network and cells
-// ----------------------------------------------------------------------------------------
-
-Outcome AskNetwork(Device& device, const Arguments&) {
-    if (!device.HasService()) return Ok("+QNWINFO: No Service");
-    const char* const band = IsLte(device) ? "LTE BAND {band}" : "{network} BAND {band}";
-    return Ok(FillTemplate(device, std::string("+QNWINFO: \"{network}\",\"{country}{network-code}\",\"") +
-                                       band + "\",{channel}"));
-}
-
-/// Where a modem with no service stands: still looking, or refused and camping for emergencies.
-Outcome TellNoService(const Device& device) {
-    const bool is_refused = device.Stat(kEps) == kStatDenied || device.Stat(kPacket) == kStatDenied;
-    return Ok(is_refused ? "+QENG: \"servingcell\",\"LIMSRV\"" : "+QENG: \"servingcell\",\"SEARCH\"");
-}
-
-Outcome AskServingCell(Device& device, const Arguments&) {
-    if (!device.HasService()) return TellNoService(device);
-    const std::string head = std::string("+QENG: \"servingcell\",\"") +
-                             (device.call() == CallState::kUp ? "CONNECT" : "NOCONN") + "\",";
-    if (!IsLte(device)) {
-        return Ok(FillTemplate(device, head + "\"{network}\",{country},{network-code},{area},{cell-address},"
-                                              "{channel},{cell},1,-75,-8,-,-,-,-,-"));
-    }
-    const bool is_tdd = device.air.network.find("TDD") != std::string::npos;
-    return Ok(
-        FillTemplate(device, head + "\"LTE\",\"" + (is_tdd ? "TDD" : "FDD") +
-                                 "\",{country},{network-code},{cell-address},{cell},{channel},{band},5,5,"
-                                 "{area},{rsrp},{rsrq},{rssi},{sinr},27"));
-}
+// ---- cells
+// -----------------------------------------------------------------------------------------------------
 
 Outcome AskNeighbourCells(Device& device, const Arguments&) {
     if (!device.HasService() || !IsLte(device)) return Ok();
@@ -162,26 +113,17 @@ std::string JoinFrom(const Arguments& arguments, size_t first) {
     return joined;
 }
 
-/// "usbnet" takes effect with the next start of the modem.
-Outcome SetUsbMode(Device& device, const Arguments& arguments) {
-    const auto mode = ParseInteger(arguments.size() == 2 ? arguments[1] : "", 0, 3);
-    if (!mode) return Error();
-    device.usb_mode_after_boot = static_cast<int>(*mode);
-    return Ok();
-}
-
 Outcome SettingRow(Device& device, const Arguments& arguments) {
     if (arguments.empty() || !IsSettingName(arguments[0])) return Error();
     const std::string& name = arguments[0];
-    const bool is_usb_mode = name == kUsbModeSetting;
+    if (name == kUsbModeSetting) {
+        const Arguments mode(arguments.begin() + 1, arguments.end());
+        return mode.empty() ? QuectelAskUsbMode(device, mode) : QuectelSetUsbMode(device, mode);
+    }
     if (arguments.size() == 1) {
         const auto stored = device.settings.find(name);
-        const std::string value = is_usb_mode ? std::to_string(device.usb_mode_after_boot)
-                                  : stored != device.settings.end() ? stored->second
-                                                                    : "";
-        return value.empty() ? Error() : Ok("+QCFG: \"" + name + "\"," + value);
+        return stored == device.settings.end() ? Error() : Ok("+QCFG: \"" + name + "\"," + stored->second);
     }
-    if (is_usb_mode) return SetUsbMode(device, arguments);
     const bool is_table = name == kTableSetting;
     const std::string key = is_table ? name + "," + arguments[1] : name;
     if (is_table && !ParseInteger(arguments[1], 1, 3)) return Error();
@@ -193,11 +135,11 @@ constexpr Row kRows[] = {
     {"ATI", kNothing, "{maker}\n{model}\nRevision: {firmware}", nullptr},
     {"AT+QCCID", kCard, "+QCCID: {iccid}", nullptr},
     {"AT+QTEMP", kNothing, "+QTEMP: {temperature},36,37", nullptr},
-    {"AT+QNWINFO", kNothing, nullptr, AskNetwork},
-    {"AT+QENG=\"servingcell\"", kNothing, nullptr, AskServingCell},
+    {"AT+QNWINFO", kNothing, nullptr, QuectelNetwork},
+    {"AT+QENG=\"servingcell\"", kNothing, nullptr, QuectelServingCell},
     {"AT+QENG=\"neighbourcell\"", kNothing, nullptr, AskNeighbourCells},
     {"AT+QCFG=*", kNothing, nullptr, SettingRow},
-    {"AT+QICSGP=*", kNothing, nullptr, ContextRow},
+    {"AT+QICSGP=*", kNothing, nullptr, QuectelContext},
     {"AT$QCRMCALL=*", kSim, nullptr, CallRow},
     {"AT$QCRMCALL?", kNothing, nullptr, AskCall},
     {"AT+QNETDEVSTATUS?", kNothing, nullptr, AskNetworkDevice},
