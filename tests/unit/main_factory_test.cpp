@@ -22,6 +22,21 @@ TEST(Factory, QuectelQualcommIsBuiltAndKnowsItsVendor) {
     EXPECT_EQ(kVendorQuectelQcom, cell->m_vendor_type);
 }
 
+TEST(Factory, OtherQuectelAndZteModemsKnowTheirVendor) {
+    World world;
+    const struct {
+        VendorType vendor;
+        const char* interface_on_a35;  // only one family looks at the board
+    } families[] = {{kVendorQuectelUnisoc, "wwan0"}, {kVendorQuectelAsr, "wwan0"}, {kVendorZte, "usb0"}};
+    for (const auto& family : families) {
+        const std::unique_ptr<CellBase> cell(build_driver(family.vendor, kPort));
+        ASSERT_NE(nullptr, cell);
+        EXPECT_EQ(family.vendor, cell->m_vendor_type);
+        cell->SetBoard(kBoardA35);
+        EXPECT_STREQ(family.interface_on_a35, cell->GetInterfaceName()) << family.vendor;
+    }
+}
+
 TEST(Factory, Code12IsAnUnknownModem) {
     World world;
     EXPECT_EQ(nullptr, build_driver(12, kPort));
