@@ -184,12 +184,26 @@ bool Device::EnterPin(const std::string& pin) {
     return true;
 }
 
-void Device::ChangeCard(bool inserted, bool wants_pin, int busy_asks) {
-    card().inserted = inserted;
-    card().wants_pin = wants_pin;
+void Device::ChangeCard(size_t holder, bool inserted, bool wants_pin, int busy_asks) {
+    SimCard& changed = cards_[holder];
+    changed.inserted = inserted;
+    changed.wants_pin = wants_pin;
+    changed.pin_entered = false;
+    changed.pin_tries_left = SimCard().pin_tries_left;
+    changed.busy_asks_left = busy_asks;
+    Settle();
+}
+
+void Device::SelectCard(size_t holder) {
+    if (holder == selected_card_) return;
+    const bool was_inserted = card().inserted;
+    card().inserted = false;
     card().pin_entered = false;
-    card().pin_tries_left = SimCard().pin_tries_left;
-    card().busy_asks_left = busy_asks;
+    Settle();
+    card().inserted = was_inserted;
+    selected_card_ = holder;
+    const bool gets_power = power_ == Power::kOn && radio_ != Radio::kMinimum;
+    if (gets_power && timing.sim_start_ms > 0) Start(kCardStarted, timing.sim_start_ms);
     Settle();
 }
 
@@ -209,7 +223,7 @@ bool Device::CanSearch() const {
 
 int Device::Stat(Domain domain) const {
     if (!CanSearch()) return kStatIdle;
-    return IsSearching() ? kStatSearching : air.stat[domain];
+    return IsSearching() ? kStatSearching : card().network.stat[domain];
 }
 
 bool Device::IsRegistered(Domain domain) const {
@@ -220,8 +234,8 @@ bool Device::HasService() const {
     return IsRegistered(kCircuit) || IsRegistered(kPacket) || IsRegistered(kEps);
 }
 
-void Device::SetStat(Domain domain, int stat) {
-    air.stat[domain] = stat;
+void Device::SetStat(size_t holder, Domain domain, int stat) {
+    cards_[holder].network.stat[domain] = stat;
     Settle();
 }
 
@@ -279,6 +293,13 @@ std::string Device::DialText() const {
     if (dial_fault_ == Fault::kStays) return "fail";
     if (dial_fault_ == Fault::kUntilReset) return "fail until-reset";
     return dial_refusals_left_ > 0 ? "fail " + std::to_string(dial_refusals_left_) : "ok";
+}
+
+bool Device::Reaches(const std::string& host) const {
+    if (call_ != CallState::kUp) return false;
+    const Subscription& network = card().network;
+    return network.reaches_all ||
+           std::find(network.hosts.begin(), network.hosts.end(), host) != network.hosts.end();
 }
 
 // ---- consequences

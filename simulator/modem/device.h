@@ -8,6 +8,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace modem_sim {
 
@@ -41,6 +42,14 @@ constexpr int kStatSearching = 2;
 constexpr int kStatDenied = 3;
 constexpr int kStatRoaming = 5;
 
+/// The network of one SIM, as far as two SIMs differ in it.
+struct Subscription {
+    std::array<int, kDomainCount> stat = {kStatHome, kStatHome, kStatHome};  ///< once a search is over
+    bool reaches_all = true;         ///< every host answers through it
+    std::vector<std::string> hosts;  ///< otherwise those that do
+    int64_t round_trip_ms = 40;
+};
+
 struct SimCard {
     bool inserted = true;
     bool wants_pin = false;
@@ -50,11 +59,13 @@ struct SimCard {
     std::string pin = "1234";
     std::string iccid;
     std::string imsi;
+    Subscription network;
 };
 
-/// What the air brings.
+constexpr size_t kCardCount = 2;
+
+/// What the air brings, whichever SIM is used.
 struct Surroundings {
-    std::array<int, kDomainCount> stat = {kStatHome, kStatHome, kStatHome};  ///< once a search is over
     int csq = 23;
     int rsrp_dbm = -95;
     int rsrq_db = -11;
@@ -138,16 +149,19 @@ class Device {
 
     // ---- SIM
     // --------------------------------------------------------------------------------------------------
-    /// Two cards fit, of which one is connected.
-    SimCard& card() { return cards_[selected_card_]; }
+    /// Two cards fit, of which the selector pin connects one.
     const SimCard& card() const { return cards_[selected_card_]; }
+    SimCard& card_in(size_t holder) { return cards_[holder]; }
+    size_t selected_card() const { return selected_card_; }
+    /// For a modem that is on, one card goes and another comes.
+    void SelectCard(size_t holder);
     CardState card_state() const;
     /// One "is the SIM ready?", which a busy card counts.
     CardState AskCard();
     /// False when the PIN is wrong. After three wrong ones the card is blocked.
     bool EnterPin(const std::string& pin);
     /// A card put in place of the one there, or none; as when the holder is opened and closed.
-    void ChangeCard(bool inserted, bool wants_pin, int busy_asks);
+    void ChangeCard(size_t holder, bool inserted, bool wants_pin, int busy_asks);
 
     // ---- radio and registration
     // -------------------------------------------------------------------------------
@@ -156,7 +170,7 @@ class Device {
     int Stat(Domain domain) const;
     bool IsRegistered(Domain domain) const;
     bool HasService() const;  ///< registered anywhere
-    void SetStat(Domain domain, int stat);
+    void SetStat(size_t holder, Domain domain, int stat);
     /// Another radio technology.
     void SetNetwork(const std::string& network);
     bool IsSearching() const { return timers_[kSearchDone].has_value(); }
@@ -172,6 +186,8 @@ class Device {
     /// `refusals` refused dials, then none; with kStays and kUntilReset it doesn't count.
     void RefuseDials(Fault fault, int refusals);
     std::string DialText() const;
+    /// Whether `host` answers through the call.
+    bool Reaches(const std::string& host) const;
 
     const Family& family;
     std::string model;
@@ -187,6 +203,8 @@ class Device {
     std::map<std::string, std::string> settings;
 
   private:
+    SimCard& card() { return cards_[selected_card_]; }
+
     enum Timer {
         kPortBack,
         kBootDone,
@@ -222,7 +240,7 @@ class Device {
     Power power_ = Power::kOn;
     bool plugged_ = true;
     Radio radio_ = Radio::kFull;
-    std::array<SimCard, 2> cards_;
+    std::array<SimCard, kCardCount> cards_;
     size_t selected_card_ = 0;
     CallState call_ = CallState::kDown;
     Fault dial_fault_ = Fault::kNone;

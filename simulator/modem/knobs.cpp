@@ -79,7 +79,8 @@ Complaint TurnSim(ModemInside& modem, std::string_view words) {
     } else if ((state != "absent" && state != "pin" && state != "ready") || !words.empty()) {
         return "absent, pin, ready or ready-after N is wanted";
     }
-    modem.device.ChangeCard(state != "absent", state == "pin", static_cast<int>(busy_asks));
+    modem.device.ChangeCard(modem.KnobHolder(), state != "absent", state == "pin",
+                            static_cast<int>(busy_asks));
     return Fine();
 }
 
@@ -92,9 +93,52 @@ Complaint TurnRegistration(ModemInside& modem, std::string_view words) {
     const auto* const name = std::find(std::begin(kNames), std::end(kNames), words);
     if (name == std::end(kNames) && !words.empty()) return "creg, cgreg or cereg is wanted";
     for (const Domain domain : {kCircuit, kPacket, kEps}) {
-        if (words.empty() || words == kNames[domain]) modem.device.SetStat(domain, stat);
+        if (words.empty() || words == kNames[domain]) modem.device.SetStat(modem.KnobHolder(), domain, stat);
     }
     return Fine();
+}
+
+Complaint TurnReach(ModemInside& modem, std::string_view words) {
+    Subscription& network = modem.KnobCard().network;
+    if (words.empty()) return "all, nothing or hosts are wanted";
+    network.reaches_all = words == "all";
+    network.hosts.clear();
+    if (words == "all" || words == "nothing") return Fine();
+    while (!words.empty()) network.hosts.emplace_back(TakeWord(&words));
+    return Fine();
+}
+
+Complaint SetHolder(std::string_view words, size_t* holder) {
+    int64_t number = 0;
+    Complaint complaint = SetInteger(words, 1, kCardCount, &number);
+    if (complaint.empty()) *holder = static_cast<size_t>(number - 1);
+    return complaint;
+}
+
+Complaint TurnSelect(ModemInside& modem, std::string_view words) {
+    size_t holder = 0;
+    Complaint complaint = SetHolder(words, &holder);
+    if (complaint.empty()) modem.device.SelectCard(holder);
+    return complaint;
+}
+
+/// Knobs of one SIM and its network.
+constexpr std::string_view kSimKnobs[] = {"sim", "iccid", "imsi", "registration", "reach", "round-trip"};
+
+Complaint TurnHolder(ModemInside& modem, std::string_view words) {
+    size_t holder = 0;
+    Complaint complaint = SetHolder(TakeWord(&words), &holder);
+    if (!complaint.empty()) return complaint;
+    std::string_view rest = words;
+    const std::string_view name = TakeWord(&rest);
+    if (std::find(std::begin(kSimKnobs), std::end(kSimKnobs), name) == std::end(kSimKnobs)) {
+        return "sim, iccid, imsi, registration, reach or round-trip is wanted";
+    }
+    std::string reply;
+    modem.knob_holder = holder;
+    TurnKnob(modem, words, &reply);
+    modem.knob_holder.reset();
+    return reply;
 }
 
 Complaint TurnLink(ModemInside& modem, std::string_view words) {
@@ -269,13 +313,21 @@ constexpr Knob kKnobs[] = {
      "The SIM: none, waiting for its PIN (which is 1234), ready, or ready after N more asks with AT+CPIN?",
      TurnSim},
     {"iccid", "TEXT", "Number of the SIM card",
-     [](ModemInside& modem, std::string_view words) { return SetText(words, &modem.device.card().iccid); }},
+     [](ModemInside& modem, std::string_view words) { return SetText(words, &modem.KnobCard().iccid); }},
     {"imsi", "TEXT", "Subscriber number; its first five digits are the network",
-     [](ModemInside& modem, std::string_view words) { return SetText(words, &modem.device.card().imsi); }},
+     [](ModemInside& modem, std::string_view words) { return SetText(words, &modem.KnobCard().imsi); }},
     {"sim-start", "MS", "How long a SIM takes to be ready once the modem is up or the radio is on again",
      [](ModemInside& modem, std::string_view words) {
          return SetTime(words, &modem.device.timing.sim_start_ms);
      }},
+    {"select", "1|2",
+     "The selector pin: which of the two SIM holders the modem is wired to. To a modem that is on, one SIM "
+     "goes and another comes",
+     TurnSelect},
+    {"holder", "1|2 KNOB",
+     "Turns sim, iccid, imsi, registration, reach or round-trip for the SIM in that holder, selected or not; "
+     "without it they mean the selected one",
+     TurnHolder},
     // network
     {"registration", "STAT [creg|cgreg|cereg]",
      "What the network says to the modem, in one domain or in all: 0 not, 1 home, 2 searching, 3 denied, 5 "
@@ -313,6 +365,14 @@ constexpr Knob kKnobs[] = {
      [](ModemInside& modem, std::string_view words) {
          modem.device.SetNetwork(std::string(words));
          return Fine();
+     }},
+    {"reach", "all|nothing|HOST...",
+     "Who answers through the network of the SIM, in virtual time: a link that is up but carries nothing is "
+     "reach nothing",
+     TurnReach},
+    {"round-trip", "MS", "How long an answer through that network takes",
+     [](ModemInside& modem, std::string_view words) {
+         return SetTime(words, &modem.KnobCard().network.round_trip_ms);
      }},
     // data call
     {"link", "up|down",

@@ -34,6 +34,10 @@ LiveModem::LiveModem(const ModemOptions& options, const std::string& link_path, 
           std::string reply;
           const bool is_ok = Turn(line, &reply);
           return ReplyBytes(is_ok, reply);
+      }),
+      pin_([this](int level) {
+          std::string reply;
+          Turn(level == 1 ? "select 1" : "select 2", &reply);
       }) {}
 
 int64_t LiveModem::NowMs() const {
@@ -59,6 +63,7 @@ bool LiveModem::Run(int stop_fd, std::string* error) {
         SpeakToHost();
         WaitForNews(stop_fd, &stop);
         control_.Serve();
+        pin_.Serve();
     }
     port_.Close();
     return true;
@@ -137,6 +142,7 @@ void LiveModem::WaitForNews(int stop_fd, bool* stop) {
             {port_.master(), static_cast<short>(unwritten_.empty() ? POLLIN : POLLIN | POLLOUT), 0});
     }
     control_.AddTo(&wanted);
+    pin_.AddTo(&wanted);
     poll(wanted.data(), wanted.size(), WaitMs());
     *stop = wanted[0].revents != 0;
 }

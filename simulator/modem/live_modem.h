@@ -6,6 +6,7 @@
 
 #include "simulator/modem/control_socket.h"
 #include "simulator/modem/modem_model.h"
+#include "simulator/modem/pin_file.h"
 #include "simulator/modem/pty_port.h"
 
 namespace modem_sim {
@@ -22,6 +23,9 @@ class LiveModem {
     bool Listen(const std::string& control_path, std::string* error) {
         return control_.Listen(control_path, error);
     }
+
+    /// The SIM selector pin: 1 selects holder 1, 0 holder 2.
+    bool WatchPin(const std::string& path, std::string* error) { return pin_.Watch(path, error); }
 
     /// Runs until `stop_fd` becomes readable. False with the reason when the port can't be made.
     bool Run(int stop_fd, std::string* error);
@@ -45,6 +49,7 @@ class LiveModem {
     Modem modem_;
     PtyPort port_;
     ControlSocket control_;
+    PinFile pin_;
     int64_t port_generation_ = 0;
     bool is_running_ = false;
     bool host_is_there_ = false;

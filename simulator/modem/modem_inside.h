@@ -40,13 +40,16 @@ class ModemInside : private Device::Host {
     void SetFlood(int64_t bytes_per_second);
     void SayGarbage(size_t count);
     std::string Status() const;
+    size_t KnobHolder() const { return knob_holder.value_or(device.selected_card()); }
+    SimCard& KnobCard() { return device.card_in(KnobHolder()); }
 
     Device device;
     OutputQueue output;
     LineFaults faults;
     std::map<std::string, std::string> overrides;  ///< normalised command -> bytes of its answer
     std::minstd_rand random;
-    std::string port_path;  ///< see Modem::port_path
+    std::string port_path;              ///< see Modem::port_path
+    std::optional<size_t> knob_holder;  ///< whose SIM a knob means; empty for the selected one
     std::vector<std::string> unknown_commands;
     size_t unknown_command_count = 0;
 

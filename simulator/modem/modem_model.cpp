@@ -101,6 +101,13 @@ const char* CallText(CallState call) {
     return "up";
 }
 
+std::string ReachText(const Subscription& network) {
+    if (network.reaches_all) return "all";
+    std::string text;
+    for (const std::string& host : network.hosts) text += (text.empty() ? "" : " ") + host;
+    return text.empty() ? "nothing" : text;
+}
+
 const char* MuteText(Fault mute) {
     if (mute == Fault::kNone) return "off";
     return mute == Fault::kStays ? "on" : "until-reset";
@@ -284,6 +291,9 @@ std::string ModemInside::Status() const {
     add("sim", CardText(device.card_state()));
     add("iccid", device.card().iccid);
     add("imsi", device.card().imsi);
+    add("selected", std::to_string(device.selected_card() + 1));
+    add("reach", ReachText(device.card().network));
+    add("round-trip", std::to_string(device.card().network.round_trip_ms));
     add("creg", std::to_string(device.Stat(kCircuit)));
     add("cgreg", std::to_string(device.Stat(kPacket)));
     add("cereg", std::to_string(device.Stat(kEps)));
@@ -406,6 +416,16 @@ std::string Modem::PortPathFrom(const std::string& first_path) const {
     if (path.find('/') != std::string::npos) return path;
     if (path.empty() || first_path.empty()) return first_path;
     return first_path.substr(0, first_path.rfind('/') + 1) + path;
+}
+
+std::optional<int64_t> Modem::RoundTripMs(const std::string& host) const {
+    const Device& device = inside_->device;
+    if (!device.Reaches(host)) return std::nullopt;
+    return device.card().network.round_trip_ms;
+}
+
+bool Modem::HasCall() const {
+    return inside_->device.call() == CallState::kUp;
 }
 
 const std::string& Modem::port_path() const {

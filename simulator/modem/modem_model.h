@@ -78,6 +78,10 @@ class Modem {
     /// Where a port is now that was at `first_path`, which may be empty.
     std::string PortPathFrom(const std::string& first_path) const;
 
+    /// How long a host in the network behind the modem takes to answer; empty when it doesn't.
+    std::optional<int64_t> RoundTripMs(const std::string& host) const;
+    bool HasCall() const;
+
     /// State and knobs, one "name: value" a line.
     std::string Status() const;
 

@@ -20,6 +20,7 @@ struct Options {
     modem_sim::ModemOptions modem;
     std::string link_path;
     std::string control_path;
+    std::string gpio_path;
     std::string send_path;
     std::vector<std::string> knobs;
     std::vector<std::string> words;  ///< what is no option
@@ -30,11 +31,13 @@ struct Options {
 void PrintHelp() {
     printf(
         "A simulated modem behind a pty.\n\n"
-        "  modem_sim --link PATH [--control SOCKET] [--family NAME] [--model NAME] [--set KNOB]... [--log]\n"
+        "  modem_sim --link PATH [--control SOCKET] [--gpio FILE] [--family NAME] [--model NAME]\n"
+        "            [--set KNOB]... [--log]\n"
         "  modem_sim --send SOCKET KNOB...\n\n"
         "  --link PATH       Name under which the port appears; without it only the pty's own name, which is "
         "told\n"
         "  --control SOCKET  Takes knobs while it runs, one a line, at this unix socket\n"
+        "  --gpio FILE       SIM selector pin: a 1 written there selects holder 1, a 0 holder 2\n"
         "  --family NAME     Family of modems, whose dialect it speaks:\n");
     for (const std::string& family : modem_sim::Modem::Families()) {
         printf("                      %s:", family.c_str());
@@ -55,17 +58,13 @@ void PrintHelp() {
 }
 
 bool ReadOptions(int argc, char** argv, Options* options) {
-    enum { kLink = 1, kControl, kFamily, kModel, kSet, kLog, kSend, kHelp };
+    enum { kLink = 1, kControl, kGpio, kFamily, kModel, kSet, kLog, kSend, kHelp };
     const option known[] = {
-        {"link", required_argument, nullptr, kLink},
-        {"control", required_argument, nullptr, kControl},
-        {"family", required_argument, nullptr, kFamily},
-        {"model", required_argument, nullptr, kModel},
-        {"set", required_argument, nullptr, kSet},
-        {"log", no_argument, nullptr, kLog},
-        {"send", required_argument, nullptr, kSend},
-        {"help", no_argument, nullptr, kHelp},
-        {nullptr, 0, nullptr, 0},
+        {"link", required_argument, nullptr, kLink},   {"control", required_argument, nullptr, kControl},
+        {"gpio", required_argument, nullptr, kGpio},   {"family", required_argument, nullptr, kFamily},
+        {"model", required_argument, nullptr, kModel}, {"set", required_argument, nullptr, kSet},
+        {"log", no_argument, nullptr, kLog},           {"send", required_argument, nullptr, kSend},
+        {"help", no_argument, nullptr, kHelp},         {nullptr, 0, nullptr, 0},
     };
     for (int which = 0; (which = getopt_long(argc, argv, "h", known, nullptr)) != -1;) {
         switch (which) {
@@ -74,6 +73,9 @@ bool ReadOptions(int argc, char** argv, Options* options) {
                 break;
             case kControl:
                 options->control_path = optarg;
+                break;
+            case kGpio:
+                options->gpio_path = optarg;
                 break;
             case kFamily:
                 options->modem.family = optarg;
@@ -129,6 +131,7 @@ bool Simulate(const Options& options) {
         printf("%s", error.c_str());
     }
     if (!options.control_path.empty() && !modem.Listen(options.control_path, &error)) return Complain(error);
+    if (!options.gpio_path.empty() && !modem.WatchPin(options.gpio_path, &error)) return Complain(error);
     return modem.Run(stop_fd, &error) || Complain(error);
 }
 

@@ -24,6 +24,7 @@
 #include "platform/busglue/busglue.h"
 #include "simulator/virtual_time/environment.h"
 #include "simulator/virtual_time/modem_port.h"
+#include "simulator/virtual_time/ping.h"
 #include "simulator/virtual_time/preload.h"
 #include "simulator/virtual_time/scenario.h"
 #include "simulator/virtual_time/trace_file.h"
@@ -175,6 +176,7 @@ class Run {
         // something else.
         AddResetScript("Reset4G.sh start", {"reset"});
         AddResetScript("Reset4G.sh start pin_power", {"power off", "power on"});
+        for (const char* path : kSelectorPins) AddSelectorPin(path);
         for (const ShellRule& rule : scenario_.shell) AddShellRule(rule);
         if (!scenario_.modem_family.empty()) InstallModem();
     }
@@ -206,6 +208,19 @@ class Run {
         AddShellRule(rule);
     }
 
+    // Whoever writes the pin selects the SIM; a pin that isn't exported selects none, since sysfs makes no
+    // files.
+    void AddSelectorPin(const std::string& path) {
+        if (scenario_.modem_family.empty()) return;
+        ShellAnswer answer;
+        answer.action = [this, path] {
+            const std::string level = environment_.folder.Read(path);
+            if (level == "1\n") TurnKnob("select 1");
+            if (level == "0\n") TurnKnob("select 2");
+        };
+        environment_.shell.AddRule("> " + path, answer);
+    }
+
     void AddShellRule(const ShellRule& rule) {
         ShellAnswer answer;
         answer.fails = rule.fails;
@@ -215,6 +230,12 @@ class Run {
         answer.action = [this, knobs = rule.knobs] {
             for (const std::string& knob : knobs) TurnKnob(knob);
         };
+        if (rule.pings) {
+            answer.complete = [this](const std::string& command, ShellAnswer* pinged) {
+                if (modem_ == nullptr || !AnswerPing(command, modem_->modem(), pinged))
+                    Note("broken", "no ping through a modem: " + command);
+            };
+        }
         environment_.shell.AddRule(rule.part, answer);
     }
 
@@ -416,6 +437,8 @@ class Run {
         _exit(status);
     }
 
+    static constexpr const char* kSelectorPins[] = {"/sys/class/gpio/gpio130/value",
+                                                    "/sys/class/gpio/gpio182/value"};
     static constexpr char kFifoPath[] = "/run/network/ravelin_fifo";
 
     const Scenario& scenario_;

@@ -282,11 +282,13 @@ class Parser {
                 if (!ParseWholeNumber(TakeWord(&rest), &rule->seconds_before_line)) {
                     return Fail("whole seconds for each line are wanted");
                 }
+            } else if (word == "pings") {
+                rule->pings = true;
             } else if (word == "turns") {
                 rule->knobs.push_back(rest);
                 rest.clear();
             } else {
-                return Fail("fails, prints, takes, slowly or turns is wanted, not \"" + word + "\"");
+                return Fail("fails, prints, takes, slowly, pings or turns is wanted, not \"" + word + "\"");
             }
         }
         return true;

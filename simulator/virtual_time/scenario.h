@@ -16,6 +16,7 @@ struct ShellRule {
     std::string prints;
     int64_t takes_seconds = 0;
     int64_t seconds_before_line = 0;
+    bool pings = false;              // the network behind the modem answers
     std::vector<std::string> knobs;  // turned when the command runs
 };
 
