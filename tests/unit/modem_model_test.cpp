@@ -350,6 +350,76 @@ TEST_F(ModemModel, SimReadyAfterSomeAsks) {
     EXPECT_EQ(Ask("AT+CPIN?"), Line("+CPIN: READY"));
 }
 
+TEST_F(ModemModel, SelectorTakesOneSimAwayAndBringsTheOther) {
+    Dial();
+    Turn("select 2");
+    EXPECT_EQ(After(0), "\r\n+CPIN: NOT READY\r\n");
+    EXPECT_TRUE(StatusHas("link: cut by the network"));
+    EXPECT_EQ(After(600), kCardTalk);
+    EXPECT_EQ(Ask("AT+CIMI"), Line("460015556667778"));
+    EXPECT_TRUE(StatusHas("cereg: 2"));
+    After(3000);
+    EXPECT_TRUE(StatusHas("cereg: 1"));
+    Turn("select 1");
+    After(600);
+    EXPECT_EQ(Ask("AT+CIMI"), Line("460001112223334"));
+}
+
+TEST_F(ModemModel, SelectingTheSelectedSimChangesNothing) {
+    Dial();
+    const std::string before = modem_.Status();
+    Turn("select 1");
+    EXPECT_EQ(After(0), "");
+    EXPECT_EQ(modem_.Status(), before);
+}
+
+TEST_F(ModemModel, SelectorSurvivesAResetAndWorksDuringABoot) {
+    Turn("select 2");
+    Turn("reset");
+    EXPECT_TRUE(StatusHas("selected: 2"));
+    Turn("select 1");
+    Turn("select 2");
+    After(60000);
+    Ask("ATE0");
+    EXPECT_EQ(Ask("AT+CIMI"), Line("460015556667778"));
+}
+
+TEST_F(ModemModel, HolderKnobMeansItsSimWhicheverIsSelected) {
+    Turn("holder 2 imsi 460990000000001");
+    Turn("holder 2 registration 3");
+    Turn("holder 2 reach nothing");
+    EXPECT_TRUE(StatusHas("imsi: 460001112223334"));
+    EXPECT_TRUE(StatusHas("cereg: 1"));
+    EXPECT_TRUE(StatusHas("reach: all"));
+    Turn("select 2");
+    After(10000);
+    EXPECT_TRUE(StatusHas("imsi: 460990000000001"));
+    EXPECT_TRUE(StatusHas("cereg: 3"));
+    EXPECT_TRUE(StatusHas("reach: nothing"));
+    Turn("holder 1 sim absent");
+    Turn("imsi 460990000000002");
+    EXPECT_TRUE(StatusHas("imsi: 460990000000002"));
+    Turn("select 1");
+    EXPECT_TRUE(StatusHas("sim: absent"));
+}
+
+TEST_F(ModemModel, HostsAnswerThroughTheCallAndTheNetworkOfTheSim) {
+    EXPECT_FALSE(modem_.RoundTripMs("8.8.8.8"));
+    Dial();
+    EXPECT_EQ(modem_.RoundTripMs("8.8.8.8"), 40);
+    Turn("reach 8.8.4.4 172.21.2.226");
+    Turn("round-trip 1200");
+    EXPECT_FALSE(modem_.RoundTripMs("8.8.8.8"));
+    EXPECT_EQ(modem_.RoundTripMs("172.21.2.226"), 1200);
+    EXPECT_TRUE(StatusHas("reach: 8.8.4.4 172.21.2.226"));
+    Turn("reach nothing");
+    EXPECT_FALSE(modem_.RoundTripMs("8.8.4.4"));
+    EXPECT_TRUE(StatusHas("link: up"));
+    Turn("reach all");
+    Turn("link down");
+    EXPECT_FALSE(modem_.RoundTripMs("8.8.8.8"));
+}
+
 // ---- power, boot, port
 // ----------------------------------------------------------------------------------------
 
@@ -660,6 +730,16 @@ TEST_F(ModemModel, LinesThatMakeNoSenseAreRefusedWithAReasonAndChangeNothing) {
                              "sim ready-after -1",
                              "sim ready-after 99999999999",
                              "sim ready now",
+                             "select",
+                             "select 0",
+                             "select 3",
+                             "holder",
+                             "holder 3 imsi 1",
+                             "holder 2",
+                             "holder 2 csq 5",
+                             "holder 2 registration 99",
+                             "reach",
+                             "round-trip -1",
                              "registration",
                              "registration 99",
                              "registration 1 lte",

@@ -223,6 +223,30 @@ TEST_F(ModemTool, ControlSocketTakesKnobsWhileItRuns) {
     close(port);
 }
 
+TEST_F(ModemTool, SelectorPinFileSelectsTheSim) {
+    const std::string pin = folder_ + "/pin";
+    const auto write_pin = [&pin](const char* level) { std::ofstream(pin) << level << "\n"; };
+    const auto selects = [this](const char* holder) {
+        return Await([this, holder] {
+            std::string status;
+            return Send("status", &status) == 0 &&
+                   status.find(std::string("selected: ") + holder + "\n") != std::string::npos;
+        });
+    };
+    write_pin("0");
+    StartModem({"--gpio", pin});
+    EXPECT_TRUE(selects("2"));
+    write_pin("1");
+    EXPECT_TRUE(selects("1"));
+    write_pin("nonsense");
+    fs::remove(pin);
+    write_pin("0");
+    EXPECT_TRUE(selects("2"));
+    std::string text;
+    EXPECT_EQ(Run({"--gpio", folder_ + "/nowhere/pin"}, &text), 1);
+    EXPECT_NE(text.find("the pin can't be watched"), std::string::npos);
+}
+
 TEST_F(ModemTool, UnplugHangsUpAndPlugBringsThePortBackUnderAnotherName) {
     StartModem();
     const int port = OpenPort(link_);

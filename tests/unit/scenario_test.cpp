@@ -53,6 +53,7 @@ TEST(ScenarioLanguage, GivenPartIsRead) {
         "cpuinfo Hardware : MX6\n"
         "folder /media/x\n"
         "shell \"ping  8.8.8.8\" prints \"3\\n\" takes 2\n"
+        "shell ping pings\n"
         "bus fails\n");
     EXPECT_EQ("quectel_qcom", scenario.modem_family);
     EXPECT_EQ("EG25", scenario.modem_model);
@@ -64,10 +65,12 @@ TEST(ScenarioLanguage, GivenPartIsRead) {
     EXPECT_EQ("ENABLE=true\n  INDENTED=1\nAPN=ababab\n", scenario.files[0].text);
     EXPECT_EQ("Hardware : MX6\n", scenario.files[1].text);
     EXPECT_EQ((std::vector<std::string>{"/media/x"}), scenario.folders);
-    ASSERT_EQ(1u, scenario.shell.size());
+    ASSERT_EQ(2u, scenario.shell.size());
     EXPECT_EQ("ping  8.8.8.8", scenario.shell[0].part);
     EXPECT_EQ("3\n", scenario.shell[0].prints);
     EXPECT_EQ(2, scenario.shell[0].takes_seconds);
+    EXPECT_FALSE(scenario.shell[0].pings);
+    EXPECT_TRUE(scenario.shell[1].pings);
     EXPECT_TRUE(scenario.bus_fails);
     EXPECT_EQ(100000000, scenario.until_us);
 }
