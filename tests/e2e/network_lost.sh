@@ -1,0 +1,98 @@
+#!/bin/bash
+# The network behind the link dies while the modem goes on calling the link up: nothing but the machine's own ping, grep,
+# awk and wc finds it out. The ladder is climbed to the switch of the SIM and the soft reset; then the network is back,
+# and so is the link. The hosts live in a network namespace behind a veth pair; tells how long each step took.
+. "$REPOSITORY/tests/e2e/e2e.bash"
+
+SELECTOR_PIN=/sys/class/gpio/gpio130/value
+FAILED_CHECK="Ping Check failed for first 2 times, ignore, check"
+
+# step DESCRIPTION: and the seconds since the step before.
+step() {
+    local now=${EPOCHREALTIME/./}
+    printf '%8.1f s  %s\n' "$(((now - step_start) / 100000))e-1" "$*"
+    step_start=$now
+}
+step_start=${EPOCHREALTIME/./}
+
+# await_step SECONDS TEXT: the next step is a new line of the log with TEXT.
+await_step() {
+    wait_for "$1" logged_since_mark "$2" || fail "not logged within $1 s: $2"
+    step "logged: $2"
+}
+
+logged_since_mark() {
+    tail -n "+$log_mark" "$LOG" | grep -qF -- "$1"
+}
+
+mark_log() {
+    log_mark=$(($(wc -l <"$LOG") + 1))
+}
+
+# The link stays up, but whoever is asked for an echo is silent. By routing rules: the hosts themselves stay, so that the
+# name server goes on refusing at once, which spares the probe with a name the 10 s of a silent one.
+ICMP=1
+far_rules() {
+    far ip rule add pref 100 lookup local && far ip rule del pref 0
+}
+
+cut_network() {
+    far ip rule add pref 10 iif tower0 ipproto $ICMP blackhole || fail "the network can't be cut"
+}
+
+restore_network() {
+    far ip rule del pref 10
+}
+
+selected() {
+    modem status | grep -qx "selected: $1"
+}
+
+echo 0 >"$SELECTOR_PIN"
+start_board --gpio "$SELECTOR_PIN"
+far_rules || fail "no routing rules"
+write_settings "ENABLE=true" "APN=''" "DoubleSIM=1"
+selected 2 || fail "the pin doesn't select the SIM at the start"
+if far tc qdisc add dev tower0 root netem delay 200ms 2>/dev/null; then
+    say "answers take 200 ms more (tc netem)"
+else
+    say "this kernel has no netem: answers come at once"
+fi
+# The switch of the SIM loses registration and call; a short search keeps the test short.
+modem "search-time 500" >/dev/null
+
+start_daemon -Dl 7
+check "comes online" wait_for 120 is_online
+step "online"
+mark_log
+await_step 30 "##########################ping1: FALSE"
+check "two or three replies came in time" grep -qE "pingCheck, Ping (packet loss 33%|receive all reply packet)!" "$LOG"
+check "and nothing was counted" test "$(grep -cF "m_CSQ_weak_check_times=" "$LOG")" -eq 0
+
+cut_network
+mark_log
+step "the network is cut"
+await_step 30 "pingCheck, Ping packet loss 100%!"
+await_step 60 "##########################ping4: FALSE"
+await_step 10 "$FAILED_CHECK 1 times!"
+await_step 60 "$FAILED_CHECK 2 times!"
+check "still online, and the pin untouched" test "$(cat "$SELECTOR_PIN")" = 0
+await_step 60 "CEREG fail or Ping fail, need Switch SIM Card and Soft reset!"
+await_step 10 "Switch to a Primary SIM card!"
+check "the pin selects the primary SIM" wait_for 10 selected 1
+
+restore_network
+step "the network is back"
+await_step 20 ":Soft reset!"
+await_step 60 "Get Card:  m_card_imsi = 460001112223334"
+await_step 60 "m_CSQ_weak_check_times= 3"
+check "comes online" wait_for 120 is_online
+step "online"
+mark_log
+await_step 30 "##########################ping1: FALSE"
+check "with the primary SIM" grep -qx "IMSI=460001112223334" "$STATUS"
+checks=$(grep -cF "m_CSQ_weak_check_times=" "$LOG")
+sleep 4
+check "no check fails any more" test "$(grep -cF "m_CSQ_weak_check_times=" "$LOG")" -eq "$checks"
+check "no hardware reset" test "$(grep -c Reset4G "$LOG")" -eq 0
+check "the daemon is alive" is_alive
