@@ -7,19 +7,57 @@
 #include "tests/support/test_world.h"
 
 using namespace cc_cell;
+using test_support::ScriptedModem;
 using test_support::World;
 
 namespace {
 
 constexpr int kPort = 7;
 
-TEST(Factory, QuectelQualcommIsBuiltAndKnowsItsVendor) {
+struct DriverCase {
+    VendorType vendor;
+    bool knows_vendor;  // the codes that the engine tests; the others keep 0
+    const char* interface_name;
+    const char* vendor_name;  // as the driver's set-up leaves it, also with a modem that says nothing
+};
+
+constexpr DriverCase kDrivers[] = {
+    {kVendorLongSung, false, "wwan0", "LONGSUNG"},    {kVendorChuangYi, false, "eth1", "Innofidei"},
+    {kVendorNodeCom, false, "usb0", "Nodecom"},       {kVendorHuaWei, false, "wwan0", "Huawei"},
+    {kVendorZte, true, "wwan0", "GOSUNCN"},           {kVendorQuectelQcom, true, "wwan0", "Qcom"},
+    {kVendorQuectelUnisoc, true, "wwan0", "Quectel"}, {kVendorQuectelAsr, true, "wwan0", "QuectelAsr"},
+    {kVendorSimCom, false, "wwan0", "SIMCOM"},        {kVendorCinterion, true, "wwan0", "Cinterion"},
+    {kVendorFibocom, true, "wwan0", "Fibcom"},        {kVendorLynq, true, "wwan0", "LYNQ"},
+    {kVendorFibocomLe, true, "wwan0", "Fibcom"},
+};
+
+TEST(Factory, EachOfTheThirteenCodesBuildsItsDriver) {
+    for (const DriverCase& test : kDrivers) {
+        World world;
+        ScriptedModem modem(world);
+        modem.Mute(true);
+        const std::unique_ptr<CellBase> cell(build_driver(test.vendor, modem.fd()));
+        ASSERT_NE(nullptr, cell) << test.vendor;
+        EXPECT_STREQ(test.interface_name, cell->GetInterfaceName()) << test.vendor;
+        EXPECT_EQ(modem.fd(), cell->m_cell_fd) << test.vendor;
+        EXPECT_EQ(test.knows_vendor ? test.vendor : kVendorUnknown, cell->m_vendor_type) << test.vendor;
+        EXPECT_TRUE(modem.exchanges.empty()) << test.vendor;
+        EXPECT_EQ(1, cell->Initialize()) << test.vendor;
+        EXPECT_STREQ(test.vendor_name, cell->m_vendor_name);
+    }
+}
+
+TEST(Factory, FibocomWithAndWithoutLe370AreTwoDrivers) {
     World world;
-    const std::unique_ptr<CellBase> cell(build_driver(kVendorQuectelQcom, kPort));
-    ASSERT_NE(nullptr, cell);
-    EXPECT_STREQ("wwan0", cell->GetInterfaceName());
-    EXPECT_EQ(kPort, cell->m_cell_fd);
-    EXPECT_EQ(kVendorQuectelQcom, cell->m_vendor_type);
+    ScriptedModem modem(world);
+    modem.Mute(true);
+    const std::unique_ptr<CellBase> other(build_driver(kVendorFibocom, modem.fd()));
+    const std::unique_ptr<CellBase> le370(build_driver(kVendorFibocomLe, modem.fd()));
+    CellBase::m_ModuleName.clear();
+    other->Initialize();
+    le370->Initialize();
+    EXPECT_STREQ("NL668x", other->m_fw_version);
+    EXPECT_STREQ("LE370", le370->m_fw_version);
 }
 
 TEST(Factory, OtherQuectelAndZteModemsKnowTheirVendor) {
