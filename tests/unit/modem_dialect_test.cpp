@@ -244,17 +244,17 @@ void ExpectRefusals(const std::string& family, const std::vector<std::string>& c
 }
 
 TEST(ModemDialect, QuectelAsrAnswersEveryCommandOfTheDaemon) {
-    ExpectAnswers("quectel-asr", kQuectelAsr);
-    ExpectIntroductions("quectel-asr", {"EC200A", "EC600M", "EG800K", "EC800K"});
+    ExpectAnswers("quectel_asr", kQuectelAsr);
+    ExpectIntroductions("quectel_asr", {"EC200A", "EC600M", "EG800K", "EC800K"});
 }
 
 TEST(ModemDialect, QuectelUnisocAnswersEveryCommandOfTheDaemon) {
-    ExpectAnswers("quectel-unisoc", kQuectelUnisoc);
-    ExpectIntroductions("quectel-unisoc", {"EC200U", "EC200G"});
+    ExpectAnswers("quectel_unisoc", kQuectelUnisoc);
+    ExpectIntroductions("quectel_unisoc", {"EC200U", "EC200G"});
 }
 
 TEST(ModemDialect, NetDevCtlRefusesWhatItDoesntTake) {
-    for (const char* family : {"quectel-asr", "quectel-unisoc"}) {
+    for (const char* family : {"quectel_asr", "quectel_unisoc"}) {
         ExpectRefusals(family, {"AT+QNETDEVCTL=1", "AT+QNETDEVCTL=2,1,1", "AT+QNETDEVCTL=1,0,1",
                                 "AT+QNETDEVCTL=1,1,2", "AT+QNETDEVCTL=1,1,1,1",
                                 "AT+QNETDEVCTL=", "AT+QCFG=\"usbnet\",9", "AT+QCFG=\"usbnet\",x"});
@@ -262,8 +262,8 @@ TEST(ModemDialect, NetDevCtlRefusesWhatItDoesntTake) {
 }
 
 TEST(ModemDialect, RefusedNetDevCtlIsToldByUnisocAlone) {
-    for (const char* family : {"quectel-asr", "quectel-unisoc"}) {
-        const bool is_told = family == std::string("quectel-unisoc");
+    for (const char* family : {"quectel_asr", "quectel_unisoc"}) {
+        const bool is_told = family == std::string("quectel_unisoc");
         Modem modem{ModemOptions{family, ""}};
         modem.Control("echo off", nullptr, 0);
         modem.Control("dial fail 1", nullptr, 0);

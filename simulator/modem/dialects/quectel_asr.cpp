@@ -76,7 +76,7 @@ constexpr Row kRows[] = {
 };
 
 constexpr Family kFamily = {
-    "quectel-asr",          "Quectel", kModels,     kRows, "861197068254106", /*factory_error_mode=*/1,
+    "quectel_asr",          "Quectel", kModels,     kRows, "861197068254106", /*factory_error_mode=*/1,
     /*factory_usb_mode=*/1, Firmware,  Unsolicited,
 };
 

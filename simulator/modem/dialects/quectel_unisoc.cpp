@@ -83,7 +83,7 @@ constexpr Row kRows[] = {
 };
 
 constexpr Family kFamily = {
-    "quectel-unisoc",       "Quectel", kModels,     kRows, "868214053390017", /*factory_error_mode=*/1,
+    "quectel_unisoc",       "Quectel", kModels,     kRows, "868214053390017", /*factory_error_mode=*/1,
     /*factory_usb_mode=*/1, Firmware,  Unsolicited,
 };
 
