@@ -151,6 +151,7 @@ class Device {
     // --------------------------------------------------------------------------------------------------
     /// Two cards fit, of which the selector pin connects one.
     const SimCard& card() const { return cards_[selected_card_]; }
+    SimCard& card() { return cards_[selected_card_]; }
     SimCard& card_in(size_t holder) { return cards_[holder]; }
     size_t selected_card() const { return selected_card_; }
     /// For a modem that is on, one card goes and another comes.
@@ -203,8 +204,6 @@ class Device {
     std::map<std::string, std::string> settings;
 
   private:
-    SimCard& card() { return cards_[selected_card_]; }
-
     enum Timer {
         kPortBack,
         kBootDone,
