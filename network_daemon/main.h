@@ -5,7 +5,6 @@
 #include <pthread.h>
 
 #include <cstdint>
-#include <string>
 
 #include "board.h"
 #include "busglue.h"
@@ -92,10 +91,12 @@ void wait_for_upgrade(const TracePlace& place);
 // main_upgrade.cpp: the upgrade of the modem's firmware
 
 /// Parameters of the last upgrade request: the bus handler stores them for its log line, the upgrade's end
-/// empties them. Nothing else depends on them, and nothing locks them.
-extern std::string supportModule;
-extern std::string otatool;
-extern std::string otaPath;
+/// empties them, perhaps at the same moment. Nothing locks them and nothing else depends on them: arrays,
+/// with room for the longest item, whose last byte is always zero.
+using ParameterText = char[256];
+extern ParameterText supportModule;
+extern ParameterText otatool;
+extern ParameterText otaPath;
 
 /// Handle of the last upgrade thread, which is detached.
 extern pthread_t ota_thread;

@@ -13,6 +13,7 @@
 #include "dbus_util.h"
 #include "ini_store.h"
 #include "main.h"
+#include "text_util.h"
 
 using cc_cell::CellBase;
 
@@ -75,8 +76,10 @@ void add_text(TlvList& list, uint8_t type, const char (&text)[N]) {
     AddTlvItem(list, type, static_cast<uint8_t>(strnlen(text, N)), text);
 }
 
-std::string text_of(const TlvItem& item) {
-    return std::string(item.value.begin(), item.value.end());
+/// Up to the first zero, should the value hold one.
+void keep_text(ParameterText& text, const TlvItem& item) {
+    static_assert(sizeof text > UINT8_MAX);  // the longest value fits
+    copy_text(text, std::string(item.value.begin(), item.value.end()).c_str());
 }
 
 /// Keeps the three texts of an upgrade request. One that doesn't bring them is not refused: the upgrade works
@@ -94,11 +97,11 @@ void take_upgrade_parameters(const TracePlace& place, const BusFrame& frame) {
         TRACE_AT(place, 5, "[OTA] TLVS parameter error");
         return;
     }
-    supportModule = text_of(items[0]);
-    otatool = text_of(items[1]);
-    otaPath = text_of(items[2]);
-    TRACE_AT(place, 5, "[OTA] TLVS supportModule:%s otatool:%s otaPath:%s \r\n", supportModule.c_str(),
-             otatool.c_str(), otaPath.c_str());
+    keep_text(supportModule, items[0]);
+    keep_text(otatool, items[1]);
+    keep_text(otaPath, items[2]);
+    TRACE_AT(place, 5, "[OTA] TLVS supportModule:%s otatool:%s otaPath:%s \r\n", supportModule, otatool,
+             otaPath);
 }
 
 /// Starts the upgrade beside Task. The answer is the same when no thread could be made, and the flag stays

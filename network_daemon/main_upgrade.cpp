@@ -4,9 +4,9 @@
 #include "cellular_report.h"
 #include "main.h"
 
-std::string supportModule;
-std::string otatool;
-std::string otaPath;
+ParameterText supportModule;
+ParameterText otatool;
+ParameterText otaPath;
 pthread_t ota_thread;
 
 namespace {
@@ -42,9 +42,7 @@ void* thread_function_ota(void* argument) {
     const Outcome& outcome = outcome_of(cell->ModuleOtaTask());
     TRACE(5, "%s", outcome.line);
     cell->ReplyOcppUpgradeStatus(kOcppDestination, kReportMsgId, kOcppUpgradeOutcome, outcome.status);
-    supportModule.clear();
-    otatool.clear();
-    otaPath.clear();
+    for (char* text : {supportModule, otatool, otaPath}) text[0] = '\0';
     TRACE(5, "[OTA] reset ota upgrade flag\n");
     cell->m_ota_running = 0;
     return nullptr;

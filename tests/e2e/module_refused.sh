@@ -12,9 +12,8 @@ X
 
 # A sanitizer reports the crash in its own way, and ends with a status of its own.
 SEGMENTATION_FAULT=139
-SANITIZER_ERROR=1
 crashed() {
-    [ "$1" -eq $SEGMENTATION_FAULT ] || { [ "$1" -eq $SANITIZER_ERROR ] && grep -qE "null pointer|SEGV" "$OUTPUT"; }
+    [ "$1" -eq $SEGMENTATION_FAULT ] || { [ "$1" -ne 0 ] && grep -qE "null pointer|SEGV" "$OUTPUT"; }
 }
 
 start_board --model EG25

@@ -2,8 +2,8 @@
 // told: every way in which an answer can be good, broken, late or missing.
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <fstream>
+#include <mutex>
 #include <sstream>
 #include <vector>
 
@@ -12,39 +12,49 @@
 #include "simulator/bus_peer/frame.h"
 
 using bus_peer::Bytes;
-using bus_peer::DecodeFrame;
 using bus_peer::EncodeFrame;
-using bus_peer::Frame;
 using bus_peer::ToHex;
 
 namespace {
 
+/// What the test and the library's thread share.
+struct Desk {
+    std::mutex mutex;
+    Bytes answer;  // to the next question
+    int answer_pause_ms = 0;
+    bool answers_at_all = true;
+    Bytes heard;  // the last question, signal or reply
+    int heard_count = 0;
+};
 // The library's thread lives as long as the process: what it touches is never destroyed.
-Bytes& answer = *new Bytes;
-Bytes& question = *new Bytes;
-Bytes& reply = *new Bytes;
-std::atomic<int> questions{0};
-std::atomic<int> answer_pause_ms{0};
-std::atomic<bool> answers_at_all{true};
+Desk& desk = *new Desk;
 
-/// Only while no call is under way are the above touched by others.
-int AnswerAsTold(int length, unsigned char* bytes, void* context, busglue_reply reply_function) {
-    question.assign(bytes, bytes + length);
-    ++questions;
-    std::this_thread::sleep_for(std::chrono::milliseconds(answer_pause_ms));
-    if (answers_at_all) reply_function(static_cast<int>(answer.size()), answer.data(), context);
+void Hear(int length, const unsigned char* bytes) {
+    std::lock_guard<std::mutex> lock(desk.mutex);
+    desk.heard.assign(bytes, bytes + length);
+    ++desk.heard_count;
+}
+
+Bytes Heard() {
+    std::lock_guard<std::mutex> lock(desk.mutex);
+    return desk.heard;
+}
+
+int HeardCount() {
+    std::lock_guard<std::mutex> lock(desk.mutex);
+    return desk.heard_count;
+}
+
+int AnswerAsTold(int length, unsigned char* bytes, void* context, busglue_reply reply) {
+    Hear(length, bytes);
+    std::lock_guard<std::mutex> lock(desk.mutex);
+    std::this_thread::sleep_for(std::chrono::milliseconds(desk.answer_pause_ms));
+    if (desk.answers_at_all) reply(static_cast<int>(desk.answer.size()), desk.answer.data(), context);
     return 0;
 }
 
-int TakeSignal(int length, unsigned char* bytes) {
-    question.assign(bytes, bytes + length);
-    ++questions;
-    return 0;
-}
-
-int TakeReply(int length, unsigned char* bytes) {
-    reply.assign(bytes, bytes + length);
-    ++questions;
+int TakeFrame(int length, unsigned char* bytes) {
+    Hear(length, bytes);
     return 0;
 }
 
@@ -67,15 +77,10 @@ struct Result {
 
 class OcppPeerTest : public testing::Test {
   protected:
-    void SetUp() override {
-        ASSERT_TRUE(bus_.Start());
-        answer_pause_ms = 0;
-        answers_at_all = true;
-        questions = 0;
-    }
+    void SetUp() override { ASSERT_TRUE(bus_.Start()); }
 
     static void JoinAsDaemon() {
-        static const busglue_signal_row signals[] = {{"ravelin.reset", TakeSignal}, {nullptr, nullptr}};
+        static const busglue_signal_row signals[] = {{"ravelin.reset", TakeFrame}, {nullptr, nullptr}};
         static const busglue_method_row methods[] = {{"RAVELIN.Message", AnswerAsTold}, {nullptr, nullptr}};
         static const busglue_descriptor descriptor = {signals, methods};
         ASSERT_EQ(0, dbs_connect_init("RAVELIN", &descriptor));
@@ -91,7 +96,10 @@ class OcppPeerTest : public testing::Test {
     }
 
     Result RunWithAnswer(const Bytes& bytes, const std::string& words) {
-        answer = bytes;
+        {
+            std::lock_guard<std::mutex> lock(desk.mutex);
+            desk.answer = bytes;
+        }
         return Run(words);
     }
 
@@ -127,7 +135,7 @@ TEST_F(OcppPeerTest, StatusShowsNamesAndValues) {
     JoinAsDaemon();
     const Result result = RunWithAnswer(EncodeFrame({7, 0x7603, GoodStatus()}), "status");
     EXPECT_EQ(0, result.status) << result.errors;
-    EXPECT_EQ("FF 6A A6 00 07 00 04 76 03 7B 92", ToHex(question));
+    EXPECT_EQ("FF 6A A6 00 07 00 04 76 03 7B 92", ToHex(Heard()));
     EXPECT_EQ(0u, result.output.find("vendor          value \"1\"\\x0A\nfirmware        value \"2\"\\x0A\n"))
         << result.output;
     EXPECT_NE(std::string::npos, result.output.find("\nneighbour_rsrp  value \"11\"\\x0A\n"))
@@ -193,16 +201,16 @@ TEST_F(OcppPeerTest, BrokenAnswersAreToldAsSuch) {
 }
 
 TEST_F(OcppPeerTest, AnswerThatComesTooLate) {
+    desk.answer_pause_ms = 1500;
     JoinAsDaemon();
-    answer_pause_ms = 1500;
     const Result result = RunWithAnswer(EncodeFrame({7, 0x7603, GoodStatus()}), "--timeout 0.3 status");
     EXPECT_EQ(4, result.status);
     EXPECT_EQ(0u, result.errors.find("ocpp_peer: no answer: ")) << result.errors;
 }
 
 TEST_F(OcppPeerTest, DaemonThatTakesTheFrameWithoutAnAnswer) {
+    desk.answers_at_all = false;
     JoinAsDaemon();
-    answers_at_all = false;
     const Result result = Run("status");
     EXPECT_EQ(5, result.status);
     EXPECT_NE(std::string::npos, result.errors.find("without an answer")) << result.errors;
@@ -213,7 +221,7 @@ TEST_F(OcppPeerTest, UpgradeSendsItsTextsAndTellsTheAnswer) {
     const Result accepted = RunWithAnswer(EncodeFrame({7, 0x7600, {1}}), "upgrade A B C");
     EXPECT_EQ(0, accepted.status);
     EXPECT_EQ("accepted\n", accepted.output);
-    EXPECT_EQ("FF 6A A6 00 07 00 0E 76 00 01 01 01 41 02 01 42 03 01 43 AD F2", ToHex(question));
+    EXPECT_EQ("FF 6A A6 00 07 00 0E 76 00 01 01 01 41 02 01 42 03 01 43 AD F2", ToHex(Heard()));
     const Result running = RunWithAnswer(EncodeFrame({7, 0x7600, {2}}), "upgrade A B C");
     EXPECT_EQ(1, running.status);
     EXPECT_EQ("ocpp_peer: an upgrade is already running\n", running.errors);
@@ -225,16 +233,16 @@ TEST_F(OcppPeerTest, RawSendsWhatItIsGivenAndShowsWhatComes) {
     const Result result = RunWithAnswer({0xAB, 0}, "raw '01 02ff'");
     EXPECT_EQ(0, result.status);
     EXPECT_EQ("AB 00\n", result.output);
-    EXPECT_EQ((Bytes{1, 2, 0xFF}), question);
+    EXPECT_EQ((Bytes{1, 2, 0xFF}), Heard());
     EXPECT_EQ("\n", RunWithAnswer({}, "raw ''").output);
-    EXPECT_EQ(Bytes{}, question);
+    EXPECT_EQ(Bytes{}, Heard());
 }
 
 TEST_F(OcppPeerTest, RawAsASignal) {
     JoinAsDaemon();
     EXPECT_EQ(0, Run("--signal raw 010203").status);
-    EXPECT_TRUE(Eventually([] { return questions == 1; }));
-    EXPECT_EQ((Bytes{1, 2, 3}), question);
+    EXPECT_TRUE(Eventually([] { return HeardCount() == 1; }));
+    EXPECT_EQ((Bytes{1, 2, 3}), Heard());
 }
 
 TEST_F(OcppPeerTest, RepeatAsksOverOneConnectionAndTellsTheRate) {
@@ -242,14 +250,14 @@ TEST_F(OcppPeerTest, RepeatAsksOverOneConnectionAndTellsTheRate) {
     const Result result =
         RunWithAnswer(EncodeFrame({7, 0x7603, GoodStatus()}), "--repeat 500 --window 20 status");
     EXPECT_EQ(0, result.status);
-    EXPECT_EQ(500, questions);
+    EXPECT_EQ(500, HeardCount());
     EXPECT_EQ(0u, result.output.find("500 answers in ")) << result.output;
 }
 
 void SendReport(Bytes frame) {
     char destination[] = "OCPP.Message";
     busglue_send_record record = {static_cast<int>(frame.size()), frame.data(), destination, 700};
-    dbs_send_method_async(&record, TakeReply);
+    dbs_send_method_async(&record, TakeFrame);
 }
 
 TEST_F(OcppPeerTest, WatchTellsWhatComesAndConfirmsIt) {
@@ -269,12 +277,12 @@ TEST_F(OcppPeerTest, WatchTellsWhatComesAndConfirmsIt) {
         {{1, 2, 3}, "broken, it is shorter than a frame without data: 01 02 03\n", ""},
     };
     for (const auto& row : cases) {
-        questions = 0;
-        std::thread sender([&row] {
+        const int before = HeardCount();
+        std::thread sender([&row, before] {
             // Until it is there nothing comes back.
-            Eventually([&row] {
+            Eventually([&row, before] {
                 SendReport(row.frame);
-                return Eventually([] { return questions > 0; }, std::chrono::seconds(1));
+                return Eventually([before] { return HeardCount() > before; }, std::chrono::seconds(1));
             });
         });
         const Result result = Run("watch --count 1 --timeout 20");
@@ -282,7 +290,7 @@ TEST_F(OcppPeerTest, WatchTellsWhatComesAndConfirmsIt) {
         EXPECT_EQ(0, result.status) << result.errors;
         EXPECT_EQ(0u, result.output.find(row.line)) << result.output;
         if (row.reply != nullptr) {
-            EXPECT_EQ(row.reply, ToHex(reply));
+            EXPECT_EQ(row.reply, ToHex(Heard()));
         }
     }
 }

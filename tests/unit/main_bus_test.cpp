@@ -22,6 +22,11 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
+/// The parameters of the last request, in a row.
+std::string Parameters() {
+    return std::string(supportModule) + otatool + otaPath;
+}
+
 constexpr char kHandler[] = "ravelin_deal_dbus_message";
 
 bool detach_fails = false;
@@ -71,9 +76,7 @@ class BusTest : public testing::Test {
     }
 
     static void ForgetParameters() {
-        supportModule.clear();
-        otatool.clear();
-        otaPath.clear();
+        for (char* text : {supportModule, otatool, otaPath}) text[0] = '\0';
     }
 
     /// Everything that the caller is answered.
@@ -211,7 +214,7 @@ TEST_F(BusTest, EveryCommandWithoutADriverGetsTheSame) {
     for (const unsigned cmd : {0x7600u, 0x7601u, 0x7602u, 0x7603u, 0u, 0xFFFFu}) {
         EXPECT_EQ(kNoDriver, Ask(Frame(7, cmd, {1}))) << cmd;
     }
-    EXPECT_EQ("", supportModule);
+    EXPECT_STREQ("", supportModule);
 }
 
 // ---- commands that ask for nothing
@@ -361,9 +364,9 @@ TEST_F(BusTest, UpgradeRequestOfTheExample) {
         "Type: 2, Length: 1, Value: B\n"
         "Type: 3, Length: 1, Value: C\n",
         testing::internal::GetCapturedStdout());
-    EXPECT_EQ("A", supportModule);
-    EXPECT_EQ("B", otatool);
-    EXPECT_EQ("C", otaPath);
+    EXPECT_STREQ("A", supportModule);
+    EXPECT_STREQ("B", otatool);
+    EXPECT_STREQ("C", otaPath);
     EXPECT_EQ((Lines{
                   "[RAVELIN] get ocpp msg id=7 cmd=7600 length=10\n",
                   "[OTA] TLVS size is: 3 ",
@@ -380,8 +383,8 @@ TEST_F(BusTest, UpgradeRequestOfTheExample) {
 
 TEST_F(BusTest, TypesOfTheRequestAreNotLookedAt) {
     EXPECT_EQ(kAccepted, Ask(Frame(7, 0x7600, {1, 9, 1, 'A', 9, 1, 'B', 0, 1, 'C'})));
-    EXPECT_EQ("A", supportModule);
-    EXPECT_EQ("C", otaPath);
+    EXPECT_STREQ("A", supportModule);
+    EXPECT_STREQ("C", otaPath);
 }
 
 TEST_F(BusTest, RequestWithTheMarkAloneStartsTheUpgradeWithEmptyTexts) {
@@ -395,19 +398,19 @@ TEST_F(BusTest, RequestWithTheMarkAloneStartsTheUpgradeWithEmptyTexts) {
                   "[OTA] get ocpp msg , set ota run\n",
               }),
               HandlerLog());
-    EXPECT_EQ("", supportModule + otatool + otaPath);
+    EXPECT_EQ("", Parameters());
     sleep(1);
     EXPECT_EQ(1, cell.upgrades);
 }
 
 TEST_F(BusTest, RequestWithTwoItemsIsAnErrorInTheLogAndStartsTheUpgrade) {
-    supportModule = "before";
+    copy_text(supportModule, "before");
     EXPECT_EQ(kAccepted, Ask(Frame(7, 0x7600, RequestData({"A", "B"}))));
     const Lines log = HandlerLog();
     ASSERT_EQ(6u, log.size());
     EXPECT_EQ("[OTA] TLVS size is: 2 ", log[1]);
     EXPECT_EQ("[OTA] TLVS parameter error", log[2]);
-    EXPECT_EQ("before", supportModule);
+    EXPECT_STREQ("before", supportModule);
     sleep(1);
     EXPECT_EQ(1, cell.upgrades);
 }
@@ -415,7 +418,7 @@ TEST_F(BusTest, RequestWithTwoItemsIsAnErrorInTheLogAndStartsTheUpgrade) {
 TEST_F(BusTest, RequestWithFourItemsToo) {
     EXPECT_EQ(kAccepted, Ask(Frame(7, 0x7600, RequestData({"A", "B", "C", "D"}))));
     EXPECT_EQ("[OTA] TLVS parameter error", HandlerLog()[2]);
-    EXPECT_EQ("", supportModule);
+    EXPECT_STREQ("", supportModule);
 }
 
 TEST_F(BusTest, RequestWhoseBytesLieAboutTheirLengthHasNoItemsAndStartsTheUpgrade) {
@@ -430,10 +433,16 @@ TEST_F(BusTest, RequestWhoseBytesLieAboutTheirLengthHasNoItemsAndStartsTheUpgrad
 TEST_F(BusTest, LargestRequestIsTaken) {
     Bytes data = RequestData({std::string(255, 'a'), "%s%n", ""});
     EXPECT_EQ(kAccepted, Ask(Frame(7, 0x7600, data)));
-    EXPECT_EQ(std::string(255, 'a'), supportModule);
-    EXPECT_EQ("%s%n", otatool);
+    EXPECT_EQ(std::string(255, 'a'), std::string(supportModule));
+    EXPECT_STREQ("%s%n", otatool);
     data.resize(30720, 0);
     EXPECT_EQ(kAlreadyRunning, Ask(Frame(7, 0x7600, data)));
+}
+
+TEST_F(BusTest, TextWithAZeroEndsThere) {
+    EXPECT_EQ(kAccepted, Ask(Frame(7, 0x7600, RequestData({std::string("A\0B", 3), "", "C"}))));
+    EXPECT_STREQ("A", supportModule);
+    EXPECT_EQ("[OTA] TLVS supportModule:A otatool: otaPath:C \r\n", HandlerLog()[2]);
 }
 
 TEST_F(BusTest, RequestWithAnotherMarkGetsStatus0AndStartsNothing) {
@@ -445,7 +454,7 @@ TEST_F(BusTest, RequestWithAnotherMarkGetsStatus0AndStartsNothing) {
         EXPECT_EQ("[OTA] get ocpp unknown msg\n", log[1]);
     }
     EXPECT_EQ(0, cell.m_ota_running);
-    EXPECT_EQ("", supportModule);
+    EXPECT_STREQ("", supportModule);
     sleep(100);
     EXPECT_EQ(0, cell.upgrades);
 }
@@ -462,10 +471,10 @@ TEST_F(BusTest, SecondRequestDuringAnUpgradeGetsStatus2AndLeavesItsTexts) {
                   "[OTA] get ocpp msg , ota is on going\n",
               }),
               HandlerLog());
-    EXPECT_EQ("XYZ", supportModule + otatool + otaPath);
+    EXPECT_EQ("XYZ", Parameters());
     sleep(100);
     EXPECT_EQ(1, cell.upgrades);
-    EXPECT_EQ("", supportModule + otatool + otaPath);
+    EXPECT_EQ("", Parameters());
 }
 
 TEST_F(BusTest, ThreadThatCanNotBeMadeLeavesTheFlagSetForGood) {

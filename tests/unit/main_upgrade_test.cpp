@@ -9,6 +9,7 @@
 #include "ocpp_frames.h"
 #include "plain_cell.h"
 #include "tests/support/test_world.h"
+#include "text_util.h"
 
 using namespace cc_cell;
 using namespace ocpp_frames;
@@ -17,6 +18,11 @@ using test_support::World;
 namespace {
 
 using Lines = std::vector<std::string>;
+
+/// The parameters of the last request, in a row.
+std::string Parameters() {
+    return std::string(supportModule) + otatool + otaPath;
+}
 
 /// Runs when a report has gone out, before its sender goes on.
 std::function<void()> on_sent;
@@ -83,12 +89,12 @@ class UpgradeTest : public testing::Test {
 
 TEST_F(UpgradeTest, ThreadThatFindsTheFlagClearEndsAtOnce) {
     cell.m_ota_running = 0;
-    supportModule = "kept";
+    copy_text(supportModule, "kept");
     EXPECT_EQ(nullptr, thread_function_ota(&cell));
     EXPECT_TRUE(world.log.empty());
     EXPECT_TRUE(world.sent_frames.empty());
     EXPECT_EQ(0, cell.upgrades);
-    EXPECT_EQ("kept", supportModule);
+    EXPECT_STREQ("kept", supportModule);
 }
 
 TEST_F(UpgradeTest, EveryResultHasItsLineAndItsReport) {
@@ -111,13 +117,13 @@ TEST_F(UpgradeTest, EveryResultHasItsLineAndItsReport) {
         world.sent_records.clear();
         cell.m_ota_running = 1;
         cell.result = row.result;
-        supportModule = otatool = otaPath = "text";
+        for (ParameterText* text : {&supportModule, &otatool, &otaPath}) copy_text(*text, "text");
         EXPECT_EQ(nullptr, thread_function_ota(&cell));
         EXPECT_EQ((Lines{"[OTA] run ota task\n", row.line, "[OTA] reset ota upgrade flag\n"}), ThreadLog());
         ASSERT_EQ(1u, world.sent_records.size()) << row.result;
         EXPECT_EQ(Frame(1, 0x7601, {row.status}), world.sent_records[0].frame) << row.result;
         EXPECT_EQ("OCPP.Message", world.sent_records[0].destination);
-        EXPECT_EQ("", supportModule + otatool + otaPath);
+        EXPECT_EQ("", Parameters());
         EXPECT_EQ(0, cell.m_ota_running);
     }
 }
@@ -133,12 +139,12 @@ TEST_F(UpgradeTest, RequestToReportAndTheFlagClearAgain) {
     EXPECT_EQ(1, cell.m_ota_running);
     sleep(89);
     EXPECT_TRUE(world.sent_frames.empty());
-    EXPECT_EQ("ABC", supportModule + otatool + otaPath);
+    EXPECT_EQ("ABC", Parameters());
     sleep(2);
     ASSERT_EQ(1u, world.sent_records.size());
     EXPECT_EQ(90.0, world.sent_records[0].at_seconds);
     EXPECT_EQ(0, cell.m_ota_running);
-    EXPECT_EQ("", supportModule + otatool + otaPath);
+    EXPECT_EQ("", Parameters());
 }
 
 TEST_F(UpgradeTest, ReportHasId1AndNotThatOfTheRequest) {
@@ -171,7 +177,7 @@ TEST_F(UpgradeTest, RequestBetweenTheReportAndTheEndGetsStatus2) {
     EXPECT_EQ(kAlreadyRunning, answer);
     ASSERT_EQ(1u, world.sent_frames.size());
     EXPECT_EQ(kUpgradeSucceeded, world.sent_frames[0]);
-    EXPECT_EQ("", supportModule + otatool + otaPath) << "the end empties the new texts too";
+    EXPECT_EQ("", Parameters()) << "the end empties the new texts too";
     EXPECT_EQ(0, cell.m_ota_running);
     EXPECT_EQ(1, cell.upgrades);
 }
