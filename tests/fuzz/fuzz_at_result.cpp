@@ -1,0 +1,40 @@
+// Any text of a modem, as long as one read brings, through the parsers of all thirteen drivers.
+#include <algorithm>
+#include <cstring>
+#include <memory>
+
+#include "fuzz_check.h"
+#include "main.h"
+
+using cc_cell::AtResult;
+using cc_cell::CellBase;
+
+namespace {
+
+constexpr int kNoPort = -1;
+constexpr int kLastVendor = cc_cell::kVendorFibocomLe;
+
+template <size_t N>
+bool IsTerminated(const char (&text)[N]) {
+    return memchr(text, '\0', N) != nullptr;
+}
+
+void ParseWith(int vendor, const uint8_t* bytes, size_t size) {
+    const std::unique_ptr<CellBase> cell(build_driver(vendor, kNoPort));
+    if (cell == nullptr) return;
+    // A block of its own size, so that a read or write beyond the terminator shows.
+    const auto text = std::make_unique<char[]>(size + 1);
+    memcpy(text.get(), bytes, size);
+    text[size] = '\0';
+    const AtResult result = cell->ParseAtResult(text.get());
+    FUZZ_CHECK(result.type >= 0 && result.type < cc_cell::kAtPrefixRows);
+    FUZZ_CHECK(IsTerminated(cell->m_NetworkType));
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
+    size = std::min<size_t>(size, cc_cell::kAnswerLimit);
+    for (int vendor = 0; vendor <= kLastVendor; ++vendor) ParseWith(vendor, bytes, size);
+    return 0;
+}
