@@ -4,6 +4,7 @@
 #include <sys/file.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -42,16 +43,30 @@ int LockFolder(const std::string& folder, int flags) {
     return -1;
 }
 
+// How long a folder is left alone whose lock is free: its process may be between making and locking it.
+constexpr std::chrono::seconds kYouth{60};
+
+// Whether `folder` was made long before `own`, by the clock of the file system.
+bool IsOld(const fs::path& folder, const fs::path& own) {
+    std::error_code error;
+    const fs::file_time_type made = fs::last_write_time(folder / ".lock", error);
+    if (error) return false;
+    const fs::file_time_type now = fs::last_write_time(own, error);
+    return !error && now - made > kYouth;
+}
+
 // A process that dies (a death test, a crash, a kill) leaves its folder; the next one that comes by clears it
 // away. The lock of a folder in use is held; one without a lock file is just being made.
-void RemoveAbandonedFolders(const std::string& place) {
+void RemoveAbandonedFolders(const std::string& place, const std::string& own) {
     std::error_code error;
-    for (const fs::directory_entry& entry : fs::directory_iterator(place, error)) {
-        if (!BeginsWith(entry.path().filename().string(), kFolderName)) continue;
-        const int fd = LockFolder(entry.path().string(), 0);
+    fs::directory_iterator entry(place, error);
+    for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
+        const fs::path& folder = entry->path();
+        if (!BeginsWith(folder.filename().string(), kFolderName) || !IsOld(folder, own)) continue;
+        const int fd = LockFolder(folder.string(), 0);
         if (fd < 0) continue;
         std::error_code ignored;
-        fs::remove_all(entry.path(), ignored);
+        fs::remove_all(folder, ignored);
         close(fd);
     }
 }
@@ -64,13 +79,13 @@ bool IsModemPortPath(const std::string& path) {
 
 PrivateFolder::PrivateFolder(const std::string& root) : root_(root) {
     if (!root_.empty()) return;
-    RemoveAbandonedFolders(TemporaryPlace());
     root_ = TemporaryPlace() + "/" + kFolderName + "XXXXXX";
     if (mkdtemp(root_.data()) == nullptr) {
         perror(root_.c_str());
         abort();
     }
     lock_fd_ = LockFolder(root_, O_CREAT);
+    RemoveAbandonedFolders(TemporaryPlace(), root_);
 }
 
 PrivateFolder::~PrivateFolder() {
