@@ -3,6 +3,8 @@
 # things.
 . "$REPOSITORY/tests/e2e/e2e.bash"
 
+PIPE=/run/network/ravelin_fifo
+
 # upgrade_ends STATUS_OF_REPORT WORDS...: an upgrade with a tool that does so.
 upgrade_ends() {
     local report=$1
@@ -46,6 +48,10 @@ check "a second request is refused" peer_ends 1 upgrade EG21 QFirehose other
 check "in words" told "an upgrade is already running"
 check "but its texts are taken" logged "otaPath:other"
 check "a status query is answered" peer status
+for reset in Reset4G S84Reset4G SoftReset; do
+    echo "$reset:1" >$PIPE
+    await_log 5 "[FIFO]$reset:1"
+done
 last_written=$(stat -c %y $STATUS)
 sleep 12
 check "nothing was reported so far" test ! -s $HEARD
@@ -56,6 +62,10 @@ await_log 5 "[OTA] send ocpp ota upgrade status ok"
 await_log 5 "[OTA] reset ota upgrade flag"
 check "the tool ran once" test "$(grep -c . $TOOL_FOLDER/QFirehose.ran)" -eq 1
 check "the daemon is online" is_online
+if logged "[FIFO] SoftReset run" || logged "[FIFO] DeviceReset run"; then
+    fail "a reset by the pipe wasn't held back"
+fi
+say "the resets by the pipe were held back, and are forgotten"
 
 # The last word counts; a status of the tool doesn't; a line longer than the buffer is looked at in pieces of 511 bytes.
 upgrade_ends "upgrade failed" fail
@@ -69,5 +79,7 @@ upgrade_ends "upgrade succeeded" fail long=505 succeed
 upgrade_ends "upgrade failed" long=490 succeed
 upgrade_ends "upgrade failed" long=505 say=successfully fail
 
+echo "SoftReset:1" >$PIPE
+await_log 15 "[FIFO] SoftReset run"
 kill $DAEMON
 await_end 5 143
