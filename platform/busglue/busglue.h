@@ -1,6 +1,10 @@
 // Interface of the board's message bus library, libbusglue.so, as the daemon uses it. On a board the closed library
 // takes the place of ours: the calls and record layouts below are its binary interface and must not change.
 //
+// Names: "OCPP.Message" is something that the owner "OCPP" takes. Ours spells it on D-Bus as method Message of interface
+// busglue.OCPP, at path /busglue/OCPP of the bus name busglue.OCPP, with the frame as its one argument of type ay and the
+// answer as its one result; "ravelin.reset" as signal reset of interface busglue.ravelin. docs/bus.md tells the rest.
+//
 // Threads: handlers and reply functions are called on threads of the library, several at a time at worst.
 #pragma once
 

@@ -30,6 +30,9 @@ check "without a modem every question gets the same answer" answers "$NO_DRIVER"
 check "and the tool says so" peer_ends 1 status
 check "in words" told "the daemon has no modem yet"
 check "a bad frame gets an empty answer" answers "" "FF 6A A6 00 07 00 04 76 03 7B 93"
+for size in 0 1 10 11 12 1024 30720 30731 30732 30740; do
+    check "$size bytes of noise get an empty answer" answers "" "$(head -c $size /dev/urandom | od -An -v -tx1 | tr -d '\n')"
+done
 
 start_modem --set "csq 23" || fail "the modem doesn't start"
 check "comes online" wait_for 120 is_online
