@@ -24,7 +24,7 @@ void ParseWith(int vendor, const uint8_t* bytes, size_t size) {
     if (cell == nullptr) return;
     // A block of its own size, so that a read or write beyond the terminator shows.
     const auto text = std::make_unique<char[]>(size + 1);
-    memcpy(text.get(), bytes, size);
+    std::copy_n(bytes, size, text.get());
     text[size] = '\0';
     const AtResult result = cell->ParseAtResult(text.get());
     FUZZ_CHECK(result.type >= 0 && result.type < cc_cell::kAtPrefixRows);

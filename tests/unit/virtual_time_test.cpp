@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <gtest/gtest-spi.h>
 #include <gtest/gtest.h>
+
 #include <pthread.h>
 #include <sys/select.h>
 #include <sys/stat.h>
@@ -12,6 +13,8 @@
 #include <termios.h>
 #include <time.h>
 #include <unistd.h>
+#include <chrono>
+#include <filesystem>
 
 #include <cstring>
 #include <string>
@@ -402,6 +405,15 @@ TEST(PrivateFolderDeathTest, OneThatACrashLeftIsClearedAway) {
         return count;
     };
     EXPECT_EQ(1, count_folders());
+    {
+        const virtual_time::PrivateFolder used;
+        EXPECT_EQ(2, count_folders()) << "a young folder may be in the making";
+    }
+    namespace fs = std::filesystem;
+    const fs::file_time_type long_ago = fs::file_time_type::clock::now() - std::chrono::minutes(2);
+    for (const fs::directory_entry& entry : fs::directory_iterator(place)) {
+        fs::last_write_time(entry.path() / ".lock", long_ago);
+    }
     {
         const virtual_time::PrivateFolder used;
         const virtual_time::PrivateFolder used_too;
