@@ -1,6 +1,7 @@
 // A real bus of a test's own, at the address that the library and the tools look for.
 #pragma once
 
+#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <sys/wait.h>
@@ -46,6 +47,7 @@ class PrivateBus {
     bool Start() {
         bus_ = fork();
         if (bus_ == 0) {
+            prctl(PR_SET_PDEATHSIG, SIGTERM);  // also when the test is killed
             const std::string address = "--address=" + Address();
             freopen("/dev/null", "w", stderr);
             execlp("dbus-daemon", "dbus-daemon", "--config-file=" BUS_CONFIG, address.c_str(), "--nofork",

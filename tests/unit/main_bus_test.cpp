@@ -430,6 +430,13 @@ TEST_F(BusTest, RequestWhoseBytesLieAboutTheirLengthHasNoItemsAndStartsTheUpgrad
     EXPECT_EQ(1, cell.m_ota_running);
 }
 
+TEST_F(BusTest, RequestWithOneByteBehindItsMarkHasNoItems) {
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(kAccepted, Ask(Frame(7, 0x7600, {1, 5})));
+    EXPECT_NE("", testing::internal::GetCapturedStderr());
+    EXPECT_EQ("[OTA] TLVS is empty.\n", HandlerLog()[1]);
+}
+
 TEST_F(BusTest, LargestRequestIsTaken) {
     Bytes data = RequestData({std::string(255, 'a'), "%s%n", ""});
     EXPECT_EQ(kAccepted, Ask(Frame(7, 0x7600, data)));
