@@ -7,10 +7,12 @@
 #include <syslog.h>
 #include <time.h>
 #include <unistd.h>
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <utility>
 
 namespace {
@@ -246,11 +248,12 @@ void* BusLink::ThreadEntry(void* link) {
 
 void BusLink::Run() {
     for (;;) {
-        SendQueued();
         // Messages may have come in while a reply of the bus itself was awaited: dispatch before waiting.
         while (dbus_connection_dispatch(connection_) == DBUS_DISPATCH_DATA_REMAINS) {
         }
-        WaitForTraffic(ForgetOverdueReplies());
+        ForgetOverdueReplies();
+        SendQueued();  // last: a reply that came, or never will, makes room for a record in the queue
+        WaitForTraffic(UntilNextOverdueMs());
         // Reads and writes what is possible at once; false is a bus that has gone.
         if (!dbus_connection_read_write(connection_, 0)) {
             WaitAndReconnect();
@@ -319,20 +322,23 @@ void BusLink::SendNow(const QueuedRecord& record) {
     dbus_message_unref(message);
 }
 
-/// The time until the next reply is overdue, for poll.
-int BusLink::ForgetOverdueReplies() {
-    int64_t now_ms = NowMs();
-    int64_t next_ms = kNoTimeout;
+void BusLink::ForgetOverdueReplies() {
+    const int64_t now_ms = NowMs();
     for (auto it = awaited_.begin(); it != awaited_.end();) {
-        int64_t left_ms = it->second.deadline_ms - now_ms;
-        if (left_ms <= 0) {
-            it = awaited_.erase(it);
-            continue;
-        }
-        next_ms = next_ms == kNoTimeout || left_ms < next_ms ? left_ms : next_ms;
-        ++it;
+        it = it->second.deadline_ms <= now_ms ? awaited_.erase(it) : std::next(it);
     }
-    return static_cast<int>(next_ms);
+}
+
+/// For poll: the time until the next reply is overdue.
+int BusLink::UntilNextOverdueMs() const {
+    if (awaited_.empty()) {
+        return kNoTimeout;
+    }
+    int64_t first_ms = INT64_MAX;
+    for (const auto& [serial, awaited] : awaited_) {
+        first_ms = std::min(first_ms, awaited.deadline_ms);
+    }
+    return static_cast<int>(std::max<int64_t>(0, first_ms - NowMs()));
 }
 
 DBusHandlerResult BusLink::Filter(DBusConnection*, DBusMessage* message, void* link) {

@@ -53,7 +53,8 @@ class BusLink {
     void WaitForTraffic(int timeout_ms);
     void SendQueued();
     void SendNow(const QueuedRecord& record);
-    int ForgetOverdueReplies();
+    void ForgetOverdueReplies();
+    int UntilNextOverdueMs() const;
     static DBusHandlerResult Filter(DBusConnection* connection, DBusMessage* message, void* link);
     DBusHandlerResult Dispatch(DBusMessage* message);
     DBusHandlerResult ServeMethod(DBusMessage* message);
