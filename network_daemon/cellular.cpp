@@ -14,7 +14,8 @@ constexpr int32_t kOtaNotSupported = 2;
 
 }  // namespace
 
-std::string CellBase::m_ModuleName;
+// Never destroyed: an upgrade thread may still compare it while main ends the process.
+std::string& CellBase::m_ModuleName = *new std::string;
 
 CellBase::CellBase(int cell_fd) : m_cell_fd(cell_fd) {
     // A text is empty by its first byte; only the firmware text is cleared whole.
@@ -39,6 +40,7 @@ const char* CellBase::GetICCID() {
 }
 
 int32_t CellBase::SetIMSI(const char* imsi) {
+    if (imsi == nullptr) return 0;
     copy_text(m_card_imsi, imsi);
     return 1;
 }

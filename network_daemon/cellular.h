@@ -240,7 +240,7 @@ class CellBase {
     /// read leaves all.
     virtual void GetLTEcfg();
 
-    /// Stores at most 63 characters; null counts as empty. 1; an override may refuse a text with 0.
+    /// Stores at most 63 characters. 1; for null, or a text that an override refuses, 0 with nothing stored.
     virtual int32_t SetIMSI(const char* imsi);
 
     /// Sets the modem up over AT, about 12 seconds of exchanges. 1; an override may return 0.
@@ -336,7 +336,7 @@ class CellBase {
     /// The light test of the SIM: kSimReady or kSimNotReady (which blanks the identity texts).
     int CheckIfSimCardReady();
 
-    // Setters: store what fits and log what was stored.
+    // Setters: store what fits and log what was stored, but for SetRsrpLevel, which comes too often to log.
     void SetAPN(const char* apn);  // may stand in single quotes
     void SetUsername(const char* username);
     void SetPassword(const char* password);
@@ -388,7 +388,8 @@ class CellBase {
 
     // state
     // Texts are terminated arrays; a writer never stores more than fits. Written by the main thread and read
-    // by the bus library's threads (which tolerate a half-written text), where the group says nothing else.
+    // by the bus library's threads (which tolerate a half-written text, and cut the blanks at the end of
+    // m_fw_version), where the group says nothing else.
 
     // Requests of the FIFO thread; Task consumes them.
     uint8_t m_soft_reset_req = 0;    // honoured at the top of a pass
@@ -453,7 +454,7 @@ class CellBase {
     char m_RSRP_LEVEL[10];  // what "SignalLevel=" shows
 
     /// Model that CheckDevType found. Written once, before any object or second user of it exists.
-    static std::string m_ModuleName;
+    static std::string& m_ModuleName;
 };
 
 /// Runs a probe, a pipeline that prints how many replies to its 3 echo requests came in time. The number of
@@ -464,7 +465,7 @@ int pingCheck(const char* command);
 int switchPingProc();
 
 /// Finds out which modem sits behind the open port `fd`, before any driver exists: wakes it, asks maker and
-/// model, sets CellBase::m_ModuleName and returns a VendorType. Takes 3 seconds at best, about 40 on a silent
+/// model, sets CellBase::m_ModuleName and returns a VendorType. Takes 2 to 3 seconds at best, about 40 on a silent
 /// port.
 int CheckDevType(int fd);
 

@@ -10,6 +10,7 @@
 #include "MkUtils.h"
 #include "cellular.h"
 #include "cellular_carrier.h"
+#include "shell.h"
 #include "text_util.h"
 #include "trace_log.h"
 
@@ -43,12 +44,6 @@ const char* ApnOfCarrier(int32_t carrier_code) {
     static constexpr int32_t kLastCode = 3;
     if (carrier_code > kLastCode) return nullptr;
     return kApns[carrier_code > 0 ? carrier_code : 0];
-}
-
-/// The scripts' exit status says nothing about the link: the next check of the connection does.
-void RunScript(const char* command) {
-    const int status = system(command);
-    (void)status;
 }
 
 bool IsRegistrationDenied(const CellBase& cell) {
@@ -187,7 +182,7 @@ int32_t CellBase::Initialize() {
 void CellBase::SoftReset() {
     TRACE(5, "Soft reset!\n");
     TRACE(5, "kill udhcpc lte!!!\n");
-    RunScript(kCommandDhcpKill);
+    run_shell(kCommandDhcpKill);
     Initialize();
     CheckSimCard();
     m_online = 0;

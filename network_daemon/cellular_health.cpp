@@ -22,8 +22,7 @@ struct Probe {
     const char* line_end;  // of its log line
 };
 
-// A host on the web that answers ping in every country where our SIMs are, unlike the addresses above it. It
-// is also the only probe that needs the name service.
+// A public host with a name: the only probe that needs the name service, too.
 #define WEB_HOST "www.bing.com"
 
 // Three requests within 2 seconds; replies under a second count.

@@ -143,11 +143,11 @@ TEST(Cellular, SetImsiStoresAtMost63Characters) {
     EXPECT_EQ(std::string(cell.GetIMSI()), std::string(63, '4'));
 }
 
-TEST(Cellular, SetImsiTakesNullForEmpty) {
+TEST(Cellular, SetImsiRefusesNull) {
     PlainCell cell(kNoPort);
-    cell.SetIMSI("460001234567890");
-    EXPECT_EQ(cell.SetIMSI(nullptr), 1);
-    EXPECT_STREQ(cell.GetIMSI(), "");
+    EXPECT_EQ(cell.SetIMSI("460001234567890"), 1);
+    EXPECT_EQ(cell.SetIMSI(nullptr), 0);
+    EXPECT_STREQ(cell.GetIMSI(), "460001234567890");
 }
 
 TEST(Cellular, ImsiAndIccidAreTheMembers) {
