@@ -44,6 +44,7 @@ CallResult WhyNot(const char* error_name) {
         return CallResult::kNobodyThere;
     if (name == DBUS_ERROR_NO_REPLY || name == DBUS_ERROR_TIMEOUT || name == DBUS_ERROR_DISCONNECTED)
         return CallResult::kNoAnswer;
+    if (name == DBUS_ERROR_ACCESS_DENIED) return CallResult::kNotAllowed;
     return CallResult::kNotAFrame;
 }
 
@@ -127,15 +128,15 @@ bool BusClient::BeService() {
     return Failed(&error, std::string("can't be ") + kServiceName);
 }
 
-bool BusClient::Serve(const std::function<bool(const Bytes& frame, Bytes* answer)>& answer_frame,
-                      int timeout_ms) {
+ServeResult BusClient::Serve(const std::function<bool(const Bytes& frame, Bytes* answer)>& answer_frame,
+                             int timeout_ms) {
     using Clock = std::chrono::steady_clock;
     const Clock::time_point deadline = Clock::now() + std::chrono::milliseconds(timeout_ms);
     bool wants_more = true;
     while (wants_more && (timeout_ms < 0 || Clock::now() < deadline)) {
         if (!dbus_connection_read_write(connection_, kPollMs)) {
             error_ = "the bus has gone";
-            return false;
+            return ServeResult::kBusGone;
         }
         while (DBusMessage* message = dbus_connection_pop_message(connection_)) {
             Bytes frame, answer;
@@ -150,8 +151,9 @@ bool BusClient::Serve(const std::function<bool(const Bytes& frame, Bytes* answer
         }
     }
     dbus_connection_flush(connection_);
-    if (wants_more) error_ = "the time is over";
-    return !wants_more;
+    if (!wants_more) return ServeResult::kWantsNoMore;
+    error_ = "the time is over";
+    return ServeResult::kTimeOver;
 }
 
 }  // namespace bus_peer

@@ -10,7 +10,9 @@
 
 namespace bus_peer {
 
-enum class CallResult { kAnswered, kNobodyThere, kNoAnswer, kNotAFrame };
+enum class CallResult { kAnswered, kNobodyThere, kNotAllowed, kNoAnswer, kNotAFrame };
+
+enum class ServeResult { kWantsNoMore, kTimeOver, kBusGone };
 
 class BusClient {
   public:
@@ -37,8 +39,9 @@ class BusClient {
     bool BeService();
 
     /// Answers calls until `answer_frame` wants no more (it returns false) or `timeout_ms` has passed without
-    /// that (negative: never). True: it wants no more.
-    bool Serve(const std::function<bool(const Bytes& frame, Bytes* answer)>& answer_frame, int timeout_ms);
+    /// that (negative: never).
+    ServeResult Serve(const std::function<bool(const Bytes& frame, Bytes* answer)>& answer_frame,
+                      int timeout_ms);
 
     const std::string& error() const { return error_; }
 

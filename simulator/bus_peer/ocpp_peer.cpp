@@ -44,6 +44,8 @@ Exit ComplainOf(CallResult result, const std::string& error) {
     switch (result) {
         case CallResult::kNobodyThere:
             return Complain(kNotThere, "the daemon isn't there: " + error);
+        case CallResult::kNotAllowed:
+            return Complain(kNotThere, "the bus doesn't let us: " + error);
         case CallResult::kNoAnswer:
             return Complain(kNoAnswer, "no answer: " + error);
         default:
@@ -157,8 +159,14 @@ Exit Watch(BusClient& bus, const Options& options) {
         fflush(stdout);
         return ++seen != options.count;
     };
-    if (bus.Serve(answer_frame, options.has_timeout ? options.timeout_ms : -1)) return kDone;
-    return Complain(kNoAnswer, bus.error());
+    switch (bus.Serve(answer_frame, options.has_timeout ? options.timeout_ms : -1)) {
+        case ServeResult::kWantsNoMore:
+            return kDone;
+        case ServeResult::kBusGone:
+            return Complain(kNotThere, bus.error());
+        default:
+            return Complain(kNoAnswer, bus.error());
+    }
 }
 
 }  // namespace

@@ -28,7 +28,7 @@ Talks to ravelin-mobile over the message bus in the place of the OCPP service.
   --help              this text
 
 The exit status is 0 when it went well, 1 when the daemon refused what was asked, 2 for a wrong command line, 3 when there
-is no bus or no daemon, 4 when no answer came in time, 5 when the answer is broken.
+is no bus (or it lets nobody speak to the daemon) or no daemon, 4 when no answer came in time, 5 when the answer is broken.
 )";
 
 namespace {

@@ -33,8 +33,7 @@ using std::chrono::seconds;
 constexpr int kLargestFrame = 30731;
 constexpr int kFourth = 700;  // what the daemon passes
 
-// ---- what arrives, by handler and reply functions that carry no context of ours
-// -------------------------------
+// what arrives, by handler and reply functions that carry no context of ours
 
 struct Inbox {
     void Add(int length, const unsigned char* bytes) {
@@ -142,8 +141,7 @@ Bytes Pattern(int length, int seed = 0) {
     return bytes;
 }
 
-// ---- the bus and its peers
-// ------------------------------------------------------------------------------------
+// the bus and its peers
 
 class BusglueTest : public testing::Test {
   protected:
@@ -188,6 +186,18 @@ class BusglueTest : public testing::Test {
         }
         pclose(pipe);
         return output;
+    }
+
+    /// Hands a peer that serves StopThenAnswer its first frame. True: it has stopped.
+    bool SendOneThatStops(pid_t peer) {
+        const bool is_there = Eventually([&] {
+            return DbusSend(
+                       "--print-reply --dest=org.freedesktop.DBus / org.freedesktop.DBus.NameHasOwner "
+                       "string:busglue.OCPP")
+                       .find("true") != std::string::npos;
+        });
+        return is_there && Send("OCPP.Message", {0}, TakeReply) >= 0 &&
+               Eventually([&] { return waitpid(peer, nullptr, WUNTRACED | WNOHANG) == peer; });
     }
 
     std::string CallByDbusSend(const std::string& argument) {
@@ -358,6 +368,44 @@ TEST_F(BusglueTest, NoReplyComesFromAPeerThatIsAbsentOrVanishes) {
     EXPECT_GE(Send("OCPP.Message", {1}, nullptr), 0);  // a sender may not care
     EXPECT_FALSE(replies.WaitFor(1, seconds(1)));
     EXPECT_NE(CallByDbusSend("array:byte:1,2").find("02 01"), std::string::npos);
+}
+
+/// Answers nothing for as long as it is stopped.
+int StopThenAnswer(int length, unsigned char* bytes, void* context, busglue_reply reply) {
+    static bool has_stopped = false;
+    if (!has_stopped) raise(SIGSTOP);
+    has_stopped = true;
+    return AnswerReversed(length, bytes, context, reply);
+}
+
+TEST_F(BusglueTest, RecordsQueueUpToALimitBehindASilentPeer) {
+    const pid_t peer = StartPeer([] { return JoinAsPeer(StopThenAnswer) < 0 ? 1 : pause(); });
+    ASSERT_GE(JoinAsDaemon(AnswerReversed), 0);
+    ASSERT_TRUE(SendOneThatStops(peer));
+    // Of 64 on their way one is sent already, and 256 wait.
+    size_t taken = 0;
+    while (taken < 1000 && Send("OCPP.Message", {1}, TakeReply) >= 0) {
+        taken++;
+        std::this_thread::sleep_for(milliseconds(1));
+    }
+    EXPECT_EQ(taken, 63 + 256U);
+    kill(peer, SIGCONT);
+    EXPECT_TRUE(replies.WaitFor(taken + 1)) << replies.Count();
+}
+
+TEST_F(BusglueTest, RepliesThatNeverComeMakeRoomAfterTheirTime) {
+    const pid_t peer = StartPeer([] { return JoinAsPeer(StopThenAnswer) < 0 ? 1 : pause(); });
+    ASSERT_GE(JoinAsDaemon(AnswerReversed), 0);
+    ASSERT_TRUE(SendOneThatStops(peer));
+    constexpr size_t kBeyond = 10;
+    for (size_t i = 0; i < 63 + kBeyond; i++) {
+        EXPECT_GE(Send("OCPP.Message", {1}, TakeReply), 0);
+    }
+    std::this_thread::sleep_for(seconds(27));  // the first 64 are given up at 25
+    EXPECT_EQ(replies.Count(), 0U);
+    kill(peer, SIGCONT);
+    EXPECT_TRUE(replies.WaitFor(kBeyond));
+    EXPECT_FALSE(replies.WaitFor(kBeyond + 1, seconds(1)));  // their replies are thrown away
 }
 
 TEST_F(BusglueTest, CallersThatVanishBeforeTheirAnswerAreHarmless) {
