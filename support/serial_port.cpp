@@ -16,6 +16,9 @@ static_assert(kDescriptorBound <= FD_SETSIZE);
 
 constexpr cc_t kReadTimeoutTenths = 150;  // a bare read on a silent line gives up after 15 seconds
 
+// A port that has gone is always readable and brings nothing; waits that are set afresh would never run out.
+constexpr int kDeadPortReads = 100;
+
 constexpr int kSpeedsBaud[] = {230400, 115200, 57600, 38400, 19200, 9600, 4800, 2400, 1200, 300};
 
 /// Sets the speed if it is one of the table. The baud number itself goes to the setters, not a speed
@@ -184,14 +187,13 @@ int ReadSerialTimed2(int fd, char* buffer, int wanted, int first_timeout_ms, int
     timeval left = to_timeval(first_timeout_ms);
     if (!wait_readable(fd, &left)) return 0;
     int total = 0;
+    int empty_reads = 0;  // in a row
     do {
         const int before = total;
         total = read_behind(fd, buffer, wanted, total);
-        // A port that has gone is always readable and brings nothing, and the next time-out would never run
-        // out.
-        if (total <= before) break;
         if (total >= wanted) break;
+        empty_reads = total > before ? 0 : empty_reads + 1;
         left = to_timeval(next_timeout_ms);
-    } while (wait_readable(fd, &left) && is_left(left));
+    } while (empty_reads < kDeadPortReads && wait_readable(fd, &left) && is_left(left));
     return total;
 }

@@ -577,13 +577,18 @@ TEST_F(ScriptedRead, SecondFormEndsWhenAWaitLeavesNoTime) {
     EXPECT_EQ(ReadSerialTimed2(port_, buffer_, 256, 100, 1), 1);
 }
 
-TEST_F(ScriptedRead, SecondFormCountsAnErrorAndEnds) {
-    calls.reads = {Brings("ab"), Fails(), Brings("cd")};
-    EXPECT_EQ(ReadSerialTimed2(port_, buffer_, 256, 100, 50), 1);
-    calls.reads = {Fails()};
-    EXPECT_EQ(ReadSerialTimed2(port_, buffer_, 256, 100, 50), -1);
-    calls.reads = {Brings("")};
-    EXPECT_EQ(ReadSerialTimed2(port_, buffer_, 256, 100, 50), 0);
+TEST_F(ScriptedRead, SecondFormCountsAnErrorAndGoesOn) {
+    calls.reads = {Brings("ab"), Fails(), Brings(""), Brings("cd")};
+    EXPECT_EQ(ReadSerialTimed2(port_, buffer_, 3, 100, 50), 3);
+    EXPECT_EQ(Stored(3), "acd");
+}
+
+TEST_F(ScriptedRead, SecondFormGivesADeadPortUp) {
+    EXPECT_EQ(ReadSerialTimed2(port_, buffer_, 256, 100, 50), -100);
+    EXPECT_EQ(std::string(memory_, sizeof(memory_)), std::string(sizeof(memory_), kUntouched));
+    calls.reads.assign(99, Brings(""));
+    calls.reads.push_back(Brings("ab"));
+    EXPECT_EQ(ReadSerialTimed2(port_, buffer_, 2, 100, 50), 2);
 }
 
 }  // namespace
