@@ -98,17 +98,6 @@ AtResult TakeFields(CellBase& cell, const AtMatch& match) {
     return result;
 }
 
-bool SplitIntoSlots(char* text, const char* delimiters, char* slots, size_t count, size_t size) {
-    memset(slots, 0, count * size);
-    char* rest = text;
-    for (size_t i = 0; i < count; ++i) {
-        const char* field = next_field(&rest, delimiters);
-        if (field == nullptr) return false;
-        copy_text(slots + i * size, size, field);
-    }
-    return true;
-}
-
 AtResult Ask(CellBase& cell, const char* command) {
     return cell.ParseAtResult(cell.AtRequest(command));
 }

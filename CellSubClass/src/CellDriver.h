@@ -8,9 +8,11 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string_view>
 
 #include "cellular.h"
+#include "text_util.h"
 #include "trace_log.h"
 
 namespace cc_cell {
@@ -80,14 +82,25 @@ AtResult TakeFields(CellBase& cell, const AtMatch& match);
 
 // lists in one text
 
-/// Splits `text` (cut in place) into `count` slots of `size` bytes, each terminated; a field that is longer
+/// Splits `text` (cut in place) into the first `count` of `slots`, each terminated; a field that is longer
 /// than its slot is cut. False when the text ends before the last slot is filled; the slots behind are empty
 /// then.
-bool SplitIntoSlots(char* text, const char* delimiters, char* slots, size_t count, size_t size);
+template <size_t Size>
+bool SplitIntoSlots(char* text, const char* delimiters, char (*slots)[Size], size_t count) {
+    for (size_t i = 0; i < count; ++i) memset(slots[i], 0, Size);
+    char* rest = text;
+    for (size_t i = 0; i < count; ++i) {
+        const char* field = next_field(&rest, delimiters);
+        if (field == nullptr) return false;
+        copy_text(slots[i], field);
+    }
+    return true;
+}
 
+/// The same with all of the slots.
 template <size_t Count, size_t Size>
 bool SplitIntoSlots(char* text, const char* delimiters, char (&slots)[Count][Size]) {
-    return SplitIntoSlots(text, delimiters, slots[0], Count, Size);
+    return SplitIntoSlots(text, delimiters, slots, Count);
 }
 
 /// Printable form of a text that may be missing, such as the rest behind the last field.

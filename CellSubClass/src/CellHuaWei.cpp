@@ -24,8 +24,9 @@ constexpr char kFirmware[] = "ME909";
 
 /// First field of ^HCSQ: up to 128 characters, which leaves no room for a terminator then. Its reader
 /// takes 63.
-void TakeHcsq(char* text, AtResult& result) {
-    const char* field = next_field(&text, ",");
+void TakeHcsq(const AtMatch& match, AtResult& result) {
+    char* rest = match.text;
+    const char* field = next_field(&rest, match.row->field_ends);
     memcpy(result.common_str, field, strnlen(field, sizeof result.common_str));
 }
 
@@ -79,7 +80,7 @@ AtResult CellHuaWei909s::ParseAtResult(char* text) {
     LogMatch(TRACE_HERE, 5, match);
     result = TakeFields(*this, match);
     if (result.type == kHintNdisstatqry) TRACE(5, "Connect Status:%d\n", result.val);
-    if (result.type == kHintHcsq) TakeHcsq(match.text, result);
+    if (result.type == kHintHcsq) TakeHcsq(match, result);
     return result;
 }
 

@@ -31,9 +31,10 @@ bool IsCallUp(const AtResult& result) {
 }
 
 /// "+CPSI: LTE,Online,460-00,...": the network type into the object, and 1 into the record for "Online".
-void TakeCpsi(char* text, CellBase& cell, AtResult& result) {
-    copy_text(cell.m_NetworkType, next_field(&text, ",\r\n"));
-    const char* state = next_field(&text, ",\r\n");
+void TakeCpsi(const AtMatch& match, CellBase& cell, AtResult& result) {
+    char* rest = match.text;
+    copy_text(cell.m_NetworkType, next_field(&rest, match.row->field_ends));
+    const char* state = next_field(&rest, match.row->field_ends);
     result.val = state != nullptr && strcasecmp(state, "Online") == 0;
 }
 
@@ -100,7 +101,7 @@ AtResult CellSimCom::ParseAtResult(char* text) {
             TRACE(5, "Online check :%d\n", result.val);
             break;
         case kHintSimcomCpsi:
-            TakeCpsi(match.text, *this, result);
+            TakeCpsi(match, *this, result);
             TRACE(5, "Network type:%s\n", m_NetworkType);
             break;
         case kHintSimcomIccid:

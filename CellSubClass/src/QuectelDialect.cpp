@@ -98,7 +98,7 @@ void StoreNeighbourCell(const TracePlace& place, CellBase& cell, AtResult& resul
     assert(slot_count <= kMostNeighbourSlots && rsrp_slot < slot_count);
     if (result.type != kHintQeng) return;
     char slots[kMostNeighbourSlots][kNeighbourSlotSize];
-    if (!SplitIntoSlots(result.common_str, kSlotEnds, slots[0], slot_count, kNeighbourSlotSize)) {
+    if (!SplitIntoSlots(result.common_str, kSlotEnds, slots, slot_count)) {
         TRACE_AT(place, 7, "neighbour info,pRes do not have valid data\n");
     }
     TRACE_AT(place, 7, "neighbour info, pcid:%s !\n", slots[kNeighbourPcid]);
