@@ -1,4 +1,4 @@
-// Any text of a modem, as long as one read brings, through the parsers of all thirteen drivers.
+// Any text of a modem, as long as one read brings, through the parsers of all drivers.
 #include <algorithm>
 #include <cstring>
 #include <memory>
@@ -12,7 +12,7 @@ using cc_cell::CellBase;
 namespace {
 
 constexpr int kNoPort = -1;
-constexpr int kLastVendor = cc_cell::kVendorFibocomLe;
+constexpr int kMostVendor = 31;  // above every code that is given out
 
 template <size_t N>
 bool IsTerminated(const char (&text)[N]) {
@@ -28,6 +28,9 @@ void ParseWith(int vendor, const uint8_t* bytes, size_t size) {
     text[size] = '\0';
     const AtResult result = cell->ParseAtResult(text.get());
     FUZZ_CHECK(result.type >= 0 && result.type < cc_cell::kAtPrefixRows);
+    // The one report whose text may fill the record to its last byte, without a terminator. Others are not
+    // dealt with: they may lead to questions, and there is no port.
+    if (vendor == cc_cell::kVendorHuaWei && result.type == cc_cell::kHintHcsq) cell->DealHint(result);
     FUZZ_CHECK(IsTerminated(cell->m_NetworkType));
 }
 
@@ -35,6 +38,6 @@ void ParseWith(int vendor, const uint8_t* bytes, size_t size) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
     size = std::min<size_t>(size, cc_cell::kAnswerLimit);
-    for (int vendor = 0; vendor <= kLastVendor; ++vendor) ParseWith(vendor, bytes, size);
+    for (int vendor = 1; vendor <= kMostVendor; ++vendor) ParseWith(vendor, bytes, size);
     return 0;
 }
