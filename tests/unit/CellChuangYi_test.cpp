@@ -1,7 +1,7 @@
 // Module CellChuangYi: the dialect of ChuangYi modules on Innofidei chipsets.
 #include "CellSubClass/src/CellChuangYi.h"
 
-#include "cell_fixture.h"
+#include "driver_fixture.h"
 #include "text_util.h"
 
 using namespace cc_cell;
@@ -15,7 +15,7 @@ constexpr char kAskService[] = "AT+SYSINFO";
 class ChuangYiTest : public DriverTest<CellChuangYi> {
   protected:
     Texts TakeLog() {
-        Texts lines = LogOfFile(kFile);
+        Texts lines = LinesOfFile(kFile);
         world.log.clear();
         return lines;
     }
@@ -291,6 +291,14 @@ TEST_F(ChuangYiTest, RowsAreFoundInTheirOrder) {
     EXPECT_EQ(0, cell.ParseAtResult(nullptr).type);
 }
 
+TEST_F(ChuangYiTest, RowsEndWithThe256thByte) {
+    ExpectCutAt256Bytes({
+        {"ReSeRvEd:", "x", 0},
+        {"+RRCSTATE:", " 1,7", kHintRrcstate},
+        {"+SYSINFO:", " 2,3,0,5,1,8,9", kHintSysinfo},
+    });
+}
+
 // ---- unsolicited texts
 
 TEST_F(ChuangYiTest, Hint16IsTheOnlineStateThoughNoRowGivesIt) {
@@ -334,7 +342,7 @@ TEST_F(ChuangYiTest, EachLineNamesThisDriverItsOperationAndLevel) {
                             "5 ParseAtResult: 22  2,3,0,5,1,0,9" + end, SysInfoLine({2, 3, 0, 5, 1, 9}),
                             "5 ParseAtResult: 21  1,7" + end, StateLine({1, 7})};
     EXPECT_EQ(expected, TakeLog());
-    EXPECT_EQ(Texts{}, LogOfHelpers());
+    EXPECT_EQ(Texts{}, LinesOfHelpers());
 }
 
 }  // namespace

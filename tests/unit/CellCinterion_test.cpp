@@ -1,7 +1,7 @@
 // Module CellCinterion: the dialect of Cinterion modules.
 #include "CellSubClass/src/CellCinterion.h"
 
-#include "cell_fixture.h"
+#include "driver_fixture.h"
 #include "text_util.h"
 
 using namespace cc_cell;
@@ -17,7 +17,7 @@ constexpr char kLteCell[] = "^SMONI: LTE,1650,3,10,10,FDD,460,00";
 class CinterionTest : public DriverTest<CellCinterion> {
   protected:
     Texts TakeLog() {
-        Texts lines = LogOfFile(kFile);
+        Texts lines = LinesOfFile(kFile);
         world.log.clear();
         return lines;
     }
@@ -263,35 +263,8 @@ TEST_F(CinterionTest, SimThatIsNotReadyIsAnErrorAndAsksNoIccid) {
 
 // ---- registration
 
-struct ServiceCase {
-    std::string eps;
-    std::string packet;
-    int32_t expected;
-    int32_t cereg;
-    int32_t cgreg;
-    Texts asked;
-};
-
 TEST_F(CinterionTest, ServiceIsEpsRegistrationOrElsePacketRegistration) {
-    const ServiceCase cases[] = {
-        {Answer("+CEREG: 0,1"), kError, 1, 1, 9, {"AT+CEREG?"}},
-        {Answer("+CEREG: 0,5"), kError, 1, 5, 9, {"AT+CEREG?"}},
-        {Answer("+CEREG: 0,2"), Answer("+CGREG: 0,1"), 1, 2, 1, {"AT+CEREG?", "AT+CGREG?"}},
-        {Answer("+CEREG: 0,2"), Answer("+CGREG: 0,5"), 1, 2, 5, {"AT+CEREG?", "AT+CGREG?"}},
-        {Answer("+CEREG: 0,0"), Answer("+CGREG: 0,3"), 0, 0, 3, {"AT+CEREG?", "AT+CGREG?"}},
-        {Answer("+CEREG: 0,2"), kError, 0, 2, 9, {"AT+CEREG?", "AT+CGREG?"}},
-        {"", Answer("+CGREG: 0,1"), 1, 9, 1, {"AT+CEREG?", "AT+CGREG?"}},
-    };
-    for (const ServiceCase& test : cases) {
-        cell.m_CEREG = cell.m_CGREG = 9;
-        modem.exchanges.clear();
-        modem.On("AT+CEREG?", test.eps);
-        modem.On("AT+CGREG?", test.packet);
-        EXPECT_EQ(test.expected, cell.CheckServiceStatus()) << test.eps << test.packet;
-        EXPECT_EQ(test.cereg, cell.m_CEREG) << test.eps;
-        EXPECT_EQ(test.cgreg, cell.m_CGREG) << test.packet;
-        EXPECT_EQ(test.asked, modem.Sent());
-    }
+    ExpectTwoStepRegistration();
 }
 
 // ---- parser
@@ -364,6 +337,16 @@ TEST_F(CinterionTest, LongIccidIsCutAt127Characters) {
     EXPECT_EQ(std::string(127, '8'), Parse("+CCID: " + std::string(200, '8')).common_str);
 }
 
+TEST_F(CinterionTest, RowsEndWithThe256thByte) {
+    ExpectCutAt256Bytes({
+        {"ReSeRvEd:", "x", 0},
+        {"^SWWAN?", " 1", 0},
+        {"+CCID: ", "8986", kHintCinterionCcid},
+        {"^SCTM:", " 1,2,38", kHintSctm},
+        {"^SMONI: ", "LTE,1", kHintSmoni},
+    });
+}
+
 // ---- unsolicited texts
 
 TEST_F(CinterionTest, Hint30IsSettledAndOthersGoToTheEngine) {
@@ -407,7 +390,7 @@ TEST_F(CinterionTest, EachLineNamesThisDriverItsOperationAndLevel) {
                             "7 CheckTempStatus: m_Tempture[38] temp.val[38]\n",
                             "1 CheckSimCard: CheckSimCard ERROR = -2!!!\n"};
     EXPECT_EQ(expected, TakeLog());
-    EXPECT_EQ(Texts{}, LogOfHelpers());
+    EXPECT_EQ(Texts{}, LinesOfHelpers());
 }
 
 }  // namespace

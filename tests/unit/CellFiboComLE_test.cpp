@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "dialect_fixture.h"
+#include "driver_fixture.h"
 #include "text_util.h"
 
 using namespace cc_cell;
@@ -17,10 +17,10 @@ constexpr char kDialAnswer[] = "AT+GTRNDIS=1,1 return ";
 constexpr char kCells[] = "\r\n+GTCCINFO:\r\n1,4,460,00,5A1C,B3F2A10,1650\r\n\r\nOK\r\n";
 constexpr char kCellLine[] = "1,4,460,00,5A1C,B3F2A10,1650";
 
-class FiboComLeTest : public DialectTest<CellFiboLE370> {
+class FiboComLeTest : public DriverTest<CellFiboLE370> {
   protected:
     void SetUp() override {
-        DialectTest::SetUp();
+        DriverTest::SetUp();
         cell.SetVendorType(kVendorFibocomLe);
         world.log.clear();
     }
@@ -57,7 +57,7 @@ TEST_F(FiboComLeTest, InitializeSendsItsOwnSetUpInOrder) {
     EXPECT_STREQ("LE370", cell.m_fw_version);
     EXPECT_STREQ("", cell.m_meid);
     const Texts log = {"AT+gtusbmode? " + Answer("+GTUSBMODE: 32") + "!!! \n", "m_ModuleName = LE370 \n"};
-    EXPECT_EQ(log, LogOfFile(kDriver));
+    EXPECT_EQ(log, TextsOfFile(kDriver));
 }
 
 TEST_F(FiboComLeTest, InitializeWaitsBetweenItsSteps) {
@@ -184,7 +184,7 @@ TEST_F(FiboComLeTest, NetworkTypeIsLteWithoutQuotesForA4) {
     EXPECT_STREQ("LTE", cell.m_NetworkType);
     const Texts log = {"GTCCINFO 11111 p:1,pRes:4,460,00,5A1C,B3F2A10,1650\n",
                        "GTCCINFO 22222 p:4,pRes:460,00,5A1C,B3F2A10,1650\n", "Network type:LTE\n"};
-    Texts own = LogOfFile(kDriver);
+    Texts own = TextsOfFile(kDriver);
     ASSERT_EQ(5u, own.size());
     EXPECT_EQ(log, Texts(own.begin() + 2, own.end()));
 }
@@ -230,6 +230,9 @@ TEST_F(FiboComLeTest, EchoHidesTheNetworkType) {
 // ---- signal
 
 TEST_F(FiboComLeTest, SignalIsOnlyLogged) {
+    char* const fields[] = {cell.m_RSSI, cell.m_RSRP, cell.m_RSRQ,       cell.m_SINR,
+                            cell.m_band, cell.m_pcid, cell.m_RSRP_LEVEL, cell.m_NetworkType};
+    for (char* field : fields) copy_text(field, sizeof cell.m_RSRP_LEVEL, "before");
     const Texts log = LogOfSignal(Answer("+CESQ: 99,99,255,255,20,48"));
     const Texts expected = {"CESQ info num[0]: p=99, pRes=99,255,255,20,48 !!!!!!\n",
                             "CESQ info num[1]: p=99, pRes=255,255,20,48 !!!!!!\n",
@@ -241,10 +244,7 @@ TEST_F(FiboComLeTest, SignalIsOnlyLogged) {
                             "CESQ info,caculate real rsrp_level:-93 !!!!!!\n"};
     EXPECT_EQ(expected, log);
     EXPECT_EQ(Texts{"AT+CESQ\r\n"}, modem.Sent());
-    for (const char* text : {cell.m_RSSI, cell.m_RSRP, cell.m_RSRQ, cell.m_SINR, cell.m_band, cell.m_pcid,
-                             cell.m_RSRP_LEVEL, cell.m_NetworkType}) {
-        EXPECT_STREQ("", text);
-    }
+    for (const char* field : fields) EXPECT_STREQ("before", field);
 }
 
 TEST_F(FiboComLeTest, ShortSignalGoesOnWithAnEmptyRsrp) {
@@ -369,12 +369,22 @@ TEST_F(FiboComLeTest, CesqRow) {
 
 TEST_F(FiboComLeTest, MgauthIsNoRowHere) {
     EXPECT_EQ(0, Parse("+MGAUTH: 1,3\r\n").type);
-    EXPECT_TRUE(LogOfFile(kDriver).empty());
+    EXPECT_TRUE(TextsOfFile(kDriver).empty());
+}
+
+TEST_F(FiboComLeTest, RowsEndWithThe256thByte) {
+    ExpectCutAt256Bytes({
+        {"ReSeRvEd:", "x", 0},
+        {"+CCID: ", "8986", kHintFibocomLeCcid},
+        {"+GTRNDIS: ", "12,1", kHintFibocomLeGtrndis},
+        {"\r\n+GTCCINFO:", "\r\n1,4,460", kHintGtccinfo},
+        {"+CESQ: ", "99,99,255,255,20,48", kHintCesq},
+    });
 }
 
 TEST_F(FiboComLeTest, RowOfTheBaseWins) {
     EXPECT_EQ(kHintCsq, Parse("+CCID: 8986\r\n+CSQ: 5,99\r\n").type);
-    EXPECT_TRUE(LogOfFile(kDriver).empty());
+    EXPECT_TRUE(TextsOfFile(kDriver).empty());
 }
 
 TEST_F(FiboComLeTest, MissingTextIsUnknown) {

@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "dialect_fixture.h"
+#include "driver_fixture.h"
 #include "text_util.h"
 
 using namespace cc_cell;
@@ -16,10 +16,10 @@ constexpr char kDriver[] = "CellSubClass/src/CellFiboCom.cpp";
 constexpr char kEmptyAuthentication[] = "AT+MGAUTH=1,3,\"\",\"\"";
 constexpr char kDialAnswer[] = "AT+GTRNDIS=1,1 return ";
 
-class FiboComTest : public DialectTest<CellFiboCOM> {
+class FiboComTest : public DriverTest<CellFiboCOM> {
   protected:
     void SetUp() override {
-        DialectTest::SetUp();
+        DriverTest::SetUp();
         cell.SetVendorType(kVendorFibocom);
         world.log.clear();
     }
@@ -333,9 +333,18 @@ TEST_F(FiboComTest, GtrndisRow) {
     EXPECT_TRUE(world.Logged(7, "GTRNDIS: connect_type=0\n"));
 }
 
+TEST_F(FiboComTest, RowsEndWithThe256thByte) {
+    ExpectCutAt256Bytes({
+        {"ReSeRvEd:", "x", 0},
+        {"+CCID: ", "8986", kHintFibocomCcid},
+        {"+MGAUTH: ", "1,3", 0},
+        {"+GTRNDIS: ", "12,1", kHintFibocomGtrndis},
+    });
+}
+
 TEST_F(FiboComTest, RowOfTheBaseWins) {
     EXPECT_EQ(kHintCsq, Parse("+CCID: 8986\r\n+CSQ: 5,99\r\n").type);
-    EXPECT_TRUE(LogOfFile(kDriver).empty());
+    EXPECT_TRUE(TextsOfFile(kDriver).empty());
 }
 
 TEST_F(FiboComTest, MissingTextIsUnknown) {

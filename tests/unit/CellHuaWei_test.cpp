@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "cell_fixture.h"
+#include "driver_fixture.h"
 #include "text_util.h"
 
 using namespace cc_cell;
@@ -46,7 +46,7 @@ TEST_F(HuaWeiTest, InitializeLetsTheLampFollowTheModule) {
     EXPECT_EQ(Joined(BaseSetUp(), {"AT^LEDCTRL=1"}), modem.Sent());
     EXPECT_STREQ("Huawei", cell.m_vendor_name);
     EXPECT_STREQ("ME909", cell.m_fw_version);
-    EXPECT_EQ(Texts{"5 Initialize: m_ModuleName = Some \n"}, LogOfFile(kFile));
+    EXPECT_EQ(Texts{"5 Initialize: m_ModuleName = Some \n"}, LinesOfFile(kFile));
 }
 
 TEST_F(HuaWeiTest, RefusedSetUpIsNoFailure) {
@@ -166,36 +166,8 @@ TEST_F(HuaWeiTest, AnswerCutAt256BytesLosesTheState) {
 
 // ---- registration
 
-struct ServiceCase {
-    std::string eps;
-    std::string packet;
-    int32_t expected;
-    int32_t cereg;
-    int32_t cgreg;
-    size_t asked;
-};
-
 TEST_F(HuaWeiTest, ServiceIsEpsRegistrationOrElsePacketRegistration) {
-    const ServiceCase cases[] = {
-        {Answer("+CEREG: 0,1"), kError, 1, 1, 9, 1},
-        {Answer("+CEREG: 0,5"), kError, 1, 5, 9, 1},
-        {Answer("+CEREG: 0,2"), Answer("+CGREG: 0,1"), 1, 2, 1, 2},
-        {Answer("+CEREG: 0,3"), Answer("+CGREG: 0,5"), 1, 3, 5, 2},
-        {Answer("+CEREG: 0,0"), Answer("+CGREG: 0,3"), 0, 0, 3, 2},
-        {kError, Answer("+CGREG: 0,1"), 1, 9, 1, 2},
-        {Answer("+CEREG: 0,2"), kError, 0, 2, 9, 2},
-        {"", "", 0, 9, 9, 2},
-    };
-    for (const ServiceCase& test : cases) {
-        cell.m_CEREG = cell.m_CGREG = 9;
-        modem.exchanges.clear();
-        modem.On("AT+CEREG?", test.eps);
-        modem.On("AT+CGREG?", test.packet);
-        EXPECT_EQ(test.expected, cell.CheckServiceStatus()) << test.eps << test.packet;
-        EXPECT_EQ(test.cereg, cell.m_CEREG) << test.eps;
-        EXPECT_EQ(test.cgreg, cell.m_CGREG) << test.packet;
-        EXPECT_EQ(test.asked, modem.exchanges.size()) << test.eps;
-    }
+    ExpectTwoStepRegistration();
 }
 
 // ---- parser
@@ -232,7 +204,7 @@ TEST_F(HuaWeiTest, LinkStateIsANumberUpToTheComma) {
         EXPECT_EQ(test.expected, result.val) << test.behind_prefix;
         const Texts log = {"5 ParseAtResult: 25 " + test.behind_prefix + "\n",
                            "5 ParseAtResult: Connect Status:" + std::to_string(test.expected) + "\n"};
-        EXPECT_EQ(log, LogOfFile(kFile));
+        EXPECT_EQ(log, LinesOfFile(kFile));
     }
 }
 
@@ -263,7 +235,7 @@ TEST_F(HuaWeiTest, NetworkTypeIsTheFirstFieldOfHcsq) {
         EXPECT_EQ(test.expected, cell.m_NetworkType);
         const Texts log = {"5 ParseAtResult: 26 " + test.behind_prefix + "\n",
                            "5 DealHint: Network type:" + test.expected + "\n"};
-        EXPECT_EQ(log, LogOfFile(kFile));
+        EXPECT_EQ(log, LinesOfFile(kFile));
     }
 }
 
@@ -313,6 +285,14 @@ TEST_F(HuaWeiTest, RowsAreFoundInTheirOrder) {
     EXPECT_EQ(0, cell.ParseAtResult(nullptr).type);
 }
 
+TEST_F(HuaWeiTest, RowsEndWithThe256thByte) {
+    ExpectCutAt256Bytes({
+        {"ReSeRvEd:", "x", 0},
+        {"^NDISSTATQRY:", " 1,,", kHintNdisstatqry},
+        {"^HCSQ: ", "\"LTE\",50", kHintHcsq},
+    });
+}
+
 // ---- unsolicited texts
 
 TEST_F(HuaWeiTest, OtherHintsGoToTheEngine) {
@@ -344,8 +324,8 @@ TEST_F(HuaWeiTest, EachLineNamesThisDriverItsOperationAndLevel) {
                             "5 ParseAtResult: 25  1,,,\"IPV4\"\r\n\r\nOK\r\n\n",
                             "5 ParseAtResult: Connect Status:1\n", "5 ParseAtResult: 26 \"LTE\",50\n",
                             "5 DealHint: Network type:\"LTE\"\n"};
-    EXPECT_EQ(expected, LogOfFile(kFile));
-    EXPECT_EQ(Texts{}, LogOfHelpers());
+    EXPECT_EQ(expected, LinesOfFile(kFile));
+    EXPECT_EQ(Texts{}, LinesOfHelpers());
 }
 
 }  // namespace

@@ -6,7 +6,7 @@
 #include <cstring>
 #include <string>
 
-#include "dialect_fixture.h"
+#include "driver_fixture.h"
 #include "text_util.h"
 
 using namespace cc_cell;
@@ -17,10 +17,10 @@ constexpr char kDriver[] = "CellSubClass/src/CellLYNQ.cpp";
 constexpr char kReport[] = "LTE,Online,460-00,0x5A1C,187905552,211,3,1650,100,100,-11,-95,-67,23,14";
 const Texts kInterfaceRestart = {"ifconfig wwan0 down", "ifconfig wwan0 up"};
 
-class LynqTest : public DialectTest<CellLYNQ> {
+class LynqTest : public DriverTest<CellLYNQ> {
   protected:
     void SetUp() override {
-        DialectTest::SetUp();
+        DriverTest::SetUp();
         cell.SetVendorType(kVendorLynq);
         world.log.clear();
     }
@@ -63,7 +63,7 @@ TEST_F(LynqTest, InitializeAddsOperatorNameAndLedToTheBasesSetUp) {
     EXPECT_TRUE(world.shell.empty());
     EXPECT_STREQ("LYNQ", cell.m_vendor_name);
     EXPECT_STREQ("L503", cell.m_fw_version);
-    EXPECT_EQ(Texts{"m_ModuleName = LYNQ \n"}, LogOfFile(kDriver));
+    EXPECT_EQ(Texts{"m_ModuleName = LYNQ \n"}, TextsOfFile(kDriver));
 }
 
 // ---- dial
@@ -265,7 +265,6 @@ TEST_F(LynqTest, RegistrationOfLteAloneDecides) {
 }
 
 TEST_F(LynqTest, CheckSimCardTakes20CharactersOfTheIccid) {
-    modem.On("AT+CIMI", Answer("460010000000001"));
     ExpectIccidFrom("AT+ICCID", "+ICCID:");
 }
 
@@ -354,9 +353,19 @@ TEST_F(LynqTest, AnswerIsCutAt256Bytes) {
     EXPECT_EQ(0, CheckConnection(kOk, filler.substr(strlen("+NETOPEN:")) + "+NETOPEN:1"));
 }
 
+TEST_F(LynqTest, RowsEndWithThe256thByte) {
+    ExpectCutAt256Bytes({
+        {"ReSeRvEd:", "x", 0},
+        {"+ICCID:", "8986", kHintLynqIccid},
+        {"+CPSI:", "LTE,Online", kHintLynqCpsi},
+        {"+NETOPEN:", "SUCCESS", kHintNetopen},
+        {"+NETCLOSE:", "SUCCESS", kHintNetclose},
+    });
+}
+
 TEST_F(LynqTest, RowOfTheBaseWins) {
     EXPECT_EQ(kHintCsq, Parse("+NETOPEN:1\r\n+CSQ: 5,99\r\n").type);
-    EXPECT_TRUE(LogOfFile(kDriver).empty());
+    EXPECT_TRUE(TextsOfFile(kDriver).empty());
 }
 
 TEST_F(LynqTest, MissingTextIsUnknown) {

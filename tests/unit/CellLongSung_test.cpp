@@ -1,7 +1,7 @@
 // Module CellLongSung: the dialect of LongSung modules, beside what DataStatusDialect_test tells.
 #include "CellSubClass/src/CellLongSung.h"
 
-#include "cell_fixture.h"
+#include "driver_fixture.h"
 #include "text_util.h"
 
 using namespace cc_cell;
@@ -112,8 +112,8 @@ TEST_F(LongSungTest, EachLineNamesThisDriverItsOperationAndLevel) {
     cell.DisConnect();
     const Texts expected = {"5 Initialize: m_ModuleName = Some \n", "5 ParseAtResult: 16  1\r\n\r\nOK\r\n\n",
                             "5 ParseAtResult: Connect Status:1\n", "5 ParseAtResult: 18 \r\n\n"};
-    EXPECT_EQ(expected, LogOfFile(kFile));
-    EXPECT_EQ(Texts{}, LogOfHelpers());
+    EXPECT_EQ(expected, LinesOfFile(kFile));
+    EXPECT_EQ(Texts{}, LinesOfHelpers());
 }
 
 }  // namespace

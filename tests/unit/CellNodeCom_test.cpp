@@ -1,7 +1,7 @@
 // Module CellNodeCom: the dialect of NodeCom modules, beside what DataStatusDialect_test tells.
 #include "CellSubClass/src/CellNodeCom.h"
 
-#include "cell_fixture.h"
+#include "driver_fixture.h"
 #include "text_util.h"
 
 using namespace cc_cell;
@@ -121,35 +121,8 @@ TEST_F(NodeComTest, AnswerCutAt256BytesLosesTheState) {
 
 // ---- registration
 
-struct ServiceCase {
-    std::string eps;
-    std::string packet;
-    int32_t expected;
-    int32_t cereg;
-    int32_t cgreg;
-    Texts asked;
-};
-
 TEST_F(NodeComTest, ServiceIsEpsRegistrationOrElsePacketRegistration) {
-    const ServiceCase cases[] = {
-        {Answer("+CEREG: 0,1"), kError, 1, 1, 9, {"AT+CEREG?"}},
-        {Answer("+CEREG: 0,5"), kError, 1, 5, 9, {"AT+CEREG?"}},
-        {Answer("+CEREG: 0,2"), Answer("+CGREG: 0,1"), 1, 2, 1, {"AT+CEREG?", "AT+CGREG?"}},
-        {Answer("+CEREG: 0,2"), Answer("+CGREG: 0,5"), 1, 2, 5, {"AT+CEREG?", "AT+CGREG?"}},
-        {Answer("+CEREG: 0,0"), Answer("+CGREG: 0,3"), 0, 0, 3, {"AT+CEREG?", "AT+CGREG?"}},
-        {Answer("+CEREG: 0,2"), kError, 0, 2, 9, {"AT+CEREG?", "AT+CGREG?"}},
-        {"", Answer("+CGREG: 0,1"), 1, 9, 1, {"AT+CEREG?", "AT+CGREG?"}},
-    };
-    for (const ServiceCase& test : cases) {
-        cell.m_CEREG = cell.m_CGREG = 9;
-        modem.exchanges.clear();
-        modem.On("AT+CEREG?", test.eps);
-        modem.On("AT+CGREG?", test.packet);
-        EXPECT_EQ(test.expected, cell.CheckServiceStatus()) << test.eps << test.packet;
-        EXPECT_EQ(test.cereg, cell.m_CEREG) << test.eps;
-        EXPECT_EQ(test.cgreg, cell.m_CGREG) << test.packet;
-        EXPECT_EQ(test.asked, modem.Sent());
-    }
+    ExpectTwoStepRegistration();
 }
 
 // ---- places of the lines
@@ -167,8 +140,8 @@ TEST_F(NodeComTest, EachLineNamesThisDriverItsOperationAndLevel) {
     cell.DisConnect();
     const Texts expected = {"5 Initialize: m_ModuleName = Some \n", "5 ParseAtResult: 16  1\r\n\r\nOK\r\n\n",
                             "5 ParseAtResult: Connect Status:1\n", "5 ParseAtResult: 17 \r\n\n"};
-    EXPECT_EQ(expected, LogOfFile(kFile));
-    EXPECT_EQ(Texts{}, LogOfHelpers());
+    EXPECT_EQ(expected, LinesOfFile(kFile));
+    EXPECT_EQ(Texts{}, LinesOfHelpers());
 }
 
 }  // namespace

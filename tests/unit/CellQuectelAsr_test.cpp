@@ -2,7 +2,7 @@
 // is in quectel_netdevctl_tests.h.
 #include "CellSubClass/src/CellQuectelAsr.h"
 
-#include "tests/unit/quectel_netdevctl_tests.h"
+#include "quectel_netdevctl_tests.h"
 
 using namespace cc_cell;
 
@@ -27,7 +27,7 @@ TEST_F(QuectelAsrTest, InitializeSendsTheSetUpInOrderWithoutAContext) {
     EXPECT_EQ(expected, modem.Sent());
     EXPECT_NEAR(1.0, modem.exchanges[9].at_seconds - modem.exchanges[8].at_seconds, 0.01);
     EXPECT_STREQ("QuectelAsr", cell.m_vendor_name);
-    EXPECT_EQ(Texts{"m_ModuleName = EC200A \n"}, LogIn(kFile));
+    EXPECT_EQ(Texts{"m_ModuleName = EC200A \n"}, TextsOfFile(kFile));
 }
 
 TEST_F(QuectelAsrTest, FirmwareIs20CharactersBehindRevision) {
@@ -65,7 +65,7 @@ TEST_F(QuectelAsrTest, DoConnectCallsWithoutContextAndCredentials) {
     const Texts expected = {"AT+CFUN=1", "AT+CGDCONT=1,\"IPV4V6\",\"3GNET\"", "AT+QNETDEVCTL=1,1,1\r\n"};
     EXPECT_EQ(expected, modem.Sent());
     EXPECT_NEAR(1.0, world.now_seconds() - modem.exchanges.back().at_seconds, 0.01);
-    EXPECT_TRUE(LogIn(kFile).empty());
+    EXPECT_TRUE(TextsOfFile(kFile).empty());
 }
 
 TEST_F(QuectelAsrTest, EmptyApnAndUnknownCarrierAreNoReasonNotToCall) {
@@ -84,7 +84,7 @@ TEST_F(QuectelAsrTest, FailedCallIsNoFailureOfTheDial) {
         modem.On("AT+QNETDEVCTL=1,1,1", answer);
         EXPECT_EQ(1, cell.DoConnect()) << answer;
     }
-    EXPECT_TRUE(LogIn(kFile).empty()) << "the answer isn't read";
+    EXPECT_TRUE(TextsOfFile(kFile).empty()) << "the answer isn't read";
 }
 
 // ---- neighbour cell
@@ -108,6 +108,12 @@ TEST_F(QuectelAsrTest, AnswerOfTheOtherCallIsOnlyLogged) {
     EXPECT_EQ(0, result.val);
     EXPECT_EQ(Texts{"36 1\n"}, world.LogOf("ParseAtResult"));
     EXPECT_TRUE(world.Logged(7, "36 1\n"));
+}
+
+TEST_F(QuectelAsrTest, OtherCallEndsWithThe256thByte) {
+    ExpectCutAt256Bytes({
+        {"$QCRMCALL: ", "12, V4", 0},
+    });
 }
 
 // ---- places of the lines
@@ -161,6 +167,7 @@ TEST_F(QuectelAsrTest, EachLineNamesThisDriverItsOperationAndItsLevel) {
                     {"ParseAtResult", 7, "41 "}});
 }
 
+INSTANTIATE_TYPED_TEST_SUITE_P(Asr, QuectelRows, CellQueAsr);
 INSTANTIATE_TYPED_TEST_SUITE_P(Asr, QuectelNetDevCtl, CellQueAsr);
 
 }  // namespace

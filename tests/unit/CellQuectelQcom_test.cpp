@@ -1,16 +1,9 @@
 // Module CellQuectelQcom: the dialect of Quectel modules on Qualcomm chipsets.
 #include "CellSubClass/src/CellQuectelQcom.h"
 
-#include <gtest/gtest.h>
-
 #include <cstring>
-#include <set>
-#include <string>
-#include <utility>
-#include <vector>
 
-#include "tests/support/test_world.h"
-#include "text_util.h"
+#include "quectel_row_tests.h"
 
 using namespace cc_cell;
 using test_support::ScriptedModem;
@@ -18,11 +11,7 @@ using test_support::World;
 
 namespace {
 
-using Texts = std::vector<std::string>;
-
-constexpr char kOk[] = "\r\nOK\r\n";
-constexpr char kServingCell[] = "AT+QENG=\"servingcell\"";
-constexpr char kNeighbourCell[] = "AT+QENG=\"neighbourcell\"";
+constexpr char kFile[] = "CellSubClass/src/CellQuectelQcom.cpp";
 constexpr char kContext[] = "AT+QICSGP=1,1,\"\",\"\",\"\",0";
 constexpr char kOtaTool[] = "/media/mmcblk0p1/firmware_modules/CellularOTA/QFirehose";
 constexpr char kOtaDirectory[] = "/media/mmcblk0p1/firmware_modules/CellularOTA";
@@ -30,45 +19,13 @@ constexpr char kOtaCommand[] =
     "/media/mmcblk0p1/firmware_modules/CellularOTA/QFirehose -f "
     "/media/mmcblk0p1/firmware_modules/CellularOTA";
 
-std::string Answer(const std::string& line) {
-    return "\r\n" + line + "\r\n\r\nOK\r\n";
-}
-
-class QuectelQcomTest : public testing::Test {
+class QuectelQcomTest : public DriverTest<CellQuectelQcom> {
   protected:
-    void SetUp() override {
-        CellBase::m_ModuleName.clear();
-        modem.SetInit();
-    }
-
-    AtResult Parse(const std::string& answer) {
-        text = answer;
-        return cell.ParseAtResult(text.data());
-    }
-
-    /// Exchanges that CheckSimCard of the base may do, beside those under test.
-    void AnswerSimCheck() {
-        modem.On("AT+CPIN?", "\r\n+CPIN: READY\r\n\r\nOK\r\n");
-        modem.On("AT+CGSN", "\r\n860000000000001\r\n\r\nOK\r\n");
-        modem.On("AT+CGSN=1", "\r\n+CGSN: 860000000000001\r\n\r\nOK\r\n");
-        modem.On("AT+CIMI", "\r\n460010000000001\r\n\r\nOK\r\n");
-        modem.On("AT+SIMTEST?", "\r\n+SIMTEST: 1\r\n\r\nOK\r\n");
-        modem.On("AT+ICCID", "\r\nERROR\r\n");
-        modem.On("AT^ICCID?", "\r\nERROR\r\n");
-        modem.On("AT+COPS?", "\r\n+COPS: 0,0,\"CHN-UNICOM\",7\r\n\r\nOK\r\n");
-        modem.AllowUnknown();
-    }
-
     void InstallOtaTool() {
         world.MakeFolder("/media/mmcblk0p1/firmware_modules/CellularOTA");
         world.Write(kOtaTool, "");
         CellBase::m_ModuleName = "EG21";
     }
-
-    World world;
-    ScriptedModem modem{world};
-    CellQuectelQcom cell{modem.fd()};
-    std::string text;
 };
 
 // ---- object
@@ -103,11 +60,7 @@ TEST_F(QuectelQcomTest, InitializeSendsTheSetUpInOrder) {
     EXPECT_STREQ("Qcom", cell.m_vendor_name);
     EXPECT_STREQ(" EG25GGBR07A08M2G\r", cell.m_fw_version);
     const Texts log = {"AT+QICSGP=1,1,\"cmnet\",\"u\",\"p\",3\r\n", "m_ModuleName = EG25 \n"};
-    Texts own;
-    for (const World::LogLine& line : world.log) {
-        if (line.file == "CellSubClass/src/CellQuectelQcom.cpp") own.push_back(line.text);
-    }
-    EXPECT_EQ(log, own);
+    EXPECT_EQ(log, TextsOfFile(kFile));
     EXPECT_TRUE(world.Logged(7, log[0]));
     EXPECT_TRUE(world.Logged(5, log[1]));
 }
@@ -279,8 +232,7 @@ TEST_F(QuectelQcomTest, OtherBoardsNeverReloadTheKernelDriver) {
 }
 
 TEST_F(QuectelQcomTest, FailedSimCheckAsksNoIccidAndReloadsNothing) {
-    AnswerSimCheck();
-    modem.On("AT+CPIN?", "\r\n+CME ERROR: SIM not inserted\r\n");
+    AnswerSimCheckWithoutSim();
     modem.On("AT+QCCID", Answer("+QCCID: 8986"));
     cell.SetBoard(kBoardImx6ul);
     EXPECT_EQ(kSimNotReady, cell.CheckSimCard());
@@ -349,11 +301,8 @@ TEST_F(QuectelQcomTest, ThermalLimitsAreFiveCommandsInOrder) {
 
 // ---- serving cell
 
-constexpr char kLteCell[] =
-    "+QENG: \"servingcell\",\"NOCONN\",\"LTE\",\"FDD\",460,01,9A6A10C,177,1650,3,5,5,25F0,-97,-11,-68,13,27";
-
 TEST_F(QuectelQcomTest, ServingCellIsStored) {
-    modem.On(kServingCell, Answer(kLteCell));
+    modem.On(kServingCellQuery, Answer(kLteCell));
     copy_text(cell.m_band, "8");
     copy_text(cell.m_RSRP, "-90");
     cell.CheckSignalStatus();
@@ -379,9 +328,9 @@ TEST_F(QuectelQcomTest, ServingCellIsStored) {
 }
 
 TEST_F(QuectelQcomTest, WcdmaCellIsAnErrorAndKeepsTheLastValues) {
-    modem.On(kServingCell, Answer(kLteCell));
+    modem.On(kServingCellQuery, Answer(kLteCell));
     cell.CheckSignalStatus();
-    modem.On(kServingCell,
+    modem.On(kServingCellQuery,
              Answer("+QENG: \"servingcell\",\"NOCONN\",\"WCDMA\",460,01,D5D6,80E5,10663,3,9,-72,-3"));
     cell.CheckSignalStatus();
     EXPECT_TRUE(world.Logged(3, "AT+QENG signal return not LTE!!! \n"));
@@ -393,9 +342,9 @@ TEST_F(QuectelQcomTest, WcdmaCellIsAnErrorAndKeepsTheLastValues) {
 }
 
 TEST_F(QuectelQcomTest, ShortServingCellStoresWhatItHasAndEmptiesTheRest) {
-    modem.On(kServingCell, Answer(kLteCell));
+    modem.On(kServingCellQuery, Answer(kLteCell));
     cell.CheckSignalStatus();
-    modem.On(kServingCell, Answer("+QENG: \"servingcell\",\"SEARCH\",\"LTE\",a,b,c,d,55,e,7"));
+    modem.On(kServingCellQuery, Answer("+QENG: \"servingcell\",\"SEARCH\",\"LTE\",a,b,c,d,55,e,7"));
     cell.CheckSignalStatus();
     EXPECT_TRUE(world.Logged(5, "QENG info,pRes do not have valid data\n"));
     EXPECT_STREQ("55", cell.m_pcid);
@@ -406,22 +355,22 @@ TEST_F(QuectelQcomTest, ShortServingCellStoresWhatItHasAndEmptiesTheRest) {
 }
 
 TEST_F(QuectelQcomTest, FullServingCellIsNoEarlyEnd) {
-    modem.On(kServingCell, Answer(kLteCell));
+    modem.On(kServingCellQuery, Answer(kLteCell));
     cell.CheckSignalStatus();
     EXPECT_EQ(0, world.CountLogged("QENG info,pRes do not have valid data\n"));
 }
 
 TEST_F(QuectelQcomTest, FirstReadLogsAChangeOfBandUnlessTheBandIsEmpty) {
-    modem.On(kServingCell, Answer("+QENG: \"servingcell\",\"SEARCH\",\"LTE\""));
+    modem.On(kServingCellQuery, Answer("+QENG: \"servingcell\",\"SEARCH\",\"LTE\""));
     cell.CheckSignalStatus();
     EXPECT_EQ(0, world.CountLogged("Band change: last band[] rsrp[], current band[] rsrp[]\n"));
-    modem.On(kServingCell, Answer(kLteCell));
+    modem.On(kServingCellQuery, Answer(kLteCell));
     cell.CheckSignalStatus();
     EXPECT_TRUE(world.Logged(5, "Band change: last band[] rsrp[], current band[3] rsrp[-97]\n"));
 }
 
 TEST_F(QuectelQcomTest, AnswerWithoutServingCellSaysNoMore) {
-    modem.On(kServingCell, "\r\nERROR\r\n");
+    modem.On(kServingCellQuery, "\r\nERROR\r\n");
     copy_text(cell.m_pcid, "1");
     cell.CheckSignalStatus();
     EXPECT_EQ(Texts{"AT+QENG common str:, len: 0 \r\n"}, world.LogOf("CheckSignalStatus"));
@@ -430,7 +379,7 @@ TEST_F(QuectelQcomTest, AnswerWithoutServingCellSaysNoMore) {
 
 TEST_F(QuectelQcomTest, FieldsLongerThanTheirSlotsAreCut) {
     const std::string field(30, '7');
-    modem.On(kServingCell, Answer("+QENG: LTE,1,2,3,4,5,6," + field + ",8," + field));
+    modem.On(kServingCellQuery, Answer("+QENG: LTE,1,2,3,4,5,6," + field + ",8," + field));
     cell.CheckSignalStatus();
     EXPECT_EQ(field.substr(0, 15), cell.m_pcid);
     EXPECT_EQ(field.substr(0, 15), cell.m_band);
@@ -439,7 +388,7 @@ TEST_F(QuectelQcomTest, FieldsLongerThanTheirSlotsAreCut) {
 // ---- neighbour cell
 
 TEST_F(QuectelQcomTest, FirstNeighbourCellIsStored) {
-    modem.On(kNeighbourCell,
+    modem.On(kNeighbourCellQuery,
              "\r\n+QENG: \"neighbourcell intra\",\"LTE\",1650,301,-12,-101,-70,0,13,6,0,13,62\r\n"
              "+QENG: \"neighbourcell intra\",\"LTE\",1650,302,-12,-102,-70,0,13,6,0,13,62\r\n\r\nOK\r\n");
     cell.CheckNeighbourSignal();
@@ -454,7 +403,7 @@ TEST_F(QuectelQcomTest, FirstNeighbourCellIsStored) {
 }
 
 TEST_F(QuectelQcomTest, NeighbourCellNeedNotBeLte) {
-    modem.On(kNeighbourCell, Answer("+QENG: \"neighbourcell\",\"WCDMA\",1,2,3,4"));
+    modem.On(kNeighbourCellQuery, Answer("+QENG: \"neighbourcell\",\"WCDMA\",1,2,3,4"));
     cell.CheckNeighbourSignal();
     EXPECT_TRUE(world.Logged(7, "neighbour info,pRes do not have valid data\n"));
     EXPECT_STREQ("2", cell.m_neighbour_pcid);
@@ -463,7 +412,7 @@ TEST_F(QuectelQcomTest, NeighbourCellNeedNotBeLte) {
 
 TEST_F(QuectelQcomTest, AnswerWithoutNeighbourKeepsTheLastOne) {
     copy_text(cell.m_neighbour_pcid, "1");
-    modem.On(kNeighbourCell, "\r\nOK\r\n");
+    modem.On(kNeighbourCellQuery, "\r\nOK\r\n");
     cell.CheckNeighbourSignal();
     EXPECT_STREQ("1", cell.m_neighbour_pcid);
     EXPECT_EQ(Texts{"AT+QENG common str:, len: 0!!!\r\n"}, world.LogOf("CheckNeighbourSignal"));
@@ -513,6 +462,100 @@ TEST_F(QuectelQcomTest, RowsAreRecognisedAndLogged) {
         EXPECT_EQ(test.type, Parse(test.answer).type) << test.answer;
         EXPECT_EQ(test.log, world.LogOf("ParseAtResult")) << test.answer;
     }
+}
+
+TEST_F(QuectelQcomTest, AnswerOfTheCall) {
+    ExpectNumbers(QcrmcallCases());
+}
+
+struct NumbersCase {
+    std::string behind_prefix;
+    int32_t numbers[4];  // in the modem's order
+};
+
+TEST_F(QuectelQcomTest, FieldsOfTheLinkState) {
+    const std::string many(100, '9');
+    const NumbersCase cases[] = {
+        {" 1,2,3,4\r\n", {1, 2, 3, 4}},
+        {"1,2,3,4", {1, 2, 3, 4}},
+        {" 1,2,3,4,5,6\r\n", {1, 2, 3, 4}},
+        {" 1,2,3", {1, 2, 3, 0}},
+        {" 1", {1, 0, 0, 0}},
+        {"", {0, 0, 0, 0}},
+        {" ,,,4\r\n", {0, 0, 0, 4}},
+        {" ,,,\r\n", {0, 0, 0, 0}},
+        {" a,b,c,d\r\n", {0, 0, 0, 0}},
+        {" 1x,-2,+3, 4\r\n", {1, -2, 3, 4}},
+        {" 1\r\n2,3", {1, 2, 3, 0}},  // CR ends a field, LF is a blank in front of the next
+        {" " + many + ",-" + many + ",3,4\r\n", {INT32_MAX, INT32_MIN, 3, 4}},
+        {" 1," + std::string(62, '0') + "23,3,4\r\n", {1, 2, 3, 4}},  // a field holds 63 characters
+        {" \xff\x80,\xc3\xa4,3,4\r\n", {0, 0, 3, 4}},
+        {" %s,%n,3,4\r\n", {0, 0, 3, 4}},
+        {" 1,2,3,4\r\n+QNETDEVSTATUS: 5,6,7,8\r\n", {1, 2, 3, 4}},
+        {" 1,2,3,4\r\n+QTEMP: 5,6,7\r\n", {1, 2, 3, 4}},
+    };
+    for (const NumbersCase& test : cases) {
+        world.log.clear();
+        const AtResult result = Parse("+QNETDEVSTATUS:" + test.behind_prefix);
+        EXPECT_EQ(kHintQnetdevstatus, result.type) << test.behind_prefix;
+        const int32_t numbers[] = {result.val, result.val2, result.val3, result.val4};
+        EXPECT_EQ(0, memcmp(test.numbers, numbers, sizeof numbers)) << test.behind_prefix;
+        const std::string state =
+            "QNETDEVSTATUS: on_off=" + std::to_string(numbers[0]) + ",state=" + std::to_string(numbers[1]) +
+            ",roam_status=" + std::to_string(numbers[2]) + ",inst=" + std::to_string(numbers[3]) + "\n";
+        EXPECT_EQ((Texts{"37 " + test.behind_prefix + "\n", state}), world.LogOf("ParseAtResult"));
+    }
+}
+
+TEST_F(QuectelQcomTest, FieldsOfTheTemperature) {
+    const std::string many(100, '9');
+    const struct {
+        std::string behind_prefix;
+        int32_t baseband, crystal, amplifier;
+    } cases[] = {
+        {" 40,41,42\r\n", 40, 41, 42},
+        {"40,41,42", 40, 41, 42},
+        {" 40,41,42,43,44\r\n", 40, 41, 42},
+        {" 40,41", 40, 41, 0},
+        {" 40\r\n", 40, 0, 0},
+        {" 40\n41\n42", 40, 41, 42},
+        {"", 0, 0, 0},
+        {",,", 0, 0, 0},
+        {" ,,42\r\n", 0, 0, 42},
+        {" hot,41,warm\r\n", 0, 41, 0},
+        {" -40,+41,42x\r\n", -40, 41, 42},
+        {" " + many + ",-" + many + ",42\r\n", INT32_MAX, INT32_MIN, 42},
+        {" 40," + std::string(62, '0') + "41,42\r\n", 40, 4, 42},
+        {" \xff\x80,41\xff,\xc3\r\n", 0, 41, 0},
+        {" %s,%n,42\r\n", 0, 0, 42},
+        {" 40,41,42\r\n+QTEMP: 1,2,3\r\n", 40, 41, 42},
+        {" 40,41,42\r\n+QENG: 1,2,3\r\n", 40, 41, 42},
+    };
+    for (const auto& test : cases) {
+        world.log.clear();
+        const AtResult result = Parse("+QTEMP:" + test.behind_prefix);
+        EXPECT_EQ(kHintQtemp, result.type) << test.behind_prefix;
+        EXPECT_EQ(test.baseband, result.val3) << test.behind_prefix;
+        EXPECT_EQ(test.crystal, result.val) << test.behind_prefix;
+        EXPECT_EQ(test.amplifier, result.val2) << test.behind_prefix;
+        EXPECT_EQ(test.baseband == 0, world.Logged(5, "query baseband temperature Failed!\n"));
+        EXPECT_EQ(test.crystal == 0, world.Logged(5, "query XO temperature Failed!\n"));
+        EXPECT_EQ(test.amplifier == 0, world.Logged(5, "query PA temperature Failed!\n"));
+        const Texts log = world.LogOf("ParseAtResult");
+        EXPECT_EQ("40 " + test.behind_prefix + "\n", log.front());
+        EXPECT_EQ("Quectel Temp Baseband(" + std::to_string(test.baseband) + "),XO(" +
+                      std::to_string(test.crystal) + "),PA(" + std::to_string(test.amplifier) + ")\n",
+                  log.back());
+    }
+}
+
+TEST_F(QuectelQcomTest, LinkAndTemperatureEndWithThe256thByte) {
+    ExpectCutAt256Bytes({
+        {"$QCRMCALL: ", "12, V4", kHintQcrmcall},
+        {"+QNETDEVSTATUS:", " 1,2,3,4", kHintQnetdevstatus},
+        {"+QNETDEVCTL:", " 1,2", 0},
+        {"+QTEMP:", " 95,41,42", kHintQtemp},
+    });
 }
 
 TEST_F(QuectelQcomTest, NetdevCtlIsLoggedAndGivesNoHint) {
@@ -636,66 +679,94 @@ TEST_F(QuectelQcomTest, UpgradeDoesNotTouchThePort) {
 
 // ---- places of the lines
 
-TEST_F(QuectelQcomTest, EachLineNamesThisDriverAndItsOperation) {
+TEST_F(QuectelQcomTest, EachLineNamesThisDriverItsOperationAndItsLevel) {
     AnswerSimCheck();
-    InstallOtaTool();
+    modem.AllowUnknown();
     cell.m_check_service_times = 1;
     modem.On("AT+QNETDEVSTATUS?", Answer("+QNETDEVSTATUS: 1,3,0,1"));
     modem.On("AT+QCCID", Answer("+QCCID: 8986"));
     modem.On("AT+CREG?", Answer("+CREG: 0,1"));
-    modem.On("AT+QTEMP", Answer("+QTEMP: 0,0,0"));
-    modem.On(kServingCell, Answer("+QENG: \"servingcell\",\"SEARCH\",\"LTE\",4,5,6,7,8,9,10"));
-    modem.On(kNeighbourCell, Answer("+QENG: \"neighbourcell\""));
+    modem.On("AT$QCRMCALL=1,1", Answer("$QCRMCALL: 0"));
+    modem.OnSequence("AT+QTEMP", {Answer("+QTEMP: 0,0,0"), Answer("+QTEMP: 95,40,41")});
+    modem.OnSequence(kServingCellQuery, {Answer("+QENG: \"servingcell\",\"SEARCH\",\"LTE\",4,5,6,7,8,9,10"),
+                                         Answer("+QENG: \"servingcell\",\"NOCONN\",\"WCDMA\"")});
+    modem.On(kNeighbourCellQuery, Answer("+QENG: \"neighbourcell\""));
     modem.On("AT+QNWINFO", Answer("+QNWINFO: \"FDD LTE\""));
-    world.AnswerPopen("QFirehose", "successfully\nUpgrade module fail\n");
 
     cell.Initialize();
     cell.DoConnect();
     cell.CheckConnection();
     cell.CheckSimCard();
     cell.CheckServiceStatus();
-    cell.CheckTempStatus();
-    cell.CheckSignalStatus();
+    cell.ConfigThermalLimit();
+    for (int i = 0; i < 2; ++i) cell.CheckTempStatus();
+    for (int i = 0; i < 2; ++i) cell.CheckSignalStatus();
     cell.CheckNeighbourSignal();
     cell.ReadCSQ();
-    cell.ModuleOtaTask();
     cell.DisConnect();
 
-    // A line of the engine under one of these names comes from the base operation that the override calls.
-    const std::set<std::pair<std::string, std::string>> expected = {
-        {"Initialize", "m_ModuleName = "},
-        {"DoConnect", "AT+QICSGP=1,1 done"},
-        {"CheckConnection", "AT+QNETDEVSTATUS fail"},
-        {"CheckServiceStatus", "Get_network_check_times"},
-        {"CheckServiceStatus", "AT+CREG\n"},
-        {"CheckSignalStatus", "AT+QENG common str:\"servingcell\","},
-        {"CheckSignalStatus", "QENG info,pRes"},
-        {"CheckSignalStatus", "Band change"},
-        {"CheckSignalStatus", "QENG info, rsrp"},
-        {"CheckNeighbourSignal", "neighbour info,pRes"},
-        {"CheckNeighbourSignal", "neighbour info, pcid"},
-        {"ParseAtResult", "ICCID:8986"},
-        {"ParseAtResult", "query XO temperature"},
-        {"ModuleOtaTask", "[OTA] run: "},
-        {"IsSupportModuleOTA", "[OTA] Module EG21"},
-        {"IsOtaUpgradPathExist", "[OTA] QFirehose"},
-    };
-    for (const auto& [function, beginning] : expected) {
-        bool found = false;
-        for (const World::LogLine& line : world.log) {
-            if (line.text.compare(0, beginning.size(), beginning) != 0) continue;
-            if (line.file == "network_daemon/cellular_settings.cpp") continue;
-            EXPECT_EQ("CellSubClass/src/CellQuectelQcom.cpp", line.file) << line.text;
-            EXPECT_EQ(function, line.function) << line.text;
-            EXPECT_GT(line.line, 0);
-            found = true;
-        }
-        EXPECT_TRUE(found) << beginning;
-    }
-    for (const World::LogLine& line : world.log) {
-        EXPECT_EQ(std::string::npos, line.file.find("CellDriver")) << line.text;
-        EXPECT_EQ(std::string::npos, line.file.find("QuectelDialect")) << line.text;
-    }
+    cell.ModuleOtaTask();  // no folder yet
+    world.MakeFolder(kOtaDirectory);
+    cell.ModuleOtaTask();
+    InstallOtaTool();
+    CellBase::m_ModuleName = "EG25";
+    cell.ModuleOtaTask();
+    InstallOtaTool();
+    world.AnswerPopen("QFirehose", "successfully\nUpgrade module fail\n");
+    cell.ModuleOtaTask();
+    world.FailPopen("QFirehose");
+    cell.ModuleOtaTask();
+
+    ExpectOwnLines(kFile, {{"Initialize", 7, "AT+QICSGP=1,1,"},
+                           {"Initialize", 5, "m_ModuleName = Some \n"},
+                           {"DoConnect", 7, "AT+QICSGP=1,1,"},
+                           {"DoConnect", 5, "AT+QICSGP=1,1 done\n"},
+                           {"DoConnect", 7, "QCRMCALL return type:0 \r\n"},
+                           {"DoConnect", 5, "QCRMCALL=1,1 fail:0\n"},
+                           {"CheckConnection", 5, "AT+QNETDEVSTATUS fail:3\n"},
+                           {"CheckServiceStatus", 7, "Get_network_check_times 1\n"},
+                           {"CheckServiceStatus", 7, "AT+CREG\n"},
+                           {"CheckSignalStatus", 7, "AT+QENG common str:"},
+                           {"CheckSignalStatus", 3, "AT+QENG signal return not LTE!!! \n"},
+                           {"CheckSignalStatus", 5, "QENG info,pRes do not have valid data\n"},
+                           {"CheckSignalStatus", 5, "Band change: "},
+                           {"CheckSignalStatus", 7, "QENG info, pcid:"},
+                           {"CheckSignalStatus", 7, "QENG info, band:"},
+                           {"CheckSignalStatus", 7, "QENG info, rsrp:"},
+                           {"CheckSignalStatus", 7, "QENG info, sinr:"},
+                           {"CheckNeighbourSignal", 7, "AT+QENG common str:"},
+                           {"CheckNeighbourSignal", 7, "neighbour info,pRes do not have valid data\n"},
+                           {"CheckNeighbourSignal", 7, "neighbour info, pcid:"},
+                           {"CheckNeighbourSignal", 7, "neighbour info, rsrp:"},
+                           {"ParseAtResult", 7, "35 "},
+                           {"ParseAtResult", 7, "Network type:\"FDD LTE\"\n"},
+                           {"ParseAtResult", 7, "36 0"},
+                           {"ParseAtResult", 5, "AT$QCRMCALL=1,1 return 0"},
+                           {"ParseAtResult", 7, "37 "},
+                           {"ParseAtResult", 7, "QNETDEVSTATUS: on_off=1,state=3,roam_status=0,inst=1\n"},
+                           {"ParseAtResult", 7, "38 8986"},
+                           {"ParseAtResult", 5, "ICCID:8986\n"},
+                           {"ParseAtResult", 7, "40 "},
+                           {"ParseAtResult", 5, "query baseband temperature Failed!\n"},
+                           {"ParseAtResult", 4, "query baseband temperature 95!\n"},
+                           {"ParseAtResult", 5, "query XO temperature Failed!\n"},
+                           {"ParseAtResult", 5, "query PA temperature Failed!\n"},
+                           {"ParseAtResult", 7, "Quectel Temp Baseband("},
+                           {"ParseAtResult", 7, "41 "},
+                           {"ModuleOtaTask", 5, "[OTA] ota upgrade file path or file no exist\n"},
+                           {"ModuleOtaTask", 5, "[OTA] 4g module ota upgrade not support\n"},
+                           {"ModuleOtaTask", 5, "[OTA] run: "},
+                           {"ModuleOtaTask", 5, "[OTA] run 4G module ota task fail\n"},
+                           {"ModuleOtaTask", 5, "[OTA] Upgrade module successfully\n"},
+                           {"ModuleOtaTask", 5, "[OTA] Upgrade module fail\n"},
+                           {"IsSupportModuleOTA", 5, "[OTA] Module EG21 support OTA\r\n"},
+                           {"IsSupportModuleOTA", 5, "[OTA] Module no support OTA\r\n"},
+                           {"IsOtaUpgradPathExist", 5, "[OTA] OTA目录不存在\n"},
+                           {"IsOtaUpgradPathExist", 5, "[OTA] OTA目录存在\n"},
+                           {"IsOtaUpgradPathExist", 5, "[OTA] QFirehose文件存在\n"},
+                           {"IsOtaUpgradPathExist", 5, "[OTA] QFirehose文件不存在\n"}});
 }
+
+INSTANTIATE_TYPED_TEST_SUITE_P(Qcom, QuectelRows, CellQuectelQcom);
 
 }  // namespace

@@ -2,7 +2,7 @@
 // ASR is in quectel_netdevctl_tests.h.
 #include "CellSubClass/src/CellQuectelUnisoc.h"
 
-#include "tests/unit/quectel_netdevctl_tests.h"
+#include "quectel_netdevctl_tests.h"
 
 using namespace cc_cell;
 
@@ -40,7 +40,7 @@ TEST_F(QuectelUnisocTest, InitializeSendsTheSetUpInOrderAndPausesBeforeTheContex
     EXPECT_NEAR(1.0, modem.exchanges[10].at_seconds - modem.exchanges[9].at_seconds, 0.01);
     EXPECT_STREQ("Quectel", cell.m_vendor_name);
     const Texts log = {kContextSent, "m_ModuleName = EC200U \n"};
-    EXPECT_EQ(log, LogIn(kFile));
+    EXPECT_EQ(log, TextsOfFile(kFile));
 }
 
 TEST_F(QuectelUnisocTest, FirmwareIs20CharactersBehindRevision) {
@@ -78,7 +78,7 @@ TEST_F(QuectelUnisocTest, DoConnectSetsTheContextAndCalls) {
     EXPECT_EQ(expected, modem.Sent());
     EXPECT_NEAR(1.0, world.now_seconds() - modem.exchanges.back().at_seconds, 0.01);
     const Texts log = {kContextSent, "AT+QICSGP=1,1 done\n"};
-    EXPECT_EQ(log, LogIn(kFile));
+    EXPECT_EQ(log, TextsOfFile(kFile));
 }
 
 TEST_F(QuectelUnisocTest, ContextIsAnnouncedAsDoneBeforeItIsSent) {
@@ -110,7 +110,7 @@ TEST_F(QuectelUnisocTest, FailedCallIsNoFailureOfTheDial) {
         modem.On("AT+QNETDEVCTL=1,1,1", answer);
         EXPECT_EQ(1, cell.DoConnect()) << answer;
     }
-    EXPECT_EQ(6u, LogIn(kFile).size()) << "two lines of the context each: the answer isn't read";
+    EXPECT_EQ(6u, TextsOfFile(kFile).size()) << "two lines of the context each: the answer isn't read";
 }
 
 // ---- neighbour cell
@@ -129,28 +129,17 @@ TEST_F(QuectelUnisocTest, NeighbourCellHas12Fields) {
 // ---- parser
 
 TEST_F(QuectelUnisocTest, AnswerOfTheOtherCallIsRead) {
-    const struct {
-        std::string answer;
-        int32_t val;
-    } cases[] = {
-        {"$QCRMCALL: 1, V4\r\n", 1},
-        {"$QCRMCALL: ", 0},
-        {"$QCRMCALL: ,1", 0},
-        {"$QCRMCALL: x", 0},
-        {"$QCRMCALL: \xff", 0},
-        {"$QCRMCALL: " + std::string(100, '9'), INT32_MAX},
-        {"$QCRMCALL: 1\r\n$QCRMCALL: 2\r\n", 1},
-        {"+QNETDEVCTL: 1,1,1,1\r\n$QCRMCALL: 2\r\n", 2},
-    };
-    for (const auto& test : cases) {
-        const AtResult result = Parse(test.answer);
-        EXPECT_EQ(kHintQcrmcall, result.type) << test.answer;
-        EXPECT_EQ(test.val, result.val) << test.answer;
-    }
+    ExpectNumbers(QcrmcallCases());
     world.log.clear();
     Parse("$QCRMCALL: 1, V4");
     const Texts log = {"36 1, V4\n", "AT$QCRMCALL=1,1 return 1, V4\n"};
     EXPECT_EQ(log, world.LogOf("ParseAtResult"));
+}
+
+TEST_F(QuectelUnisocTest, OtherCallEndsWithThe256thByte) {
+    ExpectCutAt256Bytes({
+        {"$QCRMCALL: ", "12, V4", kHintQcrmcall},
+    });
 }
 
 // ---- places of the lines
@@ -210,6 +199,7 @@ TEST_F(QuectelUnisocTest, EachLineNamesThisDriverItsOperationAndItsLevel) {
                     {"ParseAtResult", 7, "41 "}});
 }
 
+INSTANTIATE_TYPED_TEST_SUITE_P(Unisoc, QuectelRows, CellEC200G);
 INSTANTIATE_TYPED_TEST_SUITE_P(Unisoc, QuectelNetDevCtl, CellEC200G);
 
 }  // namespace

@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "dialect_fixture.h"
+#include "driver_fixture.h"
 #include "text_util.h"
 
 using namespace cc_cell;
@@ -16,7 +16,7 @@ constexpr char kDriver[] = "CellSubClass/src/CellSimCom.cpp";
 constexpr char kContext[] = "AT+CGDCONT=1,\"IPV4V6\",\"my.apn\"";
 constexpr char kDial[] = "AT$QCRMCALL=1,1,1,,,,\"my.apn\",\"\",\"\",";
 
-class SimComTest : public DialectTest<CellSimCom> {
+class SimComTest : public DriverTest<CellSimCom> {
   protected:
     /// The settings and the exchanges of the base's part of the dial.
     void AnswerContext() {
@@ -41,7 +41,7 @@ TEST_F(SimComTest, InitializeAddsTheInterfaceToTheBasesSetUp) {
     EXPECT_EQ(Texts{"ifconfig wwan0 up"}, world.Commands());
     EXPECT_STREQ("SIMCOM", cell.m_vendor_name);
     EXPECT_STREQ("SIMCOM", cell.m_fw_version);
-    EXPECT_EQ(Texts{"m_ModuleName = SIMCOM \n"}, LogOfFile(kDriver));
+    EXPECT_EQ(Texts{"m_ModuleName = SIMCOM \n"}, TextsOfFile(kDriver));
 }
 
 // ---- dial and hang-up
@@ -138,7 +138,6 @@ TEST_F(SimComTest, RegistrationIsTestedInTwoSteps) {
 }
 
 TEST_F(SimComTest, CheckSimCardTakes20CharactersOfTheIccid) {
-    modem.On("AT+CIMI", Answer("460010000000001"));
     ExpectIccidFrom("AT+CICCID", "+ICCID: ");
 }
 
@@ -246,10 +245,19 @@ TEST_F(SimComTest, IccidRow) {
     EXPECT_TRUE(world.Logged(5, "ICCID :8986\n"));
 }
 
+TEST_F(SimComTest, RowsEndWithThe256thByte) {
+    ExpectCutAt256Bytes({
+        {"ReSeRvEd:", "x", 0},
+        {"$QCRMCALL: ", "12,V4", kHintSimcomQcrmcall},
+        {"+CPSI: ", "LTE,Online,460", kHintSimcomCpsi},
+        {"+ICCID: ", "8986", kHintSimcomIccid},
+    });
+}
+
 TEST_F(SimComTest, RowOfTheBaseWins) {
     EXPECT_EQ(kHintCsq, Parse("+CPSI: LTE\r\n+CSQ: 5,99\r\n").type);
     EXPECT_STREQ("", cell.m_NetworkType);
-    EXPECT_TRUE(LogOfFile(kDriver).empty());
+    EXPECT_TRUE(TextsOfFile(kDriver).empty());
 }
 
 TEST_F(SimComTest, MissingTextIsUnknown) {

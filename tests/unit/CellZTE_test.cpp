@@ -1,7 +1,7 @@
 // Module CellZTE: the dialect of ZTE/Gosuncn modules.
 #include "CellSubClass/src/CellZTE.h"
 
-#include "tests/unit/driver_fixture.h"
+#include "driver_fixture.h"
 
 using namespace cc_cell;
 
@@ -75,7 +75,7 @@ TEST_F(ZteTest, InitializeSendsTheSetUpInOrder) {
     EXPECT_EQ(expected, modem.Sent());
     EXPECT_STREQ("GOSUNCN", cell.m_vendor_name);
     EXPECT_STREQ(" ME3630C1CV1.0B06", cell.m_fw_version);
-    EXPECT_EQ(Texts{"m_ModuleName = ME3630 \n"}, LogIn(kFile));
+    EXPECT_EQ(Texts{"m_ModuleName = ME3630 \n"}, TextsOfFile(kFile));
 }
 
 TEST_F(ZteTest, FirmwareIs17CharactersBehindRevision) {
@@ -160,7 +160,7 @@ TEST_F(ZteTest, DoConnectSendsTheContextAndWaitsTenSecondsForTheCall) {
     EXPECT_EQ(expected, modem.Sent());
     EXPECT_NEAR(10.0, world.now_seconds() - modem.exchanges.back().at_seconds, 0.01);
     const Texts log = {"AT+ZECMCALL=1 return \r\nOK\r\n\r\n+ZECMCALL: CONNECT\r\n\n", "CONNECT!!! \n"};
-    EXPECT_EQ(log, LogIn(kFile));
+    EXPECT_EQ(log, TextsOfFile(kFile));
 }
 
 TEST_F(ZteTest, FailedCallIsNoFailureOfTheDial) {
@@ -246,31 +246,7 @@ TEST_F(ZteTest, AddressBehindThe256thByteIsLost) {
 // ---- registration
 
 TEST_F(ZteTest, RegistrationIsAskedInTwoSteps) {
-    const struct {
-        std::string cereg, cgreg;
-        int32_t expected, cereg_stat, cgreg_stat;
-        size_t exchanges;
-    } cases[] = {
-        {Answer("+CEREG: 0,1"), "", 1, 1, 9, 1},
-        {Answer("+CEREG: 0,5"), "", 1, 5, 9, 1},
-        {Answer("+CEREG: 0,2"), Answer("+CGREG: 0,1"), 1, 2, 1, 2},
-        {Answer("+CEREG: 0,3"), Answer("+CGREG: 0,5"), 1, 3, 5, 2},
-        {Answer("+CEREG: 0,2"), Answer("+CGREG: 0,3"), 0, 2, 3, 2},
-        {kError, Answer("+CGREG: 0,1"), 1, 9, 1, 2},
-        {Answer("+CREG: 0,1"), Answer("+CREG: 0,1"), 0, 9, 9, 2},
-        {"", "", 0, 9, 9, 2},
-    };
-    for (const auto& test : cases) {
-        modem.exchanges.clear();
-        cell.m_CEREG = cell.m_CGREG = 9;
-        modem.On("AT+CEREG?", test.cereg);
-        modem.On("AT+CGREG?", test.cgreg);
-        EXPECT_EQ(test.expected, cell.CheckServiceStatus()) << test.cereg;
-        EXPECT_EQ(test.cereg_stat, cell.m_CEREG) << test.cereg;
-        EXPECT_EQ(test.cgreg_stat, cell.m_CGREG) << test.cereg;
-        EXPECT_EQ(test.exchanges, modem.exchanges.size()) << test.cereg;
-        EXPECT_EQ("AT+CEREG?", modem.exchanges[0].command);
-    }
+    ExpectTwoStepRegistration();
 }
 
 // ---- SIM
@@ -569,6 +545,16 @@ TEST_F(ZteTest, OtherTextsAreUnknown) {
         EXPECT_EQ(test.log, world.LogOf("ParseAtResult")) << test.answer;
     }
     EXPECT_EQ(0, cell.ParseAtResult(nullptr).type);
+}
+
+TEST_F(ZteTest, RowsEndWithThe256thByte) {
+    ExpectCutAt256Bytes({
+        {"ReSeRvEd:", "x", 0},
+        {"+ZGETICCID: ", "8986", kHintZgeticcid},
+        {"+ZPAS: ", "\"LTE\",\"CS\"", kHintZpas},
+        {"+ZECMCALL: ", "10.1", kHintZecmcall},
+        {"+ZCELLINFO: ", "5A1C,LTE", kHintZcellinfo},
+    });
 }
 
 TEST_F(ZteTest, RowsOfTheBaseWin) {

@@ -3,7 +3,7 @@
 
 #include "CellSubClass/src/CellLongSung.h"
 #include "CellSubClass/src/CellNodeCom.h"
-#include "cell_fixture.h"
+#include "driver_fixture.h"
 #include "text_util.h"
 
 using namespace cc_cell;
@@ -28,7 +28,7 @@ class DataStatusTest : public DriverTest<Driver> {
   protected:
     /// Lines of the driver's own file since the last call.
     Texts TakeLog() {
-        Texts lines = this->LogOfFile(FileOf(this->cell));
+        Texts lines = this->LinesOfFile(FileOf(this->cell));
         this->world.log.clear();
         return lines;
     }
@@ -126,6 +126,15 @@ TYPED_TEST(DataStatusTest, RowsAreFoundInTheirOrder) {
     EXPECT_EQ(0, this->cell.ParseAtResult(nullptr).type);
 }
 
+TYPED_TEST(DataStatusTest, RowsEndWithThe256thByte) {
+    this->ExpectCutAt256Bytes({
+        {"ReSeRvEd:", "x", 0},
+        {"+DATASTATUS:", " 12", kHintDataStatus},
+        {"^DATACONNECT", ": 1", kHintDataConnect},
+        {"^DATADISCONN", ": 1", kHintDataDisconn},
+    });
+}
+
 // ---- unsolicited texts
 
 TYPED_TEST(DataStatusTest, ReportedStatusIsTheOnlineState) {
@@ -167,7 +176,7 @@ TYPED_TEST(DataStatusTest, NoLineNamesTheSharedFile) {
     this->cell.Initialize();
     this->Hear("+DATASTATUS: 1");
     this->Hear("^DATADISCONN");
-    EXPECT_EQ(Texts{}, this->LogOfHelpers());
+    EXPECT_EQ(Texts{}, this->LinesOfHelpers());
 }
 
 }  // namespace

@@ -4,12 +4,9 @@
 
 #include <cstring>
 
-#include "tests/unit/driver_fixture.h"
+#include "quectel_row_tests.h"
 
-constexpr char kServingCellQuery[] = "AT+QENG=\"servingcell\"";
-constexpr char kNeighbourCellQuery[] = "AT+QENG=\"neighbourcell\"";
-constexpr char kLteCell[] =
-    "+QENG: \"servingcell\",\"NOCONN\",\"LTE\",\"FDD\",460,01,9A6A10C,177,1650,3,5,5,25F0,-97,-11,-68,13,27";
+namespace cc_cell {
 
 template <class Driver>
 class QuectelNetDevCtl : public DriverTest<Driver> {};
@@ -93,7 +90,7 @@ TYPED_TEST_P(QuectelNetDevCtl, StateBehindThe256thByteIsLost) {
 TYPED_TEST_P(QuectelNetDevCtl, CheckSimCardTakes20CharactersOfTheIccid) {
     this->AnswerSimCheck();
     this->modem.On("AT+QCCID", Answer("+QCCID: 89860011223344556677F"));
-    EXPECT_EQ(cc_cell::kSimReady, this->cell.CheckSimCard());
+    EXPECT_EQ(kSimReady, this->cell.CheckSimCard());
     EXPECT_STREQ("89860011223344556677", this->cell.m_card_iccid);
     EXPECT_EQ("AT+QCCID", this->modem.Sent().back());
 }
@@ -101,21 +98,21 @@ TYPED_TEST_P(QuectelNetDevCtl, CheckSimCardTakes20CharactersOfTheIccid) {
 TYPED_TEST_P(QuectelNetDevCtl, IccidOfNoAnswerStaysEmpty) {
     this->AnswerSimCheck();
     this->modem.On("AT+QCCID", kError);
-    EXPECT_EQ(cc_cell::kSimReady, this->cell.CheckSimCard());
+    EXPECT_EQ(kSimReady, this->cell.CheckSimCard());
     EXPECT_STREQ("", this->cell.m_card_iccid);
 }
 
 TYPED_TEST_P(QuectelNetDevCtl, FailedSimCheckAsksNoIccid) {
     this->AnswerSimCheckWithoutSim();
-    EXPECT_EQ(cc_cell::kSimNotReady, this->cell.CheckSimCard());
+    EXPECT_EQ(kSimNotReady, this->cell.CheckSimCard());
     for (const std::string& command : this->modem.Sent()) EXPECT_NE("AT+QCCID", command);
 }
 
 TYPED_TEST_P(QuectelNetDevCtl, NoBoardReloadsTheKernelDriver) {
     this->AnswerSimCheck();
     this->modem.On("AT+QCCID", Answer("+QCCID: 8986"));
-    this->cell.SetBoard(cc_cell::kBoardImx6ul);
-    EXPECT_EQ(cc_cell::kSimReady, this->cell.CheckSimCard());
+    this->cell.SetBoard(kBoardImx6ul);
+    EXPECT_EQ(kSimReady, this->cell.CheckSimCard());
     EXPECT_TRUE(this->world.shell.empty());
 }
 
@@ -264,7 +261,7 @@ TYPED_TEST_P(QuectelNetDevCtl, NeighbourRsrpIsTheFifthField) {
 // ---- parser
 
 TYPED_TEST_P(QuectelNetDevCtl, TemperatureIsIgnored) {
-    const cc_cell::AtResult result = this->Parse("+QTEMP: 40,40,40");
+    const AtResult result = this->Parse("+QTEMP: 40,40,40");
     EXPECT_EQ(0, result.type);
     EXPECT_EQ(0, result.val3);
     EXPECT_EQ(Texts{"40  40,40,40\n"}, this->world.LogOf("ParseAtResult"));
@@ -294,8 +291,8 @@ TYPED_TEST_P(QuectelNetDevCtl, FieldsOfTheCallState) {
         {"+QENG: x\r\n+QNETDEVCTL: 1,1,1,1\r\n", 1, 1, 1, 1},
     };
     for (const auto& test : cases) {
-        const cc_cell::AtResult result = this->Parse(test.answer);
-        EXPECT_EQ(cc_cell::kHintQnetdevctl, result.type) << test.answer;
+        const AtResult result = this->Parse(test.answer);
+        EXPECT_EQ(kHintQnetdevctl, result.type) << test.answer;
         EXPECT_EQ(test.val, result.val) << test.answer;
         EXPECT_EQ(test.val2, result.val2) << test.answer;
         EXPECT_EQ(test.val3, result.val3) << test.answer;
@@ -308,58 +305,6 @@ TYPED_TEST_P(QuectelNetDevCtl, CallStateIsLoggedUnderTheOtherQuerysName) {
     const Texts log = {"39  1,2,3,4\n", "QNETDEVSTATUS: connect_type=1,CID=2,URC_switch=3,PDN_status=4\n"};
     EXPECT_EQ(log, this->world.LogOf("ParseAtResult"));
     EXPECT_TRUE(this->world.Logged(7, log[1]));
-}
-
-TYPED_TEST_P(QuectelNetDevCtl, NetworkTypeIsTheFirstField) {
-    const std::string many(300, 'n');
-    const struct {
-        std::string answer;
-        std::string network;
-    } cases[] = {
-        {"+QNWINFO: \"FDD LTE\",\"46000\",\"LTE BAND 3\",1650\r\n", "\"FDD LTE\""},
-        {"+QNWINFO: No Service\r\n", "No Service"},
-        {"+QNWINFO: ", ""},
-        {"+QNWINFO: ,x\r\n", ""},
-        {"+QNWINFO: " + many + "\r\n", many.substr(0, 63)},
-        {"+QNWINFO: \xe4\xff,1\r\n", "\xe4\xff"},
-        {"+QNWINFO: a\r\n+QNWINFO: b\r\n", "a"},
-        {"+QENG: b\r\n+QNWINFO: a\r\n", "a"},
-    };
-    for (const auto& test : cases) {
-        copy_text(this->cell.m_NetworkType, "old");
-        EXPECT_EQ(cc_cell::kHintQnwinfo, this->Parse(test.answer).type) << test.answer;
-        EXPECT_EQ(test.network, this->cell.m_NetworkType) << test.answer;
-        EXPECT_TRUE(this->world.Logged(7, "Network type:" + test.network + "\n")) << test.answer;
-    }
-}
-
-TYPED_TEST_P(QuectelNetDevCtl, TextsAreTheFirstLine) {
-    const std::string many(300, 'x');
-    const struct {
-        std::string answer;
-        int32_t type;
-        std::string text;
-    } cases[] = {
-        {"+QCCID: 8986\r\n", cc_cell::kHintQccid, "8986"},
-        {"+QCCID: 8986,7\r\n", cc_cell::kHintQccid, "8986,7"},
-        {"+QCCID: ", cc_cell::kHintQccid, ""},
-        {"+QCCID: \r\n8986\r\n", cc_cell::kHintQccid, ""},
-        {"+QCCID: " + many, cc_cell::kHintQccid, many.substr(0, 127)},
-        {"+QCCID: \x80\xff\r\n", cc_cell::kHintQccid, "\x80\xff"},
-        {"+QCCID: %s%n\r\n", cc_cell::kHintQccid, "%s%n"},
-        {"+QCCID: 1\r\n+QCCID: 2\r\n", cc_cell::kHintQccid, "1"},
-        {"+QENG: a,b,,c\r\n", cc_cell::kHintQeng, "a,b,,c"},
-        {"+QENG: ", cc_cell::kHintQeng, ""},
-        {"+QENG: " + many, cc_cell::kHintQeng, many.substr(0, 127)},
-        {"+QENG: \x80\xff\r\n", cc_cell::kHintQeng, "\x80\xff"},
-        {"+QENG: a\r\n+QCCID: b\r\n", cc_cell::kHintQccid, "b"},
-    };
-    for (const auto& test : cases) {
-        const cc_cell::AtResult result = this->Parse(test.answer);
-        EXPECT_EQ(test.type, result.type) << test.answer;
-        EXPECT_EQ(test.text, result.common_str) << test.answer;
-    }
-    EXPECT_TRUE(this->world.Logged(5, "ICCID:8986\n"));
 }
 
 TYPED_TEST_P(QuectelNetDevCtl, RowsThatAreOnlyLogged) {
@@ -379,9 +324,17 @@ TYPED_TEST_P(QuectelNetDevCtl, RowsThatAreOnlyLogged) {
     }
 }
 
+TYPED_TEST_P(QuectelNetDevCtl, CallAndRowsEndWithThe256thByte) {
+    this->ExpectCutAt256Bytes({
+        {"+QNETDEVSTATUS:", " 1,2", 0},
+        {"+QNETDEVCTL:", " 1,2,3,4", kHintQnetdevctl},
+        {"+QTEMP:", " 40,41", 0},
+    });
+}
+
 TYPED_TEST_P(QuectelNetDevCtl, RowsOfTheBaseWin) {
-    EXPECT_EQ(cc_cell::kHintCsq, this->Parse("+QNETDEVCTL: 1,1,1,1\r\n+CSQ: 5,99\r\n").type);
-    EXPECT_EQ(cc_cell::kHintQeng, this->Parse("Unknow.. +QENG: x\r\n").type);
+    EXPECT_EQ(kHintCsq, this->Parse("+QNETDEVCTL: 1,1,1,1\r\n+CSQ: 5,99\r\n").type);
+    EXPECT_EQ(kHintQeng, this->Parse("Unknow.. +QENG: x\r\n").type);
     EXPECT_EQ(0, this->Parse("\r\nOK\r\n").type);
     this->world.log.clear();
     EXPECT_EQ(0, this->cell.ParseAtResult(nullptr).type);
@@ -396,5 +349,7 @@ REGISTER_TYPED_TEST_SUITE_P(
     LaterRegistrationTestGoesOnToCeregAndCgreg, ReadCsqAsksTheNetworkTypeFirst, ServingCellIsStored,
     CellThatIsNotLteKeepsTheLastValues, ShortServingCellEmptiesWhatItLacks, AnswerWithoutCellSaysNoMore,
     FieldsOfCellsAreCutToTheirSlots, NeighbourRsrpIsTheFifthField, TemperatureIsIgnored, FieldsOfTheCallState,
-    CallStateIsLoggedUnderTheOtherQuerysName, NetworkTypeIsTheFirstField, TextsAreTheFirstLine,
-    RowsThatAreOnlyLogged, RowsOfTheBaseWin);
+    CallStateIsLoggedUnderTheOtherQuerysName, RowsThatAreOnlyLogged, CallAndRowsEndWithThe256thByte,
+    RowsOfTheBaseWin);
+
+}  // namespace cc_cell
