@@ -32,7 +32,7 @@ namespace {
 
 constexpr char kStatusFile[] = "/run/network/ravelin_status";
 
-// ---- modules of the process
+// Modules of the process
 
 enum class Module {
     kDaemon,
@@ -77,7 +77,7 @@ Module ModuleOf(const void* address) {
     return Module::kForeign;
 }
 
-// ---- what is counted
+// What is counted
 
 struct Site {
     uintptr_t offset;  // in the daemon's file: the return address of the call
@@ -184,7 +184,7 @@ void NoteFree(void* block) {
     DropBlock(block);
 }
 
-// ---- passes and the report
+// Passes and the report
 
 long skip = 0;
 long window = 0;  // 0: not measured

@@ -36,8 +36,7 @@ Device::Device(const Family& family_of_device, const std::string& model_name, Ho
     StartSignalReports();
 }
 
-// ---- time
-// -----------------------------------------------------------------------------------------------------
+// Time
 
 std::optional<int64_t> Device::NextTimerMs() const {
     std::optional<int64_t> next;
@@ -98,8 +97,7 @@ void Device::Fire(Timer timer) {
     Settle();
 }
 
-// ---- power and port
-// -------------------------------------------------------------------------------------------
+// Power and port
 
 bool Device::present() const {
     return plugged_ && power_ != Power::kOff && !timers_[kPortBack];
@@ -152,8 +150,7 @@ void Device::ResetSession() {
     session.error_mode = family.factory_error_mode;
 }
 
-// ---- SIM
-// ------------------------------------------------------------------------------------------------------
+// SIM
 
 CardState Device::card_state() const {
     if (power_ != Power::kOn || radio_ == Radio::kMinimum) return CardState::kUnpowered;
@@ -207,8 +204,7 @@ void Device::SelectCard(size_t holder) {
     Settle();
 }
 
-// ---- radio and registration
-// -----------------------------------------------------------------------------------
+// Radio and registration
 
 void Device::SetRadio(Radio radio) {
     const bool card_gets_power = radio_ == Radio::kMinimum && radio != Radio::kMinimum;
@@ -244,8 +240,7 @@ void Device::SetNetwork(const std::string& network) {
     Report(RadioReport::kTechnology);
 }
 
-// ---- data call
-// ------------------------------------------------------------------------------------------------
+// Data call
 
 DialResult Device::Dial() {
     if (!IsRegistered(kPacket) && !IsRegistered(kEps)) return DialResult::kNoService;
@@ -302,8 +297,7 @@ bool Device::Reaches(const std::string& host) const {
            std::find(network.hosts.begin(), network.hosts.end(), host) != network.hosts.end();
 }
 
-// ---- consequences
-// ---------------------------------------------------------------------------------------------
+// Consequences
 
 void Device::Settle() {
     SettlePort();

@@ -126,15 +126,13 @@ class Device {
     /// On and registered for a while. `family` and `host` stay valid for the life of the device.
     Device(const Family& family, const std::string& model, Host* host, int64_t now_ms);
 
-    // ---- time
-    // -------------------------------------------------------------------------------------------------
+    // Time
     int64_t now_ms() const { return now_ms_; }
     std::optional<int64_t> NextTimerMs() const;
     /// Moves the clock to `now_ms` at most; stops behind the first timer that is due. False when none was.
     bool AdvanceToNextTimer(int64_t now_ms);
 
-    // ---- power and port
-    // ---------------------------------------------------------------------------------------
+    // Power and port
     Power power() const { return power_; }
     bool present() const;
     int64_t port_generation() const { return port_generation_; }
@@ -147,8 +145,7 @@ class Device {
     void RestartSoon();
     void ResetSession();
 
-    // ---- SIM
-    // --------------------------------------------------------------------------------------------------
+    // SIM
     /// Two cards fit, of which the selector pin connects one.
     const SimCard& card() const { return cards_[selected_card_]; }
     SimCard& card() { return cards_[selected_card_]; }
@@ -164,8 +161,7 @@ class Device {
     /// A card put in place of the one there, or none; as when the holder is opened and closed.
     void ChangeCard(size_t holder, bool inserted, bool wants_pin, int busy_asks);
 
-    // ---- radio and registration
-    // -------------------------------------------------------------------------------
+    // Radio and registration
     Radio radio() const { return radio_; }
     void SetRadio(Radio radio);
     int Stat(Domain domain) const;
@@ -176,8 +172,7 @@ class Device {
     void SetNetwork(const std::string& network);
     bool IsSearching() const { return timers_[kSearchDone].has_value(); }
 
-    // ---- data call
-    // --------------------------------------------------------------------------------------------
+    // Data call
     CallState call() const { return call_; }
     DialResult Dial();
     void HangUp();

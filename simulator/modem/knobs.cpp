@@ -67,8 +67,7 @@ Complaint TakeNothing(std::string_view words) {
     return words.empty() ? Fine() : "no arguments are wanted";
 }
 
-// ---- SIM and network
-// ------------------------------------------------------------------------------------------
+// SIM and network
 
 Complaint TurnSim(ModemInside& modem, std::string_view words) {
     const std::string_view state = TakeWord(&words);
@@ -166,8 +165,7 @@ Complaint TurnDial(ModemInside& modem, std::string_view words) {
     return Fine();
 }
 
-// ---- the line
-// -------------------------------------------------------------------------------------------------
+// The line
 
 Complaint TurnMute(ModemInside& modem, std::string_view words) {
     if (words == "on") {
@@ -267,8 +265,7 @@ Complaint TurnAnswer(ModemInside& modem, std::string_view words) {
     return Fine();
 }
 
-// ---- power and port
-// -------------------------------------------------------------------------------------------
+// Power and port
 
 Complaint TurnReset(ModemInside& modem, std::string_view words) {
     Complaint complaint = TakeNothing(words);
@@ -304,8 +301,7 @@ Complaint TurnStatus(ModemInside&, std::string_view words) {
     return TakeNothing(words);
 }
 
-// ---- the table
-// ------------------------------------------------------------------------------------------------
+// The table
 
 constexpr Knob kKnobs[] = {
     // SIM

@@ -115,8 +115,7 @@ const char* MuteText(Fault mute) {
 
 }  // namespace
 
-// ---- the line
-// -------------------------------------------------------------------------------------------------
+// The line
 
 ModemInside::ModemInside(const Family& family, const std::string& model, int64_t now_ms)
     : device(family, model, this, now_ms) {}
@@ -227,8 +226,7 @@ void ModemInside::ForgetTraffic() {
     last_answer_ms_ = 0;
 }
 
-// ---- time
-// -----------------------------------------------------------------------------------------------------
+// Time
 
 void ModemInside::SetFlood(int64_t bytes_per_second) {
     faults.flood_bytes_per_second = bytes_per_second;
@@ -271,8 +269,7 @@ std::optional<int64_t> ModemInside::NextEventMs() const {
     return next;
 }
 
-// ---- for people
-// -----------------------------------------------------------------------------------------------
+// For people
 
 std::string ModemInside::Status() const {
     std::string text;
@@ -327,8 +324,7 @@ std::string ModemInside::Status() const {
     return text;
 }
 
-// ---- Modem
-// ----------------------------------------------------------------------------------------------------
+// Modem
 
 Modem::Modem(const ModemOptions& options, int64_t now_ms) {
     const Family* family = FindFamily(options.family);

@@ -50,7 +50,7 @@ class Environment {
     Scheduler scheduler;
     Shell shell;
 
-    // ---- serial ports
+    // Serial ports
     /// `device` answers at `path`, one of the modem ports, and must outlive the world or be removed.
     void AddPort(const std::string& path, Device* device);
     void RemovePort(Device* device);
@@ -69,24 +69,24 @@ class Environment {
     /// Makes the places of the ports in /dev of the private folder tell which are present.
     void ShowPorts();
 
-    // ---- typed input
+    // Typed input
     /// One line, with its line end, for whoever reads standard input by getdelim.
     void Type(const std::string& line) { typed_lines_.push_back(line); }
     std::string WaitForTypedLine();
 
-    // ---- faults
+    // Faults
     /// pthread_create fails with EAGAIN.
     bool fail_thread_creation = false;
     /// So many next reads of ports fail with EIO.
     int fail_port_reads = 0;
 
-    // ---- what the program does
+    // What the program does
     std::function<void(const std::string& bytes)> on_port_written;
     std::function<void(const std::string& bytes)> on_port_read;
     /// A file that was open for writing was closed. The path is the program's.
     std::function<void(const std::string& path)> on_file_written;
 
-    // ---- for interpose.cpp
+    // For interpose.cpp
     std::map<FILE*, std::string> written_files;          // open for writing
     std::map<unsigned long, int> thread_numbers;         // by pthread_t
     FILE* OpenCommandOutput(const ShellAnswer& answer);  // a stream for popen

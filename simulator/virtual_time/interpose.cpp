@@ -104,7 +104,7 @@ void KeepInterposition() {}
 
 extern "C" {
 
-// ---- clocks and sleeps
+// Clocks and sleeps
 
 time_t time(time_t* result) noexcept {
     Environment* world = World();
@@ -180,7 +180,7 @@ int clock_nanosleep(clockid_t clock, int flags, const timespec* wanted, timespec
     return 0;
 }
 
-// ---- waiting for descriptors
+// Waiting for descriptors
 
 namespace {
 
@@ -286,7 +286,7 @@ int select(int count, fd_set* read_set, fd_set* write_set, fd_set* except_set, t
     return KeepReady(world, sets);
 }
 
-// ---- descriptors
+// Descriptors
 
 static int OpenPath(const char* path, int flags, mode_t mode) {
     Environment* world = Environment::OfThisThread();
@@ -377,7 +377,7 @@ int tcflush(int fd, int queue) noexcept {
     return 0;
 }
 
-// ---- files
+// Files
 
 static FILE* OpenStream(const char* path, const char* mode) {
     FILE* stream = REAL(fopen)(path == nullptr ? path : RealPath(path).c_str(), mode);
@@ -433,7 +433,7 @@ DIR* opendir(const char* path) {
     return REAL(opendir)(RealPath(path).c_str());
 }
 
-// ---- shell
+// Shell
 
 int system(const char* command) {
     Environment* world = World();
@@ -460,7 +460,7 @@ int pclose(FILE* stream) {
     return REAL(fclose)(stream);
 }
 
-// ---- standard input
+// Standard input
 
 ssize_t getdelim(char** line, size_t* size, int delimiter, FILE* stream) {
     Environment* world = stream == stdin ? WorldToWaitIn() : nullptr;
@@ -484,7 +484,7 @@ ssize_t getline(char** line, size_t* size, FILE* stream) {
     return getdelim(line, size, '\n', stream);
 }
 
-// ---- threads
+// Threads
 
 int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*entry)(void*),
                    void* argument) noexcept {

@@ -104,7 +104,7 @@ class Run {
         NoteAt(environment_.now_us(), kind, bytes);
     }
 
-    // ---- log and output
+    // Log and output
 
     // A line of the log is forwarded first and then printed, by one thread that doesn't wait in between. So
     // what was forwarded is kept until it is seen whether it is printed too.
@@ -133,7 +133,7 @@ class Run {
 
     void Complained(const std::string& chunk) { PrintPlain(chunk, "complains", &complained_); }
 
-    // ---- bus
+    // Bus
 
     int JoinBus(const char* name, const busglue_descriptor* descriptor) {
         Note("bus", std::string("joins ") + name);
@@ -148,7 +148,7 @@ class Run {
         Note("bus", std::string("sends ") + record.destination + " " + ToHex(record.frame, record.length));
     }
 
-    // ---- end
+    // End
 
     // The daemon calls exit, or returns from main.
     void DaemonExits(int status) {
@@ -167,7 +167,7 @@ class Run {
         std::string bytes;
     };
 
-    // ---- given
+    // Given
 
     void Furnish() {
         for (const ScenarioFile& file : scenario_.files) WriteFile(file.path, file.text);
@@ -248,7 +248,7 @@ class Run {
         if (modem_ != nullptr) modem_->Advance(environment_.now_us());
     }
 
-    // ---- watching
+    // Watching
 
     void Watch() {
         environment_.shell.on_call = [this](const Shell::Call& call) {
@@ -332,7 +332,7 @@ class Run {
         complained_.clear();
     }
 
-    // ---- what happens when
+    // What happens when
 
     void Schedule() {
         for (const ScenarioEvent& event : scenario_.events) {
@@ -389,7 +389,7 @@ class Run {
         if (fd >= 0) close(fd);
     }
 
-    // ---- bus
+    // Bus
 
     // The library's own thread.
     static void* ServeBus(void* argument) {
@@ -424,7 +424,7 @@ class Run {
         static_cast<Run*>(context)->Note("bus", "replies " + ToHex(bytes, length));
     }
 
-    // ---- output and end
+    // Output and end
 
     static ssize_t TakeOutput(void* cookie, const char* bytes, size_t size);
     void CaptureOutput();
@@ -504,7 +504,7 @@ __attribute__((constructor)) void StartRun() {
 
 }  // namespace virtual_time
 
-// ---- the bus library
+// The bus library
 
 using virtual_time::the_run;
 

@@ -207,7 +207,7 @@ class Parser {
         return Fail("unknown word \"" + verb + "\"");
     }
 
-    // ---- given
+    // Given
 
     bool ParseModem(std::string rest) {
         has_modem_ = true;
@@ -311,7 +311,7 @@ class Parser {
         return text;
     }
 
-    // ---- what happens when
+    // What happens when
 
     bool ParseAt(const Statement& statement, std::string rest) {
         int64_t at_us = 0;
@@ -374,7 +374,7 @@ class Parser {
         return true;
     }
 
-    // ---- what is expected
+    // What is expected
 
     bool ParseExpectation(const Statement& statement, Expectation::Mode mode, std::string rest) {
         Expectation expectation = {};

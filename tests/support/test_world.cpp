@@ -158,7 +158,7 @@ void World::Type(const std::string& line) {
 
 }  // namespace test_support
 
-// ---- doubles of the log and of the bus library
+// Doubles of the log and of the bus library
 
 // They stand in one object, so that neither the log module nor the bus library is linked.
 

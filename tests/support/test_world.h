@@ -33,7 +33,7 @@ class World {
     World(const World&) = delete;
     World& operator=(const World&) = delete;
 
-    // ---- time
+    // Time
     /// Virtual time since the world began.
     int64_t now_ms() const;
     double now_seconds() const;
@@ -43,7 +43,7 @@ class World {
     /// day unless told.
     void EndAt(double seconds_from_start);
 
-    // ---- files
+    // Files
 
     // Paths as the daemon knows them. /run/network, /ubi/conf/network, /etc/init.d, /media, /dev, /proc and
     // the folders of gpio130 and gpio182 exist from the start, all empty.
@@ -55,7 +55,7 @@ class World {
     /// Where a path of the daemon really is, for tests that need a file of their own.
     std::string RealPath(const std::string& path) const;
 
-    // ---- shell
+    // Shell
     struct ShellCall {
         double at_seconds;
         std::string command;
@@ -74,7 +74,7 @@ class World {
     /// Done when system() runs such a command.
     void OnSystem(const std::string& part_of_command, std::function<void()> action);
 
-    // ---- log
+    // Log
     struct LogLine {
         std::string file;
         std::string function;
@@ -91,7 +91,7 @@ class World {
     /// Texts that the function logged, in order.
     std::vector<std::string> LogOf(const std::string& function) const;
 
-    // ---- bus
+    // Bus
     std::vector<std::vector<uint8_t>> sent_frames;  // what dbs_send_method_async got
     struct SentRecord {
         std::vector<uint8_t> frame;
@@ -106,7 +106,7 @@ class World {
     std::string bus_name;                  // what dbs_connect_init got
     const busglue_descriptor* bus_descriptor = nullptr;
 
-    // ---- faults and input
+    // Faults and input
     void FailThreads(bool fail);
     /// A line for whoever reads standard input by getdelim, line end added.
     void Type(const std::string& line);

@@ -37,7 +37,7 @@ class DataStatusTest : public DriverTest<Driver> {
 using Drivers = testing::Types<CellLongSung, CellNodeCom>;
 TYPED_TEST_SUITE(DataStatusTest, Drivers);
 
-// ---- set-up
+// Set-up
 
 TYPED_TEST(DataStatusTest, InitializeTurnsOnFiveReportsInOrder) {
     const Texts reports = {"AT+SIGNALIND=1", "AT+NWTYPEIND=1", "AT+URCIND=1", "AT+PSDIALIND=1",
@@ -56,7 +56,7 @@ TYPED_TEST(DataStatusTest, RefusedReportsAreNoFailure) {
     EXPECT_EQ(BaseSetUp().size() + 5, this->modem.exchanges.size());
 }
 
-// ---- parser
+// Parser
 
 struct StatusCase {
     std::string behind_prefix;
@@ -135,7 +135,7 @@ TYPED_TEST(DataStatusTest, RowsEndWithThe256thByte) {
     });
 }
 
-// ---- unsolicited texts
+// Unsolicited texts
 
 TYPED_TEST(DataStatusTest, ReportedStatusIsTheOnlineState) {
     EXPECT_EQ(1, this->Hear("\r\n+DATASTATUS: 1\r\n"));
@@ -169,7 +169,7 @@ TYPED_TEST(DataStatusTest, OtherHintsGoToTheEngine) {
     EXPECT_EQ(0, this->cell.m_online);
 }
 
-// ---- places of the lines
+// Places of the lines
 
 TYPED_TEST(DataStatusTest, NoLineNamesTheSharedFile) {
     this->modem.AllowUnknown();

@@ -133,7 +133,7 @@ class IniStore : public testing::Test {
     int descriptors_ = 0;
 };
 
-// ---- loading
+// Loading
 
 TEST_F(IniStore, BlanksAroundKeyAndValueAreTrimmed) {
     Load("APN = internet \n");
@@ -294,7 +294,7 @@ TEST_F(IniStore, LoadAllIsAsStrictWithLengths) {
     EXPECT_EQ(errors_, "init file error!\n");
 }
 
-// ---- lookup, removal
+// Lookup, removal
 
 TEST_F(IniStore, LookupInANullTableGivesNull) {
     EXPECT_EQ(ini_get(nullptr, "APN"), nullptr);
@@ -326,7 +326,7 @@ TEST_F(IniStore, RemoveTakesTheFirstEntryOfTheKeyInAnyCase) {
     EXPECT_EQ(ini_remove(table_, "B"), nullptr);
 }
 
-// ---- saving
+// Saving
 
 TEST_F(IniStore, SaveMergesTheTableIntoTheFile) {
     Load("Apn=new\nNEW=1\nENABLE=0\nUSER=\n");
@@ -427,7 +427,7 @@ TEST_F(IniStore, SaveMeasuresTheTrimmedKey) {
     EXPECT_EQ(Read(), key + "=1\n");
 }
 
-// ---- trimming
+// Trimming
 
 TEST(StrTrim, TakesWhiteSpaceFromBothEnds) {
     const struct {

@@ -82,7 +82,7 @@ void BringUp(Desk& desk, const std::string& maker) {
     desk.Wait(kSearchMs);
 }
 
-// ---- Huawei
+// Huawei
 
 TEST(HuaweiDialect, AnswersEveryCommandOfTheDaemon) {
     Desk desk("huawei");
@@ -122,7 +122,7 @@ TEST(HuaweiDialect, ReportsCallAndSignalUnasked) {
     EXPECT_TRUE(Holds(desk.Wait(7000), "\r\n^HCSQ: \"NOSERVICE\"\r\n"));
 }
 
-// ---- LongSung and NodeCom
+// LongSung and NodeCom
 
 const std::vector<Expected> kReports = {{"AT+SIGNALIND=1", kOk},    {"AT+NWTYPEIND=1", kOk},
                                         {"AT+URCIND=1", kOk},       {"AT+PSDIALIND=1", kOk},
@@ -184,7 +184,7 @@ TEST(DataStatusDialects, ReportWhatTheyWereToldToReport) {
     }
 }
 
-// ---- Cinterion
+// Cinterion
 
 TEST(CinterionDialect, AnswersEveryCommandOfTheDaemon) {
     Desk desk("cinterion");
@@ -226,7 +226,7 @@ TEST(CinterionDialect, PortTakesTheOtherNameWithEachRestart) {
     EXPECT_EQ("/dev/other", desk.modem.PortPathFrom("/dev/ttyACM0"));
 }
 
-// ---- ChuangYi
+// ChuangYi
 
 TEST(ChuangYiDialect, AnswersEveryCommandOfTheDaemon) {
     Desk desk("chuangyi");

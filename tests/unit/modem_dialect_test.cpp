@@ -20,8 +20,7 @@ using modem_sim::Modem;
 using modem_sim::ModemOptions;
 using modem_sim::Row;
 
-// ---- Quectel modules on Qualcomm chipsets
-// ---------------------------------------------------------------------
+// Quectel modules on Qualcomm chipsets
 
 /// In the order in which the daemon sends them, from the identification to the end of a call.
 constexpr Expected kQuectelQcom[] = {
@@ -129,8 +128,7 @@ TEST(ModemDialect, QuectelQcomRefusesWhatItsCommandsDontTake) {
     EXPECT_EQ(modem.unknown_command_count(), 0u);
 }
 
-// ---- Quectel modules on ASR and Unisoc chipsets
-// ---------------------------------------------------------------
+// Quectel modules on ASR and Unisoc chipsets
 
 constexpr Expected kQuectelAsr[] = {
     {"AT", "AT\r\r\nOK\r\n"},
@@ -279,8 +277,7 @@ TEST(ModemDialect, RefusedNetDevCtlIsToldByUnisocAlone) {
     }
 }
 
-// ---- ZTE/Gosuncn
-// ----------------------------------------------------------------------------------------------
+// ZTE/Gosuncn
 
 constexpr Expected kZte[] = {
     {"AT", "AT\r\r\nOK\r\n"},
@@ -365,8 +362,7 @@ TEST(ModemDialect, ZteRefusedDialDoesNotSayConnect) {
     EXPECT_EQ(Exchange(modem, "AT+ZECMCALL=1", &now_ms), "\r\nNO CARRIER\r\n");
 }
 
-// ---- what the standard gives to all
-// ---------------------------------------------------------------------------
+// What the standard gives to all
 
 TEST(ModemDialect, CommonCommands) {
     constexpr Expected kCommon[] = {
@@ -410,8 +406,7 @@ TEST(ModemDialect, CommonCommands) {
     }
 }
 
-// ---- soundness of the tables
-// ----------------------------------------------------------------------------------
+// Soundness of the tables
 
 std::vector<const Row*> RowsOf(const Family& family) {
     std::vector<const Row*> rows;
@@ -482,8 +477,7 @@ TEST(ModemDialectTables, UnknownFieldStaysAsItIsAndBracesAreNoTrap) {
     EXPECT_EQ(Exchange(modem, "AT+COPS?", &now_ms), "\r\n+COPS: 0,0,\"{csq}{nosuch}}{\",7\r\n\r\nOK\r\n");
 }
 
-// ---- documentation
-// --------------------------------------------------------------------------------------------
+// Documentation
 
 TEST(ModemDocumentation, NamesEveryKnobAndFamily) {
     std::ifstream file(std::string(RAVELIN_SOURCE_DIR) + "/docs/modem-simulator.md");

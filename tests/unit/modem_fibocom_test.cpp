@@ -8,8 +8,7 @@ using modem_sim::ModemOptions;
 
 namespace {
 
-// ---- NL668 and MC116: the echo stays on
-// -------------------------------------------------------------------------
+// NL668 and MC116: the echo stays on
 
 constexpr Expected kFibocom[] = {
     {"AT", "AT\r\r\nOK\r\n"},
@@ -90,8 +89,7 @@ TEST(ModemFibocom, RefusesWhatItsCommandsDontTake) {
     }
 }
 
-// ---- USB mode
-// ---------------------------------------------------------------------------------------------------
+// USB mode
 
 TEST(ModemFibocom, WrongUsbModeHasNoCallUntilARestartMadeTheRightOneTrue) {
     const struct { const char *family, *mode; } kFamilies[] = {{"fibocom", "18"}, {"fibocom_le", "32"}};
@@ -153,8 +151,7 @@ TEST(ModemFibocom, RefusedDialAndNoService) {
     EXPECT_EQ("\r\n+SIM DROP\r\n\r\n+CME ERROR: 10\r\n", Exchange(modem, "AT+GTRNDIS=1,1", &now_ms));
 }
 
-// ---- LE370: the echo is off
-// -------------------------------------------------------------------------------------
+// LE370: the echo is off
 
 constexpr Expected kFibocomLe[] = {
     {"AT", "\r\nOK\r\n"},

@@ -56,8 +56,7 @@ std::string Line(const std::string& text) {
     return "\r\n" + text + "\r\n\r\nOK\r\n";
 }
 
-// ---- commands
-// -------------------------------------------------------------------------------------------------
+// Commands
 
 TEST_F(ModemModel, AnswersInTheFormOfARealModem) {
     EXPECT_EQ(Ask("AT+CSQ"), "\r\n+CSQ: 23,99\r\n\r\nOK\r\n");
@@ -129,8 +128,7 @@ TEST_F(ModemModel, ErrorsAreWordedAsCmeeAsks) {
     EXPECT_EQ(Ask("AT+CMEE?"), Line("+CMEE: 2"));
 }
 
-// ---- radio, registration, data call
-// ---------------------------------------------------------------------------
+// Radio, registration, data call
 
 TEST_F(ModemModel, RadioOffDropsRegistrationAndDataCall) {
     Dial();
@@ -294,8 +292,7 @@ TEST_F(ModemModel, CellAnswersTellWhyThereIsNoService) {
     EXPECT_EQ(Ask("AT+QNWINFO"), Line("+QNWINFO: No Service"));
 }
 
-// ---- SIM
-// ------------------------------------------------------------------------------------------------------
+// SIM
 
 TEST_F(ModemModel, SimAbsent) {
     Dial();
@@ -420,8 +417,7 @@ TEST_F(ModemModel, HostsAnswerThroughTheCallAndTheNetworkOfTheSim) {
     EXPECT_FALSE(modem_.RoundTripMs("8.8.8.8"));
 }
 
-// ---- power, boot, port
-// ----------------------------------------------------------------------------------------
+// Power, boot, port
 
 TEST_F(ModemModel, ResetTakesTimeAndTheModemComesBackFresh) {
     Turn("boot-time 8000");
@@ -534,8 +530,7 @@ TEST_F(ModemModel, UnplugKeepsTheModemOnAndPlugMayNameAnotherPath) {
     EXPECT_TRUE(StatusHas("link: up"));
 }
 
-// ---- the line
-// -------------------------------------------------------------------------------------------------
+// The line
 
 TEST_F(ModemModel, OutputIsTakenInPortionsInOrder) {
     modem_.Receive("AT+CSQ\r\n", now_ms_);
@@ -712,8 +707,7 @@ TEST_F(ModemModel, EchoKnobIsTheModemsOwnEcho) {
     EXPECT_EQ(Ask("AT"), kOk);
 }
 
-// ---- knobs
-// ----------------------------------------------------------------------------------------------------
+// Knobs
 
 TEST_F(ModemModel, LinesThatMakeNoSenseAreRefusedWithAReasonAndChangeNothing) {
     const std::string before = modem_.Status();

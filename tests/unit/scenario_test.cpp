@@ -39,7 +39,7 @@ std::string ProblemOf(const std::string& text) {
     return ParseScenario("x", text, &scenario, &problem) ? "" : problem;
 }
 
-// ---- language
+// Language
 
 TEST(ScenarioLanguage, GivenPartIsRead) {
     const Scenario scenario = Parse(
@@ -164,7 +164,7 @@ TEST(ScenarioLanguage, MistakesAreToldWithTheirLine) {
     }
 }
 
-// ---- trace
+// Trace
 
 TEST(Trace, EntriesComeBackAsTheyWere) {
     const std::vector<TraceEntry> entries = {
@@ -202,7 +202,7 @@ TEST(Trace, PatternsMatchWholeTexts) {
     EXPECT_TRUE(MatchesPattern("<any>", ""));
 }
 
-// ---- judgement
+// Judgement
 
 const char kTrace[] =
     "       1.000  sends      AT\n"

@@ -166,7 +166,7 @@ bool SameAttributes(const termios& a, const termios& b) {
            cfgetispeed(&a) == cfgetispeed(&b) && cfgetospeed(&a) == cfgetospeed(&b);
 }
 
-// ---- open, write, close
+// Open, write, close
 
 TEST_F(SerialPort, OpensReadWriteAndBlocking) {
     const int fd = OpenSerial(name_);
@@ -194,7 +194,7 @@ TEST_F(SerialPort, WritesBytesAsTheyAre) {
     EXPECT_EQ(WriteSerial(-1, bytes, 1), -1);
 }
 
-// ---- set-up
+// Set-up
 
 TEST_F(SerialPort, UnknownSpeedFlushesTenTimesAndAppliesNothingBeforeTheRawSetup) {
     const termios before = Attributes();
@@ -358,7 +358,7 @@ TEST_F(SerialPort, SomethingThatIsNoTerminalGivesMinus1) {
     close(file);
 }
 
-// ---- timed read, on the real port
+// Timed read, on the real port
 
 class SerialRead : public SerialPort {
   protected:
@@ -439,7 +439,7 @@ TEST_F(SerialRead, SecondFormEndsOnAPortThatIsPulledOut) {
     EXPECT_LE(ReadSerialTimed2(port_, buffer, sizeof(buffer), 60000, 60000), 0);
 }
 
-// ---- timed read, on a made-up port: each wait takes 1 ms and then reports data
+// Timed read, on a made-up port: each wait takes 1 ms and then reports data
 
 class ScriptedRead : public SerialPort {
   protected:

@@ -85,7 +85,7 @@ void log_send(const char* text) {
 namespace {
 
 constexpr time_t kNoonAndOneSecond = 1767268801;  // 2026-01-01 12:00:01 UTC
-const int32_t kLevelAtStart = trace_level;  // nothing of this process has set it yet
+const int32_t kLevelAtStart = trace_level;        // nothing of this process has set it yet
 const char* const kPrefix = "12:00:01.7 dir/file.cpp:Task:42:";
 
 void FreeNames(TraceName** list) {
@@ -155,7 +155,7 @@ class TraceLog : public testing::Test {
     using Texts = std::vector<std::string>;
 };
 
-// ---- what reaches which sink
+// What reaches which sink
 
 TEST_F(TraceLog, WithoutOptionsLevel7IsDroppedBeforeFormatting) {
     EXPECT_EQ(Local(7), "");
@@ -219,7 +219,7 @@ TEST_F(TraceLog, ListedFileIsShownAtAnyLevelBelowTheThreshold) {
     EXPECT_EQ(forwarded, Texts(8, "hello")) << "levels 0 to 6 of the one file, level 5 of the other";
 }
 
-// ---- the words of the command line
+// The words of the command line
 
 TEST_F(TraceLog, EchoOfAFileShowsTheWordBehindIt) {
     EXPECT_EQ(Init({"-DF", "network_daemon/cellular_task.cpp", "-t"}), "Trace file -t\n");
@@ -276,7 +276,7 @@ TEST_F(TraceLog, MemoryThatRunsOutLosesTheNameButNotTheEcho) {
     EXPECT_EQ(trace_function_list, nullptr);
 }
 
-// ---- the log file
+// The log file
 
 class TraceLogFile : public TraceLog {
   protected:
@@ -382,7 +382,7 @@ TEST_F(TraceLogFile, LinesOfDifferentThreadsDoNotTear) {
     EXPECT_EQ(forwarded.size(), static_cast<size_t>(kThreads * kLines));
 }
 
-// ---- the line
+// The line
 
 TEST_F(TraceLog, MillisecondsHaveNoZeroFill) {
     const struct {
@@ -491,7 +491,7 @@ TEST_F(TraceLog, AllocatesNothing) {
     testing::internal::GetCapturedStdout();
 }
 
-// ---- the second interpretation
+// The second interpretation
 
 TEST_F(TraceLog, PercentSignsOfAFinishedLineAreInterpretedOnceMore) {
     const struct {
@@ -534,7 +534,7 @@ TEST_F(TraceLog, EveryByteMayStandBehindAPercentSign) {
     }
 }
 
-// ---- hex dump
+// Hex dump
 
 class TraceHexdump : public TraceLog {
   protected:

@@ -146,7 +146,7 @@ TEST(VirtualClock, ABusyLoopIsChargedTime) {
     EXPECT_EQ(1000, world.now_ms());
 }
 
-// ---- select and the port
+// Select and the port
 
 TEST(VirtualPort, SelectStoresTheTimeLeft) {
     World world;
@@ -331,7 +331,7 @@ TEST(VirtualPort, TheLineCanBeSetUp) {
     EXPECT_EQ(0, SelectRead(modem.fd(), &timeout));
 }
 
-// ---- paths
+// Paths
 
 TEST(PrivateFolder, FixedPathsAreNotTheMachines) {
     World world;
@@ -423,7 +423,7 @@ TEST(PrivateFolderDeathTest, OneThatACrashLeftIsClearedAway) {
     EXPECT_EQ(0, rmdir(place));
 }
 
-// ---- shell
+// Shell
 
 TEST(VirtualShell, CommandsAreNotedWithTheirTimes) {
     World world;
@@ -492,7 +492,7 @@ TEST(VirtualShell, PopenCanBeSlow) {
     pclose(stream);
 }
 
-// ---- threads
+// Threads
 
 struct Diary {
     std::string text;
@@ -608,7 +608,7 @@ TEST(VirtualThreads, TypedLinesReachTheReaderOfStandardInput) {
     EXPECT_EQ(4000, world.now_ms());
 }
 
-// ---- log and bus
+// Log and bus
 
 TEST(TestWorld, CapturesTheLogAsFormatted) {
     World world;

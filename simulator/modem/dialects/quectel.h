@@ -21,7 +21,7 @@ Outcome QuectelAskUsbMode(Device& device, const Arguments& arguments);  ///< AT+
 /// AT+QCFG="usbnet",*: the mode takes effect with the next start of the modem.
 Outcome QuectelSetUsbMode(Device& device, const Arguments& arguments);
 
-// ---- modules that call by AT+QNETDEVCTL
+// Modules that call by AT+QNETDEVCTL
 
 /// AT+QNETDEVCTL?: kind of connection, context, whether the module reports, and 1 while the call is up.
 Outcome QuectelAskNetDevCtl(Device& device, const Arguments& arguments);

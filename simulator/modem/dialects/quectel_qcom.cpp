@@ -38,8 +38,7 @@ std::string Unsolicited(const Device&, Event event) {
     return "";
 }
 
-// ---- data call
-// ------------------------------------------------------------------------------------------------
+// Data call
 
 Outcome CallRow(Device& device, const Arguments& arguments) {
     if (arguments.size() != 2 || arguments[1] != "1") return Error();
@@ -83,8 +82,7 @@ Outcome AskNetworkDevice(Device& device, const Arguments&) {
     }
 }
 
-// ---- cells
-// -----------------------------------------------------------------------------------------------------
+// Cells
 
 Outcome AskNeighbourCells(Device& device, const Arguments&) {
     if (!device.HasService() || !IsLte(device)) return Ok();
@@ -94,8 +92,7 @@ Outcome AskNeighbourCells(Device& device, const Arguments&) {
                      "+QENG: \"neighbourcell inter\",\"LTE\",1300,87,-16,-109,-80,0,18,2,15,4"));
 }
 
-// ---- settings
-// -------------------------------------------------------------------------------------------------
+// Settings
 
 bool IsSettingName(const std::string& name) {
     for (const char* each : kSettingNames) {

@@ -43,8 +43,7 @@ std::string Unsolicited(const Device&, Event event) {
     return "";
 }
 
-// ---- data call
-// ------------------------------------------------------------------------------------------------
+// Data call
 
 void StoreContext(Device& device, const Arguments& arguments) {
     const auto argument = [&arguments](size_t index) {
@@ -84,8 +83,7 @@ Outcome AskCall(Device& device, const Arguments&) {
     return Ok(is_up ? "+ZECMCALL: IPV4, 10.64.12.7, 10.64.12.1, 10.64.0.11, 10.64.0.12" : "+ZECMCALL: IPV4");
 }
 
-// ---- network and cells
-// ----------------------------------------------------------------------------------------
+// Network and cells
 
 Outcome AskNetwork(Device& device, const Arguments&) {
     if (!device.HasService()) return Ok("+ZPAS: \"No Service\"");
