@@ -1,10 +1,10 @@
 // The virtual world itself: if it lied about time, order or paths, every other suite would prove nothing.
 
-#include <dirent.h>
-#include <fcntl.h>
 #include <gtest/gtest-spi.h>
 #include <gtest/gtest.h>
 
+#include <dirent.h>
+#include <fcntl.h>
 #include <pthread.h>
 #include <sys/select.h>
 #include <sys/stat.h>
@@ -13,10 +13,10 @@
 #include <termios.h>
 #include <time.h>
 #include <unistd.h>
-#include <chrono>
-#include <filesystem>
 
+#include <chrono>
 #include <cstring>
+#include <filesystem>
 #include <string>
 #include <thread>
 #include <vector>
