@@ -28,5 +28,7 @@ owns_name() {
         org.freedesktop.DBus.GetNameOwner string:busglue.RAVELIN
 }
 check "it comes back to the bus" wait_for 10 owns_name
+check "and answers the next query: no modem yet" peer_ends 1 status
+check "in words" told "the daemon has no modem yet"
 kill "$DAEMON"
 await_end 5 143
