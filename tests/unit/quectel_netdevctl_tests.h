@@ -324,7 +324,7 @@ TYPED_TEST_P(QuectelNetDevCtl, RowsThatAreOnlyLogged) {
     }
 }
 
-TYPED_TEST_P(QuectelNetDevCtl, CallAndRowsEndWithThe256thByte) {
+TYPED_TEST_P(QuectelNetDevCtl, CallStateAndLoggedRowsEndWithThe256thByte) {
     this->ExpectCutAt256Bytes({
         {"+QNETDEVSTATUS:", " 1,2", 0},
         {"+QNETDEVCTL:", " 1,2,3,4", kHintQnetdevctl},
@@ -349,7 +349,7 @@ REGISTER_TYPED_TEST_SUITE_P(
     LaterRegistrationTestGoesOnToCeregAndCgreg, ReadCsqAsksTheNetworkTypeFirst, ServingCellIsStored,
     CellThatIsNotLteKeepsTheLastValues, ShortServingCellEmptiesWhatItLacks, AnswerWithoutCellSaysNoMore,
     FieldsOfCellsAreCutToTheirSlots, NeighbourRsrpIsTheFifthField, TemperatureIsIgnored, FieldsOfTheCallState,
-    CallStateIsLoggedUnderTheOtherQuerysName, RowsThatAreOnlyLogged, CallAndRowsEndWithThe256thByte,
-    RowsOfTheBaseWin);
+    CallStateIsLoggedUnderTheOtherQuerysName, RowsThatAreOnlyLogged,
+    CallStateAndLoggedRowsEndWithThe256thByte, RowsOfTheBaseWin);
 
 }  // namespace cc_cell
