@@ -26,7 +26,7 @@ TEST_F(ChuangYiTest, NewObjectHasEth1AndSendsNothing) {
     EXPECT_TRUE(modem.exchanges.empty());
 }
 
-// ---- set-up
+// Set-up
 
 TEST_F(ChuangYiTest, InitializeIsTheEnginesOwnWithTheChipsetsName) {
     EXPECT_EQ(1, cell.Initialize());
@@ -36,7 +36,7 @@ TEST_F(ChuangYiTest, InitializeIsTheEnginesOwnWithTheChipsetsName) {
     EXPECT_EQ(Texts{"5 Initialize: m_ModuleName = Some \n"}, TakeLog());
 }
 
-// ---- IMSI
+// IMSI
 
 struct ImsiCase {
     std::string imsi;
@@ -82,7 +82,7 @@ TEST_F(ChuangYiTest, ImsiOf10And32CharactersIsSent) {
     }
 }
 
-// ---- dial and hang-up
+// Dial and hang-up
 
 TEST_F(ChuangYiTest, DialGivesNoApnAndWaitsASecondForTheRadio) {
     copy_text(cell.m_apn, "internet");
@@ -107,7 +107,7 @@ TEST_F(ChuangYiTest, HangUpAndSimCheckAreTheEnginesOwn) {
     EXPECT_EQ(Joined({"AT+CFUN=0"}, BaseSimCheck()), modem.Sent());
 }
 
-// ---- link
+// Link
 
 struct LinkCase {
     std::string answer;
@@ -143,7 +143,7 @@ TEST_F(ChuangYiTest, LinkIsUpInState1Alone) {
     }
 }
 
-// ---- service
+// Service
 
 TEST_F(ChuangYiTest, SysInfoGivesServiceAndTheSubmodeOfTheSeventhField) {
     modem.On(kAskService, Answer("+SYSINFO: 2,3,0,5,1,0,9"));
@@ -185,7 +185,7 @@ TEST_F(ChuangYiTest, ServiceIsStatus2AndTouchesNoRegistration) {
     for (const std::string& command : modem.Sent()) EXPECT_EQ(kAskService, command);
 }
 
-// ---- parser
+// Parser
 
 std::string SysInfoLine(const std::vector<int32_t>& n) {
     const auto text = [&n](size_t i) { return std::to_string(n[i]); };
@@ -299,7 +299,7 @@ TEST_F(ChuangYiTest, RowsEndWithThe256thByte) {
     });
 }
 
-// ---- unsolicited texts
+// Unsolicited texts
 
 TEST_F(ChuangYiTest, Hint16IsTheOnlineStateThoughNoRowGivesIt) {
     AtResult result = {};
@@ -323,7 +323,7 @@ TEST_F(ChuangYiTest, OtherHintsGoToTheEngine) {
     EXPECT_STREQ("LTE TDD", cell.m_NetworkType);
 }
 
-// ---- places of the lines
+// Places of the lines
 
 TEST_F(ChuangYiTest, EachLineNamesThisDriverItsOperationAndLevel) {
     modem.AllowUnknown();

@@ -28,7 +28,7 @@ TEST_F(CinterionTest, NewObjectHasWwan0AndSendsNothing) {
     EXPECT_TRUE(modem.exchanges.empty());
 }
 
-// ---- set-up
+// Set-up
 
 TEST_F(CinterionTest, InitializeTurnsOnTheTemperatureAndReadsTheRevision) {
     modem.On("AT^SCTM=1,1", kOk);
@@ -72,7 +72,7 @@ TEST_F(CinterionTest, RevisionInMixedCaseLeavesTheMakersName) {
     EXPECT_STREQ("Cinterion", cell.m_fw_version);
 }
 
-// ---- dial and hang-up
+// Dial and hang-up
 
 TEST_F(CinterionTest, DialSetsTheContextAndStartsTheLink) {
     cell.m_carrier_code = 2;
@@ -91,7 +91,7 @@ TEST_F(CinterionTest, DisConnectTurnsTheRadioOffAndNothingElse) {
     EXPECT_EQ(Texts{"AT+CFUN=0"}, modem.Sent());
 }
 
-// ---- link
+// Link
 
 struct LinkCase {
     std::string answer;
@@ -147,7 +147,7 @@ TEST_F(CinterionTest, LinkQuestionIsNotParsed) {
     EXPECT_EQ(Texts{}, TakeLog());
 }
 
-// ---- temperature
+// Temperature
 
 struct TemperatureCase {
     std::string answer;
@@ -204,7 +204,7 @@ TEST_F(CinterionTest, TemperatureFieldsOfAnyForm) {
     }
 }
 
-// ---- SIM
+// SIM
 
 TEST_F(CinterionTest, CheckSimCardTakes20CharactersOfTheIccid) {
     AnswerSimCheck();
@@ -261,13 +261,13 @@ TEST_F(CinterionTest, SimThatIsNotReadyIsAnErrorAndAsksNoIccid) {
     EXPECT_EQ(Texts{"1 CheckSimCard: CheckSimCard ERROR = -2!!!\n"}, TakeLog());
 }
 
-// ---- registration
+// Registration
 
 TEST_F(CinterionTest, ServiceIsEpsRegistrationOrElsePacketRegistration) {
     ExpectTwoStepRegistration();
 }
 
-// ---- parser
+// Parser
 
 struct RowCase {
     std::string answer;
@@ -347,7 +347,7 @@ TEST_F(CinterionTest, RowsEndWithThe256thByte) {
     });
 }
 
-// ---- unsolicited texts
+// Unsolicited texts
 
 TEST_F(CinterionTest, Hint30IsSettledAndOthersGoToTheEngine) {
     AtResult result = {};
@@ -362,7 +362,7 @@ TEST_F(CinterionTest, Hint30IsSettledAndOthersGoToTheEngine) {
     EXPECT_STREQ("LTE FDD", cell.m_NetworkType);
 }
 
-// ---- places of the lines
+// Places of the lines
 
 TEST_F(CinterionTest, EachLineNamesThisDriverItsOperationAndLevel) {
     modem.AllowUnknown();

@@ -67,7 +67,7 @@ class CellDriverTest : public testing::Test {
     std::string text;
 };
 
-// ---- finding a row
+// Finding a row
 
 TEST_F(CellDriverTest, RowIsFoundAnywhereInTheAnswer) {
     char answer[] = "\r\n+RRCSTATE: 1,7\r\n\r\nOK\r\n";
@@ -107,7 +107,7 @@ TEST_F(CellDriverTest, MatchIsLoggedInTheDriversName) {
     EXPECT_EQ(5u, world.log[0].level);
 }
 
-// ---- what a row fills
+// What a row fills
 
 TEST_F(CellDriverTest, RowWithoutFieldsGivesNoHint) {
     EXPECT_EQ(0, Take(kRows[0], "1,2\r\n").type);
@@ -179,7 +179,7 @@ TEST_F(CellDriverTest, NetworkTypeGoesToTheObjectCutTo63) {
     EXPECT_STREQ("", cell.m_NetworkType);
 }
 
-// ---- slots
+// Slots
 
 TEST_F(CellDriverTest, SlotsTakeEmptyFieldsToo) {
     char list[] = "a,,c\rd";
@@ -221,7 +221,7 @@ TEST_F(CellDriverTest, MissingTextIsPrintedAsAWord) {
     EXPECT_STREQ("x", OrNullWord("x"));
 }
 
-// ---- exchanges
+// Exchanges
 
 struct RegistrationCase {
     const char* cereg;

@@ -44,7 +44,7 @@ TEST_F(FiboComLeTest, NewObjectHasWwan0AndSendsNothing) {
     EXPECT_TRUE(modem.exchanges.empty());
 }
 
-// ---- Initialize
+// Initialize
 
 TEST_F(FiboComLeTest, InitializeSendsItsOwnSetUpInOrder) {
     AnswerSetUp();
@@ -111,7 +111,7 @@ TEST_F(FiboComLeTest, OtherUsbModeIsSetAndTheModuleRestarted) {
     EXPECT_TRUE(world.Logged(6, "AT+gtusbmode=32 \r\nOK\r\n!!! \n"));
 }
 
-// ---- dial, hang-up, link
+// Dial, hang-up, link
 
 TEST_F(FiboComLeTest, DialThatIsAcceptedIsConnected) {
     modem.On("AT+GTRNDIS=1,1", kOk);
@@ -163,7 +163,7 @@ TEST_F(FiboComLeTest, LinkIsUpWithA1Only) {
     EXPECT_TRUE(world.LogOf("CheckConnection").empty());
 }
 
-// ---- registration and SIM
+// Registration and SIM
 
 TEST_F(FiboComLeTest, RegistrationIsTestedInTwoSteps) {
     ExpectTwoStepRegistration();
@@ -173,7 +173,7 @@ TEST_F(FiboComLeTest, CheckSimCardTakes20CharactersOfTheIccid) {
     ExpectIccidFrom("AT+CCID", "+CCID: ");
 }
 
-// ---- network type
+// Network type
 
 TEST_F(FiboComLeTest, NetworkTypeIsLteWithoutQuotesForA4) {
     modem.On("AT+GTCCINFO?", kCells);
@@ -227,7 +227,7 @@ TEST_F(FiboComLeTest, EchoHidesTheNetworkType) {
     EXPECT_TRUE(world.Logged(7, "FIBOLEGTCCINFO is:\n"));
 }
 
-// ---- signal
+// Signal
 
 TEST_F(FiboComLeTest, SignalIsOnlyLogged) {
     char* const fields[] = {cell.m_RSSI, cell.m_RSRP, cell.m_RSRQ,       cell.m_SINR,
@@ -285,7 +285,7 @@ TEST_F(FiboComLeTest, AnswerWithoutSignalSaysNothing) {
     }
 }
 
-// ---- parser
+// Parser
 
 TEST_F(FiboComLeTest, ReservedRowIsLoggedAndGivesNoHint) {
     ExpectTexts({{"ReSeRvEd:x", 0, ""}, {"ReSeRvEd: +CCID: 8986", 0, ""}});
@@ -398,7 +398,7 @@ TEST_F(FiboComLeTest, PercentInAnAnswerIsText) {
     EXPECT_TRUE(world.Logged(7, "CESQ info num[0]: p=%s, pRes=%n,%d !!!!!!\n"));
 }
 
-// ---- places of the lines
+// Places of the lines
 
 TEST_F(FiboComLeTest, EachLineNamesThisDriverItsOperationAndLevel) {
     AnswerSimCheck();

@@ -39,7 +39,7 @@ TEST_F(FiboComTest, NewObjectHasWwan0AndSendsNothing) {
     EXPECT_TRUE(modem.exchanges.empty());
 }
 
-// ---- Initialize
+// Initialize
 
 TEST_F(FiboComTest, InitializeSendsItsOwnSetUpInOrder) {
     AnswerSetUp();
@@ -155,7 +155,7 @@ TEST_F(FiboComTest, AuthenticationGoesOutWithTheLongestSettings) {
     EXPECT_EQ(command + "\r\n", modem.Sent().back());
 }
 
-// ---- dial and hang-up
+// Dial and hang-up
 
 TEST_F(FiboComTest, DialThatIsAcceptedIsConnected) {
     modem.On("AT+GTRNDIS=1,1", kOk);
@@ -190,7 +190,7 @@ TEST_F(FiboComTest, DisConnectEndsTheCallBeforeTheRadio) {
     EXPECT_NEAR(1 + 1, GapBehind(0), 0.01);
 }
 
-// ---- link
+// Link
 
 TEST_F(FiboComTest, LinkIsUpWithA1Only) {
     const struct {
@@ -214,7 +214,7 @@ TEST_F(FiboComTest, LinkIsUpWithA1Only) {
     EXPECT_TRUE(world.LogOf("CheckConnection").empty());
 }
 
-// ---- registration and SIM
+// Registration and SIM
 
 TEST_F(FiboComTest, RegistrationIsTestedInTwoSteps) {
     ExpectTwoStepRegistration();
@@ -235,7 +235,7 @@ TEST_F(FiboComTest, IdentityIsReadThroughTheEcho) {
     EXPECT_STREQ("8986", cell.m_card_iccid);
 }
 
-// ---- signal
+// Signal
 
 TEST_F(FiboComTest, NetworkTypeIsPutBetweenQuotes) {
     modem.On("AT+PSRAT", Answer("+PSRAT: LTE"));
@@ -273,7 +273,7 @@ TEST_F(FiboComTest, SignalStatusIsTheBasesAndAsksNothing) {
     EXPECT_TRUE(modem.exchanges.empty());
 }
 
-// ---- parser
+// Parser
 
 TEST_F(FiboComTest, ReservedRowIsLoggedAndGivesNoHint) {
     ExpectTexts({{"ReSeRvEd:x", 0, ""}, {"ReSeRvEd:", 0, ""}, {"ReSeRvEd: +CCID: 8986", 0, ""}});
@@ -357,7 +357,7 @@ TEST_F(FiboComTest, PercentInAnAnswerIsText) {
     EXPECT_TRUE(world.Logged(5, "CCID:%s%n%d\n"));
 }
 
-// ---- places of the lines
+// Places of the lines
 
 TEST_F(FiboComTest, EachLineNamesThisDriverItsOperationAndLevel) {
     AnswerSimCheck();

@@ -38,7 +38,7 @@ TEST_F(HuaWeiTest, NewObjectHasWwan0AndSendsNothing) {
     EXPECT_TRUE(modem.exchanges.empty());
 }
 
-// ---- set-up
+// Set-up
 
 TEST_F(HuaWeiTest, InitializeLetsTheLampFollowTheModule) {
     modem.On("AT^LEDCTRL=1", kOk);
@@ -56,7 +56,7 @@ TEST_F(HuaWeiTest, RefusedSetUpIsNoFailure) {
     EXPECT_EQ(1, cell.Initialize());
 }
 
-// ---- dial
+// Dial
 
 struct DialCase {
     const char* apn;
@@ -122,7 +122,7 @@ TEST_F(HuaWeiTest, DisConnectEndsTheCallASecondBeforeTheRadio) {
     EXPECT_NEAR(2.0, modem.exchanges[1].at_seconds - modem.exchanges[0].at_seconds, 0.01);
 }
 
-// ---- link
+// Link
 
 struct LinkCase {
     std::string answer;
@@ -164,13 +164,13 @@ TEST_F(HuaWeiTest, AnswerCutAt256BytesLosesTheState) {
     EXPECT_EQ(1, cell.CheckConnection());
 }
 
-// ---- registration
+// Registration
 
 TEST_F(HuaWeiTest, ServiceIsEpsRegistrationOrElsePacketRegistration) {
     ExpectTwoStepRegistration();
 }
 
-// ---- parser
+// Parser
 
 struct StateCase {
     std::string behind_prefix;
@@ -293,7 +293,7 @@ TEST_F(HuaWeiTest, RowsEndWithThe256thByte) {
     });
 }
 
-// ---- unsolicited texts
+// Unsolicited texts
 
 TEST_F(HuaWeiTest, OtherHintsGoToTheEngine) {
     copy_text(cell.m_NetworkType, "before");
@@ -307,7 +307,7 @@ TEST_F(HuaWeiTest, OtherHintsGoToTheEngine) {
     EXPECT_STREQ("LTE FDD", cell.m_NetworkType);
 }
 
-// ---- places of the lines
+// Places of the lines
 
 TEST_F(HuaWeiTest, EachLineNamesThisDriverItsOperationAndLevel) {
     modem.AllowUnknown();

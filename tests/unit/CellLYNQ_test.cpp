@@ -50,7 +50,7 @@ TEST_F(LynqTest, NewObjectHasWwan0AndSendsNothing) {
     EXPECT_TRUE(modem.exchanges.empty());
 }
 
-// ---- Initialize
+// Initialize
 
 TEST_F(LynqTest, InitializeAddsOperatorNameAndLedToTheBasesSetUp) {
     CellBase::m_ModuleName = "LYNQ";
@@ -66,7 +66,7 @@ TEST_F(LynqTest, InitializeAddsOperatorNameAndLedToTheBasesSetUp) {
     EXPECT_EQ(Texts{"m_ModuleName = LYNQ \n"}, TextsOfFile(kDriver));
 }
 
-// ---- dial
+// Dial
 
 TEST_F(LynqTest, DialIsOneCommandAndTheInterfaceAnew) {
     copy_text(cell.m_apn, "my.apn");
@@ -116,7 +116,7 @@ TEST_F(LynqTest, DialSucceedsByTheWordAnywhere) {
     }
 }
 
-// ---- hang-up
+// Hang-up
 
 TEST_F(LynqTest, HangUpIsConfirmedByTheExactWord) {
     const struct {
@@ -142,7 +142,7 @@ TEST_F(LynqTest, HangUpIsConfirmedByTheExactWord) {
     }
 }
 
-// ---- link and signal
+// Link and signal
 
 TEST_F(LynqTest, LinkIsUpWithA1Anywhere) {
     const struct {
@@ -235,7 +235,7 @@ TEST_F(LynqTest, LongFieldsAreCut) {
     ExpectCell(odd.c_str(), odd.c_str(), "x", "", "");
 }
 
-// ---- registration and SIM
+// Registration and SIM
 
 TEST_F(LynqTest, RegistrationOfLteAloneDecides) {
     const struct {
@@ -282,7 +282,7 @@ TEST_F(LynqTest, SignalIsTheBasesCsqAlone) {
     EXPECT_EQ(Texts{"AT+CSQ"}, modem.Sent());
 }
 
-// ---- parser
+// Parser
 
 TEST_F(LynqTest, ReservedRowIsLoggedAndGivesNoHint) {
     ExpectTexts({{"ReSeRvEd:x", 0, ""}, {"ReSeRvEd:+ICCID:8986", 0, ""}});
@@ -379,7 +379,7 @@ TEST_F(LynqTest, PercentInAnAnswerIsText) {
     EXPECT_TRUE(world.Logged(5, "Network type:%s\n"));
 }
 
-// ---- places of the lines
+// Places of the lines
 
 TEST_F(LynqTest, EachLineNamesThisDriverItsOperationAndLevel) {
     AnswerSimCheck();

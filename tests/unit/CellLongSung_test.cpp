@@ -18,7 +18,7 @@ TEST_F(LongSungTest, NewObjectHasWwan0AndSendsNothing) {
     EXPECT_TRUE(modem.exchanges.empty());
 }
 
-// ---- unsolicited texts
+// Unsolicited texts
 
 TEST_F(LongSungTest, UnaskedDataStatusSetsAndClearsTheOnlineState) {
     EXPECT_EQ(1, Hear("\r\n+DATASTATUS: 1\r\n"));
@@ -35,7 +35,7 @@ TEST_F(LongSungTest, DataDisconnGivesItsHintAndLeavesTheOnlineState) {
     EXPECT_EQ(1, cell.m_online);
 }
 
-// ---- dial and service
+// Dial and service
 
 TEST_F(LongSungTest, ServiceIsPresentAtAllTimesWithoutAQuestion) {
     EXPECT_EQ(1, cell.CheckServiceStatus());
@@ -60,7 +60,7 @@ TEST_F(LongSungTest, SimCheckIsTheEnginesOwn) {
     EXPECT_EQ(BaseSimCheck(), modem.Sent());
 }
 
-// ---- link
+// Link
 
 struct LinkCase {
     std::string answer;
@@ -97,7 +97,7 @@ TEST_F(LongSungTest, AnswerCutAt256BytesLosesTheState) {
     EXPECT_EQ(1, cell.CheckConnection());
 }
 
-// ---- places of the lines
+// Places of the lines
 
 TEST_F(LongSungTest, EachLineNamesThisDriverItsOperationAndLevel) {
     modem.AllowUnknown();

@@ -25,7 +25,7 @@ TEST_F(NodeComTest, NewObjectHasUsb0AndSendsNothing) {
     EXPECT_TRUE(modem.exchanges.empty());
 }
 
-// ---- dial
+// Dial
 
 TEST_F(NodeComTest, DialWaitsTenSecondsAndStartsTheDhcpClient) {
     AnswerBaseDial();
@@ -76,7 +76,7 @@ TEST_F(NodeComTest, SimCheckIsTheEnginesOwn) {
     EXPECT_EQ(BaseSimCheck(), modem.Sent());
 }
 
-// ---- link
+// Link
 
 struct LinkCase {
     std::string answer;
@@ -119,13 +119,13 @@ TEST_F(NodeComTest, AnswerCutAt256BytesLosesTheState) {
     EXPECT_EQ(1, cell.CheckConnection());
 }
 
-// ---- registration
+// Registration
 
 TEST_F(NodeComTest, ServiceIsEpsRegistrationOrElsePacketRegistration) {
     ExpectTwoStepRegistration();
 }
 
-// ---- places of the lines
+// Places of the lines
 
 TEST_F(NodeComTest, EachLineNamesThisDriverItsOperationAndLevel) {
     modem.AllowUnknown();

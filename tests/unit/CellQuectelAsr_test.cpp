@@ -12,7 +12,7 @@ constexpr char kFile[] = "CellSubClass/src/CellQuectelAsr.cpp";
 
 using QuectelAsrTest = DriverTest<CellQueAsr>;
 
-// ---- Initialize
+// Initialize
 
 TEST_F(QuectelAsrTest, InitializeSendsTheSetUpInOrderWithoutAContext) {
     CellBase::m_ModuleName = "EC200A";
@@ -52,7 +52,7 @@ TEST_F(QuectelAsrTest, FirmwareIs20CharactersBehindRevision) {
     }
 }
 
-// ---- dial
+// Dial
 
 TEST_F(QuectelAsrTest, DoConnectCallsWithoutContextAndCredentials) {
     cell.m_carrier_code = 2;
@@ -87,7 +87,7 @@ TEST_F(QuectelAsrTest, FailedCallIsNoFailureOfTheDial) {
     EXPECT_TRUE(TextsOfFile(kFile).empty()) << "the answer isn't read";
 }
 
-// ---- neighbour cell
+// Neighbour cell
 
 TEST_F(QuectelAsrTest, NeighbourCellHas13Fields) {
     modem.On(kNeighbourCellQuery, "+QENG: 0,1,2,301,-101,5,6,7,8,9,10,11,12");
@@ -100,7 +100,7 @@ TEST_F(QuectelAsrTest, NeighbourCellHas13Fields) {
     EXPECT_STREQ("-102", cell.m_neighbour_rsrp);
 }
 
-// ---- parser
+// Parser
 
 TEST_F(QuectelAsrTest, AnswerOfTheOtherCallIsOnlyLogged) {
     const AtResult result = Parse("$QCRMCALL: 1");
@@ -116,7 +116,7 @@ TEST_F(QuectelAsrTest, OtherCallEndsWithThe256thByte) {
     });
 }
 
-// ---- places of the lines
+// Places of the lines
 
 TEST_F(QuectelAsrTest, EachLineNamesThisDriverItsOperationAndItsLevel) {
     AnswerSimCheck();

@@ -28,7 +28,7 @@ class QuectelQcomTest : public DriverTest<CellQuectelQcom> {
     }
 };
 
-// ---- object
+// Object
 
 TEST_F(QuectelQcomTest, NewObjectHasWwan0AndNoFirmwareText) {
     EXPECT_STREQ("wwan0", cell.GetInterfaceName());
@@ -37,7 +37,7 @@ TEST_F(QuectelQcomTest, NewObjectHasWwan0AndNoFirmwareText) {
     EXPECT_TRUE(modem.exchanges.empty());
 }
 
-// ---- Initialize
+// Initialize
 
 TEST_F(QuectelQcomTest, InitializeSendsTheSetUpInOrder) {
     CellBase::m_ModuleName = "EG25";
@@ -80,7 +80,7 @@ TEST_F(QuectelQcomTest, FirmwareWithoutRevisionIsTheVendorWord) {
     EXPECT_STREQ("Qcom", cell.m_fw_version);
 }
 
-// ---- dial and hang-up
+// Dial and hang-up
 
 TEST_F(QuectelQcomTest, DoConnectSetsTheContextAndCalls) {
     cell.m_carrier_code = 2;
@@ -120,7 +120,7 @@ TEST_F(QuectelQcomTest, DisConnectEndsTheCallBeforeTheRadio) {
     EXPECT_NEAR(2.0, modem.exchanges[1].at_seconds - modem.exchanges[0].at_seconds, 0.01);
 }
 
-// ---- link
+// Link
 
 struct LinkCase {
     const char* answer;
@@ -155,7 +155,7 @@ TEST_F(QuectelQcomTest, NetdevStatusOf3IsLoggedAndNotUp) {
     EXPECT_TRUE(world.Logged(7, "QNETDEVSTATUS: on_off=1,state=3,roam_status=0,inst=1\n"));
 }
 
-// ---- registration
+// Registration
 
 TEST_F(QuectelQcomTest, FirstRegistrationTestOnlyReadsCreg) {
     modem.On("AT+CREG?", Answer("+CREG: 0,1"));
@@ -191,7 +191,7 @@ TEST_F(QuectelQcomTest, PacketRegistrationCountsToo) {
     EXPECT_EQ(0, world.CountLogged("AT+CREG\n"));
 }
 
-// ---- SIM
+// SIM
 
 TEST_F(QuectelQcomTest, CheckSimCardTakes20CharactersOfTheIccid) {
     AnswerSimCheck();
@@ -240,7 +240,7 @@ TEST_F(QuectelQcomTest, FailedSimCheckAsksNoIccidAndReloadsNothing) {
     EXPECT_TRUE(world.shell.empty());
 }
 
-// ---- temperature
+// Temperature
 
 struct TemperatureCase {
     const char* answer;
@@ -299,7 +299,7 @@ TEST_F(QuectelQcomTest, ThermalLimitsAreFiveCommandsInOrder) {
     EXPECT_EQ(expected, modem.Sent());
 }
 
-// ---- serving cell
+// Serving cell
 
 TEST_F(QuectelQcomTest, ServingCellIsStored) {
     modem.On(kServingCellQuery, Answer(kLteCell));
@@ -385,7 +385,7 @@ TEST_F(QuectelQcomTest, FieldsLongerThanTheirSlotsAreCut) {
     EXPECT_EQ(field.substr(0, 15), cell.m_band);
 }
 
-// ---- neighbour cell
+// Neighbour cell
 
 TEST_F(QuectelQcomTest, FirstNeighbourCellIsStored) {
     modem.On(kNeighbourCellQuery,
@@ -418,7 +418,7 @@ TEST_F(QuectelQcomTest, AnswerWithoutNeighbourKeepsTheLastOne) {
     EXPECT_EQ(Texts{"AT+QENG common str:, len: 0!!!\r\n"}, world.LogOf("CheckNeighbourSignal"));
 }
 
-// ---- signal
+// Signal
 
 TEST_F(QuectelQcomTest, ReadCsqAsksTheNetworkTypeFirst) {
     modem.On("AT+QNWINFO", Answer("+QNWINFO: \"FDD LTE\",\"46001\",\"LTE BAND 3\",1650"));
@@ -437,7 +437,7 @@ TEST_F(QuectelQcomTest, ReadCsqFailsByTheCsqAlone) {
     EXPECT_EQ(0, cell.ReadCSQ());
 }
 
-// ---- parser
+// Parser
 
 struct ParseCase {
     const char* answer;
@@ -583,7 +583,7 @@ TEST_F(QuectelQcomTest, PercentInAnAnswerIsText) {
     EXPECT_TRUE(world.Logged(5, "ICCID:%s%n%d\n"));
 }
 
-// ---- upgrade
+// Upgrade
 
 TEST_F(QuectelQcomTest, MissingDirectoryIsFoundBeforeTheModelIsLookedAt) {
     CellBase::m_ModuleName = "EG25";
@@ -677,7 +677,7 @@ TEST_F(QuectelQcomTest, UpgradeDoesNotTouchThePort) {
     EXPECT_TRUE(modem.exchanges.empty());
 }
 
-// ---- places of the lines
+// Places of the lines
 
 TEST_F(QuectelQcomTest, EachLineNamesThisDriverItsOperationAndItsLevel) {
     AnswerSimCheck();

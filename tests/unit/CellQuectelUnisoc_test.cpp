@@ -23,7 +23,7 @@ class QuectelUnisocTest : public DriverTest<CellEC200G> {
     }
 };
 
-// ---- Initialize
+// Initialize
 
 TEST_F(QuectelUnisocTest, InitializeSendsTheSetUpInOrderAndPausesBeforeTheContext) {
     CellBase::m_ModuleName = "EC200U";
@@ -65,7 +65,7 @@ TEST_F(QuectelUnisocTest, FirmwareIs20CharactersBehindRevision) {
     }
 }
 
-// ---- dial
+// Dial
 
 TEST_F(QuectelUnisocTest, DoConnectSetsTheContextAndCalls) {
     modem.On("AT+COPS?", Answer("+COPS: 0,0,\"CHN-UNICOM\",7"));
@@ -113,7 +113,7 @@ TEST_F(QuectelUnisocTest, FailedCallIsNoFailureOfTheDial) {
     EXPECT_EQ(6u, TextsOfFile(kFile).size()) << "two lines of the context each: the answer isn't read";
 }
 
-// ---- neighbour cell
+// Neighbour cell
 
 TEST_F(QuectelUnisocTest, NeighbourCellHas12Fields) {
     modem.On(kNeighbourCellQuery, "+QENG: 0,1,2,301,-101,5,6,7,8,9,10,11");
@@ -126,7 +126,7 @@ TEST_F(QuectelUnisocTest, NeighbourCellHas12Fields) {
     EXPECT_STREQ("-102", cell.m_neighbour_rsrp);
 }
 
-// ---- parser
+// Parser
 
 TEST_F(QuectelUnisocTest, AnswerOfTheOtherCallIsRead) {
     ExpectNumbers(QcrmcallCases());
@@ -142,7 +142,7 @@ TEST_F(QuectelUnisocTest, OtherCallEndsWithThe256thByte) {
     });
 }
 
-// ---- places of the lines
+// Places of the lines
 
 TEST_F(QuectelUnisocTest, EachLineNamesThisDriverItsOperationAndItsLevel) {
     AnswerSimCheck();

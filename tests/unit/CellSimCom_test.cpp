@@ -31,7 +31,7 @@ TEST_F(SimComTest, NewObjectHasWwan0AndSendsNothing) {
     EXPECT_TRUE(modem.exchanges.empty());
 }
 
-// ---- Initialize
+// Initialize
 
 TEST_F(SimComTest, InitializeAddsTheInterfaceToTheBasesSetUp) {
     CellBase::m_ModuleName = "SIMCOM";
@@ -44,7 +44,7 @@ TEST_F(SimComTest, InitializeAddsTheInterfaceToTheBasesSetUp) {
     EXPECT_EQ(Texts{"m_ModuleName = SIMCOM \n"}, TextsOfFile(kDriver));
 }
 
-// ---- dial and hang-up
+// Dial and hang-up
 
 TEST_F(SimComTest, DialIsTheContextAndOneCommandWithAllSettings) {
     AnswerContext();
@@ -107,7 +107,7 @@ TEST_F(SimComTest, DisConnectEndsTheCallBeforeTheRadio) {
     EXPECT_NEAR(1 + 1, GapBehind(0), 0.01);
 }
 
-// ---- link
+// Link
 
 TEST_F(SimComTest, LinkIsUpWithA1Only) {
     const struct {
@@ -131,7 +131,7 @@ TEST_F(SimComTest, LinkIsUpWithA1Only) {
     EXPECT_TRUE(world.LogOf("CheckConnection").empty());
 }
 
-// ---- registration and SIM
+// Registration and SIM
 
 TEST_F(SimComTest, RegistrationIsTestedInTwoSteps) {
     ExpectTwoStepRegistration();
@@ -141,7 +141,7 @@ TEST_F(SimComTest, CheckSimCardTakes20CharactersOfTheIccid) {
     ExpectIccidFrom("AT+CICCID", "+ICCID: ");
 }
 
-// ---- signal
+// Signal
 
 TEST_F(SimComTest, ReadCsqAsksSystemAndContextsFirst) {
     modem.On("AT+CPSI?", Answer("+CPSI: LTE,Online,460-00"));
@@ -162,7 +162,7 @@ TEST_F(SimComTest, ReadCsqFailsByTheCsqAlone) {
     EXPECT_EQ(0, cell.ReadCSQ());
 }
 
-// ---- parser
+// Parser
 
 TEST_F(SimComTest, ReservedRowIsLoggedAndGivesNoHint) {
     ExpectNumbers({{"ReSeRvEd:x", 0, 0}, {"ReSeRvEd: $QCRMCALL: 1", 0, 0}});
@@ -270,7 +270,7 @@ TEST_F(SimComTest, PercentInAnAnswerIsText) {
     EXPECT_TRUE(world.Logged(5, "ICCID :%s%n%d\n"));
 }
 
-// ---- places of the lines
+// Places of the lines
 
 TEST_F(SimComTest, EachLineNamesThisDriverItsOperationAndLevel) {
     AnswerSimCheck();

@@ -45,7 +45,7 @@ class ZteTest : public DriverTest<CellZTE3630> {
     }
 };
 
-// ---- object
+// Object
 
 TEST_F(ZteTest, InterfaceDependsOnTheBoard) {
     const struct {
@@ -62,7 +62,7 @@ TEST_F(ZteTest, InterfaceDependsOnTheBoard) {
     EXPECT_TRUE(modem.exchanges.empty());
 }
 
-// ---- Initialize
+// Initialize
 
 TEST_F(ZteTest, InitializeSendsTheSetUpInOrder) {
     modem.On("AT+CMEE=2", kOk);
@@ -100,7 +100,7 @@ TEST_F(ZteTest, FirmwareIs17CharactersBehindRevision) {
     }
 }
 
-// ---- dial and hang-up
+// Dial and hang-up
 
 TEST_F(ZteTest, EmptyApnDialsWithoutParameters) {
     copy_text(cell.m_username, "user");
@@ -181,7 +181,7 @@ TEST_F(ZteTest, DisConnectEndsTheCallASecondBeforeTheRadio) {
     EXPECT_NEAR(2.0, modem.exchanges[1].at_seconds - modem.exchanges[0].at_seconds, 0.01);
 }
 
-// ---- link
+// Link
 
 TEST_F(ZteTest, CheckConnectionAsksTheNetworkTypeFirst) {
     modem.On("AT+ZPAS?", Answer("+ZPAS: \"LTE\",\"CS_PS\""));
@@ -243,13 +243,13 @@ TEST_F(ZteTest, AddressBehindThe256thByteIsLost) {
     EXPECT_EQ(1, CheckAnswered(answer.substr(1)));
 }
 
-// ---- registration
+// Registration
 
 TEST_F(ZteTest, RegistrationIsAskedInTwoSteps) {
     ExpectTwoStepRegistration();
 }
 
-// ---- SIM
+// SIM
 
 TEST_F(ZteTest, CheckSimCardTakes20CharactersOfTheIccid) {
     AnswerSimCheck();
@@ -272,7 +272,7 @@ TEST_F(ZteTest, FailedSimCheckAsksNoIccid) {
     for (const std::string& command : modem.Sent()) EXPECT_NE("AT+ZGETICCID", command);
 }
 
-// ---- unsolicited
+// Unsolicited
 
 TEST_F(ZteTest, ReportOfTheNetworkTypeIsAcknowledgedWithoutTheBase) {
     const AtResult report = Parse("\r\n+ZPAS: \"LTE\",\"CS_PS\"\r\n");
@@ -290,7 +290,7 @@ TEST_F(ZteTest, OtherHintsGoToTheBase) {
     EXPECT_EQ(1u, modem.exchanges.size());
 }
 
-// ---- signal
+// Signal
 
 TEST_F(ZteTest, SignalIsStoredWithItsUnitAndWithoutPadding) {
     ReadSignal(Answer(kSignal));
@@ -385,7 +385,7 @@ TEST_F(ZteTest, OtherModelsAreNotAskedForTheirSignal) {
     EXPECT_TRUE(modem.exchanges.empty());
 }
 
-// ---- cell
+// Cell
 
 TEST_F(ZteTest, ServingCellIsReadByTheNeighboursOperation) {
     copy_text(cell.m_band, "8");
@@ -452,7 +452,7 @@ TEST_F(ZteTest, FieldsOfTheCellAreCutToTheirSlots) {
     EXPECT_STREQ("-12345678", cell.m_RSRP_LEVEL);
 }
 
-// ---- parser
+// Parser
 
 TEST_F(ZteTest, StateOfTheCall) {
     const struct {
@@ -562,7 +562,7 @@ TEST_F(ZteTest, RowsOfTheBaseWin) {
     EXPECT_EQ(kHintZpas, Parse("Unknow.. +ZPAS: x\r\n").type);
 }
 
-// ---- places of the lines
+// Places of the lines
 
 TEST_F(ZteTest, EachLineNamesThisDriverItsOperationAndItsLevel) {
     AnswerSimCheck();

@@ -77,7 +77,7 @@ class DriverTest : public testing::Test {
         modem.SetInit();
     }
 
-    // ---- exchanges
+    // Exchanges
 
     /// What the base's SIM check asks of a modem with a ready SIM and a carrier, whichever family it is.
     void AnswerSimCheck() {
@@ -165,7 +165,7 @@ class DriverTest : public testing::Test {
         return modem.exchanges.at(index + 1).at_seconds - modem.exchanges.at(index).at_seconds;
     }
 
-    // ---- parser
+    // Parser
 
     AtResult Parse(const std::string& answer) {
         text = answer;
@@ -215,7 +215,7 @@ class DriverTest : public testing::Test {
         }
     }
 
-    // ---- log
+    // Log
 
     /// Texts that the source file logged, in order.
     Texts TextsOfFile(const std::string& file) const {

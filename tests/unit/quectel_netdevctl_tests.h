@@ -12,7 +12,7 @@ template <class Driver>
 class QuectelNetDevCtl : public DriverTest<Driver> {};
 TYPED_TEST_SUITE_P(QuectelNetDevCtl);
 
-// ---- object
+// Object
 
 TYPED_TEST_P(QuectelNetDevCtl, HasWwan0AndNoTemperatureAndNoUpgrade) {
     EXPECT_STREQ("wwan0", this->cell.GetInterfaceName());
@@ -23,7 +23,7 @@ TYPED_TEST_P(QuectelNetDevCtl, HasWwan0AndNoTemperatureAndNoUpgrade) {
     EXPECT_TRUE(this->world.log.empty());
 }
 
-// ---- hang-up
+// Hang-up
 
 TYPED_TEST_P(QuectelNetDevCtl, DisConnectEndsTheCallASecondBeforeTheRadio) {
     this->modem.On("AT+QNETDEVCTL=0", kOk);
@@ -33,7 +33,7 @@ TYPED_TEST_P(QuectelNetDevCtl, DisConnectEndsTheCallASecondBeforeTheRadio) {
     EXPECT_NEAR(2.0, this->modem.exchanges[1].at_seconds - this->modem.exchanges[0].at_seconds, 0.01);
 }
 
-// ---- link
+// Link
 
 TYPED_TEST_P(QuectelNetDevCtl, LastFieldOf1IsALinkAnd0IsNone) {
     this->modem.On("AT+QNETDEVCTL?", Answer("+QNETDEVCTL: 1,1,1,1"));
@@ -85,7 +85,7 @@ TYPED_TEST_P(QuectelNetDevCtl, StateBehindThe256thByteIsLost) {
     EXPECT_EQ(1, this->cell.CheckConnection());
 }
 
-// ---- SIM
+// SIM
 
 TYPED_TEST_P(QuectelNetDevCtl, CheckSimCardTakes20CharactersOfTheIccid) {
     this->AnswerSimCheck();
@@ -116,7 +116,7 @@ TYPED_TEST_P(QuectelNetDevCtl, NoBoardReloadsTheKernelDriver) {
     EXPECT_TRUE(this->world.shell.empty());
 }
 
-// ---- registration
+// Registration
 
 TYPED_TEST_P(QuectelNetDevCtl, FirstRegistrationTestOnlyReadsCreg) {
     this->modem.On("AT+CREG?", Answer("+CREG: 0,1"));
@@ -152,7 +152,7 @@ TYPED_TEST_P(QuectelNetDevCtl, LaterRegistrationTestGoesOnToCeregAndCgreg) {
     EXPECT_EQ(3, this->cell.m_CGREG);
 }
 
-// ---- signal
+// Signal
 
 TYPED_TEST_P(QuectelNetDevCtl, ReadCsqAsksTheNetworkTypeFirst) {
     this->modem.On("AT+QNWINFO", Answer("+QNWINFO: \"FDD LTE\",\"46001\",\"LTE BAND 3\",1650"));
@@ -258,7 +258,7 @@ TYPED_TEST_P(QuectelNetDevCtl, NeighbourRsrpIsTheFifthField) {
     EXPECT_EQ(log, this->world.LogOf("CheckNeighbourSignal"));
 }
 
-// ---- parser
+// Parser
 
 TYPED_TEST_P(QuectelNetDevCtl, TemperatureIsIgnored) {
     const AtResult result = this->Parse("+QTEMP: 40,40,40");
