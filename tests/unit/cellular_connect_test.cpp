@@ -399,6 +399,25 @@ TEST_F(Link, ThirdCycleGoesOnCountingWhileItCannotHelp) {
     }
 }
 
+TEST_F(Link, ThirdCycleAsksForAResetAtWhicheverCheckTheSignalTurnsGood) {
+    cell.service = 0;
+    cell.m_sim_ready = 1;
+    cell.m_softrest_times = 2;
+    cell.m_nCSQ = 5;
+    for (int check = 1; check <= 20; ++check) {
+        EXPECT_EQ(cell.Connect(), 1) << check;
+        EXPECT_EQ(cell.m_check_service_times, check);
+    }
+    cell.m_nCSQ = 15;
+    const int64_t before_ms = world.now_ms();
+    EXPECT_EQ(cell.Connect(), 0);
+    EXPECT_EQ(world.now_ms(), before_ms);
+    EXPECT_EQ(cell.m_check_service_times, 0);
+    EXPECT_EQ(cell.m_softrest_times, 3);
+    EXPECT_EQ(world.CountLogged("Check service status.  21/34 times.\n"), 0);
+    EXPECT_EQ(cell.CountOf("Initialize"), 0);
+}
+
 TEST_F(Link, WithoutASimTheSettingsAreReadAndTheModemSoftReset) {
     SkipSoftReset();
     cell.service = 0;

@@ -394,6 +394,25 @@ TEST_F(Health, NoAnswerAndAnOutageCrossingAThresholdSoftResets) {
     EXPECT_EQ(cell.m_last_offline, 70);
 }
 
+TEST_F(Health, ThresholdPassedWhileAProbeIsAnsweredIsUsedUp) {
+    world.AnswerPopen(kAnyProbe, "2\n");
+    for (int32_t offline : {0, 70}) {
+        cell.m_offline = offline;
+        cell.ORLAPROC();
+    }
+    world.AnswerPopen(kAnyProbe, "0\n");
+    for (int32_t offline : {71, 1700, 1800}) {
+        cell.m_offline = offline;
+        cell.ORLAPROC();
+        EXPECT_EQ(CountOfSoftResets(), 0) << offline;
+    }
+    cell.m_offline = 90000;  // over half an hour and a full day of hours at once
+    cell.ORLAPROC();
+    EXPECT_EQ(CountOfSoftResets(), 1);
+    cell.ORLAPROC();
+    EXPECT_EQ(CountOfSoftResets(), 1);
+}
+
 TEST_F(Health, ThresholdsFireOnceEach) {
     const struct {
         int32_t last, now;

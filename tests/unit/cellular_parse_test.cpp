@@ -406,6 +406,13 @@ TEST_F(SplitToValues, NullArgumentsAreRefused) {
     EXPECT_EQ(storage[0][0], 'z');
 }
 
+TEST_F(SplitToValues, KeepsTheFirst63Delimiters) {
+    const std::string delimiters = std::string(62, '.') + ",;";
+    EXPECT_EQ(Split("a,b;c", delimiters.c_str(), 2, 8), 1);
+    EXPECT_STREQ(storage[0], "a");
+    EXPECT_STREQ(storage[1], "b;c");
+}
+
 TEST_F(SplitToValues, NoTargetsIsDone) {
     EXPECT_EQ(Split("a", ",", 0, 8), 1);
     EXPECT_EQ(Split("a", ",", -1, 8), 1);

@@ -91,6 +91,7 @@ TEST(ReadDevname, FindsTheTtyAcmEntry) {
     const std::vector<std::string> expected = {"entry->d_name:  ttyACM0 \n",
                                                "read_devname return:  ttyACM0\n"};
     EXPECT_EQ(expected, world.LogOf("read_devname"));
+    for (const World::LogLine& line : world.log) EXPECT_EQ(5u, line.level) << line.text;
 }
 
 TEST(ReadDevname, EntryThatTheDirectoryListsLastWins) {

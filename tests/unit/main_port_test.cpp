@@ -5,6 +5,7 @@
 
 #include "network_daemon/main.h"
 #include "tests/support/test_world.h"
+#include "tests/unit/stdin_closed.h"
 
 using test_support::ScriptedModem;
 using test_support::World;
@@ -17,19 +18,6 @@ constexpr char kWaitLine[] = "wait device  /dev/ttyUSB2 .\n";
 int WaitForPort() {
     return wait_for_port(TracePlace{"network_daemon/main.cpp", "main", 1}, kDevice);
 }
-
-/// Standard input closed for as long as this lives.
-class StdinClosed {
-  public:
-    StdinClosed() : kept_(dup(STDIN_FILENO)) { close(STDIN_FILENO); }
-    ~StdinClosed() {
-        dup2(kept_, STDIN_FILENO);
-        close(kept_);
-    }
-
-  private:
-    int kept_;
-};
 
 TEST(WaitForPort, PortThatIsThereIsTakenAtOnce) {
     World world;

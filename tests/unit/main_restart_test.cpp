@@ -10,6 +10,7 @@
 
 #include "network_daemon/main.h"
 #include "tests/support/test_world.h"
+#include "tests/unit/stdin_closed.h"
 #include "text_util.h"
 
 using namespace cc_cell;
@@ -56,6 +57,14 @@ class RestartTest : public testing::Test {
   protected:
     RunEnd Run() { return run_task(kMain, *cell, device, port_fd); }
 
+    void TearDown() override {
+        for (const World::LogLine& line : world.log) {
+            if (line.function != "main") continue;
+            EXPECT_EQ("network_daemon/main.cpp", line.file) << line.text;
+            EXPECT_EQ(line.text.rfind("open device error.", 0) == 0 ? 3u : 5u, line.level) << line.text;
+        }
+    }
+
     std::vector<std::string> MainLog() const { return world.LogOf("main"); }
 
     World world;
@@ -85,11 +94,6 @@ TEST_F(RestartTest, ResetByPinInItsOrderAndTime) {
         "Reset4G time=1\n",
     };
     EXPECT_EQ(log, MainLog());
-    for (const World::LogLine& line : world.log) {
-        if (line.function != "main") continue;
-        EXPECT_EQ("network_daemon/main.cpp", line.file);
-        EXPECT_EQ(5u, line.level);
-    }
 
     // The last one is the soft reset's.
     const std::vector<std::string> commands = {kKillDhcp, kPinReset, kCheckInterface, kKillDhcp};
@@ -212,6 +216,20 @@ TEST_F(RestartTest, PortThatCanNotBeReopenedEndsTheRun) {
     EXPECT_EQ("main", world.log.back().function);
     EXPECT_EQ(11000, world.now_ms()) << "tried once, with no wait";
     EXPECT_EQ(0, cell->initialized);
+}
+
+TEST_F(RestartTest, DescriptorZeroCountsAsAPortThatCanNotBeReopened) {
+    const StdinClosed closed;
+    EXPECT_EQ(RunEnd::kPortLost, Run());
+    EXPECT_EQ(0, port_fd) << "the port was there, and opened";
+    EXPECT_TRUE(world.Logged(3, "open device error. /dev/ttyUSB2\n"));
+    EXPECT_EQ(1u, cell->descriptors.size()) << "Task doesn't run again";
+    EXPECT_EQ(cell->descriptors.front(), cell->m_cell_fd);
+    EXPECT_EQ(0, cell->initialized);
+    EXPECT_EQ(0, cell->sim_checked);
+    const std::vector<std::string> commands = {kKillDhcp, kPinReset, kCheckInterface};
+    EXPECT_EQ(commands, world.Commands());
+    close(STDIN_FILENO);
 }
 
 TEST_F(RestartTest, CinterionIsFoundAgainAsTtyAcm) {

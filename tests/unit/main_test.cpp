@@ -1,5 +1,5 @@
-// Module main: the sequence of a run, in virtual time, up to each of its ends that doesn't need an endless
-// Task. The sequence is compiled into this suite under another name.
+// Module main: the sequence of a run, in virtual time, up to each of its ends. The sequence is compiled into
+// this suite under another name; Task, which has no end of its own, can be given one.
 #define main run_daemon
 #include "network_daemon/main.cpp"
 #undef main
@@ -7,8 +7,11 @@
 #include <fcntl.h>
 #include <getopt.h>
 #include <gtest/gtest.h>
+#include <pthread.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <vector>
@@ -17,6 +20,34 @@
 
 using test_support::ScriptedModem;
 using test_support::World;
+
+namespace {
+bool fail_detach = false;
+// In the place of a Task that ends by itself, as no driver's does: what it does, and it returns 0. The real
+// Task runs otherwise.
+std::function<void(CellBase&)> ending_task;
+int drivers_destroyed = 0;
+}  // namespace
+
+extern "C" int __real_pthread_detach(pthread_t thread);
+extern "C" int __wrap_pthread_detach(pthread_t thread) {
+    return fail_detach ? ESRCH : __real_pthread_detach(thread);
+}
+
+// CellBase::Task, as the linker spells it: the tables of the drivers come here.
+extern "C" int32_t __real__ZN7cc_cell8CellBase4TaskEv(CellBase* cell);
+extern "C" int32_t __wrap__ZN7cc_cell8CellBase4TaskEv(CellBase* cell) {
+    if (!ending_task) return __real__ZN7cc_cell8CellBase4TaskEv(cell);
+    ending_task(*cell);
+    return 0;
+}
+
+// CellBase::~CellBase, as a driver's destructor calls it.
+extern "C" void __real__ZN7cc_cell8CellBaseD2Ev(CellBase* cell);
+extern "C" void __wrap__ZN7cc_cell8CellBaseD2Ev(CellBase* cell) {
+    ++drivers_destroyed;
+    __real__ZN7cc_cell8CellBaseD2Ev(cell);
+}
 
 namespace {
 
@@ -28,6 +59,9 @@ constexpr char kSettings[] = "/run/network/ifcfg-lte";
 class MainTest : public testing::Test {
   protected:
     void SetUp() override {
+        fail_detach = false;
+        ending_task = nullptr;
+        drivers_destroyed = 0;
         CellBase::m_ModuleName.clear();
         world.Write(kSettings, "ENABLE=true\n");
         world.Write("/proc/cpuinfo", "Hardware : STM32\n");
@@ -37,6 +71,7 @@ class MainTest : public testing::Test {
     void TearDown() override {
         delete pCell;
         pCell = nullptr;
+        ending_task = nullptr;
     }
 
     int Run(Texts words = {}) {
@@ -124,6 +159,11 @@ TEST_F(MainTest, UnknownModemEndsTheRunWithZero) {
 TEST_F(MainTest, PipeThreadThatCanNotBeStartedEndsTheProcess) {
     world.FailThreads(true);
     EXPECT_EXIT(Run(), testing::ExitedWithCode(255), "^Failed to create thread: ");
+}
+
+TEST_F(MainTest, PipeThreadThatCanNotBeDetachedEndsTheProcess) {
+    fail_detach = true;
+    EXPECT_EXIT(Run(), testing::ExitedWithCode(255), "^Failed to detach thread: No such process");
 }
 
 TEST_F(MainTest, PipeIsServedWhileMainWaitsForAPort) {
@@ -239,6 +279,54 @@ TEST_F(MainTest, StatusIsPublishedBeforeTheLimitsAndTheDial) {
     world.OnSystem("S84Reset4G.sh", [&] { modem.Plug(false); });
     EXPECT_EQ(-1, Run());
     EXPECT_TRUE(published);
+}
+
+TEST_F(MainTest, TaskThatEndsIsFollowedByASoftExit) {
+    ScriptedModem modem(world);
+    IdentifyAs(modem, "Quectel", "EG25");
+    modem.AllowUnknown();
+    int port_fd = -1;
+    double ended_at_seconds = 0;
+    ending_task = [&](CellBase& cell) {
+        EXPECT_EQ(&cell, pCell);
+        port_fd = cell.m_cell_fd;
+        ended_at_seconds = world.now_seconds();
+        cell.m_ota_running = 1;
+        world.At(ended_at_seconds + 20, [&] {
+            EXPECT_NE(-1, fcntl(port_fd, F_GETFD)) << "the port is the upgrade's";
+            pCell->m_ota_running = 0;
+        });
+    };
+    EXPECT_EQ(0, Run());
+    EXPECT_EQ(-1, fcntl(port_fd, F_GETFD));
+    EXPECT_EQ(1, drivers_destroyed);
+    EXPECT_EQ(nullptr, pCell);
+    ASSERT_LE(2u, world.log.size());
+    const World::LogLine& wait = world.log[world.log.size() - 2];
+    EXPECT_EQ("[OTA] module ota run\n", wait.text);
+    EXPECT_EQ(5u, wait.level);
+    EXPECT_EQ(ended_at_seconds, wait.at_seconds);
+    EXPECT_EQ("soft exit!!!\n", world.log.back().text);
+    EXPECT_EQ(5u, world.log.back().level);
+    EXPECT_EQ(ended_at_seconds + 30, world.log.back().at_seconds);
+    EXPECT_FALSE(world.Logged(3, "open device error. /dev/ttyUSB2\n"));
+}
+
+TEST_F(MainTest, CinterionIsToldItsPort) {
+    ScriptedModem modem(world, "/dev/ttyACM0");
+    IdentifyAs(modem, "Cinterion", "PLS83-W");
+    modem.AllowUnknown();
+    std::string port_of_driver;
+    ending_task = [&](CellBase& cell) { port_of_driver = cell.m_at_port; };
+    EXPECT_EQ(0, Run({"-d", "/dev/ttyACM0"}));
+    EXPECT_EQ("/dev/ttyACM0", port_of_driver);
+    EXPECT_TRUE(world.Logged(0, "Cell Device CellCinterion!\n"));
+    EXPECT_TRUE(world.Logged(0, "GetVendorType=10!\n"));
+    EXPECT_TRUE(world.Logged(5, "SetATPort /dev/ttyACM0\n"));
+    const size_t vendor_line = IndexOf("GetVendorType=10!\n");
+    EXPECT_LT(IndexOf("Cell Device CellCinterion!\n"), vendor_line);
+    EXPECT_LT(vendor_line, IndexOf("SetATPort /dev/ttyACM0\n"));
+    EXPECT_LT(IndexOf("SetATPort /dev/ttyACM0\n"), IndexOf("--- STM32 BOARD --- \n"));
 }
 
 /// The sanitizers that look at null pointers tell of it in their own way.
