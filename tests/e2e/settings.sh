@@ -24,6 +24,14 @@ refused "a directory" /run/network
 } >/run/network/ifcfg-lte
 refused "one value of 5000 characters" /run/network/ifcfg-lte
 
+# For root too, whom no mode of a file stops: settings that can be read but not written.
+write_settings "ENABLE=true" "APN=internet"
+mount --bind "$SETTINGS" "$SETTINGS" && mount -o remount,bind,ro "$SETTINGS" || fail "no read-only file"
+check "the file can be read" grep -q APN=internet "$SETTINGS"
+refused "a file that can't be written" "$SETTINGS"
+check "standard error tells it, too" printed "Open ini file $SETTINGS error!"
+umount "$SETTINGS"
+
 {
     printf '#'
     head -c 5000 /dev/zero | tr '\0' x
