@@ -47,8 +47,11 @@ ssize_t ReadCommandOutput(void* cookie, char* to, size_t size) {
     return static_cast<ssize_t>(count);
 }
 
+/// pclose waits for the command's end, whether its output was read to the end or not.
 int CloseCommandOutput(void* cookie) {
-    delete static_cast<CommandOutput*>(cookie);
+    CommandOutput* output = static_cast<CommandOutput*>(cookie);
+    if (!output->ended) WaitSeconds(output->environment, output->answer.takes_seconds);
+    delete output;
     return 0;
 }
 

@@ -18,7 +18,7 @@ struct ShellAnswer {
     bool fails = false;               // popen gives no stream; system gives -1
     std::string output;               // what a reader of popen gets
     int64_t seconds_before_line = 0;  // how long the reader waits for each line of it
-    int64_t takes_seconds = 0;        // system, and the end of popen's output, come so much later
+    int64_t takes_seconds = 0;        // system returns, popen's output ends or is closed so much later
     std::function<void()> action;     // done when the command is run
     /// Fills in what depends on the command and on the moment.
     std::function<void(const std::string& command, ShellAnswer* answer)> complete;

@@ -66,6 +66,16 @@ void RunSlowCommand() {
     if (stream != nullptr) pclose(stream);
 }
 
+/// Reads one line and closes: what the command still does is waited for all the same.
+void LeaveCommandEarly() {
+    FILE* stream = popen("talker", "r");
+    char line[100];
+    if (stream == nullptr || fgets(line, sizeof(line), stream) == nullptr) return;
+    printf("talker says %s", line);
+    pclose(stream);
+    printf("talker is done\n");
+}
+
 }  // namespace
 
 int main() {
@@ -80,6 +90,7 @@ int main() {
     sleep(20);
     SendFrame();
     RunSlowCommand();
+    LeaveCommandEarly();
     if (system("slow script") == 0) printf("script is done\n");
     char* line = nullptr;
     size_t size = 0;
