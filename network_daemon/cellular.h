@@ -465,8 +465,8 @@ int pingCheck(const char* command);
 int switchPingProc();
 
 /// Finds out which modem sits behind the open port `fd`, before any driver exists: wakes it, asks maker and
-/// model, sets CellBase::m_ModuleName and returns a VendorType. Takes 2 to 3 seconds at best, about 40 on a silent
-/// port.
+/// model, sets CellBase::m_ModuleName and returns a VendorType. Takes 2 to 3 seconds at best, about 40 on a
+/// silent port.
 int CheckDevType(int fd);
 
 }  // namespace cc_cell
