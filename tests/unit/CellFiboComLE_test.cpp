@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "driver_fixture.h"
+#include "fibocom_rndis_tests.h"
 #include "text_util.h"
 
 using namespace cc_cell;
@@ -13,7 +13,6 @@ using namespace cc_cell;
 namespace {
 
 constexpr char kDriver[] = "CellSubClass/src/CellFiboComLE.cpp";
-constexpr char kDialAnswer[] = "AT+GTRNDIS=1,1 return ";
 constexpr char kCells[] = "\r\n+GTCCINFO:\r\n1,4,460,00,5A1C,B3F2A10,1650\r\n\r\nOK\r\n";
 constexpr char kCellLine[] = "1,4,460,00,5A1C,B3F2A10,1650";
 
@@ -109,58 +108,6 @@ TEST_F(FiboComLeTest, OtherUsbModeIsSetAndTheModuleRestarted) {
               Texts(sent.begin(), sent.begin() + 4));
     EXPECT_NEAR(1 + 20, GapBehind(2), 0.01);
     EXPECT_TRUE(world.Logged(6, "AT+gtusbmode=32 \r\nOK\r\n!!! \n"));
-}
-
-// Dial, hang-up, link
-
-TEST_F(FiboComLeTest, DialThatIsAcceptedIsConnected) {
-    modem.On("AT+GTRNDIS=1,1", kOk);
-    EXPECT_EQ(1, cell.DoConnect());
-    EXPECT_EQ(Texts{"AT+GTRNDIS=1,1\r\n"}, modem.Sent());
-    EXPECT_NEAR(10.0, world.now_seconds(), 0.01);
-    EXPECT_EQ((Texts{kDialAnswer + std::string(kOk) + "\n", "CONNECT!!! \n"}), world.LogOf("DoConnect"));
-}
-
-TEST_F(FiboComLeTest, DialThatTimesOutIsConnectedByTheOkToTheQuestion) {
-    modem.On("AT+GTRNDIS=1,1", "");
-    modem.On("AT+GTRNDIS?", kOk);
-    EXPECT_EQ(1, cell.DoConnect());
-    EXPECT_EQ((Texts{"AT+GTRNDIS=1,1\r\n", "AT+GTRNDIS?"}), modem.Sent());
-    EXPECT_EQ((Texts{kDialAnswer + std::string("\n"), "CONNECTED!!! \n"}), world.LogOf("DoConnect"));
-}
-
-TEST_F(FiboComLeTest, DialAndQuestionRefusedIsNoConnection) {
-    modem.On("AT+GTRNDIS=1,1", kError);
-    modem.On("AT+GTRNDIS?", "");
-    EXPECT_EQ(0, cell.DoConnect());
-    EXPECT_TRUE(world.Logged(6, "AT+GTRNDIS=1 ERROR !!!\n"));
-}
-
-TEST_F(FiboComLeTest, DisConnectEndsTheCallBeforeTheRadio) {
-    modem.On("AT+GTRNDIS=0,1", kOk);
-    EXPECT_EQ(1, cell.DisConnect());
-    EXPECT_EQ((Texts{"AT+GTRNDIS=0,1\r\n", "AT+CFUN=0"}), modem.Sent());
-    EXPECT_NEAR(1 + 1, GapBehind(0), 0.01);
-}
-
-TEST_F(FiboComLeTest, LinkIsUpWithA1Only) {
-    const struct {
-        std::string answer;
-        int32_t expected;
-    } cases[] = {
-        {Answer("+GTRNDIS: 1,1,\"10.0.0.2\""), 1},
-        {Answer("+GTRNDIS: 0"), 0},
-        {Answer("+GTRNDIS: 2"), 0},
-        {Answer("+CREG: 1,1"), 0},
-        {kError, 0},
-        {"", 0},
-    };
-    for (const auto& test : cases) {
-        modem.On("AT+GTRNDIS?", test.answer);
-        EXPECT_EQ(test.expected, cell.CheckConnection()) << test.answer;
-    }
-    EXPECT_EQ("AT+GTRNDIS?\r\n", modem.Sent()[0]);
-    EXPECT_TRUE(world.LogOf("CheckConnection").empty());
 }
 
 // Registration and SIM
@@ -423,7 +370,7 @@ TEST_F(FiboComLeTest, EachLineNamesThisDriverItsOperationAndLevel) {
                                 {"Initialize", 6, "AT+gtusbmode? "},
                                 {"Initialize", 6, "AT+gtusbmode=32 \r\nOK"},
                                 {"Initialize", 5, "m_ModuleName = "},
-                                {"DoConnect", 6, kDialAnswer},
+                                {"DoConnect", 6, kRndisDialAnswer},
                                 {"DoConnect", 6, "CONNECT!!! \n"},
                                 {"DoConnect", 6, "CONNECTED!!! \n"},
                                 {"DoConnect", 6, "AT+GTRNDIS=1 ERROR !!!\n"},
@@ -444,5 +391,7 @@ TEST_F(FiboComLeTest, EachLineNamesThisDriverItsOperationAndLevel) {
                                 {"ParseAtResult", 7, "FIBOLECESQ:1\n"},
                             });
 }
+
+INSTANTIATE_TYPED_TEST_SUITE_P(Le370, FibocomRndis, CellFiboLE370);
 
 }  // namespace

@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "driver_fixture.h"
+#include "fibocom_rndis_tests.h"
 #include "text_util.h"
 
 using namespace cc_cell;
@@ -14,7 +14,6 @@ namespace {
 
 constexpr char kDriver[] = "CellSubClass/src/CellFiboCom.cpp";
 constexpr char kEmptyAuthentication[] = "AT+MGAUTH=1,3,\"\",\"\"";
-constexpr char kDialAnswer[] = "AT+GTRNDIS=1,1 return ";
 
 class FiboComTest : public DriverTest<CellFiboCOM> {
   protected:
@@ -153,65 +152,6 @@ TEST_F(FiboComTest, AuthenticationGoesOutWithTheLongestSettings) {
     modem.On(command, kOk);
     cell.Initialize();
     EXPECT_EQ(command + "\r\n", modem.Sent().back());
-}
-
-// Dial and hang-up
-
-TEST_F(FiboComTest, DialThatIsAcceptedIsConnected) {
-    modem.On("AT+GTRNDIS=1,1", kOk);
-    EXPECT_EQ(1, cell.DoConnect());
-    EXPECT_EQ(Texts{"AT+GTRNDIS=1,1\r\n"}, modem.Sent());
-    EXPECT_NEAR(10.0, world.now_seconds(), 0.01);
-    const Texts log = {kDialAnswer + std::string(kOk) + "\n", "CONNECT!!! \n"};
-    EXPECT_EQ(log, world.LogOf("DoConnect"));
-}
-
-TEST_F(FiboComTest, DialThatTimesOutIsConnectedByTheOkToTheQuestion) {
-    modem.On("AT+GTRNDIS=1,1", "");
-    modem.On("AT+GTRNDIS?", Answer("+GTRNDIS: 0"));
-    EXPECT_EQ(1, cell.DoConnect());
-    EXPECT_EQ((Texts{"AT+GTRNDIS=1,1\r\n", "AT+GTRNDIS?"}), modem.Sent());
-    EXPECT_EQ((Texts{kDialAnswer + std::string("\n"), "CONNECTED!!! \n"}), world.LogOf("DoConnect"));
-}
-
-TEST_F(FiboComTest, DialAndQuestionRefusedIsNoConnection) {
-    modem.On("AT+GTRNDIS=1,1", kError);
-    modem.On("AT+GTRNDIS?", kError);
-    EXPECT_EQ(0, cell.DoConnect());
-    EXPECT_EQ((Texts{kDialAnswer + std::string(kError) + "\n", "AT+GTRNDIS=1 ERROR !!!\n"}),
-              world.LogOf("DoConnect"));
-    EXPECT_TRUE(world.Logged(6, "AT+GTRNDIS=1 ERROR !!!\n"));
-}
-
-TEST_F(FiboComTest, DisConnectEndsTheCallBeforeTheRadio) {
-    modem.On("AT+GTRNDIS=0,1", kOk);
-    EXPECT_EQ(1, cell.DisConnect());
-    EXPECT_EQ((Texts{"AT+GTRNDIS=0,1\r\n", "AT+CFUN=0"}), modem.Sent());
-    EXPECT_NEAR(1 + 1, GapBehind(0), 0.01);
-}
-
-// Link
-
-TEST_F(FiboComTest, LinkIsUpWithA1Only) {
-    const struct {
-        std::string answer;
-        int32_t expected;
-    } cases[] = {
-        {Answer("+GTRNDIS: 1,1,\"10.0.0.2\""), 1},
-        {Answer("+GTRNDIS: 1"), 1},
-        {Answer("+GTRNDIS: 0"), 0},
-        {Answer("+GTRNDIS: 2"), 0},
-        {Answer("+GTRNDIS:1"), 0},
-        {Answer("+CREG: 1,1"), 0},
-        {kError, 0},
-        {"", 0},
-    };
-    for (const auto& test : cases) {
-        modem.On("AT+GTRNDIS?", test.answer);
-        EXPECT_EQ(test.expected, cell.CheckConnection()) << test.answer;
-    }
-    EXPECT_EQ("AT+GTRNDIS?\r\n", modem.Sent()[0]);
-    EXPECT_TRUE(world.LogOf("CheckConnection").empty());
 }
 
 // Registration and SIM
@@ -383,7 +323,7 @@ TEST_F(FiboComTest, EachLineNamesThisDriverItsOperationAndLevel) {
                                 {"Initialize", 5, "m_ModuleName = "},
                                 {"Initialize", 7, "AT+MGAUTH=1,3,\"\",\"\"\r\n"},
                                 {"Initialize", 5, "AT+MGAUTH=1,3 done\n"},
-                                {"DoConnect", 6, kDialAnswer},
+                                {"DoConnect", 6, kRndisDialAnswer},
                                 {"DoConnect", 6, "CONNECT!!! \n"},
                                 {"DoConnect", 6, "CONNECTED!!! \n"},
                                 {"DoConnect", 6, "AT+GTRNDIS=1 ERROR !!!\n"},
@@ -394,5 +334,7 @@ TEST_F(FiboComTest, EachLineNamesThisDriverItsOperationAndLevel) {
                                 {"ParseAtResult", 7, "GTRNDIS: connect_type=1\n"},
                             });
 }
+
+INSTANTIATE_TYPED_TEST_SUITE_P(Nl668, FibocomRndis, CellFiboCOM);
 
 }  // namespace

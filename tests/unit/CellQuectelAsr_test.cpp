@@ -31,25 +31,7 @@ TEST_F(QuectelAsrTest, InitializeSendsTheSetUpInOrderWithoutAContext) {
 }
 
 TEST_F(QuectelAsrTest, FirmwareIs20CharactersBehindRevision) {
-    modem.AllowUnknown();
-    const struct {
-        std::string answer;
-        const char* firmware;
-    } cases[] = {
-        {"\r\nRevision: 1234567890123456789012\r\n", " 1234567890123456789"},
-        {"\r\nRevision: EC600M\r\n\r\nOK\r\n", " EC600M\r\n\r\nOK\r\n"},
-        {"\r\nRevision:", ""},
-        {"\r\nRevision: \xff\xfe", " \xff\xfe"},
-        {"\r\nrevision: 1\r\n", "EC200x"},
-        {kError, "EC200x"},
-        {"", "EC200x"},
-        {std::string(246, 'x') + "Revision: 12", " "},  // the 256th byte is the blank
-    };
-    for (const auto& test : cases) {
-        modem.On("ATI", test.answer);
-        EXPECT_EQ(1, cell.Initialize());
-        EXPECT_STREQ(test.firmware, cell.m_fw_version) << test.answer;
-    }
+    ExpectFirmwareBehindRevision(20, "EC200x");
 }
 
 // Dial

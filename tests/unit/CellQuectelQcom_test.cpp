@@ -74,10 +74,8 @@ TEST_F(QuectelQcomTest, InitializePausesASecondBeforeTheContext) {
     EXPECT_NEAR(2.0, exchanges[9].at_seconds - exchanges[8].at_seconds, 0.01);
 }
 
-TEST_F(QuectelQcomTest, FirmwareWithoutRevisionIsTheVendorWord) {
-    modem.AllowUnknown();
-    EXPECT_EQ(1, cell.Initialize());
-    EXPECT_STREQ("Qcom", cell.m_fw_version);
+TEST_F(QuectelQcomTest, FirmwareIs18CharactersBehindRevision) {
+    ExpectFirmwareBehindRevision(18, "Qcom");
 }
 
 // Dial and hang-up

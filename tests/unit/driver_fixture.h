@@ -160,6 +160,30 @@ class DriverTest : public testing::Test {
         EXPECT_EQ("AT+CPIN?", modem.Sent().back());
     }
 
+    /// The set-up keeps `limit` characters behind "Revision:" as the firmware text, whatever they are, and
+    /// `otherwise` without the word. What stands behind the 256th byte isn't seen.
+    void ExpectFirmwareBehindRevision(size_t limit, const std::string& otherwise) {
+        const std::string digits = " 123456789012345678901234567890";
+        const struct {
+            std::string answer, firmware;
+        } cases[] = {
+            {"\r\nRevision:" + digits + "\r\n", digits.substr(0, limit)},
+            {"\r\nRevision: X1\r\n\r\nOK\r\n", " X1\r\n\r\nOK\r\n"},
+            {"\r\nRevision:", ""},
+            {"\r\nRevision: \xff\xfe", " \xff\xfe"},
+            {"\r\nrevision: 1\r\n", otherwise},
+            {kError, otherwise},
+            {"", otherwise},
+            {std::string(246, 'x') + "Revision: 12", " "},  // the 256th byte is the blank
+        };
+        modem.AllowUnknown();
+        for (const auto& test : cases) {
+            modem.On("ATI", test.answer);
+            EXPECT_EQ(1, cell.Initialize());
+            EXPECT_EQ(test.firmware, cell.m_fw_version) << test.answer;
+        }
+    }
+
     /// Seconds from the exchange `index` to the one behind it.
     double GapBehind(size_t index) const {
         return modem.exchanges.at(index + 1).at_seconds - modem.exchanges.at(index).at_seconds;
