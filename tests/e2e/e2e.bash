@@ -81,8 +81,20 @@ printed() {
     grep -qF -- "$1" "$OUTPUT"
 }
 
-# Descriptors of the daemon, by number and what they are.
+# Descriptors that the daemon holds, by number and what they are. A file that it writes may just be open: what counts is
+# there at two moments.
 descriptors() {
+    local former="" now
+    now=$(open_descriptors)
+    while [ "$now" != "$former" ]; do
+        sleep 0.3
+        former=$now
+        now=$(open_descriptors)
+    done
+    echo "$now"
+}
+
+open_descriptors() {
     ls -l "/proc/$DAEMON/fd" | sed -n 's/.* \([0-9]* -> \)/\1/p' | sed 's/\[[0-9]*\]//'
 }
 

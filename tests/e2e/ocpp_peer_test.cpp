@@ -88,7 +88,7 @@ class OcppPeerTest : public testing::Test {
 
     Result Run(const std::string& words) {
         const std::string file = testing::TempDir() + "ocpp_peer." + std::to_string(getpid());
-        const std::string command = OCPP_PEER " " + words + " >" + file + ".out 2>" + file + ".err";
+        const std::string command = "'" OCPP_PEER "' " + words + " >" + file + ".out 2>" + file + ".err";
         const int status = system(command.c_str());
         Result result = {WIFEXITED(status) ? WEXITSTATUS(status) : -1, Read(file + ".out"),
                          Read(file + ".err")};
@@ -287,7 +287,7 @@ TEST_F(OcppPeerTest, WatchTellsWhatComesAndConfirmsIt) {
         });
         const Result result = Run("watch --count 1 --timeout 20");
         sender.join();
-        EXPECT_EQ(0, result.status) << result.errors;
+        ASSERT_EQ(0, result.status) << result.errors;
         EXPECT_EQ(0u, result.output.find(row.line)) << result.output;
         if (row.reply != nullptr) {
             EXPECT_EQ(row.reply, ToHex(Heard()));
