@@ -92,6 +92,7 @@ int main(int argc, char** argv) {
         TRACE(0, "Unknow Cell Device!\n");
         return kExitDone;
     }
+    tell_vendor(*pCell, vendor);
 
     if (pass_gate(TRACE_HERE, config)) {
         TRACE(0, "GetVendorType=%d!\n", pCell->m_vendor_type);

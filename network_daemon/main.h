@@ -66,6 +66,10 @@ int reopen_port(const char* device);
 /// caller owns it.
 cc_cell::CellBase* build_driver(int vendor, int port_fd);
 
+/// Tells a driver its vendor where the engine's special cases have to know it. main does so once the object
+/// is in pCell.
+void tell_vendor(cc_cell::CellBase& cell, int vendor);
+
 // main_board.cpp: where a modem went; what board this is, see board.h
 
 /// Name of a "ttyACM" entry of `directory`, without the directory; of several, the one that the directory

@@ -49,14 +49,21 @@ constexpr DriverRow kDrivers[] = {
     {cc_cell::kVendorFibocomLe, build<cc_cell::CellFiboLE370>, true},
 };
 
+const DriverRow* find_row(int vendor) {
+    for (const DriverRow& row : kDrivers) {
+        if (row.vendor == vendor) return &row;
+    }
+    return nullptr;
+}
+
 }  // namespace
 
 CellBase* build_driver(int vendor, int port_fd) {
-    for (const DriverRow& row : kDrivers) {
-        if (row.vendor != vendor) continue;
-        CellBase* cell = row.build(port_fd);
-        if (row.knows_vendor) cell->SetVendorType(vendor);
-        return cell;
-    }
-    return nullptr;
+    const DriverRow* row = find_row(vendor);
+    return row == nullptr ? nullptr : row->build(port_fd);
+}
+
+void tell_vendor(CellBase& cell, int vendor) {
+    const DriverRow* row = find_row(vendor);
+    if (row != nullptr && row->knows_vendor) cell.SetVendorType(vendor);
 }

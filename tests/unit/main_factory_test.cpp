@@ -40,6 +40,8 @@ TEST(Factory, EachOfTheThirteenCodesBuildsItsDriver) {
         ASSERT_NE(nullptr, cell) << test.vendor;
         EXPECT_STREQ(test.interface_name, cell->GetInterfaceName()) << test.vendor;
         EXPECT_EQ(modem.fd(), cell->m_cell_fd) << test.vendor;
+        EXPECT_EQ(kVendorUnknown, cell->m_vendor_type) << test.vendor;
+        tell_vendor(*cell, test.vendor);
         EXPECT_EQ(test.knows_vendor ? test.vendor : kVendorUnknown, cell->m_vendor_type) << test.vendor;
         EXPECT_TRUE(modem.exchanges.empty()) << test.vendor;
         EXPECT_EQ(1, cell->Initialize()) << test.vendor;
@@ -69,6 +71,7 @@ TEST(Factory, OtherQuectelAndZteModemsKnowTheirVendor) {
     for (const auto& family : families) {
         const std::unique_ptr<CellBase> cell(build_driver(family.vendor, kPort));
         ASSERT_NE(nullptr, cell);
+        tell_vendor(*cell, family.vendor);
         EXPECT_EQ(family.vendor, cell->m_vendor_type);
         cell->SetBoard(kBoardA35);
         EXPECT_STREQ(family.interface_on_a35, cell->GetInterfaceName()) << family.vendor;
@@ -82,7 +85,12 @@ TEST(Factory, Code12IsAnUnknownModem) {
 
 TEST(Factory, ValuesOutsideTheTableAreUnknownModems) {
     World world;
-    for (const int code : {0, -1, 15, 1000}) EXPECT_EQ(nullptr, build_driver(code, kPort)) << code;
+    for (const int code : {0, -1, 15, 1000}) {
+        EXPECT_EQ(nullptr, build_driver(code, kPort)) << code;
+        const std::unique_ptr<CellBase> cell(build_driver(kVendorLynq, kPort));
+        tell_vendor(*cell, code);
+        EXPECT_EQ(kVendorUnknown, cell->m_vendor_type) << code;
+    }
 }
 
 TEST(Factory, LeavesTheGlobalObjectToMain) {

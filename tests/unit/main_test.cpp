@@ -49,6 +49,13 @@ extern "C" void __wrap__ZN7cc_cell8CellBaseD2Ev(CellBase* cell) {
     __real__ZN7cc_cell8CellBaseD2Ev(cell);
 }
 
+// CellBase::SetVendorType: the driver is told its vendor when the other threads can see it.
+extern "C" void __real__ZN7cc_cell8CellBase13SetVendorTypeEi(CellBase* cell, int32_t vendor_type);
+extern "C" void __wrap__ZN7cc_cell8CellBase13SetVendorTypeEi(CellBase* cell, int32_t vendor_type) {
+    EXPECT_EQ(pCell, cell);
+    __real__ZN7cc_cell8CellBase13SetVendorTypeEi(cell, vendor_type);
+}
+
 namespace {
 
 using Texts = std::vector<std::string>;
