@@ -25,4 +25,4 @@ check "each was logged: $logged_queries" test "$logged_queries" -ge $((PEERS * Q
 check "comes online" wait_for 120 is_online
 check "a query is answered" peer status
 kill $DAEMON
-await_end 5 143
+await_end 15 143

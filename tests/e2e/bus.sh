@@ -31,4 +31,4 @@ check "it comes back to the bus" wait_for 10 owns_name
 check "and answers the next query: no modem yet" peer_ends 1 status
 check "in words" told "the daemon has no modem yet"
 kill "$DAEMON"
-await_end 5 143
+await_end 15 143

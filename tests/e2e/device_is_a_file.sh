@@ -6,6 +6,6 @@ write_settings "ENABLE=true"
 
 echo "no modem" >"/tmp/file"
 start_daemon -d /tmp/file
-await_log 5 "open device  /tmp/file  ok!"
+await_log 15 "open device  /tmp/file  ok!"
 await_end 90 0
 check "nobody is recognised" logged "Unknow Cell Device!"

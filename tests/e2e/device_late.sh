@@ -6,12 +6,12 @@ write_settings "ENABLE=true"
 
 mkdir "$MODEM_PORT"
 start_daemon
-await_log 5 "wait device  $MODEM_PORT ."
+await_log 15 "wait device  $MODEM_PORT ."
 sleep 1
 rmdir "$MODEM_PORT"
 await_log 15 "wait device  $MODEM_PORT ."
 start_modem --family quectel_qcom --model EG21 || fail "the modem doesn't start"
 await_log 15 "open device  $MODEM_PORT  ok!"
 await_log 10 "m_ModuleName = EG21"
-await_log 5 "GetVendorType=6!"
+await_log 15 "GetVendorType=6!"
 check "the daemon goes on" is_alive

@@ -3,6 +3,6 @@
 . "$REPOSITORY/tests/e2e/e2e.bash"
 start_board --set "mute on"
 start_daemon
-await_log 5 "open device  $MODEM_PORT  ok!"
+await_log 15 "open device  $MODEM_PORT  ok!"
 await_log 60 "Unknow Cell Device!"
-await_end 5 0
+await_end 15 0

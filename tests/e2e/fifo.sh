@@ -38,18 +38,18 @@ check "in words" told "there is no $PIPE"
 
 start_daemon
 await_log 10 "wait device  /dev/ttyUSB2"
-check "the pipe is there before the modem is" test -p "$PIPE"
+check "the pipe is there before the modem is" wait_for 5 test -p "$PIPE"
 echo "Reset4G:1 SoftReset:1" >"$PIPE"
-await_log 3 "[FIFO]Reset4G:1"
-await_log 3 "[FIFO]SoftReset:1"
+await_log 10 "[FIFO]Reset4G:1"
+await_log 10 "[FIFO]SoftReset:1"
 echo "4G_MODEM_STATUS:offline" >"$PIPE"
-await_log 3 "[FIFO]4G_MODEM_STATUS:offline:index 0"
+await_log 10 "[FIFO]4G_MODEM_STATUS:offline:index 0"
 echo "4G_MODEM_STATUS:away" >"$PIPE"
-await_log 3 "[FIFO]4G_MODEM_STATUS:unknow"
+await_log 10 "[FIFO]4G_MODEM_STATUS:unknow"
 echo "orla_ip_list:noexist" >"$PIPE"
-await_log 3 "[FIFO]orla_ip_list:noexist"
+await_log 10 "[FIFO]orla_ip_list:noexist"
 echo "udhcpc: bound, Reset4G:1" >"$PIPE"
-await_log 3 "udhcpc: bound, Reset4G:1"
+await_log 10 "udhcpc: bound, Reset4G:1"
 check "a line of the DHCP client is no command" test "$(times_logged "[FIFO]Reset4G:1")" -eq 1
 
 before=$(descriptors | grep -c .)
@@ -75,7 +75,7 @@ check "a reset too" not_logged "[FIFO] DeviceReset run"
 
 check "the tool waits for the soft reset, and finds the log" test "$(status_of tool -w 60 SoftReset:1)" -eq 0
 check "and shows it" told "[FIFO] SoftReset run"
-await_log 5 "Soft reset!"
+await_log 15 "Soft reset!"
 SH="busybox sh"
 check "it waits for the hardware reset" test "$(status_of tool -w 90 -l "$LOG" Reset4G:1)" -eq 0
 check "and shows it" told "[FIFO] DeviceReset run"

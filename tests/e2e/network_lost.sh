@@ -90,7 +90,7 @@ check "comes online" wait_for 120 is_online
 step "online"
 mark_log
 await_step 30 "##########################ping1: FALSE"
-check "with the primary SIM" grep -qx "IMSI=460001112223334" "$STATUS"
+check "with the primary SIM" wait_for 5 grep -qx "IMSI=460001112223334" "$STATUS"
 checks=$(grep -cF "m_CSQ_weak_check_times=" "$LOG")
 sleep 4
 check "no check fails any more" test "$(grep -cF "m_CSQ_weak_check_times=" "$LOG")" -eq "$checks"

@@ -15,7 +15,7 @@ for length in 255 256 4095 4096 20000 100000; do
     await_log 10 "wait device  /LLLL"
     check "the daemon goes on" is_alive
     kill "$DAEMON"
-    await_end 5 143
+    await_end 15 143
     start_daemon -c "$(long_text $length)"
     await_end 10 255
     check "that isn't a file" logged "config /LLLL"

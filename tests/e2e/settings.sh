@@ -33,7 +33,7 @@ cp "$read_only" $SETTINGS
 start_daemon -d /dev/nothing
 await_log 10 "wait device  /dev/nothing"
 kill "$DAEMON"
-await_end 5 143
+await_end 15 143
 say "where it can be written, it is taken"
 
 {

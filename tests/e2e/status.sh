@@ -89,7 +89,7 @@ check "no bus" peer_ends 3 status
 sleep 1.5
 start_bus || fail "the bus doesn't start again"
 check "the first query after the bus has come back is answered" wait_for 10 peer status
-check "the daemon is as online as before" is_online
+check "the daemon is as online as before" wait_for 5 is_online
 check "and has not begun anew" test "$(grep -c 'BUILD INFO' "$LOG")" -eq 1
 kill $DAEMON
-await_end 5 143
+await_end 15 143

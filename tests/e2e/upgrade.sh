@@ -12,7 +12,7 @@ upgrade_ends() {
     install_tool "$*"
     check "a request is accepted, with a tool that does: $*" peer upgrade EG21 QFirehose firmware
     await_heard 30 "$report"
-    await_log 5 "[OTA] reset ota upgrade flag"
+    await_log 15 "[OTA] reset ota upgrade flag"
     : >"$LOG"
 }
 
@@ -23,14 +23,14 @@ await_log 30 "GetVendorType=6!"
 
 check "a request is accepted though there is no tool" peer upgrade EG21 QFirehose firmware
 await_heard 10 "upgrade: file or path missing: FF 6A A6 00 01 00 05 76 01 03"
-await_log 5 "[OTA] OTA目录不存在"
-await_log 5 "[OTA] ota upgrade file path or file no exist"
-await_log 5 "[OTA] get ocpp 4g status ok"
-await_log 5 "[OTA] reset ota upgrade flag"
+await_log 15 "[OTA] OTA目录不存在"
+await_log 15 "[OTA] ota upgrade file path or file no exist"
+await_log 15 "[OTA] get ocpp 4g status ok"
+await_log 15 "[OTA] reset ota upgrade flag"
 mkdir -p $TOOL_FOLDER
 check "also when its folder is there" peer upgrade EG21 QFirehose firmware
 await_heard 10 "upgrade: file or path missing"
-await_log 5 "[OTA] QFirehose文件不存在"
+await_log 15 "[OTA] QFirehose文件不存在"
 
 check "comes online" wait_for 120 is_online
 install_tool hang=20 succeed
@@ -41,27 +41,27 @@ for line in "[RAVELIN] get ocpp msg id=7 cmd=7600 length=28" "[OTA] TLVS size is
     "[OTA] get ocpp msg and set ota upgrade flag true" "[OTA] run ota task" "[OTA] OTA目录存在" \
     "[OTA] QFirehose文件存在" "[OTA] Module EG21 support OTA" "[OTA] run: $TOOL_FOLDER/QFirehose -f $TOOL_FOLDER" \
     "[OTA] reply ocpp ota msg id=7 cmd=7600 result:1" "[OTA] get ocpp msg , set ota run"; do
-    await_log 5 "$line"
+    await_log 15 "$line"
 done
-check "the tool was told its folder" grep -qx -- "-f $TOOL_FOLDER" $TOOL_FOLDER/QFirehose.ran
+check "the tool was told its folder" wait_for 10 grep -qx -- "-f $TOOL_FOLDER" $TOOL_FOLDER/QFirehose.ran
 check "a second request is refused" peer_ends 1 upgrade EG21 QFirehose other
 check "in words" told "an upgrade is already running"
 check "but its texts are taken" logged "otaPath:other"
 check "a status query is answered" peer status
 for reset in Reset4G S84Reset4G SoftReset; do
     echo "$reset:1" >$PIPE
-    await_log 5 "[FIFO]$reset:1"
+    await_log 15 "[FIFO]$reset:1"
 done
 last_written=$(stat -c %y $STATUS)
 sleep 12
 check "nothing was reported so far" test ! -s $HEARD
 check "Task goes on beside it, and publishes" test "$(stat -c %y $STATUS)" != "$last_written"
 await_heard 20 "upgrade succeeded: FF 6A A6 00 01 00 05 76 01 00 57 FA"
-await_log 5 "[OTA] Upgrade module successfully"
-await_log 5 "[OTA] send ocpp ota upgrade status ok"
-await_log 5 "[OTA] reset ota upgrade flag"
+await_log 15 "[OTA] Upgrade module successfully"
+await_log 15 "[OTA] send ocpp ota upgrade status ok"
+await_log 15 "[OTA] reset ota upgrade flag"
 check "the tool ran once" test "$(grep -c . $TOOL_FOLDER/QFirehose.ran)" -eq 1
-check "the daemon is online" is_online
+check "the daemon is online" wait_for 5 is_online
 if logged "[FIFO] SoftReset run" || logged "[FIFO] DeviceReset run"; then
     fail "a reset by the pipe wasn't held back"
 fi
@@ -82,4 +82,4 @@ upgrade_ends "upgrade failed" long=505 say=successfully fail
 echo "SoftReset:1" >$PIPE
 await_log 15 "[FIFO] SoftReset run"
 kill $DAEMON
-await_end 5 143
+await_end 15 143
