@@ -462,11 +462,7 @@ TEST_F(ZteTest, StateOfTheCall) {
 
 TEST_F(ZteTest, TextsAreTheFirstLine) {
     const std::string many(300, 'x');
-    const struct {
-        std::string answer;
-        int32_t type;
-        std::string text;
-    } cases[] = {
+    ExpectTexts({
         {"+ZGETICCID: 8986\r\n", kHintZgeticcid, "8986"},
         {"+ZGETICCID: 8986,7\r\n", kHintZgeticcid, "8986,7"},
         {"+ZGETICCID: ", kHintZgeticcid, ""},
@@ -480,12 +476,7 @@ TEST_F(ZteTest, TextsAreTheFirstLine) {
         {"+ZCELLINFO: " + many, kHintZcellinfo, many.substr(0, 127)},
         {"+ZCELLINFO: \x80\xff\r\n", kHintZcellinfo, "\x80\xff"},
         {"+ZCELLINFO: a\r\n+ZGETICCID: b\r\n", kHintZgeticcid, "b"},
-    };
-    for (const auto& test : cases) {
-        const AtResult result = Parse(test.answer);
-        EXPECT_EQ(test.type, result.type) << test.answer;
-        EXPECT_EQ(test.text, result.common_str) << test.answer;
-    }
+    });
     EXPECT_TRUE(world.Logged(5, "ICCID:8986\n"));
 }
 
