@@ -9,12 +9,14 @@
 #include "simulator/bus_peer/frame.h"
 #include "simulator/bus_peer/options.h"
 #include "simulator/bus_peer/status.h"
+#include "simulator/command_line.h"
+#include "simulator/help_text.h"
 
 namespace {
 
 using namespace bus_peer;
 
-enum Exit { kDone = 0, kRefused = 1, kUsageError = 2, kNotThere = 3, kNoAnswer = 4, kBroken = 5 };
+enum Exit { kDone = 0, kRefused = 1, kNotThere = 3, kNoAnswer = 4, kBroken = 5 };
 
 constexpr unsigned kUpgrade = 0x7600;
 constexpr unsigned kUpgradeOutcome = 0x7601;
@@ -174,9 +176,9 @@ Exit Watch(BusClient& bus, const Options& options) {
 int main(int argc, char** argv) {
     Options options;
     const std::string problem = ReadOptions(argc, argv, &options);
-    if (!problem.empty()) return Complain(kUsageError, problem + "; --help tells more");
-    if (options.help) {
-        fputs(kUsage, stdout);
+    if (!problem.empty()) return RefuseCommandLine("ocpp_peer", problem);
+    if (options.help || options.version) {
+        fputs(options.help ? kHelpText : kVersionText, stdout);
         return kDone;
     }
     BusClient bus;

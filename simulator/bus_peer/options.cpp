@@ -5,41 +5,18 @@
 #include <cmath>
 #include <cstdlib>
 
+#include "simulator/command_line.h"
+
 namespace bus_peer {
-
-const char kUsage[] =
-    R"(usage: ocpp_peer [OPTION]... COMMAND [ARGUMENT]...
-
-Talks to ravelin-mobile over the message bus in the place of the OCPP service.
-
-  status                     asks for the state of the modem, and prints its fifteen items
-  upgrade MODULE TOOL PATH   asks for an upgrade of the modem's firmware
-  watch                      prints what the daemon sends by itself, and confirms it, until it is ended
-  raw HEX                    sends these bytes as they stand, and prints the answer: raw "FF 6A A6 00 07 00 04 76 03 7B 92"
-
-  --address ADDRESS   D-Bus address of the bus; otherwise that in RAVELIN_BUS_ADDRESS, otherwise the system bus
-  --timeout SECONDS   how long to wait for an answer (5 unless told); of watch, how long to watch (for ever unless told)
-  --json              status: prints an object of JSON
-  --repeat N          status, raw: asks N times over one connection, and prints how often a second
-  --window N          with --repeat: so many questions at a time (1 unless told, at most 100)
-  --signal            raw: sends a signal, which nobody answers
-  --count N           watch: ends after N frames
-  --reply N           watch: the data byte of its answers (1 confirms, and is what it sends unless told)
-  --help              this text
-
-The exit status is 0 when it went well, 1 when the daemon refused what was asked, 2 for a wrong command line, 3 when there
-is no bus (or it lets nobody speak to the daemon) or no daemon, 4 when no answer came in time, 5 when the answer is broken.
-)";
 
 namespace {
 
-constexpr int kWindowLimit =
-    100;  // a bus refuses more than 128 unanswered calls of a connection, unless told otherwise
+constexpr int kWindowLimit = 100;  // a bus refuses more than 128 unanswered calls of a connection by default
 constexpr int kRepeatLimit = 100000000;
 constexpr size_t kTextLimit = 255;  // an item's length is one byte
 constexpr double kTimeoutLimit_seconds = 1000000;
 
-enum Option { kAddress = 1, kTimeout, kJson, kRepeat, kWindow, kSignal, kCount, kReply, kHelp };
+enum Option { kAddress = 1, kTimeout, kJson, kRepeat, kWindow, kSignal, kCount, kReply, kHelp, kVersion };
 
 constexpr option kOptions[] = {
     {"address", required_argument, nullptr, kAddress},
@@ -51,16 +28,9 @@ constexpr option kOptions[] = {
     {"count", required_argument, nullptr, kCount},
     {"reply", required_argument, nullptr, kReply},
     {"help", no_argument, nullptr, kHelp},
+    {"version", no_argument, nullptr, kVersion},
     {nullptr, 0, nullptr, 0},
 };
-
-bool ReadNumber(const char* text, int least, int most, int* number) {
-    char* end = nullptr;
-    const long value = strtol(text, &end, 10);
-    if (end == text || *end != '\0' || value < least || value > most) return false;
-    *number = static_cast<int>(value);
-    return true;
-}
 
 bool ReadSeconds(const char* text, int* milliseconds) {
     char* end = nullptr;
@@ -82,18 +52,21 @@ bool TakeOption(int option, const char* value, Options* options) {
             options->json = true;
             return true;
         case kRepeat:
-            return ReadNumber(value, 1, kRepeatLimit, &options->repeat);
+            return ReadWholeNumber(value, 1, kRepeatLimit, &options->repeat);
         case kWindow:
-            return ReadNumber(value, 1, kWindowLimit, &options->window);
+            return ReadWholeNumber(value, 1, kWindowLimit, &options->window);
         case kSignal:
             options->as_signal = true;
             return true;
         case kCount:
-            return ReadNumber(value, 1, kRepeatLimit, &options->count);
+            return ReadWholeNumber(value, 1, kRepeatLimit, &options->count);
         case kReply:
-            return ReadNumber(value, 0, 255, &options->reply);
+            return ReadWholeNumber(value, 0, 255, &options->reply);
         case kHelp:
             options->help = true;
+            return true;
+        case kVersion:
+            options->version = true;
             return true;
         default:
             return false;
@@ -111,16 +84,18 @@ std::string CheckCommand(const Options& options) {
     for (const Command& command : kCommands) {
         if (options.command != command.name) continue;
         if (options.arguments.size() == command.arguments) return "";
-        return options.command + " takes " + std::to_string(command.arguments) + " arguments";
+        return options.command + " takes " + std::to_string(command.arguments) + " arguments, not " +
+               std::to_string(options.arguments.size());
     }
-    return "no command is called " + options.command;
+    return "no command is called \"" + options.command + "\"";
 }
 
 std::string CheckArguments(Options* options) {
     for (const std::string& text : options->arguments) {
         if (options->command == "upgrade" && text.size() > kTextLimit)
-            return "a text has more than 255 bytes";
-        if (options->command == "raw" && !FromHex(text, &options->raw)) return "not hexadecimal: " + text;
+            return "upgrade: a text has more than 255 bytes";
+        if (options->command == "raw" && !FromHex(text, &options->raw))
+            return "raw: not hexadecimal: " + text;
     }
     return "";
 }
@@ -131,11 +106,16 @@ std::string ReadOptions(int argc, char** argv, Options* options) {
     if (const char* address = getenv("RAVELIN_BUS_ADDRESS")) options->address = address;
     opterr = 0;
     int option = 0;
-    while ((option = getopt_long(argc, argv, "", kOptions, nullptr)) != -1) {
-        if (option == '?') return std::string("unknown or incomplete: ") + argv[optind - 1];
-        if (!TakeOption(option, optarg, options)) return std::string("not valid: ") + optarg;
+    int index = 0;
+    while ((option = getopt_long(argc, argv, ":h", kOptions, &index)) != -1) {
+        const std::string problem = OptionProblem(option, argv);
+        if (!problem.empty()) return problem;
+        if (option == 'h') option = kHelp;
+        if (!TakeOption(option, optarg, options)) {
+            return std::string("--") + kOptions[index].name + ": not valid: " + optarg;
+        }
     }
-    if (options->help) return "";
+    if (options->help || options->version) return "";
     if (optind < argc) options->command = argv[optind++];
     while (optind < argc) options->arguments.push_back(argv[optind++]);
     const std::string problem = CheckCommand(*options);

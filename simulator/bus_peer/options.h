@@ -19,6 +19,7 @@ struct Options {
     int count = 0;  // of watch: ends after so many; 0 never
     int reply = 1;  // of watch: data byte of its answers
     bool help = false;
+    bool version = false;
     std::string command;
     std::vector<std::string> arguments;
     Bytes raw;  // of raw: what to send
@@ -26,7 +27,5 @@ struct Options {
 
 /// What is wrong with the command line; empty, and `options` filled, when nothing is.
 std::string ReadOptions(int argc, char** argv, Options* options);
-
-extern const char kUsage[];
 
 }  // namespace bus_peer

@@ -165,12 +165,12 @@ int SendLines(const std::string& path, const std::vector<std::string>& lines) {
     sockaddr_un address;
     std::string error;
     if (!MakeAddress(path, &address, &error)) {
-        fprintf(stderr, "%s\n", error.c_str());
+        fprintf(stderr, "modem_sim: %s\n", error.c_str());
         return 1;
     }
     const int connected = Connect(address);
     if (connected < 0) {
-        fprintf(stderr, "no simulator listens at %s: %s\n", path.c_str(), strerror(errno));
+        fprintf(stderr, "modem_sim: no simulator listens at %s: %s\n", path.c_str(), strerror(errno));
         return 1;
     }
     bool all_are_fine = true;

@@ -78,7 +78,6 @@ class ModemInside : private Device::Host {
 
 /// Turns the knob that `line` names. False with the reason in `*reply` when the line makes no sense.
 bool TurnKnob(ModemInside& modem, std::string_view line, std::string* reply);
-std::string DescribeKnobs();
 std::vector<std::string> ListKnobs();
 
 }  // namespace modem_sim

@@ -440,10 +440,6 @@ size_t Modem::unknown_command_count() const {
     return inside_->unknown_command_count;
 }
 
-std::string Modem::KnobHelp() {
-    return DescribeKnobs();
-}
-
 std::vector<std::string> Modem::KnobNames() {
     return ListKnobs();
 }

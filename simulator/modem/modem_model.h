@@ -90,8 +90,7 @@ class Modem {
     const std::vector<std::string>& unknown_commands() const;
     size_t unknown_command_count() const;
 
-    /// Every knob with its arguments and what it does, for --help.
-    static std::string KnobHelp();
+    /// Every knob, in the order of --help.
     static std::vector<std::string> KnobNames();
 
   private:

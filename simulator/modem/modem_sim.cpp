@@ -10,11 +10,16 @@
 #include <sys/signalfd.h>
 #include <unistd.h>
 
+#include "simulator/command_line.h"
+#include "simulator/help_text.h"
 #include "simulator/modem/control_socket.h"
 #include "simulator/modem/live_modem.h"
 #include "simulator/modem/modem_model.h"
 
 namespace {
+
+constexpr char kTool[] = "modem_sim";
+constexpr int kStatusFailed = 1;
 
 struct Options {
     modem_sim::ModemOptions modem;
@@ -26,47 +31,42 @@ struct Options {
     std::vector<std::string> words;  ///< what is no option
     bool log = false;
     bool help = false;
+    bool version = false;
 };
 
-void PrintHelp() {
-    printf(
-        "A simulated modem behind a pty.\n\n"
-        "  modem_sim --link PATH [--control SOCKET] [--gpio FILE] [--family NAME] [--model NAME]\n"
-        "            [--set KNOB]... [--log]\n"
-        "  modem_sim --send SOCKET KNOB...\n\n"
-        "  --link PATH       Name under which the port appears; without it only the pty's own name, which is "
-        "told\n"
-        "  --control SOCKET  Takes knobs while it runs, one a line, at this unix socket\n"
-        "  --gpio FILE       SIM selector pin: a 1 written there selects holder 1, a 0 holder 2\n"
-        "  --family NAME     Family of modems, whose dialect it speaks:\n");
-    for (const std::string& family : modem_sim::Modem::Families()) {
-        printf("                      %s:", family.c_str());
-        for (const std::string& model : modem_sim::Modem::Models(family)) printf(" %s", model.c_str());
-        printf("\n");
+/// What is wrong with the words that are no knobs for a running simulator; empty when nothing is.
+std::string CheckOptions(const Options& options) {
+    if (options.send_path.empty()) {
+        if (!options.words.empty()) return WordProblem(options.words[0]);
+    } else if (options.words.empty()) {
+        return "--send wants a KNOB after the socket";
     }
-    printf(
-        "  --model NAME      Model in that family, any text; without it the family's first\n"
-        "  --set KNOB        Turns a knob before the start; repeat it for more\n"
-        "  --log             Tells traffic, knobs and the comings and goings of the port, with seconds from "
-        "the start\n"
-        "  --send SOCKET     Sends each KNOB to the simulator that listens there; quote a knob with "
-        "blanks\n\n"
-        "It starts as a modem that has been on for a while: SIM ready, registered, echo on, no data call.\n"
-        "Ctrl-C ends it and removes link and socket.\n\n"
-        "Knobs, at --set, --control and --send alike:\n\n%s",
-        modem_sim::Modem::KnobHelp().c_str());
+    if (!modem_sim::Modem::IsFamily(options.modem.family)) {
+        return "no family is called \"" + options.modem.family + "\"";
+    }
+    return "";
 }
 
-bool ReadOptions(int argc, char** argv, Options* options) {
-    enum { kLink = 1, kControl, kGpio, kFamily, kModel, kSet, kLog, kSend, kHelp };
+/// What is wrong with the command line; empty, and `options` filled, when nothing is.
+std::string ReadOptions(int argc, char** argv, Options* options) {
+    enum { kLink = 1, kControl, kGpio, kFamily, kModel, kSet, kLog, kSend, kHelp, kVersion };
     const option known[] = {
-        {"link", required_argument, nullptr, kLink},   {"control", required_argument, nullptr, kControl},
-        {"gpio", required_argument, nullptr, kGpio},   {"family", required_argument, nullptr, kFamily},
-        {"model", required_argument, nullptr, kModel}, {"set", required_argument, nullptr, kSet},
-        {"log", no_argument, nullptr, kLog},           {"send", required_argument, nullptr, kSend},
-        {"help", no_argument, nullptr, kHelp},         {nullptr, 0, nullptr, 0},
+        {"link", required_argument, nullptr, kLink},
+        {"control", required_argument, nullptr, kControl},
+        {"gpio", required_argument, nullptr, kGpio},
+        {"family", required_argument, nullptr, kFamily},
+        {"model", required_argument, nullptr, kModel},
+        {"set", required_argument, nullptr, kSet},
+        {"log", no_argument, nullptr, kLog},
+        {"send", required_argument, nullptr, kSend},
+        {"help", no_argument, nullptr, kHelp},
+        {"version", no_argument, nullptr, kVersion},
+        {nullptr, 0, nullptr, 0},
     };
-    for (int which = 0; (which = getopt_long(argc, argv, "h", known, nullptr)) != -1;) {
+    opterr = 0;
+    for (int which = 0; (which = getopt_long(argc, argv, ":h", known, nullptr)) != -1;) {
+        const std::string problem = OptionProblem(which, argv);
+        if (!problem.empty()) return problem;
         switch (which) {
             case kLink:
                 options->link_path = optarg;
@@ -96,17 +96,18 @@ bool ReadOptions(int argc, char** argv, Options* options) {
             case 'h':
                 options->help = true;
                 break;
-            default:
-                return false;
+            case kVersion:
+                options->version = true;
+                break;
         }
     }
     options->words.assign(argv + optind, argv + argc);
-    return true;
+    return options->help || options->version ? "" : CheckOptions(*options);
 }
 
-bool Complain(const std::string& text) {
-    fprintf(stderr, "modem_sim: %s\n", text.c_str());
-    return false;
+int Complain(const std::string& text) {
+    fprintf(stderr, "%s: %s\n", kTool, text.c_str());
+    return kStatusFailed;
 }
 
 /// Readable once the process is asked to end.
@@ -119,35 +120,29 @@ int OpenStopSignals() {
     return signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK);
 }
 
-bool Simulate(const Options& options) {
-    if (!modem_sim::Modem::IsFamily(options.modem.family)) {
-        return Complain("no family \"" + options.modem.family + "\"; see --help");
-    }
+int Simulate(const Options& options) {
     const int stop_fd = OpenStopSignals();
     modem_sim::LiveModem modem(options.modem, options.link_path, options.log);
     std::string error;
     for (const std::string& knob : options.knobs) {
-        if (!modem.Turn(knob, &error)) return Complain(error);
+        if (!modem.Turn(knob, &error)) return RefuseCommandLine(kTool, error);
         printf("%s", error.c_str());
     }
     if (!options.control_path.empty() && !modem.Listen(options.control_path, &error)) return Complain(error);
     if (!options.gpio_path.empty() && !modem.WatchPin(options.gpio_path, &error)) return Complain(error);
-    return modem.Run(stop_fd, &error) || Complain(error);
+    return modem.Run(stop_fd, &error) ? 0 : Complain(error);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
     Options options;
-    if (!ReadOptions(argc, argv, &options)) return 2;
-    if (options.help) {
-        PrintHelp();
+    const std::string problem = ReadOptions(argc, argv, &options);
+    if (!problem.empty()) return RefuseCommandLine(kTool, problem);
+    if (options.help || options.version) {
+        fputs(options.help ? kHelpText : kVersionText, stdout);
         return 0;
     }
     if (!options.send_path.empty()) return modem_sim::SendLines(options.send_path, options.words);
-    if (!options.words.empty()) {
-        Complain("what is \"" + options.words[0] + "\"? see --help");
-        return 2;
-    }
-    return Simulate(options) ? 0 : 1;
+    return Simulate(options);
 }

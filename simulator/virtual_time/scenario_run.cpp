@@ -1,12 +1,14 @@
 // scenario_run: runs the real daemon through scenarios in virtual time and holds what it did against what
-// they expect. `scenario_run --help` tells its options; the language of scenarios is told in
+// they expect. Its options are explained in scenario_run.help, the language of scenarios in
 // docs/virtual-time.md.
 
 #include <fcntl.h>
+#include <getopt.h>
 #include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -16,6 +18,8 @@
 #include <string>
 #include <vector>
 
+#include "simulator/command_line.h"
+#include "simulator/help_text.h"
 #include "simulator/virtual_time/expectations.h"
 #include "simulator/virtual_time/preload.h"
 #include "simulator/virtual_time/private_folder.h"
@@ -28,25 +32,10 @@ using virtual_time::PrivateFolder;
 using virtual_time::Scenario;
 using virtual_time::TraceEntry;
 
-constexpr char kHelp[] =
-    "usage: scenario_run [options] FILE...\n"
-    "Runs the daemon through each scenario in virtual time; says what was expected and not seen.\n"
-    "  --story         print what happened, without the exchanges with the modem\n"
-    "  --verbose       print the whole trace\n"
-    "  --trace FILE    write the whole trace to FILE\n"
-    "  --twice         run each scenario twice: the traces must be the same, byte for byte\n"
-    "  --unmet N       succeed if exactly N expectations are unmet; for scenarios that prove that they can "
-    "be\n"
-    "  --daemon PATH   the daemon; the one beside this program if not told\n"
-    "  --preload FILE  a library to load under the daemon behind our own, such as a meter\n"
-    "  --environment NAME=VALUE  a variable for the daemon; may be repeated\n"
-    "  --limit SECONDS real time that one run may take; 120 if not told\n"
-    "  --help          this text\n"
-    "Status: 0 all as expected, 1 not, 2 the scenario or the command line is wrong.\n";
-
+constexpr char kTool[] = "scenario_run";
 constexpr int kDefaultLimitSeconds = 120;
 constexpr int kStatusUnexpected = 1;
-constexpr int kStatusWrong = 2;
+constexpr int kStatusWrong = kStatusWrongCommandLine;
 
 struct Options {
     bool story = false;
@@ -57,7 +46,9 @@ struct Options {
     std::string preload;
     std::vector<std::string> environment;
     int limit_seconds = kDefaultLimitSeconds;
-    size_t unmet = 0;
+    int unmet = 0;
+    bool help = false;
+    bool version = false;
     std::vector<std::string> files;
 };
 
@@ -264,66 +255,126 @@ int RunScenario(const Options& options, const std::string& path) {
     }
     if (options.verbose) PrintTrace(trace);
     if (options.story) PrintStory(trace);
-    if (!options.trace.empty()) std::ofstream(options.trace, std::ios::binary) << outcome.trace;
+    if (!options.trace.empty() &&
+        !(std::ofstream(options.trace, std::ios::binary) << outcome.trace << std::flush)) {
+        problems.push_back("the trace can't be written to " + options.trace + "\n");
+    }
     if (!outcome.output.empty()) fprintf(stderr, "%s\n", outcome.output.c_str());
     for (const std::string& each : problems) fprintf(stderr, "%s\n", each.c_str());
-    const bool is_good = problems.size() == options.unmet;
-    if (options.unmet != 0) printf("%zu of %zu unmet expectations\n", problems.size(), options.unmet);
+    const bool is_good = problems.size() == static_cast<size_t>(options.unmet);
+    if (options.unmet != 0) printf("%zu of %d unmet expectations\n", problems.size(), options.unmet);
     printf("%s: %s\n", path.c_str(), is_good ? "as expected" : "NOT as expected");
     return is_good ? 0 : kStatusUnexpected;
 }
 
-bool ParseOptions(const std::vector<std::string>& words, Options* options) {
-    for (size_t i = 0; i < words.size(); i++) {
-        const std::string& word = words[i];
-        const bool takes_value = word == "--trace" || word == "--daemon" || word == "--preload" ||
-                                 word == "--environment" || word == "--limit" || word == "--unmet";
-        if (takes_value && i + 1 == words.size()) return false;
-        if (word == "--story") {
-            options->story = true;
-        } else if (word == "--verbose") {
-            options->verbose = true;
-        } else if (word == "--twice") {
-            options->twice = true;
-        } else if (word == "--trace") {
-            options->trace = words[++i];
-        } else if (word == "--daemon") {
-            options->daemon = words[++i];
-        } else if (word == "--preload") {
-            options->preload = words[++i];
-        } else if (word == "--environment") {
-            options->environment.push_back(words[++i]);
-        } else if (word == "--limit") {
-            options->limit_seconds = atoi(words[++i].c_str());
-        } else if (word == "--unmet") {
-            options->unmet = static_cast<size_t>(atoi(words[++i].c_str()));
-        } else if (word.rfind("--", 0) == 0) {
-            return false;
-        } else {
-            options->files.push_back(word);
+// What is wrong with what the options name; empty when nothing is.
+std::string CheckFiles(const Options& options) {
+    if (options.files.empty()) return "a scenario is missing";
+    std::vector<std::string> names = options.files;
+    names.push_back(options.daemon);
+    if (!options.preload.empty()) names.push_back(options.preload);
+    for (const std::string& name : names) {
+        std::error_code error;
+        if (std::filesystem::is_directory(name, error)) return "\"" + name + "\" is a folder and no file";
+        if (access(name.c_str(), R_OK) != 0) return "\"" + name + "\" can't be read: " + strerror(errno);
+    }
+    if (access(options.daemon.c_str(), X_OK) != 0) return "\"" + options.daemon + "\" can't be run";
+    return "";
+}
+
+// What is wrong with the command line; empty, and `options` filled, when nothing is.
+std::string ReadOptions(int argc, char** argv, Options* options) {
+    enum {
+        kStory = 1,
+        kVerbose,
+        kTrace,
+        kTwice,
+        kUnmet,
+        kDaemon,
+        kPreload,
+        kEnvironment,
+        kLimit,
+        kHelp,
+        kVersion
+    };
+    const option known[] = {
+        {"story", no_argument, nullptr, kStory},
+        {"verbose", no_argument, nullptr, kVerbose},
+        {"trace", required_argument, nullptr, kTrace},
+        {"twice", no_argument, nullptr, kTwice},
+        {"unmet", required_argument, nullptr, kUnmet},
+        {"daemon", required_argument, nullptr, kDaemon},
+        {"preload", required_argument, nullptr, kPreload},
+        {"environment", required_argument, nullptr, kEnvironment},
+        {"limit", required_argument, nullptr, kLimit},
+        {"help", no_argument, nullptr, kHelp},
+        {"version", no_argument, nullptr, kVersion},
+        {nullptr, 0, nullptr, 0},
+    };
+    opterr = 0;
+    for (int which = 0; (which = getopt_long(argc, argv, ":h", known, nullptr)) != -1;) {
+        const std::string problem = OptionProblem(which, argv);
+        if (!problem.empty()) return problem;
+        switch (which) {
+            case kStory:
+                options->story = true;
+                break;
+            case kVerbose:
+                options->verbose = true;
+                break;
+            case kTrace:
+                options->trace = optarg;
+                break;
+            case kTwice:
+                options->twice = true;
+                break;
+            case kUnmet:
+                if (!ReadWholeNumber(optarg, 0, INT_MAX, &options->unmet)) {
+                    return std::string("--unmet wants a number, not \"") + optarg + "\"";
+                }
+                break;
+            case kDaemon:
+                options->daemon = optarg;
+                break;
+            case kPreload:
+                options->preload = optarg;
+                break;
+            case kEnvironment:
+                if (strchr(optarg, '=') == nullptr) {
+                    return std::string("--environment wants NAME=VALUE, not \"") + optarg + "\"";
+                }
+                options->environment.emplace_back(optarg);
+                break;
+            case kLimit:
+                if (!ReadWholeNumber(optarg, 1, INT_MAX, &options->limit_seconds)) {
+                    return std::string("--limit wants a number of seconds, 1 or more, not \"") + optarg +
+                           "\"";
+                }
+                break;
+            case kHelp:
+            case 'h':
+                options->help = true;
+                break;
+            case kVersion:
+                options->version = true;
+                break;
         }
     }
-    return !options->files.empty() && options->limit_seconds > 0;
+    options->files.assign(argv + optind, argv + argc);
+    return options->help || options->version ? "" : CheckFiles(*options);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    const std::vector<std::string> words(argv + 1, argv + argc);
-    if (!words.empty() && words[0] == "--help") {
-        fputs(kHelp, stdout);
-        puts("What a trace holds and a scenario can expect:");
-        for (const virtual_time::TraceKind& kind : virtual_time::TraceKinds()) {
-            printf("  %-10s %s\n", kind.word, kind.meaning);
-        }
+    Options options;
+    options.daemon = FolderOfThisProgram() + "/ravelin-mobile";
+    const std::string problem = ReadOptions(argc, argv, &options);
+    if (!problem.empty()) return RefuseCommandLine(kTool, problem);
+    if (options.help || options.version) {
+        fputs(options.help ? kHelpText : kVersionText, stdout);
         return 0;
     }
-    Options options;
-    if (!ParseOptions(words, &options)) {
-        fputs(kHelp, stderr);
-        return kStatusWrong;
-    }
-    if (options.daemon.empty()) options.daemon = FolderOfThisProgram() + "/ravelin-mobile";
     int status = 0;
     for (const std::string& file : options.files) status = std::max(status, RunScenario(options, file));
     return status;

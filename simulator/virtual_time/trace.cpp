@@ -1,5 +1,6 @@
 #include "simulator/virtual_time/trace.h"
 
+#include <algorithm>
 #include <cctype>
 #include <cmath>
 #include <cstdio>
@@ -16,34 +17,16 @@ constexpr int kTextGap = 2;
 }  // namespace
 
 // Not a global object: the preload library works before global objects are all made.
-const std::vector<TraceKind>& TraceKinds() {
-    static const std::vector<TraceKind> kinds = {
-        {"sends", "the daemon has written a command to the port (its line end left off)"},
-        {"hears", "the daemon has read these bytes from the port"},
-        {"runs", "a command text given to system()"},
-        {"asks", "a command text given to popen()"},
-        {"logs", "a line of the log, level 0 to 6: FILE:FUNCTION:LINE and the message"},
-        {"debugs", "a line of the log, level 7, where -Dl, -Df or -DF show it"},
-        {"forwards", "a text handed to log_send that is no line of the local log"},
-        {"prints", "standard output other than the log"},
-        {"complains", "standard error"},
-        {"publishes", "a line of a file that is new after the daemon wrote the file: PATH and the line"},
-        {"shows", "a line that a file holds at this time: PATH and the line, or PATH and (missing)"},
-        {"modem", "a knob that the scenario turned, or what became of the port"},
-        {"world", "what else the scenario did"},
-        {"bus",
-         "traffic with the bus: joins NAME, calls HEX, signals HEX, replies HEX, sends DESTINATION HEX"},
-        {"broken", "the scenario couldn't do what it says; fails every run"},
-        {"ends", "exit STATUS, signal NUMBER, or still running when the scenario is over"},
+const std::vector<std::string>& TraceKinds() {
+    static const std::vector<std::string> kinds = {
+        "sends",     "hears",     "runs",  "asks",  "logs",  "debugs", "forwards", "prints",
+        "complains", "publishes", "shows", "modem", "world", "bus",    "broken",   "ends",
     };
     return kinds;
 }
 
 bool IsTraceKind(const std::string& word) {
-    for (const TraceKind& kind : TraceKinds()) {
-        if (word == kind.word) return true;
-    }
-    return false;
+    return std::find(TraceKinds().begin(), TraceKinds().end(), word) != TraceKinds().end();
 }
 
 std::string FormatSeconds(int64_t microseconds) {

@@ -18,13 +18,8 @@ struct TraceEntry {
     std::string text;  // escaped, so that it is one line of printable text
 };
 
-struct TraceKind {
-    const char* word;
-    const char* meaning;
-};
-
-/// Every kind of entry.
-const std::vector<TraceKind>& TraceKinds();
+/// Every kind of entry; scenario_run.help tells what each means.
+const std::vector<std::string>& TraceKinds();
 bool IsTraceKind(const std::string& word);
 
 std::string FormatEntry(const TraceEntry& entry);  // with its line end

@@ -326,23 +326,23 @@ TEST_F(OcppPeerTest, WrongCommandLinesAreExplained) {
         const char* what;
     } cases[] = {
         {"", "a command is missing"},
-        {"frob", "no command is called frob"},
-        {"upgrade A B", "upgrade takes 3 arguments"},
-        {"status now", "status takes 0 arguments"},
-        {"raw 0", "not hexadecimal: 0"},
-        {"raw 0x", "not hexadecimal: 0x"},
-        {"--timeout -1 status", "not valid: -1"},
-        {"--timeout nan status", "not valid: nan"},
-        {"--repeat 0 status", "not valid: 0"},
-        {"--window 101 status", "not valid: 101"},
-        {"--reply 256 watch", "not valid: 256"},
-        {"--frob status", "unknown or incomplete: --frob"},
-        {"status --address", "unknown or incomplete: --address"},
+        {"frob", "no command is called \"frob\""},
+        {"upgrade A B", "upgrade takes 3 arguments, not 2"},
+        {"status now", "status takes 0 arguments, not 1"},
+        {"raw 0", "raw: not hexadecimal: 0"},
+        {"raw 0x", "raw: not hexadecimal: 0x"},
+        {"--timeout -1 status", "--timeout: not valid: -1"},
+        {"--timeout nan status", "--timeout: not valid: nan"},
+        {"--repeat 0 status", "--repeat: not valid: 0"},
+        {"--window 101 status", "--window: not valid: 101"},
+        {"--reply 256 watch", "--reply: not valid: 256"},
+        {"--frob status", "unknown option --frob"},
+        {"status --address", "--address wants a value"},
     };
     for (const auto& row : cases) {
         const Result result = Run(row.words);
         EXPECT_EQ(2, result.status) << row.words;
-        EXPECT_EQ(std::string("ocpp_peer: ") + row.what + "; --help tells more\n", result.errors);
+        EXPECT_EQ(std::string("ocpp_peer: ") + row.what + "; see --help\n", result.errors);
     }
     const Result help = Run("--help");
     EXPECT_EQ(0, help.status);

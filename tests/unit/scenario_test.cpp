@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -284,6 +285,18 @@ TEST(Judgement, AScenarioThatIsBrokenFails) {
     const std::string broken =
         "       1.000  broken     modem: no knob \"x\"\n     100.000  ends       still running\n";
     EXPECT_EQ(1u, Judge("see ends still running\n", broken).size());
+}
+
+TEST(TraceKinds, HelpOfTheToolExplainsEachAndNoOther) {
+    std::ifstream help(RAVELIN_SOURCE_DIR "/simulator/virtual_time/scenario_run.help");
+    std::vector<std::string> words;
+    bool among_kinds = false;
+    for (std::string line; std::getline(help, line);) {
+        if (line.compare(0, 1, " ") != 0) among_kinds = line.compare(0, 10, "What a tra") == 0;
+        const size_t margin = line.find_first_not_of(' ');
+        if (among_kinds && margin == 2) words.push_back(line.substr(margin, line.find(' ', margin) - margin));
+    }
+    EXPECT_EQ(words, virtual_time::TraceKinds());
 }
 
 }  // namespace
