@@ -68,7 +68,7 @@ inside_only() {
     local caller=$1 name
     shift
     for name in REPOSITORY BUILD "$@"; do
-        [ -n "${!name-}" ] || refuse "a part of $caller, which runs it inside scripts/private-view; run $caller"
+        [ -n "${!name-}" ] || refuse "this is a part of $caller, which starts it inside scripts/private-view"
     done
 }
 
