@@ -1,0 +1,5 @@
+set(CMAKE_SYSTEM_PROCESSOR aarch64)
+set(RAVELIN_BOARD_ARCH arm64)
+set(RAVELIN_BOARD_TRIPLET aarch64-linux-gnu)
+set(RAVELIN_BOARD_QEMU qemu-aarch64)
+include(${CMAKE_CURRENT_LIST_DIR}/debian-cross.cmake)

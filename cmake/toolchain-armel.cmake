@@ -1,0 +1,5 @@
+set(CMAKE_SYSTEM_PROCESSOR armv5tel)
+set(RAVELIN_BOARD_ARCH armel)
+set(RAVELIN_BOARD_TRIPLET arm-linux-gnueabi)
+set(RAVELIN_BOARD_QEMU qemu-arm)
+include(${CMAKE_CURRENT_LIST_DIR}/debian-cross.cmake)

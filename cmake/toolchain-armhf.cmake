@@ -1,0 +1,5 @@
+set(CMAKE_SYSTEM_PROCESSOR armv7l)
+set(RAVELIN_BOARD_ARCH armhf)
+set(RAVELIN_BOARD_TRIPLET arm-linux-gnueabihf)
+set(RAVELIN_BOARD_QEMU qemu-arm)
+include(${CMAKE_CURRENT_LIST_DIR}/debian-cross.cmake)
