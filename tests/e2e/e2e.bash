@@ -142,3 +142,17 @@ install_tool() {
     cp "$REPOSITORY/simulator/QFirehose" $TOOL_FOLDER/
     echo "$*" >$TOOL_FOLDER/QFirehose.does
 }
+
+# install_wrapped_tool WORD...: the same, as the real tool that the board's wrapper runs.
+FLASH_OUTPUT=/run/ravelin-flash/output
+install_wrapped_tool() {
+    install_tool "$*"
+    mv $TOOL_FOLDER/QFirehose $TOOL_FOLDER/QFirehose.real
+    cp "$REPOSITORY/packaging/board/QFirehose" $TOOL_FOLDER/
+}
+flash_runs() {
+    $TOOL_FOLDER/QFirehose --running
+}
+no_flash_runs() {
+    ! flash_runs
+}
