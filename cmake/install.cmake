@@ -1,0 +1,96 @@
+# What `cmake --install` puts where, by GNUInstallDirs. Components: "daemon" is all that a board needs beside its own bus
+# library, "busglue" is the open one, "tools" are the simulators and what else is for people, "doc" the pages. DESTDIR
+# and --strip work.
+include(GNUInstallDirs)
+
+# Folders that GNUInstallDirs has no name for; relative ones are below the prefix.
+set(RAVELIN_UNIT_DIR lib/systemd/system CACHE STRING "Folder of systemd's units")
+set(RAVELIN_TMPFILES_DIR lib/tmpfiles.d CACHE STRING "Folder of systemd-tmpfiles")
+set(RAVELIN_SYSUSERS_DIR lib/sysusers.d CACHE STRING "Folder of systemd-sysusers")
+set(RAVELIN_UDEV_DIR lib/udev/rules.d CACHE STRING "Folder of udev's rules")
+set(RAVELIN_BUS_POLICY_DIR ${CMAKE_INSTALL_DATADIR}/dbus-1/system.d CACHE STRING "Folder of the bus's policies")
+
+set(RAVELIN_SYSCONF_DIR ${CMAKE_INSTALL_SYSCONFDIR})
+if(CMAKE_INSTALL_PREFIX STREQUAL "/usr") # whose settings are in /etc
+    set(RAVELIN_SYSCONF_DIR ${CMAKE_INSTALL_FULL_SYSCONFDIR})
+endif()
+set(PACKAGING ${CMAKE_SOURCE_DIR}/packaging)
+set(RAVELIN_DATA_DIR ${CMAKE_INSTALL_DATADIR}/ravelin-mobile)
+set(RAVELIN_DOC_DIR ${CMAKE_INSTALL_DATADIR}/doc/ravelin-mobile)
+set(RAVELIN_PRIVATE_LIBRARY_DIR ${CMAKE_INSTALL_LIBDIR}/ravelin-mobile)
+set(PROGRAM_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+set(TEXT_PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
+
+# install_with_paths(SOURCE FOLDER NAME PERMISSION...): a text of ours that names installed files by where they are under
+# /usr, installed with where they are under this prefix, which isn't known earlier.
+function(install_with_paths source folder name)
+    install(CODE "
+        set(SOURCE [==[${source}]==])
+        set(OUTPUT [==[${CMAKE_BINARY_DIR}/installed/${name}]==])
+        set(SBIN_DIR [==[${CMAKE_INSTALL_SBINDIR}]==])
+        set(DATA_DIR [==[${RAVELIN_DATA_DIR}]==])
+        set(SYSCONF_DIR [==[${RAVELIN_SYSCONF_DIR}]==])
+        include([==[${CMAKE_SOURCE_DIR}/cmake/with_paths.cmake]==])" COMPONENT daemon)
+    install(FILES ${CMAKE_BINARY_DIR}/installed/${name} DESTINATION ${folder} PERMISSIONS ${ARGN} COMPONENT daemon)
+endfunction()
+
+# ---- the daemon and what stands around it on a board
+# In the build folder it finds the bus library beside itself, installed by the loader's own places. CMake's own way to
+# change that would leave an empty entry in the first, which is the current folder, whoever can write to that.
+set_target_properties(ravelin-mobile PROPERTIES BUILD_WITH_INSTALL_RPATH ON INSTALL_RPATH $ORIGIN)
+install(TARGETS ravelin-mobile RUNTIME DESTINATION ${CMAKE_INSTALL_SBINDIR} COMPONENT daemon)
+install(CODE "
+    set(program [==[${CMAKE_INSTALL_SBINDIR}/ravelin-mobile]==])
+    cmake_path(ABSOLUTE_PATH program BASE_DIRECTORY \"\${CMAKE_INSTALL_PREFIX}\")
+    file(RPATH_REMOVE FILE \"\$ENV{DESTDIR}\${program}\")" COMPONENT daemon)
+install_with_paths(${PACKAGING}/board/ravelin-board-setup ${CMAKE_INSTALL_SBINDIR} ravelin-board-setup
+    ${PROGRAM_PERMISSIONS})
+install(PROGRAMS ${PACKAGING}/board/if-lte ${PACKAGING}/board/udhcpc-lte ${PACKAGING}/board/Reset4G.sh
+    ${PACKAGING}/board/S84Reset4G.sh DESTINATION ${RAVELIN_DATA_DIR}/board COMPONENT daemon)
+install(FILES ${PACKAGING}/board/network.json DESTINATION ${RAVELIN_DATA_DIR}/board COMPONENT daemon)
+install(FILES ${PACKAGING}/board/ifcfg-lte DESTINATION ${RAVELIN_SYSCONF_DIR}/ravelin
+    PERMISSIONS OWNER_READ OWNER_WRITE COMPONENT daemon) # it may hold the password of the APN
+install(FILES ${PACKAGING}/board/busglue.conf DESTINATION ${RAVELIN_BUS_POLICY_DIR} COMPONENT daemon)
+install(FILES ${PACKAGING}/udev/70-ravelin-mobile.rules DESTINATION ${RAVELIN_UDEV_DIR} COMPONENT daemon)
+install(FILES ${PACKAGING}/logrotate/ravelin-mobile DESTINATION ${RAVELIN_SYSCONF_DIR}/logrotate.d COMPONENT daemon)
+if(EXISTS ${PACKAGING}/board/QFirehose)
+    install(PROGRAMS ${PACKAGING}/board/QFirehose DESTINATION ${RAVELIN_DATA_DIR}/board COMPONENT daemon)
+endif()
+if(EXISTS ${PACKAGING}/systemd/ravelin-mobile.service)
+    install_with_paths(${PACKAGING}/systemd/ravelin-mobile.service ${RAVELIN_UNIT_DIR} ravelin-mobile.service
+        ${TEXT_PERMISSIONS})
+endif()
+if(EXISTS ${PACKAGING}/systemd/ravelin-mobile.tmpfiles)
+    install(FILES ${PACKAGING}/systemd/ravelin-mobile.tmpfiles DESTINATION ${RAVELIN_TMPFILES_DIR}
+        RENAME ravelin-mobile.conf COMPONENT daemon)
+endif()
+# For boards whose init is BusyBox's, which take it into /etc/init.d themselves.
+if(EXISTS ${PACKAGING}/init/ravelin-mobile)
+    install(PROGRAMS ${PACKAGING}/init/ravelin-mobile DESTINATION ${RAVELIN_DATA_DIR}/init COMPONENT daemon)
+endif()
+
+# ---- the pages, which a small board does without
+install(FILES ${CMAKE_SOURCE_DIR}/README.md DESTINATION ${RAVELIN_DOC_DIR} COMPONENT doc)
+install(DIRECTORY ${CMAKE_SOURCE_DIR}/docs DESTINATION ${RAVELIN_DOC_DIR} COMPONENT doc
+    FILES_MATCHING PATTERN *.md PATTERN *.svg PATTERN *.png)
+
+# ---- the open bus library: programs come with the name that they were linked to, so nobody needs more than this file
+install(TARGETS busglue LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT busglue)
+
+# ---- tools
+if(RAVELIN_TOOLS)
+    set(TOOLS_DOC_DIR ${CMAKE_INSTALL_DATADIR}/doc/ravelin-mobile-tools)
+    install(TARGETS modem_sim ocpp_peer RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
+    install(PROGRAMS ${CMAKE_SOURCE_DIR}/scripts/fifo DESTINATION ${CMAKE_INSTALL_BINDIR} RENAME ravelin-fifo COMPONENT tools)
+    # scenario_run looks for its library and the daemon beside itself.
+    install(TARGETS scenario_run RUNTIME DESTINATION ${RAVELIN_PRIVATE_LIBRARY_DIR} COMPONENT tools)
+    install(TARGETS ravelin_virtual_time LIBRARY DESTINATION ${RAVELIN_PRIVATE_LIBRARY_DIR} COMPONENT tools)
+    install(CODE "
+        set(BIN_DIR [==[${CMAKE_INSTALL_BINDIR}]==])
+        set(SBIN_DIR [==[${CMAKE_INSTALL_SBINDIR}]==])
+        set(LIBRARY_DIR [==[${RAVELIN_PRIVATE_LIBRARY_DIR}]==])
+        include([==[${CMAKE_SOURCE_DIR}/cmake/link_tools.cmake]==])" COMPONENT tools)
+    install(PROGRAMS ${CMAKE_SOURCE_DIR}/simulator/QFirehose DESTINATION ${TOOLS_DOC_DIR}/examples COMPONENT tools)
+    install(DIRECTORY ${CMAKE_SOURCE_DIR}/tests/scenarios DESTINATION ${TOOLS_DOC_DIR}/examples COMPONENT tools
+        FILES_MATCHING PATTERN *_start_to_online.scenario PATTERN *_link_lost.scenario PATTERN machinery EXCLUDE)
+endif()
