@@ -21,10 +21,10 @@ wait_for() {
     done
 }
 
-# The bus, and the address by which the library finds it.
+# start_bus [CONFIG]: the bus, and the address by which the library finds it.
 start_bus() {
     export RAVELIN_BUS_ADDRESS=unix:path=$BUS_SOCKET
-    dbus-daemon --config-file="$REPOSITORY/scripts/private-bus.conf" --address="$RAVELIN_BUS_ADDRESS" \
+    dbus-daemon --config-file="${1:-$REPOSITORY/scripts/private-bus.conf}" --address="$RAVELIN_BUS_ADDRESS" \
         --nofork --nopidfile 2>/dev/null &
     BUS=$!
     wait_for 10 dbus-send --bus="$RAVELIN_BUS_ADDRESS" --dest=org.freedesktop.DBus / org.freedesktop.DBus.GetId

@@ -25,6 +25,12 @@ constexpr int kNoTimeout = -1;
 constexpr size_t kAwaitedLimit = 64;  // a system bus refuses calls beyond 128 unanswered ones of a connection
 constexpr size_t kQueueLimit = 256;   // peers that answer nothing for so long will not be helped by memory
 
+// The largest frame has 30731 bytes; one that is a little longer still gets its answer. What is left is for
+// the names in front of it, of which none has more than 255. libdbus believes a length of up to 128 MiB
+// otherwise, and makes room for it twice.
+constexpr long kMessageSizeLimit = 32 * 1024;
+constexpr long kReceivedSizeLimit = 128 * kMessageSizeLimit;  // taken in while the bus itself is asked
+
 int64_t NowMs() {
     timespec now = {};
     clock_gettime(CLOCK_MONOTONIC, &now);
@@ -111,6 +117,12 @@ DBusConnection* OpenConnection(DBusError* error) {
         return nullptr;
     }
     return connection;
+}
+
+/// A longer message ends the connection, which is then made anew as after a loss of the bus.
+void LimitWhatComes(DBusConnection* connection) {
+    dbus_connection_set_max_message_size(connection, kMessageSizeLimit);
+    dbus_connection_set_max_received_size(connection, kReceivedSizeLimit);
 }
 
 bool OwnName(DBusConnection* connection, const char* service, DBusError* error) {
@@ -213,6 +225,7 @@ bool BusLink::Connect(std::string* why) {
     bool ready = connection_ != nullptr;
     if (ready) {
         dbus_connection_set_exit_on_disconnect(connection_, FALSE);
+        LimitWhatComes(connection_);
         ready = dbus_connection_add_filter(connection_, Filter, this, nullptr) &&
                 OwnName(connection_, service_.c_str(), &error);
     }

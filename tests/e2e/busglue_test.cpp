@@ -177,15 +177,7 @@ class BusglueTest : public testing::Test {
 
     /// What dbus-send prints.
     std::string DbusSend(const std::string& words) {
-        std::string command = "dbus-send --bus=" + bus_.Address() + " " + words + " 2>&1";
-        FILE* pipe = popen(command.c_str(), "r");
-        std::string output;
-        char piece[256];
-        while (fgets(piece, sizeof piece, pipe) != nullptr) {
-            output += piece;
-        }
-        pclose(pipe);
-        return output;
+        return OutputOf("dbus-send --bus=" + bus_.Address() + " " + words);
     }
 
     /// Hands a peer that serves StopThenAnswer its first frame. True: it has stopped.
@@ -207,7 +199,23 @@ class BusglueTest : public testing::Test {
             argument);
     }
 
+    /// What a client that keeps to no rule prints, for the words of its command line behind the address.
+    std::string Stranger(const std::string& words) {
+        return OutputOf(BUS_STRANGER " " + bus_.Address() + " " + words);
+    }
+
   private:
+    static std::string OutputOf(const std::string& words) {
+        FILE* pipe = popen((words + " 2>&1").c_str(), "r");
+        std::string output;
+        char piece[256];
+        while (fgets(piece, sizeof piece, pipe) != nullptr) {
+            output += piece;
+        }
+        pclose(pipe);
+        return output;
+    }
+
     PrivateBus bus_;
     std::vector<pid_t> peers_;
 };
@@ -456,6 +464,35 @@ TEST_F(BusglueTest, BusThatGoesAwayIsJoinedAgain) {
     DbusSend("--type=signal /busglue/ravelin busglue.ravelin.reset array:byte:5");
     EXPECT_TRUE(signals.WaitFor(1));
     EXPECT_GE(Send("OCPP.Message", {1}, TakeReply), 0);
+}
+
+constexpr char kStrangersCall[] = "call busglue.RAVELIN /busglue/RAVELIN busglue.RAVELIN Message ";
+
+TEST_F(BusglueTest, FrameThatIsOneByteTooLongStillGetsToItsHandler) {
+    ASSERT_GE(JoinAsDaemon(AnswerEmpty), 0);
+    const std::string size = std::to_string(kLargestFrame + 1);
+    EXPECT_EQ(Stranger(kStrangersCall + ("size=" + size)), "answered, 0 bytes: \n");
+    ASSERT_EQ(requests.Count(), 1U);
+    EXPECT_EQ(requests.All()[0], Bytes(kLargestFrame + 1));
+}
+
+TEST_F(BusglueTest, MessageThatNoFrameNeedsEndsTheConnectionForAMoment) {
+    ASSERT_GE(JoinAsDaemon(AnswerReversed), 0);
+    size_t answered = 0;
+    for (const char* words : {"size=32768", "size=30000000"}) {
+        EXPECT_EQ(Stranger(std::string(kStrangersCall) + words),
+                  "refused: org.freedesktop.DBus.Error.NoReply\n");
+        EXPECT_EQ(requests.Count(), answered) << words;
+        EXPECT_TRUE(
+            Eventually([&] { return CallByDbusSend("array:byte:1,2").find("02 01") != std::string::npos; }));
+        answered = requests.Count();
+    }
+    Stranger("signal - /busglue/ravelin busglue.ravelin reset size=30000000");
+    EXPECT_TRUE(Eventually([&] {
+        DbusSend("--type=signal /busglue/ravelin busglue.ravelin.reset array:byte:5");
+        return signals.WaitFor(1, seconds(1));
+    }));
+    EXPECT_EQ(signals.All()[0], Bytes{5});
 }
 
 TEST_F(BusglueTest, FourPeersAtOnceAreAllAnswered) {
