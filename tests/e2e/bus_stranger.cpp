@@ -19,8 +19,9 @@ constexpr char kUsage[] =
     "status: 0 sent (a call: answered with the bytes that are printed), 1 refused, 2 not tried\n";
 constexpr int kReplyWaitMs = 20000;
 
-int Refused(const char* name) {
-    printf("refused: %s\n", name);
+int Refused(DBusError* error) {
+    printf("refused: %s\n", error->name);
+    dbus_error_free(error);
     return 1;
 }
 
@@ -53,18 +54,18 @@ bool WaitForTheBus(DBusConnection* bus, DBusError* error) {
 
 /// The bus tells the sender of a signal with a destination that it was refused; one without is just not
 /// delivered.
-const char* ErrorAmongWhatCame(DBusConnection* bus) {
+bool ErrorCame(DBusConnection* bus, DBusError* error) {
     for (DBusMessage* message; (message = dbus_connection_pop_message(bus)) != nullptr;) {
-        if (dbus_message_get_type(message) == DBUS_MESSAGE_TYPE_ERROR)
-            return dbus_message_get_error_name(message);
+        if (!dbus_error_is_set(error)) dbus_set_error_from_message(error, message);
+        dbus_message_unref(message);
     }
-    return nullptr;
+    return dbus_error_is_set(error);
 }
 
 int Call(DBusConnection* bus, DBusMessage* message) {
     DBusError error = DBUS_ERROR_INIT;
     DBusMessage* answer = dbus_connection_send_with_reply_and_block(bus, message, kReplyWaitMs, &error);
-    if (answer == nullptr) return Refused(error.name);
+    if (answer == nullptr) return Refused(&error);
     const unsigned char* bytes = nullptr;
     int length = 0;
     dbus_message_get_args(answer, nullptr, DBUS_TYPE_ARRAY, DBUS_TYPE_BYTE, &bytes, &length,
@@ -72,6 +73,7 @@ int Call(DBusConnection* bus, DBusMessage* message) {
     printf("answered, %d bytes: ", length);
     for (int i = 0; i < length; i++) printf("%02X", bytes[i]);
     printf("\n");
+    dbus_message_unref(answer);
     return 0;
 }
 
@@ -108,10 +110,11 @@ int main(int argc, char** argv) {
         }
         dbus_message_unref(message);
     }
-    if (is_call) return result;
-    if (!WaitForTheBus(bus, &error)) return Refused(error.name);
-    const char* name = ErrorAmongWhatCame(bus);
-    if (name != nullptr) return Refused(name);
-    printf("sent\n");
-    return 0;
+    if (!is_call) {
+        result = !WaitForTheBus(bus, &error) || ErrorCame(bus, &error) ? Refused(&error) : 0;
+        if (result == 0) printf("sent\n");
+    }
+    dbus_connection_close(bus);
+    dbus_connection_unref(bus);
+    return result;
 }
