@@ -5,8 +5,8 @@ include(GNUInstallDirs)
 
 # Folders that GNUInstallDirs has no name for; relative ones are below the prefix.
 set(RAVELIN_UNIT_DIR lib/systemd/system CACHE STRING "Folder of systemd's units")
-set(RAVELIN_TMPFILES_DIR lib/tmpfiles.d CACHE STRING "Folder of systemd-tmpfiles")
 set(RAVELIN_SYSUSERS_DIR lib/sysusers.d CACHE STRING "Folder of systemd-sysusers")
+set(RAVELIN_HELPER_DIR lib/ravelin-mobile CACHE STRING "Folder of the scripts around the daemon")
 set(RAVELIN_UDEV_DIR lib/udev/rules.d CACHE STRING "Folder of udev's rules")
 set(RAVELIN_BUS_POLICY_DIR ${CMAKE_INSTALL_DATADIR}/dbus-1/system.d CACHE STRING "Folder of the bus's policies")
 
@@ -29,6 +29,7 @@ function(install_with_paths source folder name)
         set(OUTPUT [==[${CMAKE_BINARY_DIR}/installed/${name}]==])
         set(SBIN_DIR [==[${CMAKE_INSTALL_SBINDIR}]==])
         set(DATA_DIR [==[${RAVELIN_DATA_DIR}]==])
+        set(HELPER_DIR [==[${RAVELIN_HELPER_DIR}]==])
         set(SYSCONF_DIR [==[${RAVELIN_SYSCONF_DIR}]==])
         include([==[${CMAKE_SOURCE_DIR}/cmake/with_paths.cmake]==])" COMPONENT daemon)
     install(FILES ${CMAKE_BINARY_DIR}/installed/${name} DESTINATION ${folder} PERMISSIONS ${ARGN} COMPONENT daemon)
@@ -53,21 +54,17 @@ install(FILES ${PACKAGING}/board/ifcfg-lte DESTINATION ${RAVELIN_SYSCONF_DIR}/ra
 install(FILES ${PACKAGING}/board/busglue.conf DESTINATION ${RAVELIN_BUS_POLICY_DIR} COMPONENT daemon)
 install(FILES ${PACKAGING}/udev/70-ravelin-mobile.rules DESTINATION ${RAVELIN_UDEV_DIR} COMPONENT daemon)
 install(FILES ${PACKAGING}/logrotate/ravelin-mobile DESTINATION ${RAVELIN_SYSCONF_DIR}/logrotate.d COMPONENT daemon)
-if(EXISTS ${PACKAGING}/board/QFirehose)
-    install(PROGRAMS ${PACKAGING}/board/QFirehose DESTINATION ${RAVELIN_DATA_DIR}/board COMPONENT daemon)
-endif()
-if(EXISTS ${PACKAGING}/systemd/ravelin-mobile.service)
-    install_with_paths(${PACKAGING}/systemd/ravelin-mobile.service ${RAVELIN_UNIT_DIR} ravelin-mobile.service
-        ${TEXT_PERMISSIONS})
-endif()
-if(EXISTS ${PACKAGING}/systemd/ravelin-mobile.tmpfiles)
-    install(FILES ${PACKAGING}/systemd/ravelin-mobile.tmpfiles DESTINATION ${RAVELIN_TMPFILES_DIR}
-        RENAME ravelin-mobile.conf COMPONENT daemon)
-endif()
+# A board copies the wrapper of the firmware tool to where the tool is; the scripts around the daemon ask it for flashes.
+install(PROGRAMS ${PACKAGING}/board/QFirehose DESTINATION ${RAVELIN_DATA_DIR}/board COMPONENT daemon)
+install(PROGRAMS ${PACKAGING}/board/QFirehose ${PACKAGING}/init/ravelin-supervise DESTINATION ${RAVELIN_HELPER_DIR}
+    COMPONENT daemon)
+install_with_paths(${PACKAGING}/init/ravelin-prepare ${RAVELIN_HELPER_DIR} ravelin-prepare ${PROGRAM_PERMISSIONS})
+install(FILES ${PACKAGING}/init/ravelin-mobile.default DESTINATION ${RAVELIN_SYSCONF_DIR}/default RENAME ravelin-mobile
+    COMPONENT daemon)
+install_with_paths(${PACKAGING}/systemd/ravelin-mobile.service ${RAVELIN_UNIT_DIR} ravelin-mobile.service
+    ${TEXT_PERMISSIONS})
 # For boards whose init is BusyBox's, which take it into /etc/init.d themselves.
-if(EXISTS ${PACKAGING}/init/ravelin-mobile)
-    install(PROGRAMS ${PACKAGING}/init/ravelin-mobile DESTINATION ${RAVELIN_DATA_DIR}/init COMPONENT daemon)
-endif()
+install_with_paths(${PACKAGING}/init/ravelin-mobile ${RAVELIN_DATA_DIR}/init ravelin-mobile ${PROGRAM_PERMISSIONS})
 
 # ---- the pages, which a small board does without
 install(FILES ${CMAKE_SOURCE_DIR}/README.md DESTINATION ${RAVELIN_DOC_DIR} COMPONENT doc)

@@ -10,5 +10,7 @@ endfunction()
 
 replace_place(/usr/sbin/ravelin- "${SBIN_DIR}/ravelin-")
 replace_place(/usr/share/ravelin-mobile "${DATA_DIR}")
+replace_place(/usr/lib/ravelin-mobile "${HELPER_DIR}")
+replace_place(/etc/default/ravelin "${SYSCONF_DIR}/default/ravelin")
 replace_place(/etc/ravelin "${SYSCONF_DIR}/ravelin")
 file(WRITE "${OUTPUT}" "${text}")
