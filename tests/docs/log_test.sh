@@ -36,7 +36,7 @@ entries_of() {
 collect_entries() {
     for scenario in tests/scenarios/*.scenario; do
         case $scenario in
-        *canary* | *hour* | *flood* | *garbage*) continue ;;
+        *canary* | *hour* | *bad_input* | *link_lost* | *ocpp_outage_*) continue ;;
         esac
         sed 's/^options .*/& -Dl 7/' "$scenario" >"$folder/story"
         grep -q ^options "$folder/story" || printf '\noptions -Dl 7\n' >>"$folder/story"
@@ -48,13 +48,22 @@ modem quectel_qcom EG25
 knob operator Elsewhere
 knob temperature 120
 knob network WCDMA
+knob answer AT+CGSN =
+knob answer AT+CIMI =
 at 70 $upgrade
 at 80 write /media/mmcblk0p1/firmware_modules/CellularOTA/QFirehose
     the tool
-at 90 $upgrade
+at 110 $upgrade
 file /ubi/conf/network/network.json
     {
-until 130
+until 300
+see ends still running
+STORY
+    entries_of "$folder/story"
+    cat >"$folder/story" <<STORY
+modem simcom
+knob dial fail 1
+until 80
 see ends still running
 STORY
     entries_of "$folder/story"
