@@ -109,8 +109,8 @@ void LiveModem::HearHost() {
 void LiveModem::NoteHost(bool is_there) {
     if (is_there == host_is_there_) return;
     host_is_there_ = is_there;
+    if (!is_there) port_.DropUnread();  // first: whoever reads in the log that it is closed may open it anew
     Log("port", is_there ? "opened" : "closed");
-    if (!is_there) port_.DropUnread();
 }
 
 void LiveModem::SpeakToHost() {

@@ -2,6 +2,7 @@
 // told: every way in which an answer can be good, broken, late or missing.
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <fstream>
 #include <mutex>
 #include <sstream>
@@ -21,7 +22,7 @@ namespace {
 struct Desk {
     std::mutex mutex;
     Bytes answer;  // to the next question
-    int answer_pause_ms = 0;
+    std::atomic<bool> holds_answer_back{false};
     bool answers_at_all = true;
     Bytes heard;  // the last question, signal or reply
     int heard_count = 0;
@@ -47,8 +48,8 @@ int HeardCount() {
 
 int AnswerAsTold(int length, unsigned char* bytes, void* context, busglue_reply reply) {
     Hear(length, bytes);
+    Eventually([] { return !desk.holds_answer_back; });
     std::lock_guard<std::mutex> lock(desk.mutex);
-    std::this_thread::sleep_for(std::chrono::milliseconds(desk.answer_pause_ms));
     if (desk.answers_at_all) reply(static_cast<int>(desk.answer.size()), desk.answer.data(), context);
     return 0;
 }
@@ -87,7 +88,7 @@ class OcppPeerTest : public testing::Test {
     }
 
     Result Run(const std::string& words) {
-        const std::string file = testing::TempDir() + "ocpp_peer." + std::to_string(getpid());
+        const std::string file = bus_.Folder() + "/peer";
         const std::string command = "'" OCPP_PEER "' " + words + " >" + file + ".out 2>" + file + ".err";
         const int status = system(command.c_str());
         Result result = {WIFEXITED(status) ? WEXITSTATUS(status) : -1, Read(file + ".out"),
@@ -100,8 +101,14 @@ class OcppPeerTest : public testing::Test {
             std::lock_guard<std::mutex> lock(desk.mutex);
             desk.answer = bytes;
         }
-        return Run(words);
+        return RunPatiently(words);
     }
+
+    Result RunPatiently(const std::string& words) {
+        return Run("--timeout " + std::to_string(kPatience.count()) + " " + words);
+    }
+
+    bool IsWatched() const { return bus_.IsOwned("busglue.OCPP"); }
 
     PrivateBus bus_;
 
@@ -201,9 +208,10 @@ TEST_F(OcppPeerTest, BrokenAnswersAreToldAsSuch) {
 }
 
 TEST_F(OcppPeerTest, AnswerThatComesTooLate) {
-    desk.answer_pause_ms = 1500;
+    desk.holds_answer_back = true;
     JoinAsDaemon();
     const Result result = RunWithAnswer(EncodeFrame({7, 0x7603, GoodStatus()}), "--timeout 0.3 status");
+    desk.holds_answer_back = false;
     EXPECT_EQ(4, result.status);
     EXPECT_EQ(0u, result.errors.find("ocpp_peer: no answer: ")) << result.errors;
 }
@@ -211,7 +219,7 @@ TEST_F(OcppPeerTest, AnswerThatComesTooLate) {
 TEST_F(OcppPeerTest, DaemonThatTakesTheFrameWithoutAnAnswer) {
     desk.answers_at_all = false;
     JoinAsDaemon();
-    const Result result = Run("status");
+    const Result result = RunPatiently("status");
     EXPECT_EQ(5, result.status);
     EXPECT_NE(std::string::npos, result.errors.find("without an answer")) << result.errors;
 }
@@ -278,15 +286,13 @@ TEST_F(OcppPeerTest, WatchTellsWhatComesAndConfirmsIt) {
     };
     for (const auto& row : cases) {
         const int before = HeardCount();
-        std::thread sender([&row, before] {
-            // Until it is there nothing comes back.
-            Eventually([&row, before] {
-                SendReport(row.frame);
-                return Eventually([before] { return HeardCount() > before; }, std::chrono::seconds(1));
-            });
+        std::thread sender([this, &row] {
+            if (Eventually([this] { return IsWatched(); })) SendReport(row.frame);
         });
-        const Result result = Run("watch --count 1 --timeout 20");
+        const Result result = RunPatiently("watch --count 1");
         sender.join();
+        EXPECT_TRUE(Eventually([before] { return HeardCount() > before; }));
+        EXPECT_TRUE(Eventually([this] { return !IsWatched(); })) << "the next one would not be let in";
         ASSERT_EQ(0, result.status) << result.errors;
         EXPECT_EQ(0u, result.output.find(row.line)) << result.output;
         if (row.reply != nullptr) {
@@ -304,15 +310,12 @@ TEST_F(OcppPeerTest, WatchEndsWithItsTime) {
 TEST_F(OcppPeerTest, SecondWatchFindsTheNameTaken) {
     const pid_t first = fork();
     if (first == 0) {
+        prctl(PR_SET_PDEATHSIG, SIGKILL);  // also when the test is killed
         execl(OCPP_PEER, "ocpp_peer", "watch", nullptr);
         _exit(127);
     }
     // The second must not come first.
-    ASSERT_TRUE(Eventually([] {
-        return system(
-                   "dbus-send --bus=\"$RAVELIN_BUS_ADDRESS\" --print-reply --dest=org.freedesktop.DBus / "
-                   "org.freedesktop.DBus.GetNameOwner string:busglue.OCPP >/dev/null 2>&1") == 0;
-    }));
+    ASSERT_TRUE(Eventually([this] { return IsWatched(); }));
     const Result result = Run("watch --timeout 0.2");
     EXPECT_EQ(result.status, 3);
     EXPECT_NE(result.errors.find("somebody else owns it"), std::string::npos) << result.errors;

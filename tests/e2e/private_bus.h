@@ -1,6 +1,7 @@
 // A real bus of a test's own, at the address that the library and the tools look for.
 #pragma once
 
+#include <poll.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -15,10 +16,12 @@
 #include <string>
 #include <thread>
 
-/// Polls. False: not within the limit.
-inline bool Eventually(const std::function<bool()>& condition,
-                       std::chrono::seconds limit = std::chrono::seconds(20)) {
-    const auto deadline = std::chrono::steady_clock::now() + limit;
+/// Beyond what the slowest machine needs for anything: only used up by what never comes.
+constexpr std::chrono::seconds kPatience{120};
+
+/// Polls. False: not within our patience.
+inline bool Eventually(const std::function<bool()>& condition) {
+    const auto deadline = std::chrono::steady_clock::now() + kPatience;
     while (!condition()) {
         if (std::chrono::steady_clock::now() > deadline) return false;
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
@@ -42,6 +45,7 @@ class PrivateBus {
     PrivateBus& operator=(const PrivateBus&) = delete;
 
     std::string Address() const { return "unix:path=" + Socket(); }
+    const std::string& Folder() const { return folder_; }
 
     /// False: it doesn't come up.
     bool Start() {
@@ -66,14 +70,43 @@ class PrivateBus {
         bus_ = -1;
     }
 
+    /// While the bus is stopped: waits for somebody who wants to connect, and sends him away.
+    bool TurnOneAway() const {
+        const sockaddr_un address = SocketAddress();
+        const int listener = socket(AF_UNIX, SOCK_STREAM, 0);
+        pollfd caller = {listener, POLLIN, 0};
+        const int patience_ms = std::chrono::milliseconds(kPatience).count();
+        const bool has_come =
+            bind(listener, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 &&
+            listen(listener, 1) == 0 && poll(&caller, 1, patience_ms) == 1;
+        if (has_come) close(accept(listener, nullptr, nullptr));
+        unlink(Socket().c_str());
+        close(listener);
+        return has_come;
+    }
+
+    /// Whether somebody on the bus has the name.
+    bool IsOwned(const std::string& name) const {
+        const std::string command = "dbus-send --bus=" + Address() +
+                                    " --print-reply --dest=org.freedesktop.DBus / "
+                                    "org.freedesktop.DBus.GetNameOwner string:" +
+                                    name + " >/dev/null 2>&1";
+        return system(command.c_str()) == 0;
+    }
+
   private:
     std::string Socket() const { return folder_ + "/bus"; }
 
-    bool IsListening() const {
+    sockaddr_un SocketAddress() const {
         sockaddr_un address = {AF_UNIX, ""};
         snprintf(address.sun_path, sizeof address.sun_path, "%s", Socket().c_str());
+        return address;
+    }
+
+    bool IsListening() const {
+        const sockaddr_un address = SocketAddress();
         const int fd = socket(AF_UNIX, SOCK_STREAM, 0);
-        const bool connected = connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
+        const bool connected = connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
         close(fd);
         return connected;
     }

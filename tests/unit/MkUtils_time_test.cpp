@@ -1,8 +1,27 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <ctime>
+#include <optional>
 
 #include "MkUtils.h"
+
+namespace {
+
+constexpr time_t kNewYear2026 = 1767225600;
+std::optional<time_t> now;  // the real time when not set
+
+}  // namespace
+
+extern "C" {
+time_t __real_time(time_t* store);
+
+time_t __wrap_time(time_t* store) {
+    if (!now) return __real_time(store);
+    if (store != nullptr) *store = *now;
+    return *now;
+}
+}
 
 namespace {
 
@@ -37,13 +56,13 @@ TEST(MkUtilsTime, DifferenceInMillisecondsAndMicroseconds) {
 TEST(MkUtilsTime, LocalTimeIsNowInTheLocalZone) {
     setenv("TZ", "XXX-05:30", 1);  // 5 h 30 min ahead of UTC
     tzset();
-    const time_t before = time(nullptr);
+    now = kNewYear2026;
     tm local = GetLocalTime();
-    const time_t after = time(nullptr);
+    now.reset();
     EXPECT_EQ(19800, local.tm_gmtoff);
-    const time_t now = mktime(&local);
-    EXPECT_LE(before, now);
-    EXPECT_GE(after, now);
+    EXPECT_EQ(kNewYear2026, mktime(&local));
+    EXPECT_EQ(5, local.tm_hour);
+    EXPECT_EQ(30, local.tm_min);
 }
 
 }  // namespace

@@ -215,7 +215,7 @@ TEST_F(ConsoleDeathTest, ShowsWhatWasPendingInsteadOfDroppingIt) {
 // Without a world, standard input is the real one: pieces of input here, an empty one for its end, and the
 // end of the process when they are used up.
 struct ScriptedInput {
-    static constexpr unsigned kStuck_seconds = 20;  // of real time: a console that doesn't ask for more
+    static constexpr unsigned kStuck_seconds = 600;  // of real time: a console that doesn't ask for more
 
     static ssize_t Read(void* cookie, char* buffer, size_t size) {
         auto& pieces = static_cast<ScriptedInput*>(cookie)->pieces;
