@@ -68,3 +68,42 @@ check "the settings may name it" if_lte dhcp
 check "and it gets the address" test -n "$(ip -4 -brief address show dev other | grep 10.64.64.)"
 if_lte nonsense 2>/dev/null
 check "an unknown verb is refused" test $? -eq 2
+
+# What a board lacks is named, in the shell of most boards too.
+SAID=/tmp/said
+TOOLS=/tmp/tools # every program but the DHCP client
+
+# says STATUS TEXT COMMAND...: it ends so, and its only line has the text.
+says() {
+    local wanted=$1 text=$2 status=0
+    shift 2
+    "$@" 2>$SAID || status=$?
+    [ $status -eq "$wanted" ] && [ "$(grep -c . $SAID)" -eq 1 ] && grep -qF -- "$text" $SAID
+}
+mkdir $TOOLS
+for directory in /bin /sbin /usr/bin /usr/sbin /opt/board; do
+    [ ! -d $directory ] || ln -sf "$directory"/* $TOOLS/
+done
+rm -f $TOOLS/udhcpc
+mkdir /tmp/alone
+cp /ubi/local/apps/network/if-lte /etc/init.d/S84Reset4G.sh /tmp/alone/
+echo "ENABLE=true" >"$SETTINGS"
+ip link set dev other down
+ip link set dev other name wwan0
+for shell in dash "busybox sh"; do
+    check "$shell: no DHCP client" says 1 "if-lte: udhcpc isn't installed" \
+        env PATH=$TOOLS $shell /ubi/local/apps/network/if-lte "$SETTINGS" dhcp
+    check "$shell: no script for the DHCP client" says 1 "if-lte: no address: /tmp/alone/udhcpc-lte is missing" \
+        $shell /tmp/alone/if-lte "$SETTINGS" dhcp
+    ip link set dev wwan0 name other
+    check "$shell: no interface" says 1 "if-lte: no interface of a modem, looked for: wwan0 usb0 eth1" \
+        $shell /ubi/local/apps/network/if-lte "$SETTINGS" dhcp
+    ip link set dev other name wwan0
+    mv "${RESET_PIN%/value}" /tmp/pin
+    check "$shell: no reset pin" says 1 "Reset4G.sh: no reset: there is no pin $RESET_PIN" \
+        $shell /ubi/local/apps/network/Reset4G.sh start pin_rst
+    check "$shell: nor for the init script" says 1 "Reset4G.sh: no reset: there is no pin $RESET_PIN" \
+        $shell /etc/init.d/S84Reset4G.sh start
+    check "$shell: no file is made in its place" test ! -e "$RESET_PIN"
+    mv /tmp/pin "${RESET_PIN%/value}"
+done
