@@ -15,7 +15,6 @@ namespace {
 using test_support::ScriptedModem;
 using test_support::World;
 
-constexpr char kOk[] = "\r\nOK\r\n";
 constexpr char kCsqAnswer[] = "\r\n+CSQ: 20,99\r\n\r\nOK\r\n";
 constexpr char kStatusFile[] = "/run/network/ravelin_status";
 constexpr char kDeviceResetLine[] = "[FIFO] DeviceReset run\n";

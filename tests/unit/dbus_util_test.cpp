@@ -16,7 +16,7 @@
 namespace {
 int heap_requests = 0;
 }
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+#if !defined(RAVELIN_SANITIZED)
 extern "C" void* __libc_malloc(size_t size);
 extern "C" void* malloc(size_t size) {
     ++heap_requests;
