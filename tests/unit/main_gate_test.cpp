@@ -144,7 +144,7 @@ TEST_F(GateTest, RefusedModuleIsReportedAndASecondLaterItsDriverIsGone) {
 }
 
 /// The sanitizers that look at null pointers tell of it in their own way.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#if defined(RAVELIN_SANITIZED)
 constexpr char kReport[] = "null pointer|SEGV";
 #define EXPECT_SEGMENTATION_FAULT(statement) EXPECT_DEATH(statement, kReport)
 #else

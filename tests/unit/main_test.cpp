@@ -337,7 +337,7 @@ TEST_F(MainTest, CinterionIsToldItsPort) {
 }
 
 /// The sanitizers that look at null pointers tell of it in their own way.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#if defined(RAVELIN_SANITIZED)
 #define EXPECT_SEGMENTATION_FAULT(statement) EXPECT_DEATH(statement, "null pointer|SEGV")
 #else
 #define EXPECT_SEGMENTATION_FAULT(statement) EXPECT_EXIT(statement, testing::KilledBySignal(SIGSEGV), "")
