@@ -559,7 +559,7 @@ TEST(LogSend, HandsTheTextToSyslogFromAnyThreadAlsoBeforeJoining) {
 
 }  // namespace
 
-static void KeepLine(const char* format, va_list arguments) {
+__attribute__((format(printf, 1, 0))) static void KeepLine(const char* format, va_list arguments) {
     char line[2048];
     vsnprintf(line, sizeof line, format, arguments);
     std::lock_guard<std::mutex> lock(log_mutex);

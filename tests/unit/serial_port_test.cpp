@@ -127,7 +127,7 @@ class SerialPort : public testing::Test {
         if (modem_ >= 0) close(modem_);
     }
 
-    int Setup(int speed, int data_bits, int stop_bits, char parity) {
+    int SetUpLine(int speed, int data_bits, int stop_bits, char parity) {
         calls = Calls();
         return SetupQuietly(speed, data_bits, stop_bits, parity);
     }
@@ -196,7 +196,7 @@ TEST_F(SerialPort, OpeningADeviceThatIsNotThereFails) {
 }
 
 TEST_F(SerialPort, WritesBytesAsTheyAre) {
-    ASSERT_EQ(Setup(kMainSpeed, 8, 1, 'N'), 0);
+    ASSERT_EQ(SetUpLine(kMainSpeed, 8, 1, 'N'), 0);
     const char bytes[] = "AT\r\n\0\xFF\x03";
     ASSERT_EQ(WriteSerial(port_, bytes, sizeof(bytes)), static_cast<ssize_t>(sizeof(bytes)));
     std::string arrived;
@@ -214,7 +214,7 @@ TEST_F(SerialPort, WritesBytesAsTheyAre) {
 
 TEST_F(SerialPort, UnknownSpeedFlushesTenTimesAndAppliesNothingBeforeTheRawSetup) {
     const termios before = Attributes();
-    EXPECT_EQ(Setup(100000, 8, 1, 'N'), 0);
+    EXPECT_EQ(SetUpLine(100000, 8, 1, 'N'), 0);
     EXPECT_EQ(CallsOf("flush both"), 10);
     EXPECT_TRUE(calls.speeds.empty());
     EXPECT_EQ(CallsOf("set now"), 1) << "the raw set-up alone";
@@ -227,7 +227,7 @@ TEST_F(SerialPort, EachSpeedOfTheTableIsHandedOverAsItsNumberAfterAFlushPerRow) 
     const int speeds[] = {230400, 115200, 57600, 38400, 19200, 9600, 4800, 2400, 1200, 300};
     long row = 0;
     for (const int speed : speeds) {
-        EXPECT_EQ(Setup(speed, 8, 1, 'N'), 0);
+        EXPECT_EQ(SetUpLine(speed, 8, 1, 'N'), 0);
         EXPECT_EQ(CallsOf("flush both"), ++row) << speed;
         EXPECT_EQ(calls.speeds, (std::vector<speed_t>(2, static_cast<speed_t>(speed))));
     }
@@ -237,7 +237,7 @@ TEST_F(SerialPort, SpeedThatTheLibraryRefusesLeavesTheSpeedOfThePort) {
     termios before = Attributes();
     ASSERT_EQ(__real_cfsetospeed(&before, B9600), 0);
     Apply(before);
-    EXPECT_EQ(Setup(kMainSpeed, 8, 1, 'N'), 0);
+    EXPECT_EQ(SetUpLine(kMainSpeed, 8, 1, 'N'), 0);
     if (calls.speed_results != std::vector<int>{-1, -1}) GTEST_SKIP() << "the library takes plain numbers";
     const termios after = Attributes();
     EXPECT_EQ(cfgetospeed(&after), static_cast<speed_t>(B9600));
@@ -245,7 +245,7 @@ TEST_F(SerialPort, SpeedThatTheLibraryRefusesLeavesTheSpeedOfThePort) {
 }
 
 TEST_F(SerialPort, CallsComeInTheirOrder) {
-    EXPECT_EQ(Setup(kMainSpeed, 8, 1, 'N'), 0);
+    EXPECT_EQ(SetUpLine(kMainSpeed, 8, 1, 'N'), 0);
     const std::vector<std::string> expected = {"get", "flush both",  "flush both", "set now",
                                                "get", "flush input", "set now"};
     EXPECT_EQ(calls.order, expected);
@@ -263,7 +263,7 @@ TEST_F(SerialPort, LineBecomesRawAndTheRestStays) {
     Apply(before);
     before = Attributes();
 
-    EXPECT_EQ(Setup(kMainSpeed, 8, 1, 'N'), 0);
+    EXPECT_EQ(SetUpLine(kMainSpeed, 8, 1, 'N'), 0);
     const termios after = Attributes();
     EXPECT_EQ(after.c_lflag, before.c_lflag & ~kLocal);
     EXPECT_EQ(after.c_oflag, before.c_oflag & ~kOutput);
@@ -276,14 +276,14 @@ TEST_F(SerialPort, LineBecomesRawAndTheRestStays) {
 
 TEST_F(SerialPort, SixDataBitsGiveMinus2AndLeaveTheAttributes) {
     const termios before = Attributes();
-    EXPECT_EQ(Setup(kMainSpeed, 6, 1, 'N'), -2);
+    EXPECT_EQ(SetUpLine(kMainSpeed, 6, 1, 'N'), -2);
     EXPECT_EQ(errors_, "Unsupported data size\n");
     EXPECT_TRUE(SameAttributes(before, Attributes()));
     EXPECT_EQ(CallsOf("set now"), 1) << "the speed step alone";
 }
 
 TEST_F(SerialPort, SevenDataBitsReplaceTheSize) {
-    Setup(kMainSpeed, 7, 1, 'N');  // a pseudo terminal keeps 8 bits, so that only the request can be seen
+    SetUpLine(kMainSpeed, 7, 1, 'N');  // a pseudo terminal keeps 8 bits, so that only the request can be seen
     ASSERT_EQ(calls.applied.size(), 2U);
     EXPECT_EQ(calls.applied[1].c_cflag & CSIZE, static_cast<tcflag_t>(CS7));
 }
@@ -303,7 +303,7 @@ TEST_F(SerialPort, ParityLettersSetTheirFlags) {
             before.c_iflag = (before.c_iflag & ~static_cast<tcflag_t>(INPCK)) | start_input;
             before.c_cflag |= PARODD;
             Apply(before);
-            Setup(kMainSpeed, 8, 1, c.letter);
+            SetUpLine(kMainSpeed, 8, 1, c.letter);
             ASSERT_EQ(calls.applied.size(), 2U);
             const termios& request = calls.applied[1];
             EXPECT_EQ(request.c_cflag & c.control_set, c.control_set) << c.letter;
@@ -314,14 +314,14 @@ TEST_F(SerialPort, ParityLettersSetTheirFlags) {
 }
 
 TEST_F(SerialPort, CapitalNLeavesInputParityCheckingOnAndSmallNDoesNot) {
-    EXPECT_EQ(Setup(kMainSpeed, 8, 1, 'N'), 0);
+    EXPECT_EQ(SetUpLine(kMainSpeed, 8, 1, 'N'), 0);
     EXPECT_NE(Attributes().c_iflag & INPCK, 0U);
-    EXPECT_EQ(Setup(kMainSpeed, 8, 1, 'n'), 0);
+    EXPECT_EQ(SetUpLine(kMainSpeed, 8, 1, 'n'), 0);
     EXPECT_EQ(Attributes().c_iflag & INPCK, 0U);
 }
 
 TEST_F(SerialPort, UnknownParityWinsOverUnknownStopBits) {
-    EXPECT_EQ(Setup(kMainSpeed, 8, 3, 'X'), -3);
+    EXPECT_EQ(SetUpLine(kMainSpeed, 8, 3, 'X'), -3);
     EXPECT_EQ(errors_, "Unsupported parity\n");
     EXPECT_EQ(CallsOf("set now"), 1);
 }
@@ -329,16 +329,16 @@ TEST_F(SerialPort, UnknownParityWinsOverUnknownStopBits) {
 TEST_F(SerialPort, UnknownStopBitsGiveMinus4) {
     const termios before = Attributes();
     for (const int stop_bits : {0, 3, -1}) {
-        EXPECT_EQ(Setup(kMainSpeed, 8, stop_bits, 'N'), -4);
+        EXPECT_EQ(SetUpLine(kMainSpeed, 8, stop_bits, 'N'), -4);
         EXPECT_EQ(errors_, "Unsupported stop bits\n");
     }
     EXPECT_TRUE(SameAttributes(before, Attributes()));
 }
 
 TEST_F(SerialPort, StopBitsSetTheirFlag) {
-    EXPECT_EQ(Setup(kMainSpeed, 8, 2, 'N'), 0);
+    EXPECT_EQ(SetUpLine(kMainSpeed, 8, 2, 'N'), 0);
     EXPECT_NE(Attributes().c_cflag & CSTOPB, 0U);
-    EXPECT_EQ(Setup(kMainSpeed, 8, 1, 'N'), 0);
+    EXPECT_EQ(SetUpLine(kMainSpeed, 8, 1, 'N'), 0);
     EXPECT_EQ(Attributes().c_cflag & CSTOPB, 0U);
 }
 
