@@ -575,7 +575,7 @@ extern "C" void syslog(int, const char* format, ...) {
     va_end(arguments);
 }
 
-extern "C" void __syslog_chk(int, int, const char* format, ...) {
+extern "C" __attribute__((format(printf, 3, 4))) void __syslog_chk(int, int, const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
     KeepLine(format, arguments);
