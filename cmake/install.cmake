@@ -72,7 +72,9 @@ install(DIRECTORY ${CMAKE_SOURCE_DIR}/docs DESTINATION ${RAVELIN_DOC_DIR} COMPON
     FILES_MATCHING PATTERN *.md PATTERN *.svg PATTERN *.png)
 
 # ---- the open bus library: programs come with the name that they were linked to, so nobody needs more than this file
-install(TARGETS busglue LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT busglue)
+if(RAVELIN_BUSGLUE STREQUAL "") # a board that brings its own has it already
+    install(TARGETS busglue LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT busglue)
+endif()
 
 # ---- tools
 if(RAVELIN_TOOLS)

@@ -29,7 +29,9 @@ char* next_token(char** rest, const char* delimiters) {
 
 int32_t parse_number(const char* text) {
     if (text == nullptr) return 0;
-    const long value = strtol(text, nullptr, 10);  // saturates by itself at the range of long
+    // Saturates by itself at the range of long, which is 64 bits on some boards and 32 on others. The clamp
+    // makes it the same number on all: what a modem says beyond 32 bits means the same to each.
+    const long value = strtol(text, nullptr, 10);
     using limits = std::numeric_limits<int32_t>;
     return static_cast<int32_t>(std::clamp<long>(value, limits::min(), limits::max()));
 }

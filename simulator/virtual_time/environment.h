@@ -44,7 +44,11 @@ class Environment {
 
     int64_t now_us() const { return scheduler.now_us(); }
     int64_t uptime_us() const { return now_us() + kUptimeAtStartSeconds * kMicrosecondsPerSecond; }
-    int64_t wall_clock_us() const { return now_us() + kWallClockAtStartSeconds * kMicrosecondsPerSecond; }
+    int64_t wall_clock_us() const { return now_us() + wall_clock_at_start_us_; }
+    /// Somebody sets the date, in seconds since 1970; the uptime doesn't care.
+    void SetWallClock(int64_t seconds) {
+        wall_clock_at_start_us_ = seconds * kMicrosecondsPerSecond - now_us();
+    }
 
     PrivateFolder folder;
     Scheduler scheduler;
@@ -105,6 +109,7 @@ class Environment {
 
     std::string PathNow(const Port& port);
 
+    int64_t wall_clock_at_start_us_ = kWallClockAtStartSeconds * kMicrosecondsPerSecond;
     std::vector<Port> ports_;
     std::map<int, OpenPortEntry> open_ports_;
     std::deque<std::string> typed_lines_;

@@ -37,13 +37,38 @@ using virtual_time::kMicrosecondsPerSecond;
 using virtual_time::kNever;
 using virtual_time::PrivateFolder;
 
+// The library's own name of a call. Where 64 bits of time and file offset are an extension, as on 32-bit
+// boards, the headers rename calls, ours here as well as the daemon's.
+const char* LibraryName(const char* name) {
+#ifdef __USE_TIME_BITS64
+    constexpr struct {
+        const char* name;
+        const char* library_name;
+    } kRenamed[] = {
+        {"time", "__time64"},
+        {"gettimeofday", "__gettimeofday64"},
+        {"clock_gettime", "__clock_gettime64"},
+        {"nanosleep", "__nanosleep64"},
+        {"clock_nanosleep", "__clock_nanosleep_time64"},
+        {"select", "__select64"},
+        {"stat", "__stat64_time64"},
+        {"open", "open64"},
+        {"fopen", "fopen64"},
+    };
+    for (const auto& renamed : kRenamed) {
+        if (strcmp(name, renamed.name) == 0) return renamed.library_name;
+    }
+#endif
+    return name;
+}
+
 // The next definition of a call behind ours. Looked up without a guard, since a guard could call what is
 // looked up.
-#define REAL(name)                                                                             \
-    ([] {                                                                                      \
-        static decltype(&::name) real;                                                         \
-        if (real == nullptr) real = reinterpret_cast<decltype(real)>(dlsym(RTLD_NEXT, #name)); \
-        return real;                                                                           \
+#define REAL(name)                                                                                          \
+    ([] {                                                                                                   \
+        static decltype(&::name) real;                                                                      \
+        if (real == nullptr) real = reinterpret_cast<decltype(real)>(dlsym(RTLD_NEXT, LibraryName(#name))); \
+        return real;                                                                                        \
     }())
 
 // World of the calling thread, or null. Counts the call, so that a loop of calls can't stop the clock for
@@ -305,6 +330,7 @@ int open(const char* path, int flags, ...) {
     return OpenPath(path, flags, mode);
 }
 
+#ifndef __USE_FILE_OFFSET64  // with it, the one above is this one
 int open64(const char* path, int flags, ...) {
     va_list arguments;
     va_start(arguments, flags);
@@ -312,6 +338,7 @@ int open64(const char* path, int flags, ...) {
     va_end(arguments);
     return OpenPath(path, flags, mode);
 }
+#endif
 
 // What fortified builds call in place of open.
 int __open_2(const char* path, int flags) {
@@ -390,9 +417,11 @@ static FILE* OpenStream(const char* path, const char* mode) {
 FILE* fopen(const char* path, const char* mode) {
     return OpenStream(path, mode);
 }
+#ifndef __USE_FILE_OFFSET64
 FILE* fopen64(const char* path, const char* mode) {
     return OpenStream(path, mode);
 }
+#endif
 
 int fclose(FILE* stream) {
     Environment* world = World();
@@ -425,9 +454,11 @@ int stat(const char* path, struct stat* info) noexcept {
     return REAL(stat)(RealPath(path).c_str(), info);
 }
 
+#ifndef __USE_FILE_OFFSET64
 int stat64(const char* path, struct stat64* info) noexcept {
     return REAL(stat64)(RealPath(path).c_str(), info);
 }
+#endif
 
 DIR* opendir(const char* path) {
     return REAL(opendir)(RealPath(path).c_str());

@@ -44,6 +44,7 @@ struct Options {
     std::string trace;
     std::string daemon;
     std::string preload;
+    std::string emulator;
     std::vector<std::string> environment;
     int limit_seconds = kDefaultLimitSeconds;
     int unmet = 0;
@@ -91,10 +92,12 @@ std::vector<std::string> DaemonEnvironment(const Options& options, const std::st
         const char* own = getenv(name);
         return std::string(name) + "=" + ours + (own != nullptr ? std::string(":") + own : "");
     };
+    // An emulator passes the library on to what it runs; itself it is a program of this machine.
+    const std::string for_emulator = options.emulator.empty() ? "" : "QEMU_SET_ENV=";
     std::vector<std::string> environment = {
         "PATH=/usr/sbin:/usr/bin:/sbin:/bin",
         "TZ=UTC",
-        "LD_PRELOAD=" + preloads,
+        for_emulator + "LD_PRELOAD=" + preloads,
         std::string(virtual_time::kScenarioVariable) + "=" + scenario_path,
         std::string(virtual_time::kRootVariable) + "=" + root,
         std::string(virtual_time::kTraceVariable) + "=" + trace_path,
@@ -165,6 +168,7 @@ Outcome RunDaemon(const Options& options, const Scenario& scenario) {
     const std::string root = folder.root() + "/root";
     std::filesystem::create_directory(root);
     std::vector<std::string> arguments = {options.daemon};
+    if (!options.emulator.empty()) arguments.insert(arguments.begin(), options.emulator);
     arguments.insert(arguments.end(), scenario.options.begin(), scenario.options.end());
     const std::vector<std::string> environment =
         DaemonEnvironment(options, LinkedPreloads(options, folder.root()),
@@ -273,6 +277,7 @@ std::string CheckFiles(const Options& options) {
     std::vector<std::string> names = options.files;
     names.push_back(options.daemon);
     if (!options.preload.empty()) names.push_back(options.preload);
+    if (!options.emulator.empty()) names.push_back(options.emulator);
     for (const std::string& name : names) {
         std::error_code error;
         if (std::filesystem::is_directory(name, error)) return "\"" + name + "\" is a folder and no file";
@@ -292,6 +297,7 @@ std::string ReadOptions(int argc, char** argv, Options* options) {
         kUnmet,
         kDaemon,
         kPreload,
+        kEmulator,
         kEnvironment,
         kLimit,
         kHelp,
@@ -305,6 +311,7 @@ std::string ReadOptions(int argc, char** argv, Options* options) {
         {"unmet", required_argument, nullptr, kUnmet},
         {"daemon", required_argument, nullptr, kDaemon},
         {"preload", required_argument, nullptr, kPreload},
+        {"emulator", required_argument, nullptr, kEmulator},
         {"environment", required_argument, nullptr, kEnvironment},
         {"limit", required_argument, nullptr, kLimit},
         {"help", no_argument, nullptr, kHelp},
@@ -338,6 +345,9 @@ std::string ReadOptions(int argc, char** argv, Options* options) {
                 break;
             case kPreload:
                 options->preload = optarg;
+                break;
+            case kEmulator:
+                options->emulator = optarg;
                 break;
             case kEnvironment:
                 if (strchr(optarg, '=') == nullptr) {

@@ -87,6 +87,12 @@ TEST_F(Status, MainFileOfALinkThatIsUp) {
                   BuildLine() + kNow);
 }
 
+TEST_F(Status, DateBeyond2038) {
+    world.environment().SetWallClock(4102488001);
+    EXPECT_EQ(LineOf("Now="), "Now='Fri Jan  1 12:00:01 2100'");
+    EXPECT_EQ(LineOf("Uptime="), "Uptime=00:00:00") << "the date doesn't matter to it";
+}
+
 TEST_F(Status, SignalFile) {
     FillAll();
     cell.m_vendor_type = kVendorQuectelUnisoc;

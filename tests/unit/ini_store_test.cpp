@@ -268,10 +268,10 @@ TEST_F(IniStore, FolderGivesNullWithAMessage) {
 }
 
 TEST_F(IniStore, ReadableFileThatCannotBeWrittenGivesNullWithAMessage) {
-    const char* running = "/proc/self/exe";  // refuses writers, even to the superuser
+    const char* running = "/proc/thread-self/exe";  // refuses writers, even to the superuser
     testing::internal::CaptureStderr();
     EXPECT_EQ(ini_load(running), nullptr);
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "Open ini file /proc/self/exe error!\n");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "Open ini file /proc/thread-self/exe error!\n");
     EXPECT_EQ(calls.open_modes, std::vector<std::string>{"r+t"});
 }
 

@@ -53,6 +53,8 @@ std::string ToolPath() {
 pid_t Start(const std::vector<std::string>& arguments, const std::string& output_path) {
     const std::string tool = ToolPath();
     std::vector<char*> words = {const_cast<char*>(tool.c_str())};
+    char* emulator = getenv("RAVELIN_EMULATOR");  // where we ourselves run under one
+    if (emulator != nullptr && emulator[0] != '\0') words.insert(words.begin(), emulator);
     for (const std::string& argument : arguments) words.push_back(const_cast<char*>(argument.c_str()));
     words.push_back(nullptr);
     const pid_t child = fork();

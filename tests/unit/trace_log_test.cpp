@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <mutex>
@@ -84,8 +85,9 @@ void log_send(const char* text) {
 
 namespace {
 
-constexpr time_t kNoonAndOneSecond = 1767268801;  // 2026-01-01 12:00:01 UTC
-const int32_t kLevelAtStart = trace_level;        // nothing of this process has set it yet
+constexpr time_t kNoonAndOneSecond = 1767268801;         // 2026-01-01 12:00:01 UTC
+constexpr int64_t kNoonAndOneSecondIn2100 = 4102488001;  // 2100-01-01 12:00:01 UTC
+const int32_t kLevelAtStart = trace_level;               // nothing of this process has set it yet
 const char* const kPrefix = "12:00:01.7 dir/file.cpp:Task:42:";
 
 void FreeNames(TraceName** list) {
@@ -169,6 +171,11 @@ TEST_F(TraceLog, WithoutOptionsLevels0To6ReachBothSinks) {
         EXPECT_EQ(Local(level), Line("hello\n")) << level;
         EXPECT_EQ(forwarded, Texts{"hello"}) << level;
     }
+}
+
+TEST_F(TraceLog, TimeOfDayIsRightBeyond2038) {
+    around.date = static_cast<time_t>(kNoonAndOneSecondIn2100);
+    EXPECT_EQ(Local(5), Line("hello\n"));
 }
 
 TEST_F(TraceLog, LevelZeroShowsAnnouncementsAndForwardsTheRest) {
@@ -314,6 +321,18 @@ TEST_F(TraceLogFile, LinesGoToTheFileAtOnceAndNotToStandardOutput) {
     EXPECT_EQ(Local(7), "");
     EXPECT_EQ(Read(path_), "before\n" + Line("hello\n"));
     EXPECT_EQ(forwarded, Texts{"hello"});
+}
+
+TEST_F(TraceLogFile, FileOfMoreThan2GiBGrowsOn) {
+    const std::string end = "the end of 3 GiB\n";
+    constexpr uint64_t kHole = uint64_t{3} << 30;  // takes no room
+    std::ofstream(path_).seekp(static_cast<std::streamoff>(kHole)) << end;
+    ASSERT_EQ(std::filesystem::file_size(path_), kHole + end.size());
+    EXPECT_EQ(Init({"-DL", path_.c_str()}), Echo(path_));
+    EXPECT_EQ(Local(5), "");
+    std::ifstream file(path_);
+    file.seekg(static_cast<std::streamoff>(kHole));
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), end + Line("hello\n"));
 }
 
 TEST_F(TraceLogFile, FolderThatDoesNotExistPrintsBothLinesAndStaysOnStandardOutput) {
