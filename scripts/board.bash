@@ -11,9 +11,11 @@ BUS_SOCKET=${BUS_SOCKET:-/run/bus}
 RESET_PIN=/sys/class/gpio/gpio121/value
 POWER_PIN=/sys/class/gpio/gpio122/value
 
-# wait_for SECONDS COMMAND...: until COMMAND succeeds; false when the time has run out.
+# wait_for SECONDS COMMAND...: until COMMAND succeeds. SECONDS is for what has to pass until then by anybody's clock; a slow
+# or busy machine gets PATIENCE_SECONDS on top of it. False when that has run out.
+PATIENCE_SECONDS=${PATIENCE_SECONDS:-0}
 wait_for() {
-    local deadline=$((${EPOCHREALTIME/./} + $1 * 1000000))
+    local deadline=$((${EPOCHREALTIME/./} + ($1 + PATIENCE_SECONDS) * 1000000))
     shift
     until "$@" >/dev/null 2>&1; do
         [ "${EPOCHREALTIME/./}" -lt $deadline ] || return 1

@@ -5,24 +5,30 @@
 if_lte() {
     /ubi/local/apps/network/if-lte "$SETTINGS" "$@"
 }
-start_board
+MODEM_LOG=/tmp/modem.log
+start_board --log >>$MODEM_LOG
 
-modem_says() {
-    modem status | grep -qE "$1"
+modem_is_on() {
+    modem status | grep -qx 'power: on'
+}
+# turned KNOB...: since the last call, exactly these of reset and power, in this order.
+turned() {
+    [ "$(sed -nE 's/^ *[0-9.]+ knob (reset|power o.*)/\1/p' $MODEM_LOG)" = "$(printf '%s\n' "$@")" ]
+}
+check_turned() {
+    check "turns: $*" wait_for 10 turned "$@"
+    : >$MODEM_LOG
 }
 
-check "the modem is on" modem_says '^power: on'
-/ubi/local/apps/network/Reset4G.sh start pin_rst &
-check "the reset pin resets" wait_for 3 modem_says '^power: booting'
-check "and the modem comes up" wait_for 20 modem_says '^power: on'
-wait $!
-/ubi/local/apps/network/Reset4G.sh start pin_power &
-check "the power pin switches off" wait_for 3 modem_says '^power: off'
-check "and on again" wait_for 20 modem_says '^power: on'
-wait $!
-/etc/init.d/S84Reset4G.sh start &
-check "the init script resets" wait_for 3 modem_says '^power: booting'
-wait $!
+check "the modem is on" modem_is_on
+check "the reset pin" /ubi/local/apps/network/Reset4G.sh start pin_rst
+check_turned "reset"
+check "and the modem comes up" wait_for 20 modem_is_on
+check "the power pin" /ubi/local/apps/network/Reset4G.sh start pin_power
+check_turned "power off" "power on"
+check "and the modem comes up" wait_for 20 modem_is_on
+check "the init script" /etc/init.d/S84Reset4G.sh start
+check_turned "reset"
 /ubi/local/apps/network/Reset4G.sh start pin_none 2>/dev/null
 check "an unknown pin is refused" test $? -eq 2
 /ubi/local/apps/network/Reset4G.sh stop pin_rst 2>/dev/null
@@ -35,17 +41,24 @@ has_address() {
     ip -4 -brief address show dev wwan0 | grep -q 10.64.64.
 }
 
-check "dhcp runs" if_lte dhcp
-check "the client goes on" client_runs
+if_lte dhcp
+check "dhcp: the client goes on" wait_for 10 client_runs
 check "the interface has an address" wait_for 10 has_address
 first_client=$(cat /run/udhcpc-lte.pid)
-check "dhcp twice" if_lte dhcp
-check "leaves one client" test "$(ls -d /proc/"$first_client" 2>/dev/null)" = ""
+no_process() {
+    [ ! -d "/proc/$1" ]
+}
+no_client() {
+    ! cat /proc/[0-9]*/comm | grep -x udhcpc
+}
+if_lte dhcp
+check "dhcp twice: one client goes on" wait_for 10 client_runs
+check "the first one doesn't" wait_for 10 no_process "$first_client"
 check "kill_dhcp runs" if_lte kill_dhcp
-check "no client is left" test -z "$(cat /proc/[0-9]*/comm | grep -x udhcpc)"
+check "no client is left" wait_for 10 no_client
 check "no address is left" test -z "$(ip -4 -brief address show dev wwan0 | grep 10.64.64.)"
 check "kill_dhcp again does no harm" if_lte kill_dhcp
-sleep 60 &
+sleep infinity &
 echo $! >/run/udhcpc-lte.pid
 check "with a stale file" if_lte kill_dhcp
 check "nobody is killed" kill -0 $!
@@ -55,17 +68,23 @@ check "check_interface finds it" if_lte check_interface
 check "and brings it up" test -n "$(ip link show dev wwan0 up)"
 ip link set dev wwan0 down
 ip link set dev wwan0 name other
-(
-    sleep 2
-    ip link set dev other name wwan0
-) &
-check "check_interface waits for it" if_lte check_interface
+# A clock of our own: the interface comes back while the script sleeps for the first time.
+mkdir /tmp/clock
+# shellcheck disable=SC2016 # the script of another shell
+printf '#!/bin/sh\necho "slept $1" >>/tmp/clock/slept\nip link set dev other name wwan0\n' >/tmp/clock/sleep
+chmod +x /tmp/clock/sleep
+check "check_interface waits for it" env PATH="/tmp/clock:$PATH" \
+    /ubi/local/apps/network/if-lte "$SETTINGS" check_interface
+check "for a second" test "$(cat /tmp/clock/slept)" = "slept 1"
 ip link set dev wwan0 down
 ip link set dev wwan0 name other
 ip link set dev other up
 echo "INTERFACE=other" >>"$SETTINGS"
-check "the settings may name it" if_lte dhcp
-check "and it gets the address" test -n "$(ip -4 -brief address show dev other | grep 10.64.64.)"
+has_the_address() {
+    ip -4 -brief address show dev other | grep -q 10.64.64.
+}
+if_lte dhcp
+check "the settings may name it, and it gets the address" wait_for 10 has_the_address
 if_lte nonsense 2>/dev/null
 check "an unknown verb is refused" test $? -eq 2
 

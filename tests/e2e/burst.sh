@@ -8,13 +8,13 @@ QUESTIONS_EACH=2500
 start_board
 start_daemon
 await_log 120 "Do connect.  1 times."
-for ((number = 1; number <= PEERS; number++)); do
-    "$BUILD/ocpp_peer" --repeat $QUESTIONS_EACH --window 50 --timeout 60 status >"/tmp/peer.$number" 2>&1 &
-    PEER[number]=$!
-done
 "$BUILD/ocpp_peer" --repeat 1000000 --window 100 status >/dev/null 2>&1 &
 vanishing=$!
-sleep 0.5
+await_log 10 "cmd=7603"
+for ((number = 1; number <= PEERS; number++)); do
+    "$BUILD/ocpp_peer" --repeat $QUESTIONS_EACH --window 50 --timeout $PATIENCE_SECONDS status >"/tmp/peer.$number" 2>&1 &
+    PEER[number]=$!
+done
 kill -KILL $vanishing
 for ((number = 1; number <= PEERS; number++)); do
     wait "${PEER[number]}" || fail "peer $number: $(cat "/tmp/peer.$number")"

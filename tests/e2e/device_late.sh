@@ -6,10 +6,10 @@ write_settings "ENABLE=true"
 
 mkdir "$MODEM_PORT"
 start_daemon
-await_log 15 "wait device  $MODEM_PORT ."
-sleep 1
+check "the daemon waits" wait_for 25 logged_times 1 "wait device  $MODEM_PORT ."
+check "and goes on waiting" wait_for 25 logged_times 2 "wait device  $MODEM_PORT ."
 rmdir "$MODEM_PORT"
-await_log 15 "wait device  $MODEM_PORT ."
+check "also when nothing is there" wait_for 25 logged_times 3 "wait device  $MODEM_PORT ."
 start_modem --family quectel_qcom --model EG21 || fail "the modem doesn't start"
 await_log 15 "open device  $MODEM_PORT  ok!"
 await_log 10 "m_ModuleName = EG21"

@@ -1,6 +1,11 @@
 # What the end-to-end tests share. Each runs inside scripts/private-view, so that it has a board of its own, and ends with
 # it. To be sourced.
+#
+# No test looks at a clock or for a moment: it waits until something is so, for as long as that takes. A state that may be
+# over before a slow machine looks is made to last, or is read from a log later on. Where nothing is to happen, the test
+# waits for what comes after it.
 set -u
+PATIENCE_SECONDS=300 # only used up by what never comes
 . "$REPOSITORY/scripts/board.bash"
 
 LOG=/tmp/daemon.log
@@ -63,13 +68,34 @@ logged() {
 
 # await_log SECONDS TEXT
 await_log() {
-    wait_for "$1" logged "$2" || fail "not logged within $1 s: $2"
+    wait_for "$1" logged "$2" || fail "not logged: $2"
+    say "logged: $2"
+}
+
+times_logged() {
+    grep -cF -- "$1" "$LOG"
+}
+
+# logged_times NUMBER TEXT: at least so often.
+logged_times() {
+    [ "$(times_logged "$2")" -ge "$1" ]
+}
+
+# mark_log: await_new and newly_logged, which prints the lines that have TEXT, look at what comes after this.
+mark_log() {
+    LOG_MARK=$(($(wc -l <"$LOG") + 1))
+}
+newly_logged() {
+    tail -n "+$LOG_MARK" "$LOG" | grep -F -- "$1"
+}
+await_new() {
+    wait_for "$1" newly_logged "$2" || fail "not logged: $2"
     say "logged: $2"
 }
 
 # await_end SECONDS STATUS: the daemon ends by itself.
 await_end() {
-    wait_for "$1" has_ended || fail "still alive after $1 s"
+    wait_for "$1" has_ended || fail "still alive"
     local status=0
     wait "$DAEMON" || status=$?
     [ "$status" -eq "$2" ] || fail "ended with $status, not $2"
@@ -81,26 +107,23 @@ printed() {
     grep -qF -- "$1" "$OUTPUT"
 }
 
-# Descriptors that the daemon holds, by number and what they are. A file that it writes may just be open: what counts is
-# there at two moments.
+# What the daemon holds open, one line a descriptor.
 descriptors() {
-    local former="" now
-    now=$(open_descriptors)
-    while [ "$now" != "$former" ]; do
-        sleep 0.3
-        former=$now
-        now=$(open_descriptors)
-    done
-    echo "$now"
+    ls -l "/proc/$DAEMON/fd" | sed -n 's/.* -> //p' | sed -E 's/\[[0-9]+\]//; s|^(/dev/pts/)[0-9]+|\1|' | sort
 }
 
-open_descriptors() {
-    ls -l "/proc/$DAEMON/fd" | sed -n 's/.* \([0-9]* -> \)/\1/p' | sed 's/\[[0-9]*\]//'
+# check_descriptors BEFORE: nothing stays open that wasn't among those. A file that is written at times, or a command that
+# is run, is closed again.
+check_descriptors() {
+    check "no descriptor was lost" wait_for 30 holds_no_more_than "$1"
+}
+holds_no_more_than() {
+    [ -z "$(comm -13 <(echo "$1") <(descriptors))" ]
 }
 
 # peer ARGUMENT...: ocpp_peer, the other end of the bus. Its output is kept for "told", standard error as well.
 peer() {
-    "$BUILD/ocpp_peer" "$@" >/tmp/peer.out 2>&1
+    "$BUILD/ocpp_peer" --timeout $PATIENCE_SECONDS "$@" >/tmp/peer.out 2>&1
 }
 
 # peer_ends STATUS ARGUMENT...: it ends so.
@@ -130,7 +153,7 @@ heard_last() {
     tail -n 1 $HEARD | grep -qF -- "$1"
 }
 await_heard() {
-    wait_for "$1" heard_last "$2" || fail "not heard within $1 s: $2; but: $(cat $HEARD)"
+    wait_for "$1" heard_last "$2" || fail "not heard: $2; but: $(cat $HEARD)"
     say "heard: $2"
     : >$HEARD
 }

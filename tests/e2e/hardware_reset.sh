@@ -6,7 +6,7 @@
 start_board --set "registration 0"
 start_daemon
 await_log 60 "Check service status.  1/34 times."
-before=$(descriptors | grep -c .)
+before=$(descriptors)
 modem "mute until-reset" "registration 1"
 await_log 60 "No response! Reset device..."
 await_log 10 "Reset4G.sh start pin_rst"
@@ -14,4 +14,4 @@ await_log 30 "Reset4G time=1"
 await_log 30 "Soft reset!"
 check "comes online" wait_for 120 is_online
 check "it is the same process" is_alive
-check "no descriptor was lost" test "$(descriptors | grep -c .)" -le "$before"
+check_descriptors "$before"
