@@ -62,6 +62,12 @@ unknown_twice() {
     [ "$(times_logged "[FIFO]4G_MODEM_STATUS:unknow")" -eq 2 ]
 }
 check "it is served, also behind binary nonsense" wait_for 5 unknown_twice
+rm "$PIPE"
+: >"$PIPE"
+interface=wwan0 /ubi/local/apps/network/udhcpc-lte leasefail
+check "a plain file in its place gives way to it" wait_for $REBUILD_SECONDS test -p "$PIPE"
+interface=wwan0 /ubi/local/apps/network/udhcpc-lte leasefail
+await_log 10 "udhcpc wwan0 leasefail"
 check_descriptors "$before"
 
 # Without service the bring-up is short and Task begins soon.
@@ -79,6 +85,7 @@ check "and shows it" told "[FIFO] DeviceReset run"
 await_log 10 "Reset4G.sh start pin_rst"
 await_log 30 "Reset4G time=1"
 
+check "the tool leaves nothing beside the pipe" test "$(ls -d "$PIPE"*)" = "$PIPE"
 check "an unknown command is told apart" test "$(status_of tool -w 1 Nonsense:1)" -eq 1
 check "in words" told "knows no such command"
 mkfifo /tmp/nobody
