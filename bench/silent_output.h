@@ -1,5 +1,4 @@
-// Standard output that goes nowhere while it lives, as on a board: the stream's buffer is written out when
-// full.
+// Standard output that goes nowhere while it lives, and is written line by line as the daemon's is.
 #pragma once
 
 #include <fcntl.h>
@@ -15,6 +14,7 @@ class SilentOutput {
         const int nowhere = open("/dev/null", O_WRONLY);
         dup2(nowhere, STDOUT_FILENO);
         close(nowhere);
+        setvbuf(stdout, nullptr, _IOLBF, 0);
     }
     ~SilentOutput() {
         fflush(stdout);

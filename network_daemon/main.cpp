@@ -63,6 +63,8 @@ void bring_up(CellBase& cell, const char* script) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    // A journal or tee reads it: whole lines at once, and none lost when a signal ends the process.
+    setvbuf(stdout, nullptr, _IOLBF, 0);
     Options options;
     ConfigController config;
     trace_init(argc, argv);

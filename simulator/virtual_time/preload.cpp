@@ -5,6 +5,7 @@
 // Started by scenario_run, which says by three environment variables which scenario, folder and trace file to
 // use.
 
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <pthread.h>
 #include <sys/stat.h>
@@ -460,6 +461,7 @@ class Run {
 // Both live until the process ends: other threads may use them up to the last moment.
 Run* the_run = nullptr;
 Scenario* the_scenario = nullptr;
+FILE* captured_output = nullptr;
 
 ssize_t Run::TakeOutput(void* cookie, const char* bytes, size_t size) {
     const std::string chunk(bytes, size);
@@ -481,6 +483,7 @@ void Run::CaptureOutput() {
     setvbuf(errors, nullptr, _IONBF, 0);
     stdout = output;
     stderr = errors;
+    captured_output = output;
 }
 
 __attribute__((constructor)) void StartRun() {
@@ -503,6 +506,13 @@ __attribute__((constructor)) void StartRun() {
 }  // namespace
 
 }  // namespace virtual_time
+
+// The daemon may choose how its output is buffered, but the trace is made of its single calls.
+extern "C" int setvbuf(FILE* stream, char* buffer, int mode, size_t size) {
+    if (stream != nullptr && stream == virtual_time::captured_output) return 0;
+    static decltype(&::setvbuf) real = reinterpret_cast<decltype(real)>(dlsym(RTLD_NEXT, "setvbuf"));
+    return real(stream, buffer, mode, size);
+}
 
 // The bus library
 
