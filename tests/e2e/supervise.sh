@@ -211,6 +211,10 @@ go_through() {
     echo nonsense >$STATE/delay
     check "a delay that is none" $HELPERS/ravelin-prepare ended 255
     check "counts as none" test "$(cat $STATE/delay)" = 5
+    SERVICE_RESULT=exit-code $HELPERS/ravelin-prepare ended ""
+    check "a start that failed is none either" test "$(cat $STATE/delay)" = 10
+    SERVICE_RESULT=signal $HELPERS/ravelin-prepare ended ""
+    check "but one that systemd has ended was stopped" test ! -e $STATE/delay
     JOURNAL_STREAM=8:1 $HELPERS/ravelin-prepare ended TERM 2>/tmp/err
     check "under systemd it speaks on standard error" grep -q "the daemon was stopped" /tmp/err
 }
