@@ -165,7 +165,9 @@ go_through() {
     chmod 777 $NETWORK
     echo secret >/tmp/precious
     ln -s /tmp/precious $NETWORK/ravelin_status
-    ln /tmp/precious $NETWORK/signal_status
+    rm -f /run/precious
+    echo secret >/run/precious # a second name has to be on the same file system
+    ln /run/precious $NETWORK/signal_status
     mkdir $NETWORK/3630_status
     mkfifo -m 660 $NETWORK/ravelin_fifo
     echo eth0=eth0 >$NETWORK/ifstate
@@ -174,7 +176,7 @@ go_through() {
     check "which isn't for all" test "$(stat -c %a $NETWORK)" = 750
     check "what others could have put there is gone" test "$(ls $NETWORK | tr '\n' ' ')" = "ifcfg-lte ifstate ravelin_fifo "
     check "as the log says" said "$NETWORK/ravelin_status is not a file of root's alone: removed"
-    check "and what it led to is whole" test "$(cat /tmp/precious)" = secret
+    check "and what it led to is whole" test "$(cat /tmp/precious /run/precious | uniq)" = secret
     check "the settings stay" test "$(cat $NETWORK/ifcfg-lte)" = ENABLE=false
     check "and nobody else can write them" test "$(stat -c %a $NETWORK/ifcfg-lte)" = 644
     rm $NETWORK/ifcfg-lte
