@@ -5,15 +5,18 @@ include(GNUInstallDirs)
 
 # Folders that GNUInstallDirs has no name for; relative ones are below the prefix.
 set(RAVELIN_UNIT_DIR lib/systemd/system CACHE STRING "Folder of systemd's units")
-set(RAVELIN_SYSUSERS_DIR lib/sysusers.d CACHE STRING "Folder of systemd-sysusers")
 set(RAVELIN_HELPER_DIR lib/ravelin-mobile CACHE STRING "Folder of the scripts around the daemon")
 set(RAVELIN_UDEV_DIR lib/udev/rules.d CACHE STRING "Folder of udev's rules")
 set(RAVELIN_BUS_POLICY_DIR ${CMAKE_INSTALL_DATADIR}/dbus-1/system.d CACHE STRING "Folder of the bus's policies")
 
-set(RAVELIN_SYSCONF_DIR ${CMAKE_INSTALL_SYSCONFDIR})
-if(CMAKE_INSTALL_PREFIX STREQUAL "/usr") # whose settings are in /etc
-    set(RAVELIN_SYSCONF_DIR ${CMAKE_INSTALL_FULL_SYSCONFDIR})
-endif()
+# Settings are in /etc when the prefix is /usr, which isn't known before it is installed.
+install(CODE "
+    set(SYSCONF_DIR [==[${CMAKE_INSTALL_SYSCONFDIR}]==])
+    if(CMAKE_INSTALL_PREFIX STREQUAL /usr AND SYSCONF_DIR STREQUAL etc)
+        set(SYSCONF_DIR /etc)
+    endif()
+    cmake_path(ABSOLUTE_PATH SYSCONF_DIR BASE_DIRECTORY \"\${CMAKE_INSTALL_PREFIX}\")" ALL_COMPONENTS)
+
 set(PACKAGING ${CMAKE_SOURCE_DIR}/packaging)
 set(RAVELIN_DATA_DIR ${CMAKE_INSTALL_DATADIR}/ravelin-mobile)
 set(RAVELIN_DOC_DIR ${CMAKE_INSTALL_DATADIR}/doc/ravelin-mobile)
@@ -30,9 +33,14 @@ function(install_with_paths source folder name)
         set(SBIN_DIR [==[${CMAKE_INSTALL_SBINDIR}]==])
         set(DATA_DIR [==[${RAVELIN_DATA_DIR}]==])
         set(HELPER_DIR [==[${RAVELIN_HELPER_DIR}]==])
-        set(SYSCONF_DIR [==[${RAVELIN_SYSCONF_DIR}]==])
         include([==[${CMAKE_SOURCE_DIR}/cmake/with_paths.cmake]==])" COMPONENT daemon)
     install(FILES ${CMAKE_BINARY_DIR}/installed/${name} DESTINATION ${folder} PERMISSIONS ${ARGN} COMPONENT daemon)
+endfunction()
+
+# install_settings(SOURCE FOLDER NAME PERMISSION...): a file below the folder of settings.
+function(install_settings source folder name)
+    install(CODE "file(INSTALL DESTINATION \"\${SYSCONF_DIR}/${folder}\" TYPE FILE RENAME ${name} PERMISSIONS ${ARGN}
+        FILES [==[${source}]==])" COMPONENT daemon)
 endfunction()
 
 # ---- the daemon and what stands around it on a board
@@ -49,18 +57,16 @@ install_with_paths(${PACKAGING}/board/ravelin-board-setup ${CMAKE_INSTALL_SBINDI
 install(PROGRAMS ${PACKAGING}/board/if-lte ${PACKAGING}/board/udhcpc-lte ${PACKAGING}/board/Reset4G.sh
     ${PACKAGING}/board/S84Reset4G.sh DESTINATION ${RAVELIN_DATA_DIR}/board COMPONENT daemon)
 install(FILES ${PACKAGING}/board/network.json DESTINATION ${RAVELIN_DATA_DIR}/board COMPONENT daemon)
-install(FILES ${PACKAGING}/board/ifcfg-lte DESTINATION ${RAVELIN_SYSCONF_DIR}/ravelin
-    PERMISSIONS OWNER_READ OWNER_WRITE COMPONENT daemon) # it may hold the password of the APN
+install_settings(${PACKAGING}/board/ifcfg-lte ravelin ifcfg-lte OWNER_READ OWNER_WRITE) # maybe with the APN's password
+install_settings(${PACKAGING}/init/ravelin-mobile.default default ravelin-mobile ${TEXT_PERMISSIONS})
+install_settings(${PACKAGING}/logrotate/ravelin-mobile logrotate.d ravelin-mobile ${TEXT_PERMISSIONS})
 install(FILES ${PACKAGING}/board/busglue.conf DESTINATION ${RAVELIN_BUS_POLICY_DIR} COMPONENT daemon)
 install(FILES ${PACKAGING}/udev/70-ravelin-mobile.rules DESTINATION ${RAVELIN_UDEV_DIR} COMPONENT daemon)
-install(FILES ${PACKAGING}/logrotate/ravelin-mobile DESTINATION ${RAVELIN_SYSCONF_DIR}/logrotate.d COMPONENT daemon)
 # A board copies the wrapper of the firmware tool to where the tool is; the scripts around the daemon ask it for flashes.
 install(PROGRAMS ${PACKAGING}/board/QFirehose DESTINATION ${RAVELIN_DATA_DIR}/board COMPONENT daemon)
 install(PROGRAMS ${PACKAGING}/board/QFirehose ${PACKAGING}/init/ravelin-supervise DESTINATION ${RAVELIN_HELPER_DIR}
     COMPONENT daemon)
 install_with_paths(${PACKAGING}/init/ravelin-prepare ${RAVELIN_HELPER_DIR} ravelin-prepare ${PROGRAM_PERMISSIONS})
-install(FILES ${PACKAGING}/init/ravelin-mobile.default DESTINATION ${RAVELIN_SYSCONF_DIR}/default RENAME ravelin-mobile
-    COMPONENT daemon)
 install_with_paths(${PACKAGING}/systemd/ravelin-mobile.service ${RAVELIN_UNIT_DIR} ravelin-mobile.service
     ${TEXT_PERMISSIONS})
 # For boards whose init is BusyBox's, which take it into /etc/init.d themselves.

@@ -22,6 +22,7 @@ function(add_man_page name section component)
 endfunction()
 
 add_man_page(ravelin-mobile 8 daemon network_daemon/main_options.cpp support/trace_log.cpp)
+add_man_page(ravelin-board-setup 8 daemon packaging/board/ravelin-board-setup)
 if(RAVELIN_TOOLS)
     add_man_page(ravelin-fifo 1 tools scripts/fifo)
     add_man_page(modem_sim 1 tools simulator/modem/modem_sim.help)

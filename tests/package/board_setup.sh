@@ -6,8 +6,7 @@ source=$(cd "$(dirname "$0")/../.." && pwd)/packaging/board
 new_folder
 reference=$folder/reference
 mkdir "$reference"
-cp "$source"/{if-lte,udhcpc-lte,Reset4G.sh,S84Reset4G.sh} "$reference/"
-[ ! -e "$source/QFirehose" ] || cp "$source/QFirehose" "$reference/"
+cp "$source"/{if-lte,udhcpc-lte,Reset4G.sh,S84Reset4G.sh,QFirehose} "$reference/"
 sed "s,^SOURCE=.*,SOURCE=$reference," "$source/ravelin-board-setup" >"$folder/setup"
 apps=ubi/local/apps/network
 
@@ -64,6 +63,14 @@ for shell in "busybox sh" dash; do
     check "a file that was there before" cp "$reference/if-lte" "$board/$apps/if-lte"
     check "isn't ours, though it is the same" setup --remove
     check "and is kept" test -e "$board/$apps/if-lte"
+
+    firmware=media/mmcblk0p1/firmware_modules/CellularOTA
+    mkdir -p "$board/$firmware"
+    check "a board with a firmware folder" setup
+    check "gets the wrapper of the firmware tool" cmp "$board/$firmware/QFirehose" "$reference/QFirehose"
+    check "and keeps the tool itself" touch "$board/$firmware/QFirehose.real"
+    check "when the wrapper goes" setup --remove
+    check "alone" test "$(ls "$board/$firmware")" = QFirehose.real
 
     rm -r "$board"
     mkdir "$board"

@@ -32,9 +32,14 @@ DESTDIR=$stage/tools install --prefix /usr --component tools
 
 for file in usr/sbin/ravelin-mobile usr/sbin/ravelin-board-setup \
     usr/share/ravelin-mobile/board/{if-lte,udhcpc-lte,Reset4G.sh,S84Reset4G.sh,network.json} \
+    usr/share/ravelin-mobile/board/QFirehose usr/share/ravelin-mobile/init/ravelin-mobile \
+    usr/lib/ravelin-mobile/{ravelin-prepare,ravelin-supervise,QFirehose} usr/lib/systemd/system/ravelin-mobile.service \
+    etc/ravelin/ifcfg-lte etc/default/ravelin-mobile etc/logrotate.d/ravelin-mobile \
+    usr/share/man/man8/ravelin-{mobile,board-setup}.8 \
     usr/share/dbus-1/system.d/busglue.conf usr/lib/udev/rules.d/70-ravelin-mobile.rules; do
     check "the daemon comes with $file" test -f "$stage/daemon/$file"
 done
+check "nobody else reads the settings" test "$(stat -c %a "$stage/daemon/etc/ravelin/ifcfg-lte")" = 600
 check "and with no library and no tool" test -z "$(find "$stage/daemon" -name '*.so' -o -name modem_sim)"
 check "the bus library is a file by itself" test "$(files_in "$stage/busglue")" = usr/lib/libbusglue.so
 for file in modem_sim ocpp_peer scenario_run ravelin-fifo; do
@@ -51,6 +56,8 @@ check "the scripts are looked for under /usr" \
 prefix="$folder/a prefix"
 install --prefix "$prefix"
 mkdir "$folder/board"
+check "settings are there too" test -e "$prefix/etc/ravelin/ifcfg-lte"
+check "and looked for there" grep -qF "$prefix/etc/ravelin/ifcfg-lte" "$prefix/lib/ravelin-mobile/ravelin-prepare"
 check "ravelin-board-setup finds its scripts there" \
     "$prefix/sbin/ravelin-board-setup" --root "$folder/board"
 check "and places them" cmp "$folder/board/ubi/local/apps/network/if-lte" "$source/packaging/board/if-lte"
