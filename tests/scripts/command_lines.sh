@@ -113,6 +113,14 @@ refused scripts/setup "--board wants a value" --board
 refused scripts/setup "no board is called \"pdp11\"; there is: $boards" --board pdp11
 refused scripts/setup "unexpected argument \"arm64\"" arm64
 
+refused scripts/package "no architecture is called \"pdp11\"; there is: amd64 $boards" pdp11
+refused scripts/package "unexpected argument \"armhf\"" arm64 armhf
+refused scripts/package "ARCH is empty" ''
+refused scripts/package "--try is for this machine's own packages, without ARCH" --try arm64
+refused packaging/board/ravelin-board-setup "--root wants a folder" --root
+refused packaging/board/ravelin-board-setup "no folder /no/such" --root /no/such
+refused packaging/board/ravelin-board-setup "unexpected argument \"now\"" now
+
 refused scripts/private-view "a command is missing"
 refused scripts/private-view "a command is missing" --board a53
 refused scripts/private-view "--share wants two values, DIR and PATH" --share
