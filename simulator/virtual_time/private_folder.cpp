@@ -7,6 +7,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -28,10 +29,10 @@ bool BeginsWith(const std::string& text, const std::string& start) {
 }
 
 // Memory if it can be had: the daemon rewrites its status files with every pass, and a file system on a disk
-// writes each of them out.
+// writes each of them out. A name with a blank or a colon won't do: LD_PRELOAD would cut it.
 std::string TemporaryPlace() {
     const char* told = getenv("TMPDIR");
-    if (told != nullptr && told[0] != '\0') return told;
+    if (told != nullptr && told[0] != '\0' && strpbrk(told, " :") == nullptr) return told;
     return access("/dev/shm", W_OK | X_OK) == 0 ? "/dev/shm" : "/tmp";
 }
 
