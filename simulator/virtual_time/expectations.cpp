@@ -10,6 +10,7 @@ constexpr char kAny[] = "<any>";
 constexpr size_t kAnyLength = sizeof(kAny) - 1;
 constexpr size_t kNearestShown = 3;
 constexpr int kFoundShown = 20;
+constexpr int64_t kNever_us = INT64_MAX - 1;  // later than every entry
 
 // Parts of the text of a log entry: "FILE:FUNCTION:LINE message".
 struct LogText {
@@ -44,15 +45,18 @@ bool PlaceMatches(const std::string& wanted, const LogText& log) {
 }
 
 bool TextMatches(const Expectation& expectation, const TraceEntry& entry) {
-    if (expectation.kind != entry.kind) return false;
-    if (!IsLog(entry.kind)) return MatchesPattern(expectation.text, entry.text);
-    const LogText log = SplitLog(entry.text);
-    return PlaceMatches(expectation.place, log) && MatchesPattern(expectation.text, log.message);
+    return MatchesEntry(expectation.kind, expectation.place, expectation.text, entry);
 }
 
-bool TimeMatches(const Expectation& expectation, const TraceEntry& entry) {
-    // Entries carry whole milliseconds.
-    return entry.at_us >= expectation.from_us && entry.at_us <= expectation.to_us;
+// When an expectation may be met, in microseconds from the start; both ends belong to it.
+struct TimeRange {
+    int64_t from_us;
+    int64_t to_us;
+};
+
+// Entries carry whole milliseconds.
+bool IsWithin(const TimeRange& range, const TraceEntry& entry) {
+    return entry.at_us >= range.from_us && entry.at_us <= range.to_us;
 }
 
 size_t CommonPrefix(const std::string& one, const std::string& other) {
@@ -61,16 +65,17 @@ size_t CommonPrefix(const std::string& one, const std::string& other) {
     return length;
 }
 
-int64_t Distance(const Expectation& expectation, const TraceEntry& entry) {
-    if (entry.at_us < expectation.from_us) return expectation.from_us - entry.at_us;
-    return entry.at_us > expectation.to_us ? entry.at_us - expectation.to_us : 0;
+int64_t Distance(const TimeRange& range, const TraceEntry& entry) {
+    if (entry.at_us < range.from_us) return range.from_us - entry.at_us;
+    return entry.at_us > range.to_us ? entry.at_us - range.to_us : 0;
 }
 
-std::string FormatRange(const Expectation& expectation) {
-    if (expectation.from_us == expectation.to_us) return "at " + FormatSeconds(expectation.from_us);
-    if (expectation.from_us == 0 && expectation.to_us == INT64_MAX) return "at any time";
-    if (expectation.to_us == INT64_MAX) return "from " + FormatSeconds(expectation.from_us) + " on";
-    return "between " + FormatSeconds(expectation.from_us) + " and " + FormatSeconds(expectation.to_us);
+std::string FormatRange(const TimeRange& range) {
+    if (range.from_us == kNever_us) return "after its mark, which was never reached";
+    if (range.from_us == range.to_us) return "at " + FormatSeconds(range.from_us);
+    if (range.from_us == 0 && range.to_us == INT64_MAX) return "at any time";
+    if (range.to_us == INT64_MAX) return "from " + FormatSeconds(range.from_us) + " on";
+    return "between " + FormatSeconds(range.from_us) + " and " + FormatSeconds(range.to_us);
 }
 
 class Checker {
@@ -79,6 +84,7 @@ class Checker {
         : scenario_(scenario), trace_(trace) {}
 
     std::vector<std::string> Check() {
+        FindMarks();
         for (const Expectation& expectation : scenario_.expectations) {
             switch (expectation.mode) {
                 case Expectation::Mode::kNext:
@@ -100,20 +106,64 @@ class Checker {
     }
 
   private:
+    // A mark that the run never came to fails what counts from it, once and by name.
+    void FindMarks() {
+        for (const Mark& mark : scenario_.marks) {
+            const auto found = std::find_if(trace_.begin(), trace_.end(), [&mark](const TraceEntry& entry) {
+                return MatchesEntry(mark.kind, mark.place, mark.text, entry);
+            });
+            mark_us_.push_back(found == trace_.end() ? kNever_us : found->at_us);
+            if (found == trace_.end())
+                problems_.push_back(scenario_.path + ":" + std::to_string(mark.line) + ": the mark \"" +
+                                    mark.name + "\" was never reached\n");
+        }
+    }
+
+    int64_t BaseOf(const Expectation& expectation) const {
+        if (expectation.base == TimeBase::kMark) return mark_us_[static_cast<size_t>(expectation.mark)];
+        if (expectation.base == TimeBase::kStart || after_last_seen_ == 0) return 0;
+        return trace_[after_last_seen_ - 1].at_us;
+    }
+
+    // The times of an expectation, from the start.
+    TimeRange RangeOf(const Expectation& expectation) const {
+        const int64_t base_us = BaseOf(expectation);
+        if (base_us == kNever_us) return {kNever_us, kNever_us};
+        const bool has_end = expectation.to_us != INT64_MAX;
+        return {base_us + expectation.from_us, has_end ? base_us + expectation.to_us : INT64_MAX};
+    }
+
+    bool Matches(const Expectation& expectation, const TraceEntry& entry) const {
+        return IsWithin(RangeOf(expectation), entry) && TextMatches(expectation, entry);
+    }
+
     size_t Find(const Expectation& expectation, size_t start) const {
         for (size_t i = start; i < trace_.size(); i++) {
-            if (TimeMatches(expectation, trace_[i]) && TextMatches(expectation, trace_[i])) return i;
+            if (Matches(expectation, trace_[i])) return i;
         }
         return trace_.size();
     }
 
-    void CheckSee(const Expectation& expectation) {
-        const size_t found = Find(expectation, behind_last_seen_);
-        if (found == trace_.size()) {
-            Miss(expectation, behind_last_seen_);
-        } else {
-            behind_last_seen_ = found + 1;
+    // The entry with that text, from `start` on, that stands nearest to the expected time.
+    size_t FindNearest(const Expectation& expectation, size_t start) const {
+        const TimeRange range = RangeOf(expectation);
+        size_t nearest = trace_.size();
+        for (size_t i = start; i < trace_.size(); i++) {
+            if (!TextMatches(expectation, trace_[i])) continue;
+            if (nearest == trace_.size() || Distance(range, trace_[i]) < Distance(range, trace_[nearest]))
+                nearest = i;
         }
+        return nearest;
+    }
+
+    // After a miss the story goes on where the text really stood, so that one changed wait is one complaint.
+    void CheckSee(const Expectation& expectation) {
+        size_t found = Find(expectation, after_last_seen_);
+        if (found == trace_.size()) {
+            Miss(expectation, after_last_seen_);
+            found = FindNearest(expectation, after_last_seen_);
+        }
+        if (found < trace_.size()) after_last_seen_ = found + 1;
     }
 
     void CheckNever(const Expectation& expectation) {
@@ -126,11 +176,11 @@ class Checker {
         std::string found;
         int count = 0;
         for (const TraceEntry& entry : trace_) {
-            if (!TimeMatches(expectation, entry) || !TextMatches(expectation, entry)) continue;
+            if (!Matches(expectation, entry)) continue;
             if (count++ < kFoundShown) found += "    " + FormatEntry(entry);
         }
         if (count == expectation.count) return;
-        std::string problem = "but " + std::to_string(count) + " " + FormatRange(expectation) + ":\n" + found;
+        std::string problem = "but " + std::to_string(count) + " " + FormatRange(RangeOf(expectation)) + ":\n" + found;
         if (count > kFoundShown) problem += "    ...\n";
         if (count == 0) problem += Nearest(expectation);
         Problem(expectation, problem);
@@ -150,12 +200,12 @@ class Checker {
     }
 
     void Miss(const Expectation& expectation, size_t start) {
-        std::string problem = "but there was none " + FormatRange(expectation);
+        std::string problem = "but there was none " + FormatRange(RangeOf(expectation));
         if (start > 0) {
-            problem += ", behind\n    " + FormatEntry(trace_[start - 1]);
+            problem += ", after\n    " + FormatEntry(trace_[start - 1]);
             const size_t earlier = Find(expectation, 0);
             if (earlier < start)
-                problem += "  It stood in front of that:\n    " + FormatEntry(trace_[earlier]);
+                problem += "  It stood before that:\n    " + FormatEntry(trace_[earlier]);
         } else {
             problem += "\n";
         }
@@ -164,6 +214,7 @@ class Checker {
 
     // The same text at other times; or else the most similar texts of that kind near the time.
     std::string Nearest(const Expectation& expectation) const {
+        const TimeRange range = RangeOf(expectation);
         std::vector<const TraceEntry*> same_text, same_kind;
         for (const TraceEntry& entry : trace_) {
             if (TextMatches(expectation, entry)) same_text.push_back(&entry);
@@ -172,7 +223,7 @@ class Checker {
         if (!same_text.empty()) {
             return List("  The same at other times, the nearest first:\n", same_text,
                         [&](const TraceEntry* one, const TraceEntry* other) {
-                            return Distance(expectation, *one) < Distance(expectation, *other);
+                            return Distance(range, *one) < Distance(range, *other);
                         });
         }
         if (same_kind.empty()) return "  Nothing at all of that kind.\n";
@@ -184,7 +235,7 @@ class Checker {
                     [&](const TraceEntry* one, const TraceEntry* other) {
                         const size_t one_likeness = likeness(one), other_likeness = likeness(other);
                         if (one_likeness != other_likeness) return one_likeness > other_likeness;
-                        return Distance(expectation, *one) < Distance(expectation, *other);
+                        return Distance(range, *one) < Distance(range, *other);
                     });
     }
 
@@ -203,7 +254,8 @@ class Checker {
 
     const Scenario& scenario_;
     const std::vector<TraceEntry>& trace_;
-    size_t behind_last_seen_ = 0;
+    size_t after_last_seen_ = 0;
+    std::vector<int64_t> mark_us_;  // one for each mark
     std::vector<std::string> problems_;
 };
 
@@ -219,6 +271,14 @@ bool MatchesPattern(const std::string& pattern, const std::string& text) {
         if (MatchesPattern(tail, text.substr(i))) return true;
     }
     return false;
+}
+
+bool MatchesEntry(const std::string& kind, const std::string& place, const std::string& text,
+                  const TraceEntry& entry) {
+    if (kind != entry.kind) return false;
+    if (!IsLog(kind)) return MatchesPattern(text, entry.text);
+    const LogText log = SplitLog(entry.text);
+    return PlaceMatches(place, log) && MatchesPattern(text, log.message);
 }
 
 std::vector<std::string> CheckExpectations(const Scenario& scenario, const std::vector<TraceEntry>& trace) {

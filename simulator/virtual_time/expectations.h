@@ -13,6 +13,10 @@ namespace virtual_time {
 /// expected.
 std::vector<std::string> CheckExpectations(const Scenario& scenario, const std::vector<TraceEntry>& trace);
 
+/// Whether an entry is of that kind, from that place if it is one of the log, and has that text.
+bool MatchesEntry(const std::string& kind, const std::string& place, const std::string& text,
+                  const TraceEntry& entry);
+
 /// Whether the text is what the pattern says, in which "<any>" stands for any run of characters.
 bool MatchesPattern(const std::string& pattern, const std::string& text);
 

@@ -24,6 +24,7 @@
 
 #include "platform/busglue/busglue.h"
 #include "simulator/virtual_time/environment.h"
+#include "simulator/virtual_time/expectations.h"
 #include "simulator/virtual_time/modem_port.h"
 #include "simulator/virtual_time/ping.h"
 #include "simulator/virtual_time/preload.h"
@@ -284,9 +285,22 @@ class Run {
     }
 
     void NoteAt(int64_t at_us, const char* kind, const std::string& bytes) {
-        if (trace_.Note(at_us, kind, bytes)) return;
-        fprintf(stderr, "the trace is full\n");
-        _exit(1);
+        if (!trace_.Note(at_us, kind, bytes)) {
+            fprintf(stderr, "the trace is full\n");
+            _exit(1);
+        }
+        if (marks_left_ > 0) LookForMarks({at_us, kind, Escape(bytes)});
+    }
+
+    // What the scenario does so long after a mark is known once the daemon has come to it.
+    void LookForMarks(const TraceEntry& entry) {
+        for (size_t i = 0; i < scenario_.marks.size(); i++) {
+            const Mark& mark = scenario_.marks[i];
+            if (is_reached_[i] || !MatchesEntry(mark.kind, mark.place, mark.text, entry)) continue;
+            is_reached_[i] = true;
+            marks_left_--;
+            ScheduleFrom(static_cast<int>(i), entry.at_us);
+        }
     }
 
     void NoteFile(const std::string& path) {
@@ -336,10 +350,15 @@ class Run {
     // What happens when
 
     void Schedule() {
-        for (const ScenarioEvent& event : scenario_.events) {
-            environment_.scheduler.At(event.at_us, [this, &event] { Do(event); });
-        }
+        ScheduleFrom(kNoMark, 0);
         environment_.scheduler.At(scenario_.until_us, [this] { End("still running", 0); });
+    }
+
+    void ScheduleFrom(int mark, int64_t base_us) {
+        for (const ScenarioEvent& event : scenario_.events) {
+            if (event.mark != mark) continue;
+            environment_.scheduler.At(base_us + event.at_us, [this, &event] { Do(event); });
+        }
     }
 
     void Do(const ScenarioEvent& event) {
@@ -444,6 +463,8 @@ class Run {
 
     const Scenario& scenario_;
     TraceFile trace_;
+    std::vector<bool> is_reached_ = std::vector<bool>(scenario_.marks.size());  // one for each mark
+    size_t marks_left_ = scenario_.marks.size();
     Environment environment_;
     std::unique_ptr<ModemPort> modem_;
     const busglue_descriptor* descriptor_ = nullptr;

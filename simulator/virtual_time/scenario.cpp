@@ -94,8 +94,8 @@ bool ParseWholeNumber(const std::string& text, int64_t* number) {
     return !text.empty() && *end == '\0' && *number >= 0;
 }
 
-// "T", "A..B", "A.." or "..B".
-bool ParseTimes(const std::string& text, int64_t* from_us, int64_t* to_us) {
+// "A..B", "A..", "..B", or "T" for both ends.
+bool ParseRange(const std::string& text, int64_t* from_us, int64_t* to_us) {
     const size_t dots = text.find("..");
     if (dots == std::string::npos) {
         if (!ParseSeconds(text, from_us)) return false;
@@ -197,6 +197,7 @@ class Parser {
         if (verb == "folder") return ParseFolder(rest);
         if (verb == "shell") return ParseShell(rest, &scenario_->shell.emplace_back());
         if (verb == "bus") return ParseBus(rest);
+        if (verb == "mark") return ParseMark(statement, rest);
         if (verb == "at") return ParseAt(statement, rest);
         if (verb == "every") return ParseEvery(statement, rest);
         if (verb == "until") return ParseUntil(rest);
@@ -313,28 +314,68 @@ class Parser {
 
     // What happens when
 
+    bool ParseMark(const Statement& statement, std::string rest) {
+        Mark mark = {};
+        mark.name = TakeWord(&rest);
+        mark.line = statement.line;
+        const bool is_name = !mark.name.empty() && std::all_of(mark.name.begin(), mark.name.end(), [](char c) {
+            return (c >= 'a' && c <= 'z') || c == '_';
+        });
+        if (!is_name) return Fail("a name of small letters is wanted for the mark");
+        if (FindMark(mark.name) != kNoMark) return Fail("there is a mark \"" + mark.name + "\" already");
+        if (!ParseEntry(rest, &mark.kind, &mark.place, &mark.text)) return false;
+        scenario_->marks.push_back(mark);
+        return true;
+    }
+
+    int FindMark(const std::string& name) const {
+        for (size_t i = 0; i < scenario_->marks.size(); i++) {
+            if (scenario_->marks[i].name == name) return static_cast<int>(i);
+        }
+        return kNoMark;
+    }
+
+    // Takes "NAME+" off the front of a time, and says which mark that is.
+    bool TakeMark(std::string* time, int* mark) {
+        *mark = kNoMark;
+        const size_t plus = time->find('+');
+        if (plus == std::string::npos || plus == 0) return true;
+        const std::string name = time->substr(0, plus);
+        *mark = FindMark(name);
+        *time = time->substr(plus + 1);
+        return *mark != kNoMark || Fail("no mark \"" + name + "\" above this line");
+    }
+
     bool ParseAt(const Statement& statement, std::string rest) {
+        std::string time = TakeWord(&rest);
+        int mark = kNoMark;
         int64_t at_us = 0;
-        if (!ParseSeconds(TakeWord(&rest), &at_us)) return Fail("seconds are wanted");
-        return ParseEvent(statement, rest, at_us);
+        if (!TakeMark(&time, &mark)) return false;
+        if (!ParseSeconds(time, &at_us)) return Fail("seconds are wanted, or MARK+SECONDS");
+        return ParseEvent(statement, rest, mark, at_us);
     }
 
     bool ParseEvery(const Statement& statement, std::string rest) {
         int64_t step_us = 0, from_us = 0, to_us = 0;
-        const bool is_whole = ParseSeconds(TakeWord(&rest), &step_us) && TakeWord(&rest) == "from" &&
-                              ParseSeconds(TakeWord(&rest), &from_us) && TakeWord(&rest) == "to" &&
-                              ParseSeconds(TakeWord(&rest), &to_us) && step_us > 0;
-        if (!is_whole) return Fail("\"every SECONDS from SECONDS to SECONDS ...\" is wanted");
+        int mark = kNoMark, end_mark = kNoMark;
+        bool is_whole = ParseSeconds(TakeWord(&rest), &step_us) && step_us > 0 && TakeWord(&rest) == "from";
+        std::string from = TakeWord(&rest);
+        is_whole = is_whole && TakeWord(&rest) == "to";
+        std::string to = TakeWord(&rest);
+        if (is_whole && (!TakeMark(&from, &mark) || !TakeMark(&to, &end_mark))) return false;
+        is_whole = is_whole && mark == end_mark && ParseSeconds(from, &from_us) && ParseSeconds(to, &to_us);
+        if (!is_whole) return Fail("\"every SECONDS from TIME to TIME ...\" is wanted");
         for (int64_t at_us = from_us; at_us <= to_us; at_us += step_us) {
-            if (!ParseEvent(statement, rest, at_us)) return false;
+            if (!ParseEvent(statement, rest, mark, at_us)) return false;
         }
         return true;
     }
 
-    bool ParseEvent(const Statement& statement, std::string rest, int64_t at_us) {
+    bool ParseEvent(const Statement& statement, std::string rest, int mark, int64_t at_us) {
         using Kind = ScenarioEvent::Kind;
         ScenarioEvent event = {};
         event.at_us = at_us;
+        event.mark = mark;
         event.line = statement.line;
         const std::string whole = rest;
         const std::string word = TakeWord(&rest);
@@ -387,40 +428,61 @@ class Parser {
             if (!ParseWholeNumber(TakeWord(&rest), &count)) return Fail("a number is wanted");
             expectation.count = static_cast<int>(count);
         }
-        std::string word = TakeWord(&rest);
+        std::string times = rest;
+        std::string word = TakeWord(&times);
         if (!IsTraceKind(word)) {
-            if (!ParseTimes(word, &expectation.from_us, &expectation.to_us)) {
-                return Fail("a time (T, A..B, A.. or ..B) or a kind of entry is wanted, not \"" + word +
-                            "\"");
-            }
-            word = TakeWord(&rest);
-            if (!IsTraceKind(word)) return Fail("no kind of entry: \"" + word + "\"");
+            if (!ParseTimes(word, &expectation)) return false;
+            rest = times;
         }
-        expectation.kind = word;
-        if (word == "logs" || word == "debugs") expectation.place = TakeWord(&rest);
-        expectation.text = IsQuoted(rest) ? Escape(Unescape(InsideQuotes(rest))) : rest;
-        if (expectation.text.empty() && (word == "logs" || word == "debugs")) {
-            return Fail("the function and the text of the line are wanted");
-        }
+        if (!ParseEntry(rest, &expectation.kind, &expectation.place, &expectation.text)) return false;
         scenario_->expectations.push_back(expectation);
         return true;
     }
 
+    // "T", "A..B", "A.." or "..B"; after a "+" they count from what was seen last, after "NAME+" from a mark.
+    bool ParseTimes(std::string word, Expectation* expectation) {
+        const std::string source = word;
+        if (word[0] == '+') {
+            expectation->base = TimeBase::kLastSeen;
+            word.erase(0, 1);
+        } else {
+            if (!TakeMark(&word, &expectation->mark)) return false;
+            if (expectation->mark != kNoMark) expectation->base = TimeBase::kMark;
+        }
+        return ParseRange(word, &expectation->from_us, &expectation->to_us) ||
+               Fail("a time (T, A..B, A.. or ..B, or these after + or MARK+) or a kind of entry is wanted, not \"" +
+                    source + "\"");
+    }
+
+    // KIND TEXT, of the log KIND FUNCTION TEXT.
+    bool ParseEntry(std::string rest, std::string* kind, std::string* place, std::string* text) {
+        *kind = TakeWord(&rest);
+        if (!IsTraceKind(*kind)) return Fail("no kind of entry: \"" + *kind + "\"");
+        const bool is_log = *kind == "logs" || *kind == "debugs";
+        if (is_log) *place = TakeWord(&rest);
+        *text = IsQuoted(rest) ? Escape(Unescape(InsideQuotes(rest))) : rest;
+        return !text->empty() || !is_log || Fail("the function and the text of the line are wanted");
+    }
+
     // A file is looked at whenever something is expected of what it shows.
     void AddSnapshots() {
-        std::vector<std::pair<int64_t, std::string>> made;
         for (const Expectation& expectation : scenario_->expectations) {
-            if (expectation.kind != "shows" || expectation.from_us != expectation.to_us) continue;
+            const bool is_known = expectation.base != TimeBase::kLastSeen;
+            if (expectation.kind != "shows" || !is_known || expectation.from_us != expectation.to_us) continue;
             std::string rest = expectation.text;
-            const std::pair<int64_t, std::string> snapshot = {expectation.from_us, TakeWord(&rest)};
-            if (std::find(made.begin(), made.end(), snapshot) != made.end()) continue;
-            made.push_back(snapshot);
             ScenarioEvent event = {};
-            event.at_us = snapshot.first;
+            event.at_us = expectation.from_us;
+            event.mark = expectation.mark;
             event.kind = ScenarioEvent::Kind::kShow;
-            event.subject = snapshot.second;
+            event.subject = TakeWord(&rest);
             event.line = expectation.line;
-            scenario_->events.push_back(event);
+            const auto is_same = [&event](const ScenarioEvent& other) {
+                return other.kind == event.kind && other.at_us == event.at_us && other.mark == event.mark &&
+                       other.subject == event.subject && other.is_snapshot;
+            };
+            event.is_snapshot = true;
+            if (std::none_of(scenario_->events.begin(), scenario_->events.end(), is_same))
+                scenario_->events.push_back(event);
         }
     }
 

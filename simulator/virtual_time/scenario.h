@@ -10,6 +10,8 @@
 
 namespace virtual_time {
 
+constexpr int kNoMark = -1;  // otherwise the position in Scenario::marks
+
 struct ShellRule {
     std::string part;
     bool fails = false;
@@ -25,28 +27,48 @@ struct ScenarioFile {
     std::string text;
 };
 
+/// A moment that the daemon decides: that of the first entry of the trace that fits. Times may count from it.
+struct Mark {
+    std::string name;
+    std::string kind;
+    std::string place;  // for the log: FUNCTION or FILE:FUNCTION
+    std::string text;
+    int line;
+};
+
+/// What times count from.
+enum class TimeBase {
+    kStart,     // "120"
+    kLastSeen,  // "+4.073": the entry of the "see" before it
+    kMark,      // "online+55.7"
+};
+
 /// Something that the scenario does at a time.
 struct ScenarioEvent {
     enum class Kind { kKnob, kFifo, kWrite, kRemove, kFolder, kShow, kType, kShell, kCall, kSignal };
 
     int64_t at_us;
+    int mark = kNoMark;  // at_us counts from this mark, or from the start
     Kind kind;
     std::string subject;  // path, knob line, or bytes in hex
     std::string text;     // bytes
     ShellRule shell;
+    bool is_snapshot = false;  // made for an expectation of what a file shows
     int line;
 };
 
 /// Something to be seen in the trace, or not.
 struct Expectation {
     enum class Mode {
-        kNext,      // "see": behind the entry of the "see" before it
+        kNext,      // "see": after the entry of the "see" before it
         kAnywhere,  // "also"
         kNowhere,   // "never"
         kSoOften,   // "count"
     };
 
     Mode mode;
+    TimeBase base = TimeBase::kStart;
+    int mark = kNoMark;
     int64_t from_us = 0;
     int64_t to_us = INT64_MAX;
     int count = 0;
@@ -69,6 +91,7 @@ struct Scenario {
     std::vector<ShellRule> shell;
     bool bus_fails = false;
     int64_t until_us = 0;
+    std::vector<Mark> marks;
     std::vector<ScenarioEvent> events;
     std::vector<Expectation> expectations;
 

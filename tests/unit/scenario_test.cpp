@@ -137,6 +137,44 @@ TEST(ScenarioLanguage, ExpectationsAreRead) {
     EXPECT_EQ(9000000, scenario.events[0].at_us);
 }
 
+TEST(ScenarioLanguage, TimesCountFromWhatTheySay) {
+    using virtual_time::TimeBase;
+    const Scenario scenario = Parse(
+        "mark online publishes /run/x Online=TRUE\n"
+        "mark asked logs network_daemon/main.cpp:main hello <any>\n"
+        "at online+5.5 link down\n"
+        "every 10 from asked+20 to asked+30 csq 5\n"
+        "see +4.073 sends AT\n"
+        "see +1..2 sends AT\n"
+        "never asked+..3 sends AT\n"
+        "see online+7 shows /run/x a\n"
+        "see online+7 shows /run/x b\n"
+        "see +7 shows /run/x c\n");
+    ASSERT_EQ(2u, scenario.marks.size());
+    EXPECT_EQ("online", scenario.marks[0].name);
+    EXPECT_EQ("/run/x Online=TRUE", scenario.marks[0].text);
+    EXPECT_EQ("network_daemon/main.cpp:main", scenario.marks[1].place);
+    EXPECT_EQ("hello <any>", scenario.marks[1].text);
+    ASSERT_EQ(4u, scenario.events.size());  // the knobs, and one look at the file for two lines of it
+    EXPECT_EQ(0, scenario.events[0].mark);
+    EXPECT_EQ(5500000, scenario.events[0].at_us);
+    EXPECT_EQ(1, scenario.events[2].mark);
+    EXPECT_EQ(30000000, scenario.events[2].at_us);
+    EXPECT_EQ(ScenarioEvent::Kind::kShow, scenario.events[3].kind);
+    EXPECT_EQ(0, scenario.events[3].mark);
+    const Expectation& exact = scenario.expectations[1];
+    EXPECT_EQ(TimeBase::kLastSeen, exact.base);
+    EXPECT_EQ(4073000, exact.from_us);
+    EXPECT_EQ(4073000, exact.to_us);
+    EXPECT_EQ(2000000, scenario.expectations[2].to_us);
+    const Expectation& marked = scenario.expectations[3];
+    EXPECT_EQ(TimeBase::kMark, marked.base);
+    EXPECT_EQ(1, marked.mark);
+    EXPECT_EQ(0, marked.from_us);
+    EXPECT_EQ(3000000, marked.to_us);
+    EXPECT_EQ(TimeBase::kStart, scenario.expectations[0].base);
+}
+
 TEST(ScenarioLanguage, MistakesAreToldWithTheirLine) {
     struct Mistake {
         const char* text;
@@ -150,6 +188,15 @@ TEST(ScenarioLanguage, MistakesAreToldWithTheirLine) {
         {"modem none\nat x link down\n", "x:2: seconds are wanted"},
         {"modem none\nat 5 link down\n", "there is no modem with a knob \"link\""},
         {"modem none\nat 5\n", "what happens is missing"},
+        {"modem none\nat +5 link down\n", "seconds are wanted"},
+        {"modem none\nat soon+5 link down\n", "no mark \"soon\" above this line"},
+        {"modem none\nsee soon+5 sends AT\n", "no mark \"soon\" above this line"},
+        {"modem none\nsee + sends AT\n", "not \"+\""},
+        {"modem none\nmark\n", "a name of small letters"},
+        {"modem none\nmark 5 sends AT\n", "a name of small letters"},
+        {"modem none\nmark a AT\n", "no kind of entry: \"AT\""},
+        {"modem none\nmark a sends AT\nmark a sends ATZ\n", "x:3: there is a mark \"a\" already"},
+        {"modem quectel_qcom\nmark a sends AT\nevery 1 from a+1 to 9 csq 5\n", "every SECONDS from TIME to TIME"},
         {"modem none\nsee 5 mumbles x\n", "no kind of entry: \"mumbles\""},
         {"modem none\nsee soon logs x y\n", "not \"soon\""},
         {"modem none\nsee logs Task\n", "the function and the text"},
@@ -260,6 +307,51 @@ TEST(Judgement, SeeKeepsTheOrderAndUsesEachEntryOnce) {
     EXPECT_EQ(1u, Judge("see sends AT+CSQ\nsee 1 sends AT\n").size());
     EXPECT_EQ(0u, Judge("see sends AT\nsee sends AT\n").size());
     EXPECT_EQ(1u, Judge("see sends AT\nsee sends AT\nsee sends AT\n").size());
+}
+
+TEST(Judgement, RelativeTimesCountFromWhatWasSeenLast) {
+    const auto problems = Judge(
+        "see +1 sends AT\n"  // nothing was seen yet: from the start
+        "see +1 logs Task No response! Reset device...\n"
+        "see +0 debugs main detail\n"
+        "see +0.5..1.5 sends AT+CSQ\n"
+        "never +0..0.999 sends AT\n"
+        "count 1 +1.. sends AT\n"
+        "see +1 sends AT\n");
+    EXPECT_TRUE(problems.empty()) << problems[0];
+    for (const char* expectation : {"see +0.999 sends AT+CSQ", "see +3 sends AT+CSQ", "see +0..1.5 sends AT+CSQ",
+                                    "never +2 sends AT+CSQ", "count 1 +..1 sends AT+CSQ"}) {
+        EXPECT_EQ(1u, Judge("see sends AT\n" + std::string(expectation) + "\n").size()) << expectation;
+    }
+}
+
+TEST(Judgement, AMissGoesOnWhereTheTextStood) {
+    const auto problems = Judge(
+        "see +1 sends AT\n"
+        "see +1.5 sends AT+CSQ\n"  // it stood 2 s after
+        "see +1 sends AT\n");
+    ASSERT_EQ(1u, problems.size());
+    EXPECT_NE(std::string::npos, problems[0].find("x:4: expected\n    see +1.5 sends AT+CSQ"));
+    // Of several such entries the nearest; and where there is none, nothing moves.
+    EXPECT_EQ(1u, Judge("see +3.9 sends AT\nsee +96 ends still running\n").size());
+    EXPECT_EQ(1u, Judge("see +1 sends AT\nsee +1 sends ATZ\nsee +3 sends AT\n").size());
+}
+
+TEST(Judgement, TimesCanCountFromAMark) {
+    const std::string marks =
+        "mark asked sends AT+CSQ\n"
+        "mark reset logs Task No response! <any>\n";
+    const auto problems = Judge(marks +
+                                "see asked+0 sends AT+CSQ\n"
+                                "see asked+1 sends AT\n"
+                                "also reset+0 logs Task <any>\n"
+                                "count 2 reset+1..2 sends <any>\n"
+                                "never reset+2.001.. sends <any>\n");
+    EXPECT_TRUE(problems.empty()) << problems[0];
+    EXPECT_EQ(1u, Judge(marks + "see asked+1.001 sends AT\n").size());
+    const auto lost = Judge("mark lost sends ATZ\nalso lost+1 sends AT\nnever lost+0.. sends AT\n");
+    ASSERT_EQ(2u, lost.size());  // the mark itself, and what counts from it
+    EXPECT_NE(std::string::npos, lost[0].find("x:3: the mark \"lost\" was never reached"));
 }
 
 TEST(Judgement, TheNearestIsShown) {
