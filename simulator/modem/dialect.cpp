@@ -167,14 +167,28 @@ bool IsLte(const Device& device) {
     return device.air.network.find("LTE") != std::string::npos;
 }
 
-Outcome Refuse(Device&, const std::vector<std::string>&) {
-    return Error();
-}
-
 Outcome CmeError(int code) {
     Outcome outcome;
     outcome.cme_error = code;
     return outcome;
+}
+
+Outcome Dial(Device& device, const DialWords& words) {
+    Outcome outcome = Ok(words.started);
+    switch (device.Dial()) {
+        case DialResult::kStarted:
+            if (words.started_waits && device.call() == CallState::kDialling)
+                outcome.takes_ms = device.timing.dial_ms;
+            return outcome;
+        case DialResult::kRefused:
+            outcome = Ok();
+            outcome.result = words.refused;
+            if (words.refused_waits) outcome.takes_ms = device.timing.dial_ms;
+            return outcome;
+        case DialResult::kNoService:
+            break;
+    }
+    return CmeError(kCmeNoNetworkService);
 }
 
 const Family* FindFamily(std::string_view name) {
@@ -186,7 +200,8 @@ const Family* FindFamily(std::string_view name) {
 
 bool RunCommand(Device& device, const std::string& command, Outcome* outcome) {
     return RunTable(device, device.family.rows, command, outcome) ||
-           RunTable(device, CommonRows(), command, outcome);
+           RunTable(device, CommonRows(), command, outcome) ||
+           RunTable(device, ForeignRows(), command, outcome);
 }
 
 std::string FillTemplate(const Device& device, std::string_view text) {

@@ -25,6 +25,15 @@ Outcome Ok(std::string lines = "");
 Outcome Error();
 Outcome CmeError(int code);
 
+/// How a modem words its answer to a dial. Without service all of them answer +CME ERROR.
+struct DialWords {
+    const char* started = "";       ///< information lines before OK
+    const char* refused = "ERROR";  ///< result when the network refuses
+    bool started_waits = true;      ///< a dial that succeeds is answered when it has ended, or else at once
+    bool refused_waits = true;      ///< likewise one that is refused
+};
+Outcome Dial(Device& device, const DialWords& words = {});
+
 /// Codes of +CME ERROR that the rows use; the standard's numbers.
 constexpr int kCmeNotAllowed = 3;
 constexpr int kCmeSimNotInserted = 10;
@@ -44,8 +53,9 @@ enum Need : unsigned {
     kService = 4,  ///< registered in one of the three domains
 };
 
-/// `arguments` is what stood in place of the row's '*'.
-using Action = Outcome (*)(Device& device, const std::vector<std::string>& arguments);
+/// What stood in place of a row's '*': the parts between its commas.
+using Arguments = std::vector<std::string>;
+using Action = Outcome (*)(Device& device, const Arguments& arguments);
 
 struct Row {
     /// As NormaliseCommand leaves it. A '*' at the end stands for any text.
@@ -95,8 +105,9 @@ const Family* FindFamily(std::string_view name);
 
 RowTable CommonRows();
 
-/// For the rows of commands that are known not to exist on a modem although hosts send them to any.
-Outcome Refuse(Device& device, const std::vector<std::string>& arguments);
+/// Commands of one maker or another that hosts send to every modem. A family that has no row for one refuses
+/// it.
+RowTable ForeignRows();
 
 /// The technology number of +COPS and +CREG, from the text that the knob "network" sets.
 std::string AccessTechnology(const Device& device);

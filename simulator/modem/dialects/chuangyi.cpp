@@ -7,8 +7,6 @@ namespace modem_sim {
 
 namespace {
 
-using Arguments = std::vector<std::string>;
-
 constexpr const char* kModels[] = {"CY-LTE200", "CY-LTE100", nullptr};
 constexpr char kNewImsi[] = "usim";
 
@@ -38,19 +36,7 @@ Outcome ActivateContext(Device& device, const Arguments& arguments) {
         return Ok();
     }
     if (arguments[0] != "1" || device.contexts.find(1) == device.contexts.end()) return Error();
-    Outcome outcome;
-    switch (device.Dial()) {
-        case DialResult::kStarted:
-            outcome.takes_ms = device.call() == CallState::kDialling ? device.timing.dial_ms : 0;
-            return outcome;
-        case DialResult::kRefused:
-            outcome = Error();
-            outcome.takes_ms = device.timing.dial_ms;
-            return outcome;
-        case DialResult::kNoService:
-            break;
-    }
-    return CmeError(kCmeNoNetworkService);
+    return Dial(device);
 }
 
 /// stat, radio technology.
@@ -89,23 +75,18 @@ constexpr Row kRows[] = {
     {"AT+SYSINFO", kNothing, nullptr, AskSystem},
     {"AT+SCFG=*", kCard, nullptr, ConfigurationRow},
     {"AT^ICCID?", kCard, "^ICCID: {iccid}", nullptr},
-    // Sent to every maker's modem; these know none of them.
-    {"AT+MODODR=2", kNothing, nullptr, Refuse},
-    {"AT+MEID", kNothing, nullptr, Refuse},
-    {"AT+SIMTEST?", kNothing, nullptr, Refuse},
-    {"AT+PSRAT", kNothing, nullptr, Refuse},
 };
 
 constexpr Family kFamily = {
-    "chuangyi",
-    "Innofidei",
-    kModels,
-    kRows,
-    "864376030123459",
-    /*factory_error_mode=*/0,
-    /*factory_usb_mode=*/0,
-    Firmware,
-    Unsolicited,
+    .name = "chuangyi",
+    .maker = "Innofidei",
+    .models = kModels,
+    .rows = kRows,
+    .imei = "864376030123459",
+    .factory_error_mode = 0,
+    .factory_usb_mode = 0,
+    .firmware = Firmware,
+    .unsolicited = Unsolicited,
 };
 
 }  // namespace

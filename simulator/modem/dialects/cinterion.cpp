@@ -7,8 +7,6 @@ namespace modem_sim {
 
 namespace {
 
-using Arguments = std::vector<std::string>;
-
 constexpr const char* kModels[] = {"PLS83-W", "PLS63-W", nullptr};
 constexpr const char* kPortNames[] = {"ttyACM1", "ttyACM0", nullptr};
 constexpr char kTemperatureReport[] = "SCTM";
@@ -38,19 +36,7 @@ Outcome CallRow(Device& device, const Arguments& arguments) {
         return Ok();
     }
     if (arguments[0] != "1") return Error();
-    Outcome outcome;
-    switch (device.Dial()) {
-        case DialResult::kStarted:
-            outcome.takes_ms = device.call() == CallState::kDialling ? device.timing.dial_ms : 0;
-            return outcome;
-        case DialResult::kRefused:
-            outcome = Error();
-            outcome.takes_ms = device.timing.dial_ms;
-            return outcome;
-        case DialResult::kNoService:
-            break;
-    }
-    return CmeError(kCmeNoNetworkService);
+    return Dial(device);
 }
 
 Outcome AskCall(Device& device, const Arguments&) {
@@ -88,28 +74,20 @@ constexpr Row kRows[] = {
     {"AT^SMONI", kNothing, nullptr, AskCell},
     {"AT^SWWAN=*", kSim, nullptr, CallRow},
     {"AT^SWWAN?", kNothing, nullptr, AskCall},
-    // Sent to every maker's modem; these know none of them.
-    {"AT+MODODR=2", kNothing, nullptr, Refuse},
-    {"AT+MEID", kNothing, nullptr, Refuse},
-    {"AT+SIMTEST?", kNothing, nullptr, Refuse},
-    {"AT^ICCID?", kNothing, nullptr, Refuse},
-    {"AT+PSRAT", kNothing, nullptr, Refuse},
 };
 
-constexpr Family MakeFamily() {
-    Family family = {"cinterion",
-                     "Cinterion",
-                     kModels,
-                     kRows,
-                     "351562110123454",
-                     /*factory_error_mode=*/1,
-                     /*factory_usb_mode=*/0,
-                     Firmware,
-                     Unsolicited};
-    family.port_names = kPortNames;
-    return family;
-}
-constexpr Family kFamily = MakeFamily();
+constexpr Family kFamily = {
+    .name = "cinterion",
+    .maker = "Cinterion",
+    .models = kModels,
+    .rows = kRows,
+    .imei = "351562110123454",
+    .factory_error_mode = 1,
+    .factory_usb_mode = 0,
+    .firmware = Firmware,
+    .unsolicited = Unsolicited,
+    .port_names = kPortNames,
+};
 
 }  // namespace
 

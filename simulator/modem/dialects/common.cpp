@@ -7,8 +7,6 @@ namespace modem_sim {
 
 namespace {
 
-using Arguments = std::vector<std::string>;
-
 std::string Argument(const Arguments& arguments, size_t index) {
     return index < arguments.size() ? arguments[index] : std::string();
 }
@@ -198,10 +196,24 @@ constexpr Row kRows[] = {
     {"AT+CGDCONT=*", kNothing, nullptr, SetContext},
 };
 
+Outcome Refuse(Device&, const Arguments&) {
+    return Error();
+}
+
+constexpr Row kForeignRows[] = {
+    {"AT+MODODR=2", kNothing, nullptr, Refuse},  // LongSung and NodeCom have these two
+    {"AT+SIMTEST?", kNothing, nullptr, Refuse}, {"AT+PSRAT", kNothing, nullptr, Refuse},
+    {"AT^ICCID?", kNothing, nullptr, Refuse},   {"AT+MEID", kNothing, nullptr, Refuse},  // of CDMA modems
+};
+
 }  // namespace
 
 RowTable CommonRows() {
     return kRows;
+}
+
+RowTable ForeignRows() {
+    return kForeignRows;
 }
 
 }  // namespace modem_sim

@@ -16,7 +16,7 @@ bool IsReported(const Device& device, const char* name) {
 
 }  // namespace
 
-Outcome SetReportSwitch(Device& device, const char* name, const std::vector<std::string>& arguments) {
+Outcome SetReportSwitch(Device& device, const char* name, const Arguments& arguments) {
     if (arguments.size() != 1 || !ParseInteger(arguments[0], 0, 1)) return Error();
     device.settings[name] = arguments[0];
     return Ok();

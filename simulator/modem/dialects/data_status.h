@@ -10,7 +10,7 @@
 namespace modem_sim {
 
 /// Row of a switch such as AT+URCIND=N, which is kept under `name`.
-Outcome SetReportSwitch(Device& device, const char* name, const std::vector<std::string>& arguments);
+Outcome SetReportSwitch(Device& device, const char* name, const Arguments& arguments);
 
 inline constexpr char kSignalReport[] = "SIGNALIND";
 inline constexpr char kTechnologyReport[] = "NWTYPEIND";
@@ -19,7 +19,7 @@ inline constexpr char kDialReport[] = "PSDIALIND";
 inline constexpr char kLinkReport[] = "DATASTATUSEN";
 
 template <const char* kName>
-Outcome ReportSwitchRow(Device& device, const std::vector<std::string>& arguments) {
+Outcome ReportSwitchRow(Device& device, const Arguments& arguments) {
     return SetReportSwitch(device, kName, arguments);
 }
 

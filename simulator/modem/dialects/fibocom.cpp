@@ -8,8 +8,6 @@ namespace modem_sim {
 
 namespace {
 
-using Arguments = std::vector<std::string>;
-
 constexpr int kNetworkCardMode = 18;
 constexpr const char* kModels[] = {"NL668", "MC116", nullptr};
 constexpr std::string_view kModelWithoutRevision = "MC116";
@@ -62,20 +60,18 @@ constexpr Row kRows[] = {
     {"AT+GTRNDIS?", kNothing, nullptr, AskFibocomCall},
     {"AT+GTRNDIS=*", kSim, nullptr, Dial},
     // Sent to every maker's modem; these know neither.
-    {"AT+SIMTEST?", kNothing, nullptr, Refuse},
-    {"AT^ICCID?", kNothing, nullptr, Refuse},
 };
 
 constexpr Family kFamily = {
-    "fibocom",
-    "Fibocom",
-    kModels,
-    kRows,
-    "864839050012340",
-    /*factory_error_mode=*/0,
-    /*factory_usb_mode=*/kNetworkCardMode,
-    Firmware,
-    TellFibocomEvent,
+    .name = "fibocom",
+    .maker = "Fibocom",
+    .models = kModels,
+    .rows = kRows,
+    .imei = "864839050012340",
+    .factory_error_mode = 0,
+    .factory_usb_mode = kNetworkCardMode,
+    .firmware = Firmware,
+    .unsolicited = TellFibocomEvent,
 };
 
 }  // namespace

@@ -10,8 +10,6 @@ namespace modem_sim {
 
 namespace {
 
-using Arguments = std::vector<std::string>;
-
 constexpr int kNetworkCardMode = 32;
 constexpr const char* kModels[] = {"LE370", nullptr};
 
@@ -73,25 +71,19 @@ constexpr Row kRows[] = {
     {"AT+CESQ", kNothing, nullptr, AskSignal},
     {"AT+GTRNDIS?", kNothing, nullptr, AskFibocomCall},
     {"AT+GTRNDIS=*", kSim, nullptr, Dial},
-    // Sent to every maker's modem; these know none of them.
-    {"AT+SIMTEST?", kNothing, nullptr, Refuse},
-    {"AT^ICCID?", kNothing, nullptr, Refuse},
-    {"AT+PSRAT", kNothing, nullptr, Refuse},
 };
 
 constexpr Family kFamily = {
-    "fibocom_le",
-    "Fibocom",
-    kModels,
-    kRows,
-    "864839060056780",
-    /*factory_error_mode=*/0,
-    /*factory_usb_mode=*/kNetworkCardMode,
-    Firmware,
-    TellFibocomEvent,
-    /*radio_report=*/nullptr,
-    /*port_names=*/nullptr,
-    /*factory_echo=*/false,
+    .name = "fibocom_le",
+    .maker = "Fibocom",
+    .models = kModels,
+    .rows = kRows,
+    .imei = "864839060056780",
+    .factory_error_mode = 0,
+    .factory_usb_mode = kNetworkCardMode,
+    .firmware = Firmware,
+    .unsolicited = TellFibocomEvent,
+    .factory_echo = false,
 };
 
 }  // namespace

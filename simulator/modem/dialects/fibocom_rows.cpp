@@ -11,41 +11,29 @@ constexpr int kUsbModeMax = 99;
 
 }  // namespace
 
-Outcome SetFibocomUsbMode(Device& device, const std::vector<std::string>& arguments) {
+Outcome SetFibocomUsbMode(Device& device, const Arguments& arguments) {
     const auto mode = ParseInteger(arguments.size() == 1 ? arguments[0] : "", 0, kUsbModeMax);
     if (!mode) return Error();
     device.usb_mode_after_boot = static_cast<int>(*mode);
     return Ok();
 }
 
-Outcome RestartFibocom(Device& device, const std::vector<std::string>&) {
+Outcome RestartFibocom(Device& device, const Arguments&) {
     device.RestartSoon();
     return Ok();
 }
 
-Outcome FibocomCall(Device& device, const std::vector<std::string>& arguments, int network_card_mode) {
+Outcome FibocomCall(Device& device, const Arguments& arguments, int network_card_mode) {
     if (arguments.size() != 2 || arguments[1] != "1") return Error();
     if (arguments[0] == "0") {
         device.HangUp();
         return Ok();
     }
     if (arguments[0] != "1" || device.usb_mode != network_card_mode) return Error();
-    Outcome outcome;
-    switch (device.Dial()) {
-        case DialResult::kStarted:
-            outcome.takes_ms = device.call() == CallState::kDialling ? device.timing.dial_ms : 0;
-            return outcome;
-        case DialResult::kRefused:
-            outcome = Error();
-            outcome.takes_ms = device.timing.dial_ms;
-            return outcome;
-        case DialResult::kNoService:
-            break;
-    }
-    return CmeError(kCmeNoNetworkService);
+    return Dial(device);
 }
 
-Outcome AskFibocomCall(Device& device, const std::vector<std::string>&) {
+Outcome AskFibocomCall(Device& device, const Arguments&) {
     if (device.call() != CallState::kUp) return Ok("+GTRNDIS: 0");
     return Ok("+GTRNDIS: 1,1,\"10.32.11.7\",\"114.114.114.114\",\"8.8.8.8\"");
 }

@@ -8,8 +8,6 @@ namespace modem_sim {
 
 namespace {
 
-using Arguments = std::vector<std::string>;
-
 constexpr const char* kModels[] = {"ME909s-821", "ME909u-521", nullptr};
 constexpr size_t kDialArgumentsMax = 7;
 
@@ -63,15 +61,8 @@ Outcome CallRow(Device& device, const Arguments& arguments) {
     if (arguments.size() > 2) context.apn = arguments[2];
     if (arguments.size() > 3) context.user = arguments[3];
     if (arguments.size() > 4) context.password = arguments[4];
-    switch (device.Dial()) {
-        case DialResult::kStarted:
-            return Ok();  // that the call is up is told by ^NDISSTAT
-        case DialResult::kRefused:
-            return Error();
-        case DialResult::kNoService:
-            break;
-    }
-    return CmeError(kCmeNoNetworkService);
+    // ^NDISSTAT says later that the call is up.
+    return Dial(device, {.started_waits = false, .refused_waits = false});
 }
 
 Outcome AskCall(Device& device, const Arguments&) {
@@ -101,27 +92,20 @@ constexpr Row kRows[] = {
     {"AT^LEDCTRL=*", kNothing, nullptr, SetLamp},
     {"AT^NDISDUP=*", kSim, nullptr, CallRow},
     {"AT^NDISSTATQRY?", kNothing, nullptr, AskCall},
-    // Sent to every maker's modem; these know none of them.
-    {"AT+MODODR=2", kNothing, nullptr, Refuse},
-    {"AT+MEID", kNothing, nullptr, Refuse},
-    {"AT+SIMTEST?", kNothing, nullptr, Refuse},
-    {"AT+PSRAT", kNothing, nullptr, Refuse},
 };
 
-constexpr Family MakeFamily() {
-    Family family = {"huawei",
-                     "Huawei Technologies Co., Ltd.",
-                     kModels,
-                     kRows,
-                     "867377020123451",
-                     /*factory_error_mode=*/1,
-                     /*factory_usb_mode=*/0,
-                     Firmware,
-                     Unsolicited};
-    family.radio_report = TellRadio;
-    return family;
-}
-constexpr Family kFamily = MakeFamily();
+constexpr Family kFamily = {
+    .name = "huawei",
+    .maker = "Huawei Technologies Co., Ltd.",
+    .models = kModels,
+    .rows = kRows,
+    .imei = "867377020123451",
+    .factory_error_mode = 1,
+    .factory_usb_mode = 0,
+    .firmware = Firmware,
+    .unsolicited = Unsolicited,
+    .radio_report = TellRadio,
+};
 
 }  // namespace
 

@@ -8,8 +8,6 @@ namespace modem_sim {
 
 namespace {
 
-using Arguments = std::vector<std::string>;
-
 constexpr const char* kModels[] = {"U8300C", "U9300C", nullptr};
 
 std::string Firmware(const std::string& model) {
@@ -39,7 +37,6 @@ constexpr Row kRows[] = {
     {"AT+SIMTEST?", kNothing, "+SIMTEST: 1", nullptr},
     {"AT^ICCID?", kCard, "^ICCID: {iccid}", nullptr},
     {"AT+MODODR=2", kNothing, nullptr, nullptr},
-    {"AT+MEID", kNothing, nullptr, Refuse},  // of CDMA modems
     {"AT+SIGNALIND=*", kNothing, nullptr, ReportSwitchRow<kSignalReport>},
     {"AT+NWTYPEIND=*", kNothing, nullptr, ReportSwitchRow<kTechnologyReport>},
     {"AT+URCIND=*", kNothing, nullptr, ReportSwitchRow<kOtherReports>},
@@ -47,20 +44,18 @@ constexpr Row kRows[] = {
     {"AT+DATASTATUSEN=*", kNothing, nullptr, ReportSwitchRow<kLinkReport>},
 };
 
-constexpr Family MakeFamily() {
-    Family family = {"longsung",
-                     "LONGSUNG",
-                     kModels,
-                     kRows,
-                     "862107040123457",
-                     /*factory_error_mode=*/0,
-                     /*factory_usb_mode=*/0,
-                     Firmware,
-                     TellDataStatusEvent};
-    family.radio_report = TellDataStatusRadio;
-    return family;
-}
-constexpr Family kFamily = MakeFamily();
+constexpr Family kFamily = {
+    .name = "longsung",
+    .maker = "LONGSUNG",
+    .models = kModels,
+    .rows = kRows,
+    .imei = "862107040123457",
+    .factory_error_mode = 0,
+    .factory_usb_mode = 0,
+    .firmware = Firmware,
+    .unsolicited = TellDataStatusEvent,
+    .radio_report = TellDataStatusRadio,
+};
 
 }  // namespace
 

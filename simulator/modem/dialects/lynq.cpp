@@ -7,8 +7,6 @@ namespace modem_sim {
 
 namespace {
 
-using Arguments = std::vector<std::string>;
-
 constexpr const char* kModels[] = {"L503", nullptr};
 constexpr const char* kLedSetting = "CGNETLED";
 
@@ -76,24 +74,18 @@ constexpr Row kRows[] = {
     {"AT+NETOPEN", kSim, nullptr, OpenNetwork},
     {"AT+NETOPEN?", kNothing, nullptr, AskNetwork},
     {"AT+NETCLOSE", kNothing, nullptr, CloseNetwork},
-    // Sent to every maker's modem; these know none of them.
-    {"AT+MODODR=2", kNothing, nullptr, Refuse},
-    {"AT+MEID", kNothing, nullptr, Refuse},
-    {"AT+SIMTEST?", kNothing, nullptr, Refuse},
-    {"AT^ICCID?", kNothing, nullptr, Refuse},
-    {"AT+PSRAT", kNothing, nullptr, Refuse},
 };
 
 constexpr Family kFamily = {
-    "lynq",
-    "LYNQ",
-    kModels,
-    kRows,
-    "869212040034560",
-    /*factory_error_mode=*/1,
-    /*factory_usb_mode=*/0,
-    Firmware,
-    Unsolicited,
+    .name = "lynq",
+    .maker = "LYNQ",
+    .models = kModels,
+    .rows = kRows,
+    .imei = "869212040034560",
+    .factory_error_mode = 1,
+    .factory_usb_mode = 0,
+    .firmware = Firmware,
+    .unsolicited = Unsolicited,
 };
 
 }  // namespace

@@ -8,8 +8,6 @@ namespace modem_sim {
 
 namespace {
 
-using Arguments = std::vector<std::string>;
-
 constexpr const char* kModels[] = {"NL660", "NL760", nullptr};
 constexpr size_t kDialArguments = 5;
 
@@ -25,19 +23,7 @@ Outcome CallRow(Device& device, const Arguments& arguments) {
         return Ok();
     }
     if (arguments[1] != "1") return Error();
-    Outcome outcome;
-    switch (device.Dial()) {
-        case DialResult::kStarted:
-            outcome.takes_ms = device.call() == CallState::kDialling ? device.timing.dial_ms : 0;
-            return outcome;
-        case DialResult::kRefused:
-            outcome.result = "NO CARRIER";
-            outcome.takes_ms = device.timing.dial_ms;
-            return outcome;
-        case DialResult::kNoService:
-            break;
-    }
-    return CmeError(kCmeNoNetworkService);
+    return Dial(device, {.refused = "NO CARRIER"});
 }
 
 Outcome AskLink(Device& device, const Arguments&) {
@@ -52,7 +38,6 @@ constexpr Row kRows[] = {
     {"AT+SIMTEST?", kNothing, "+SIMTEST: 1", nullptr},
     {"AT^ICCID?", kCard, "^ICCID: {iccid}", nullptr},
     {"AT+MODODR=2", kNothing, nullptr, nullptr},
-    {"AT+MEID", kNothing, nullptr, Refuse},  // of CDMA modems
     {"AT+SIGNALIND=*", kNothing, nullptr, ReportSwitchRow<kSignalReport>},
     {"AT+NWTYPEIND=*", kNothing, nullptr, ReportSwitchRow<kTechnologyReport>},
     {"AT+URCIND=*", kNothing, nullptr, ReportSwitchRow<kOtherReports>},
@@ -60,20 +45,18 @@ constexpr Row kRows[] = {
     {"AT+DATASTATUSEN=*", kNothing, nullptr, ReportSwitchRow<kLinkReport>},
 };
 
-constexpr Family MakeFamily() {
-    Family family = {"nodecom",
-                     "Nodecom",
-                     kModels,
-                     kRows,
-                     "866758040123458",
-                     /*factory_error_mode=*/0,
-                     /*factory_usb_mode=*/0,
-                     Firmware,
-                     TellDataStatusEvent};
-    family.radio_report = TellDataStatusRadio;
-    return family;
-}
-constexpr Family kFamily = MakeFamily();
+constexpr Family kFamily = {
+    .name = "nodecom",
+    .maker = "Nodecom",
+    .models = kModels,
+    .rows = kRows,
+    .imei = "866758040123458",
+    .factory_error_mode = 0,
+    .factory_usb_mode = 0,
+    .firmware = Firmware,
+    .unsolicited = TellDataStatusEvent,
+    .radio_report = TellDataStatusRadio,
+};
 
 }  // namespace
 

@@ -10,8 +10,6 @@
 
 namespace modem_sim {
 
-using Arguments = std::vector<std::string>;
-
 Outcome QuectelContext(Device& device, const Arguments& arguments);      ///< AT+QICSGP=*
 Outcome QuectelNetwork(Device& device, const Arguments& arguments);      ///< AT+QNWINFO
 Outcome QuectelServingCell(Device& device, const Arguments& arguments);  ///< AT+QENG="servingcell"

@@ -45,7 +45,8 @@ Outcome CallRow(Device& device, const Arguments& arguments) {
         case NetDevCtl::kDial:
             break;
     }
-    return device.Dial() == DialResult::kNoService ? CmeError(kCmeNoNetworkService) : Ok();
+    // The answer doesn't say what becomes of the dial.
+    return Dial(device, {.refused = "OK", .started_waits = false, .refused_waits = false});
 }
 
 Outcome AskNeighbourCells(Device& device, const Arguments&) {
@@ -67,17 +68,18 @@ constexpr Row kRows[] = {
     {"AT+QICSGP=*", kNothing, nullptr, QuectelContext},
     {"AT+QNETDEVCTL=*", kSim, nullptr, CallRow},
     {"AT+QNETDEVCTL?", kNothing, nullptr, QuectelAskNetDevCtl},
-    // Sent to every maker's modem; these know none of them.
-    {"AT+MODODR=2", kNothing, nullptr, Refuse},
-    {"AT+MEID", kNothing, nullptr, Refuse},
-    {"AT+SIMTEST?", kNothing, nullptr, Refuse},
-    {"AT^ICCID?", kNothing, nullptr, Refuse},
-    {"AT+PSRAT", kNothing, nullptr, Refuse},
 };
 
 constexpr Family kFamily = {
-    "quectel_asr",          "Quectel", kModels,     kRows, "861197068254106", /*factory_error_mode=*/1,
-    /*factory_usb_mode=*/1, Firmware,  Unsolicited,
+    .name = "quectel_asr",
+    .maker = "Quectel",
+    .models = kModels,
+    .rows = kRows,
+    .imei = "861197068254106",
+    .factory_error_mode = 1,
+    .factory_usb_mode = 1,
+    .firmware = Firmware,
+    .unsolicited = Unsolicited,
 };
 
 }  // namespace

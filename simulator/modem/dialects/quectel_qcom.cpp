@@ -47,21 +47,7 @@ Outcome CallRow(Device& device, const Arguments& arguments) {
         return Ok("$QCRMCALL: 0, V4");
     }
     if (arguments[0] != "1") return Error();
-    // the answer comes when the dial has ended
-    Outcome outcome;
-    switch (device.Dial()) {
-        case DialResult::kStarted:
-            outcome = Ok("$QCRMCALL: 1, V4");
-            outcome.takes_ms = device.call() == CallState::kDialling ? device.timing.dial_ms : 0;
-            return outcome;
-        case DialResult::kRefused:
-            outcome.result = "NO CARRIER";
-            outcome.takes_ms = device.timing.dial_ms;
-            return outcome;
-        case DialResult::kNoService:
-            break;
-    }
-    return CmeError(kCmeNoNetworkService);
+    return Dial(device, {.started = "$QCRMCALL: 1, V4", .refused = "NO CARRIER"});
 }
 
 Outcome AskCall(Device& device, const Arguments&) {
@@ -140,17 +126,18 @@ constexpr Row kRows[] = {
     {"AT$QCRMCALL=*", kSim, nullptr, CallRow},
     {"AT$QCRMCALL?", kNothing, nullptr, AskCall},
     {"AT+QNETDEVSTATUS?", kNothing, nullptr, AskNetworkDevice},
-    // Sent to every maker's modem; these know none of them.
-    {"AT+MODODR=2", kNothing, nullptr, Refuse},
-    {"AT+MEID", kNothing, nullptr, Refuse},
-    {"AT+SIMTEST?", kNothing, nullptr, Refuse},
-    {"AT^ICCID?", kNothing, nullptr, Refuse},
-    {"AT+PSRAT", kNothing, nullptr, Refuse},
 };
 
 constexpr Family kFamily = {
-    "quectel_qcom",         "Quectel", kModels,     kRows, "867698041122330", /*factory_error_mode=*/1,
-    /*factory_usb_mode=*/0, Firmware,  Unsolicited,
+    .name = "quectel_qcom",
+    .maker = "Quectel",
+    .models = kModels,
+    .rows = kRows,
+    .imei = "867698041122330",
+    .factory_error_mode = 1,
+    .factory_usb_mode = 0,
+    .firmware = Firmware,
+    .unsolicited = Unsolicited,
 };
 
 }  // namespace

@@ -41,18 +41,7 @@ Outcome CallRow(Device& device, const Arguments& arguments) {
         case NetDevCtl::kDial:
             break;
     }
-    switch (device.Dial()) {
-        case DialResult::kNoService:
-            return CmeError(kCmeNoNetworkService);
-        case DialResult::kRefused:
-            outcome = Error();
-            outcome.takes_ms = device.timing.dial_ms;
-            return outcome;
-        case DialResult::kStarted:
-            outcome.takes_ms = device.call() == CallState::kDialling ? device.timing.dial_ms : 0;
-            return outcome;
-    }
-    return outcome;
+    return Dial(device);
 }
 
 Outcome AskNeighbourCells(Device& device, const Arguments&) {
@@ -74,17 +63,18 @@ constexpr Row kRows[] = {
     {"AT+QICSGP=*", kNothing, nullptr, QuectelContext},
     {"AT+QNETDEVCTL=*", kSim, nullptr, CallRow},
     {"AT+QNETDEVCTL?", kNothing, nullptr, QuectelAskNetDevCtl},
-    // Sent to every maker's modem; these know none of them.
-    {"AT+MODODR=2", kNothing, nullptr, Refuse},
-    {"AT+MEID", kNothing, nullptr, Refuse},
-    {"AT+SIMTEST?", kNothing, nullptr, Refuse},
-    {"AT^ICCID?", kNothing, nullptr, Refuse},
-    {"AT+PSRAT", kNothing, nullptr, Refuse},
 };
 
 constexpr Family kFamily = {
-    "quectel_unisoc",       "Quectel", kModels,     kRows, "868214053390017", /*factory_error_mode=*/1,
-    /*factory_usb_mode=*/1, Firmware,  Unsolicited,
+    .name = "quectel_unisoc",
+    .maker = "Quectel",
+    .models = kModels,
+    .rows = kRows,
+    .imei = "868214053390017",
+    .factory_error_mode = 1,
+    .factory_usb_mode = 1,
+    .firmware = Firmware,
+    .unsolicited = Unsolicited,
 };
 
 }  // namespace

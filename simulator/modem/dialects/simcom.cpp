@@ -7,8 +7,6 @@ namespace modem_sim {
 
 namespace {
 
-using Arguments = std::vector<std::string>;
-
 constexpr const char* kModels[] = {"SIM7600", nullptr};
 
 std::string Firmware(const std::string&) {
@@ -53,20 +51,7 @@ Outcome StartCall(Device& device, const Arguments& arguments) {
         context.password = arguments[kPassword];
         context.authentication = static_cast<int>(*authentication);
     }
-    Outcome outcome;
-    switch (device.Dial()) {
-        case DialResult::kStarted:
-            outcome = Ok("$QCRMCALL: 1,V4");
-            outcome.takes_ms = device.call() == CallState::kDialling ? device.timing.dial_ms : 0;
-            return outcome;
-        case DialResult::kRefused:
-            outcome.result = "NO CARRIER";
-            outcome.takes_ms = device.timing.dial_ms;
-            return outcome;
-        case DialResult::kNoService:
-            break;
-    }
-    return CmeError(kCmeNoNetworkService);
+    return Dial(device, {.started = "$QCRMCALL: 1,V4", .refused = "NO CARRIER"});
 }
 
 Outcome CallRow(Device& device, const Arguments& arguments) {
@@ -105,24 +90,18 @@ constexpr Row kRows[] = {
     {"AT+CGACT?", kNothing, nullptr, AskActiveContexts},
     {"AT$QCRMCALL=*", kSim, nullptr, CallRow},
     {"AT$QCRMCALL?", kNothing, nullptr, AskCall},
-    // Sent to every maker's modem; these know none of them.
-    {"AT+MODODR=2", kNothing, nullptr, Refuse},
-    {"AT+MEID", kNothing, nullptr, Refuse},
-    {"AT+SIMTEST?", kNothing, nullptr, Refuse},
-    {"AT^ICCID?", kNothing, nullptr, Refuse},
-    {"AT+PSRAT", kNothing, nullptr, Refuse},
 };
 
 constexpr Family kFamily = {
-    "simcom",
-    "SIMCOM INCORPORATED",
-    kModels,
-    kRows,
-    "861585040123450",
-    /*factory_error_mode=*/1,
-    /*factory_usb_mode=*/0,
-    Firmware,
-    Unsolicited,
+    .name = "simcom",
+    .maker = "SIMCOM INCORPORATED",
+    .models = kModels,
+    .rows = kRows,
+    .imei = "861585040123450",
+    .factory_error_mode = 1,
+    .factory_usb_mode = 0,
+    .firmware = Firmware,
+    .unsolicited = Unsolicited,
 };
 
 }  // namespace

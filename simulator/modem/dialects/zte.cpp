@@ -11,8 +11,6 @@ namespace modem_sim {
 
 namespace {
 
-using Arguments = std::vector<std::string>;
-
 constexpr const char* kModelMeasuring = "ME3630";
 constexpr const char* kModelWithoutAddress = "GM196";
 constexpr const char* kModels[] = {kModelMeasuring, kModelWithoutAddress, "GM196H", nullptr};
@@ -63,18 +61,7 @@ Outcome CallRow(Device& device, const Arguments& arguments) {
     }
     if (arguments.empty() || arguments[0] != "1" || arguments.size() > kDialArgumentsMax) return Error();
     if (arguments.size() > 1) StoreContext(device, arguments);
-    Outcome outcome = Ok();
-    switch (device.Dial()) {
-        case DialResult::kStarted:
-            break;
-        case DialResult::kRefused:
-            outcome.result = "NO CARRIER";
-            outcome.takes_ms = device.timing.dial_ms;
-            break;
-        case DialResult::kNoService:
-            return CmeError(kCmeNoNetworkService);
-    }
-    return outcome;
+    return Dial(device, {.refused = "NO CARRIER", .started_waits = false});
 }
 
 Outcome AskCall(Device& device, const Arguments&) {
@@ -120,24 +107,18 @@ constexpr Row kRows[] = {
     {"AT+ZCELLINFO?", kNothing, nullptr, AskCell},
     {"AT+ZECMCALL=*", kSim, nullptr, CallRow},
     {"AT+ZECMCALL?", kNothing, nullptr, AskCall},
-    // Sent to every maker's modem; these know none of them.
-    {"AT+MODODR=2", kNothing, nullptr, Refuse},
-    {"AT+MEID", kNothing, nullptr, Refuse},
-    {"AT+SIMTEST?", kNothing, nullptr, Refuse},
-    {"AT^ICCID?", kNothing, nullptr, Refuse},
-    {"AT+PSRAT", kNothing, nullptr, Refuse},
 };
 
 constexpr Family kFamily = {
-    "zte",
-    "GOSUNCN",
-    kModels,
-    kRows,
-    "866758041903325",
-    /*factory_error_mode=*/0,
-    /*factory_usb_mode=*/0,
-    Firmware,
-    Unsolicited,
+    .name = "zte",
+    .maker = "GOSUNCN",
+    .models = kModels,
+    .rows = kRows,
+    .imei = "866758041903325",
+    .factory_error_mode = 0,
+    .factory_usb_mode = 0,
+    .firmware = Firmware,
+    .unsolicited = Unsolicited,
 };
 
 }  // namespace
