@@ -1,4 +1,4 @@
-// Text work of the modem model: escapes in knobs, commands as a modem reads them, arguments.
+// Text work of the modem model: commands as a modem reads them, their arguments, and the words of knobs.
 #pragma once
 
 #include <cstdint>
@@ -7,20 +7,17 @@
 #include <string_view>
 #include <vector>
 
+#include "simulator/text/text.h"
+
 namespace modem_sim {
 
-/// \r \n \t \0 \" \\ and \xHH become the byte that they stand for; any other backslash stays as it is.
-std::string Unescape(std::string_view text);
+using simulator_text::Escape;
+using simulator_text::TakeWord;
+using simulator_text::Trim;
+using simulator_text::Unescape;
 
-/// The reverse: printable ASCII stays, everything else becomes an escape.
-std::string Escape(std::string_view text);
-
+/// Whether an escaped text holds \r or \n.
 bool HasLineEndEscape(std::string_view text);
-
-std::string_view Trim(std::string_view text);
-
-/// Cuts the first word off `*text`; empty when there is none left.
-std::string_view TakeWord(std::string_view* text);
 
 /// A command as the modem compares it: blanks dropped and letters raised, but not between quotes, single or
 /// double.

@@ -11,6 +11,9 @@ namespace virtual_time {
 
 namespace {
 
+using simulator_text::TakeWord;
+using simulator_text::Trim;
+
 // What there is where the scenario says nothing else. The board is one that the daemon doesn't know.
 constexpr char kDefaultSettings[] = "ENABLE=true\n";
 constexpr char kDefaultCpuinfo[] = "processor\t: 0\nmodel name\t: ARMv7 Processor rev 5 (v7l)\n";
@@ -18,24 +21,6 @@ constexpr char kDefaultVersion[] = "Linux version 4.14.98 (build@host)\n";
 constexpr char kCpuinfoFile[] = "/proc/cpuinfo";
 constexpr char kVersionFile[] = "/proc/version";
 constexpr char kBlanks[] = " \t";
-
-std::string Trim(const std::string& text) {
-    const size_t start = text.find_first_not_of(" \t\r");
-    if (start == std::string::npos) return "";
-    return text.substr(start, text.find_last_not_of(" \t\r") - start + 1);
-}
-
-std::string TakeWord(std::string* rest) {
-    const size_t start = rest->find_first_not_of(kBlanks);
-    if (start == std::string::npos) {
-        rest->clear();
-        return "";
-    }
-    const size_t end = std::min(rest->find_first_of(kBlanks, start), rest->size());
-    const std::string word = rest->substr(start, end - start);
-    *rest = Trim(rest->substr(end));
-    return word;
-}
 
 bool IsQuoted(const std::string& text) {
     return text.size() >= 2 && text.front() == '"' && text.back() == '"';
@@ -51,7 +36,7 @@ std::string TakeText(std::string* rest) {
     size_t end = 1;
     while (end < rest->size() && (*rest)[end] != '"') end += (*rest)[end] == '\\' ? 2 : 1;
     const std::string text = rest->substr(1, std::min(end, rest->size()) - 1);
-    *rest = end + 1 < rest->size() ? Trim(rest->substr(end + 1)) : "";
+    *rest = end + 1 < rest->size() ? std::string(Trim(rest->substr(end + 1))) : "";
     return Unescape(text);
 }
 
@@ -158,7 +143,7 @@ class Parser {
             line_ = number;
             if (Trim(line).empty() || line[0] == '#') continue;
             if (line[0] != ' ' && line[0] != '\t') {
-                statements_.push_back({number, Trim(line), {}});
+                statements_.push_back({number, std::string(Trim(line)), {}});
             } else if (statements_.empty()) {
                 return Fail("an indented line with nothing above it");
             } else {
@@ -318,9 +303,9 @@ class Parser {
         Mark mark = {};
         mark.name = TakeWord(&rest);
         mark.line = statement.line;
-        const bool is_name = !mark.name.empty() && std::all_of(mark.name.begin(), mark.name.end(), [](char c) {
-            return (c >= 'a' && c <= 'z') || c == '_';
-        });
+        const bool is_name =
+            !mark.name.empty() && std::all_of(mark.name.begin(), mark.name.end(),
+                                              [](char c) { return (c >= 'a' && c <= 'z') || c == '_'; });
         if (!is_name) return Fail("a name of small letters is wanted for the mark");
         if (FindMark(mark.name) != kNoMark) return Fail("there is a mark \"" + mark.name + "\" already");
         if (!ParseEntry(rest, &mark.kind, &mark.place, &mark.text)) return false;
@@ -450,8 +435,10 @@ class Parser {
             if (expectation->mark != kNoMark) expectation->base = TimeBase::kMark;
         }
         return ParseRange(word, &expectation->from_us, &expectation->to_us) ||
-               Fail("a time (T, A..B, A.. or ..B, or these after + or MARK+) or a kind of entry is wanted, not \"" +
-                    source + "\"");
+               Fail(
+                   "a time (T, A..B, A.. or ..B, or these after + or MARK+) or a kind of entry is wanted, "
+                   "not \"" +
+                   source + "\"");
     }
 
     // KIND TEXT, of the log KIND FUNCTION TEXT.
@@ -468,7 +455,8 @@ class Parser {
     void AddSnapshots() {
         for (const Expectation& expectation : scenario_->expectations) {
             const bool is_known = expectation.base != TimeBase::kLastSeen;
-            if (expectation.kind != "shows" || !is_known || expectation.from_us != expectation.to_us) continue;
+            if (expectation.kind != "shows" || !is_known || expectation.from_us != expectation.to_us)
+                continue;
             std::string rest = expectation.text;
             ScenarioEvent event = {};
             event.at_us = expectation.from_us;

@@ -10,6 +10,8 @@
 #include <string_view>
 #include <vector>
 
+#include "simulator/text/text.h"
+
 namespace virtual_time {
 
 struct TraceEntry {
@@ -25,12 +27,10 @@ bool IsTraceKind(const std::string& word);
 std::string FormatEntry(const TraceEntry& entry);  // with its line end
 std::vector<TraceEntry> ParseTrace(const std::string& text);
 
-/// Seconds with three digits behind the point.
+/// Seconds with three digits after the point.
 std::string FormatSeconds(int64_t microseconds);
 
-/// Printable characters and whole UTF-8 characters stay; \r \n \t \0 \\ and \xHH stand for the others.
-std::string Escape(std::string_view bytes);
-/// The reverse; \" is a quote. An unknown escape stays as it is.
-std::string Unescape(std::string_view text);
+using simulator_text::Escape;
+using simulator_text::Unescape;
 
 }  // namespace virtual_time
