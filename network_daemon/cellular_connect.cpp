@@ -10,16 +10,13 @@
 #include "MkUtils.h"
 #include "cellular.h"
 #include "cellular_carrier.h"
+#include "cellular_verdict.h"
 #include "shell.h"
 #include "text_util.h"
 #include "trace_log.h"
 
 namespace cc_cell {
 namespace {
-
-/// What Connect returns.
-constexpr int32_t kWantsDeviceReset = 0;
-constexpr int32_t kGoOn = 1;
 
 constexpr unsigned kRadioOffPause_seconds = 5;
 constexpr unsigned kRadioOnPause_seconds = 1;
@@ -51,54 +48,55 @@ bool IsRegistrationDenied(const CellBase& cell) {
 }
 
 /// No service with two SIMs: the readiness of the selected one doesn't matter.
-int32_t AwaitServiceOfDualSim(CellBase& cell, const TracePlace& place) {
-    TRACE_AT(place, 5, "Check service status.  %d/3 times.\n", cell.m_check_service_times);
-    if (cell.CheckNetworkDoubleSim(cell.m_check_service_times) == 0) {
+Verdict AwaitServiceOfDualSim(const TracePlace& place, CellBase& cell) {
+    TRACE_AT(place, kLogProgress, "Check service status.  %d/3 times.\n", cell.m_check_service_times);
+    if (VerdictOf(cell.CheckNetworkDoubleSim(cell.m_check_service_times)) == Verdict::kNeedsDeviceReset) {
         cell.m_check_service_times = 0;
-        TRACE_AT(place, 5, "Check service status, 9 times, current m_Primary_SIM[%d].\n", cell.m_Primary_SIM);
-        return kWantsDeviceReset;
+        TRACE_AT(place, kLogProgress, "Check service status, 9 times, current m_Primary_SIM[%d].\n",
+                 cell.m_Primary_SIM);
+        return Verdict::kNeedsDeviceReset;
     }
     sleep(kServicePause_seconds);
-    return kGoOn;
+    return Verdict::kGoOn;
 }
 
-int32_t AwaitSim(CellBase& cell, const TracePlace& place) {
-    TRACE_AT(place, 5, "No SIM card detected!!!\n");
+Verdict AwaitSim(const TracePlace& place, CellBase& cell) {
+    TRACE_AT(place, kLogProgress, "No SIM card detected!!!\n");
     cell.m_check_service_times = 0;
     sleep(kNoSimPause_seconds);
     cell.GetLTEcfg();
-    if (cell.m_vendor_type == kVendorCinterion) return kWantsDeviceReset;
+    if (cell.m_vendor_type == kVendorCinterion) return Verdict::kNeedsDeviceReset;
     cell.SoftReset();
-    return kGoOn;
+    return Verdict::kGoOn;
 }
 
 /// No service though the SIM is ready: waits, after 34 checks soft-resets, and in the third such round asks
 /// for a hardware reset, as a modem that hears the network well and isn't refused should have registered.
-int32_t AwaitService(CellBase& cell, const TracePlace& place) {
-    TRACE_AT(place, 7, "the SIM card detected!!!\n");
-    TRACE_AT(place, 5, "Check service softrest_times.  %d/9 times.\n", cell.m_softrest_times);
+Verdict AwaitService(const TracePlace& place, CellBase& cell) {
+    TRACE_AT(place, kLogDebug, "the SIM card detected!!!\n");
+    TRACE_AT(place, kLogProgress, "Check service softrest_times.  %d/9 times.\n", cell.m_softrest_times);
     if (cell.m_softrest_times % kSoftResetCycle == kSoftResetsBeforeDevice &&
         cell.m_nCSQ >= kWeakestGoodCsq && !IsRegistrationDenied(cell)) {
         cell.m_check_service_times = 0;
         ++cell.m_softrest_times;
-        return kWantsDeviceReset;
+        return Verdict::kNeedsDeviceReset;
     }
-    TRACE_AT(place, 5, "Check service status.  %d/34 times.\n", cell.m_check_service_times);
+    TRACE_AT(place, kLogProgress, "Check service status.  %d/34 times.\n", cell.m_check_service_times);
     if (cell.m_check_service_times < kServiceChecks) {
         sleep(kServicePause_seconds);
-        return kGoOn;
+        return Verdict::kGoOn;
     }
-    TRACE_AT(place, 5, "no service status,Soft reset once!\n");
+    TRACE_AT(place, kLogProgress, "no service status,Soft reset once!\n");
     if (cell.m_vendor_type == kVendorCinterion) {
         cell.m_check_service_times = 0;
-        return kWantsDeviceReset;
+        return Verdict::kNeedsDeviceReset;
     }
     cell.GetLTEcfg();
     cell.SoftReset();
     ++cell.m_softrest_times;
     cell.m_check_service_times = 0;
     sleep(kServicePause_seconds);
-    return kGoOn;
+    return Verdict::kGoOn;
 }
 
 bool AwaitLink(CellBase& cell) {
@@ -113,21 +111,21 @@ bool AwaitLink(CellBase& cell) {
 int32_t CellBase::Connect() {
     if (CheckServiceStatus() == 0) {
         ++m_check_service_times;
-        if (m_double_sim != 0) return AwaitServiceOfDualSim(*this, TRACE_HERE);
-        if (m_sim_ready == 0) return AwaitSim(*this, TRACE_HERE);
-        return AwaitService(*this, TRACE_HERE);
+        if (m_double_sim != 0) return ResultOf(AwaitServiceOfDualSim(TRACE_HERE, *this));
+        if (m_sim_ready == 0) return ResultOf(AwaitSim(TRACE_HERE, *this));
+        return ResultOf(AwaitService(TRACE_HERE, *this));
     }
     // Attempts add up over the life of the process: a success in between clears nothing.
     ++m_reconnect_times;
     m_check_service_times = 0;
-    TRACE(5, "Do connect.  %d times.\n", m_reconnect_times);
+    TRACE(kLogProgress, "Do connect.  %d times.\n", m_reconnect_times);
     if (m_reconnect_times % kAttemptsPerDeviceReset == 0) {
-        TRACE(5, "m_reconnect_times=  %d times,Reset device!\n", m_reconnect_times);
-        return kWantsDeviceReset;
+        TRACE(kLogProgress, "m_reconnect_times=  %d times,Reset device!\n", m_reconnect_times);
+        return ResultOf(Verdict::kNeedsDeviceReset);
     }
     if (DoConnect() == 0) {
-        TRACE(5, "Do connect fail, need connect again !\n");
-        return kGoOn;
+        TRACE(kLogProgress, "Do connect fail, need connect again !\n");
+        return ResultOf(Verdict::kGoOn);
     }
     sleep(kDialPause_seconds);
     RunDhcpClient();
@@ -136,7 +134,7 @@ int32_t CellBase::Connect() {
         m_online = 1;
         m_connect_time = GetSysUptime();
     }
-    return kGoOn;
+    return ResultOf(Verdict::kGoOn);
 }
 
 int32_t CellBase::DoConnect() {
@@ -146,7 +144,7 @@ int32_t CellBase::DoConnect() {
         const AtResult answer = ParseAtResult(AtRequest("AT+COPS?"));
         if (answer.type == kHintCops) {
             StoreCarrier(*this, answer.carrier);
-            TRACE(7, "Carrier:%s,%d\n", m_carrier, m_carrier_code);
+            TRACE(kLogDebug, "Carrier:%s,%d\n", m_carrier, m_carrier_code);
         }
     }
 
@@ -154,8 +152,8 @@ int32_t CellBase::DoConnect() {
     if (apn == nullptr) return 1;
     char command[kCommandSize];
     snprintf(command, sizeof command, "AT+CGDCONT=1,\"IPV4V6\",\"%s\"", apn);
-    if (apn[0] == '\0') TRACE(5, "DoConnect unknown APN info:%s", command);
-    TRACE(6, "cgdcont = %s !\n", command);
+    if (apn[0] == '\0') TRACE(kLogProgress, "DoConnect unknown APN info:%s", command);
+    TRACE(kLogDetail, "cgdcont = %s !\n", command);
     AtRequest(command);
     return 1;
 }
@@ -180,8 +178,8 @@ int32_t CellBase::Initialize() {
 }
 
 void CellBase::SoftReset() {
-    TRACE(5, "Soft reset!\n");
-    TRACE(5, "kill udhcpc lte!!!\n");
+    TRACE(kLogProgress, "Soft reset!\n");
+    TRACE(kLogProgress, "kill udhcpc lte!!!\n");
     run_shell(kCommandDhcpKill);
     Initialize();
     CheckSimCard();
@@ -190,7 +188,7 @@ void CellBase::SoftReset() {
 }
 
 int32_t CellBase::RunDhcpClient() {
-    TRACE(5, "Run DhcpClient!!!\n");
+    TRACE(kLogProgress, "Run DhcpClient!!!\n");
     return system(kCommandDhcpStart);
 }
 

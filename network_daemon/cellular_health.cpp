@@ -9,6 +9,7 @@
 
 #include "board.h"
 #include "cellular.h"
+#include "cellular_verdict.h"
 #include "shell.h"
 #include "text_util.h"
 #include "trace_log.h"
@@ -88,12 +89,12 @@ int RepliesOf(const char* line) {
 /// in the log says only whether exactly one reply came: two and three are as good, and the log says "FALSE"
 /// all the same. Readers of the log know it so.
 template <size_t N>
-int RunProbes(const Probe (&probes)[N], const TracePlace& place) {
+int RunProbes(const TracePlace& place, const Probe (&probes)[N]) {
     int replies = 0;
     for (const Probe& probe : probes) {
         replies = pingCheck(probe.command);
-        TRACE_AT(place, 7, "##########################%s: %s%s", probe.name, replies == 1 ? "TRUE" : "FALSE",
-                 probe.line_end);
+        TRACE_AT(place, kLogDebug, "##########################%s: %s%s", probe.name,
+                 replies == 1 ? "TRUE" : "FALSE", probe.line_end);
         if (replies != 0) break;
     }
     return replies;
@@ -103,12 +104,12 @@ int RunProbes(const Probe (&probes)[N], const TracePlace& place) {
 
 int pingCheck(const char* command) {
     if (command == nullptr) {
-        TRACE(3, "input is null\n");
+        TRACE(kLogError, "input is null\n");
         return -1;
     }
     FILE* stream = popen(command, "r");
     if (stream == nullptr) {
-        TRACE(3, "popen fail, stream is null\n");
+        TRACE(kLogError, "popen fail, stream is null\n");
         return -1;
     }
     char line[kPingLineSize] = "";
@@ -116,71 +117,74 @@ int pingCheck(const char* command) {
     while (replies < 0 && fgets(line, sizeof line, stream) != nullptr) {
         replies = RepliesOf(line);
     }
-    if (replies >= 0) TRACE(7, "%s", kReplies[replies].line);
-    TRACE(7, "pingCheck, file_buf is: %s\n", line);
+    if (replies >= 0) TRACE(kLogDebug, "%s", kReplies[replies].line);
+    TRACE(kLogDebug, "pingCheck, file_buf is: %s\n", line);
     pclose(stream);
     return replies >= 0 ? replies : 0;
 }
 
 int switchPingProc() {
     // A probe that can't even be run counts as an answer: it says nothing about the network.
-    return RunProbes(kNetworkProbes, TRACE_HERE) != 0;
+    return RunProbes(TRACE_HERE, kNetworkProbes) != 0;
 }
 
 int32_t CellBase::CheckNetwork() {
     const int generation = GetNetworkGeneration();  // 0 without a SIM
     if (generation == kGenerationLte && switchPingProc() != 0) {
         m_CSQ_weak_check_times = 0;
-        return 1;
+        return ResultOf(Verdict::kGoOn);
     }
     const int32_t rsrp_dbm = parse_number(m_RSRP);
-    TRACE(7, "The wireless network signal is weak,m_nCSQ=:%d,NetType=%d\n", m_nCSQ, generation);
+    TRACE(kLogDebug, "The wireless network signal is weak,m_nCSQ=:%d,NetType=%d\n", m_nCSQ, generation);
     ++m_CSQ_weak_check_times;
 
     if (m_double_sim != 0 && m_CSQ_weak_check_times % kCountCycle < kIgnoredChecks) {
-        TRACE(1, "Ping Check failed for first 2 times, ignore, check %d times!\n", m_CSQ_weak_check_times);
-        return 1;
+        TRACE(kLogRecovery, "Ping Check failed for first 2 times, ignore, check %d times!\n",
+              m_CSQ_weak_check_times);
+        return ResultOf(Verdict::kGoOn);
     }
-    const bool needs_device_reset = m_double_sim != 0
-                                        ? CheckNetworkDoubleSim(m_CSQ_weak_check_times) == 0
-                                        : m_CSQ_weak_check_times % kCountCycle == kSingleSimReset;
+    const bool needs_device_reset =
+        m_double_sim != 0
+            ? VerdictOf(CheckNetworkDoubleSim(m_CSQ_weak_check_times)) == Verdict::kNeedsDeviceReset
+            : m_CSQ_weak_check_times % kCountCycle == kSingleSimReset;
     if (needs_device_reset) {
-        TRACE(5, "CheckNetwork, %d times, current m_Primary_SIM[%d].\n", m_CSQ_weak_check_times,
+        TRACE(kLogProgress, "CheckNetwork, %d times, current m_Primary_SIM[%d].\n", m_CSQ_weak_check_times,
               m_Primary_SIM);
         m_CSQ_weak_check_times = 0;
-        return 0;
+        return ResultOf(Verdict::kNeedsDeviceReset);
     }
     if (m_double_sim == 0 && m_RSRP[0] != '\0' && rsrp_dbm >= kPoorestRsrp_dbm) {
-        TRACE(1, "Ping Check failed and firstly Soft reset when rsrp[%d] is not poor,check %d times!\n",
+        TRACE(kLogRecovery,
+              "Ping Check failed and firstly Soft reset when rsrp[%d] is not poor,check %d times!\n",
               rsrp_dbm, m_CSQ_weak_check_times);
         SoftReset();
     }
-    TRACE(7, "m_CSQ_weak_check_times= %d\n", m_CSQ_weak_check_times);
-    return 1;
+    TRACE(kLogDebug, "m_CSQ_weak_check_times= %d\n", m_CSQ_weak_check_times);
+    return ResultOf(Verdict::kGoOn);
 }
 
 int32_t CellBase::CheckNetworkDoubleSim(int32_t check_count) {
     if (check_count % kResetCycle == kResetCheck) {
-        TRACE(5, "CheckNetworkDoubleSim: check network %d times,hard reset.\n", check_count);
-        return 0;
+        TRACE(kLogProgress, "CheckNetworkDoubleSim: check network %d times,hard reset.\n", check_count);
+        return ResultOf(Verdict::kNeedsDeviceReset);
     }
     if (check_count % kSwitchCycle == kSwitchCheck) {
-        TRACE(5, "CEREG fail or Ping fail, need Switch SIM Card and Soft reset!\n");
+        TRACE(kLogProgress, "CEREG fail or Ping fail, need Switch SIM Card and Soft reset!\n");
         SwitchSIMCard();
         SoftReset();
     }
-    return 1;
+    return ResultOf(Verdict::kGoOn);
 }
 
 void CellBase::SwitchSIMCard() {
     // The pin is exported and made an output by the system's start-up scripts.
     const bool is_a35 = board_cpu_info() == kBoardA35;
     if (m_Primary_SIM != 0) {
-        TRACE(1, "The wireless network signal is weak, Switch to a secondary SIM card!\n");
+        TRACE(kLogRecovery, "The wireless network signal is weak, Switch to a secondary SIM card!\n");
         run_shell(is_a35 ? "echo 0 > /sys/class/gpio/gpio182/value"
                          : "echo 0 > /sys/class/gpio/gpio130/value");
     } else {
-        TRACE(1, "The wireless network signal is weak, Switch to a Primary SIM card!\n");
+        TRACE(kLogRecovery, "The wireless network signal is weak, Switch to a Primary SIM card!\n");
         run_shell(is_a35 ? "echo 1 > /sys/class/gpio/gpio182/value"
                          : "echo 1 > /sys/class/gpio/gpio130/value");
     }
@@ -189,8 +193,8 @@ void CellBase::SwitchSIMCard() {
 }
 
 void CellBase::ORLAPROC() {
-    if (RunProbes(kProjectProbes, TRACE_HERE) == 0 && isSoftReset() != 0) {
-        TRACE(1,
+    if (RunProbes(TRACE_HERE, kProjectProbes) == 0 && isSoftReset() != 0) {
+        TRACE(kLogRecovery,
               "########################## The response time of ping is more than 500ms and ocpp "
               "offline...!!!\n");
         SoftReset();
@@ -199,21 +203,21 @@ void CellBase::ORLAPROC() {
 }
 
 int CellBase::isSoftReset() {
-    TRACE(7, "isSoftReset? LastOFFLINE:%d,OFFLINE:%d\n", m_last_offline, m_offline);
+    TRACE(kLogDebug, "isSoftReset? LastOFFLINE:%d,OFFLINE:%d\n", m_last_offline, m_offline);
     if (m_last_offline <= kFirstOutage_seconds) {
         if (m_offline <= kFirstOutage_seconds) return 0;
-        TRACE(7, "1*60 need SoftReset once!\n");
+        TRACE(kLogDebug, "1*60 need SoftReset once!\n");
         return 1;
     }
     if (m_last_offline <= kSecondOutage_seconds) {
         if (m_offline <= kSecondOutage_seconds) return 0;
-        TRACE(7, "30*60 need SoftReset once!\n");
+        TRACE(kLogDebug, "30*60 need SoftReset once!\n");
         return 1;
     }
     const int32_t hours = m_offline / kOutageStep_seconds;
     const int32_t last_hours = m_last_offline / kOutageStep_seconds;
     if (hours <= last_hours) return 0;
-    TRACE(7, "60*60 need SoftReset once!curTimes=%d,lastTimes=%d\n", hours, last_hours);
+    TRACE(kLogDebug, "60*60 need SoftReset once!curTimes=%d,lastTimes=%d\n", hours, last_hours);
     return 1;
 }
 

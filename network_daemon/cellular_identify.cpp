@@ -61,30 +61,30 @@ constexpr MakerRow kMakers[] = {
     {"LYNQ", kVendorLynq, nullptr, true},
 };
 
-void Write(int fd, const char* command, const TracePlace& place) {
-    TRACE_AT(place, 7, "\nAT WRITE:\n%s\n", command);
+void Write(const TracePlace& place, int fd, const char* command) {
+    TRACE_AT(place, kLogDebug, "\nAT WRITE:\n%s\n", command);
     WriteSerial(fd, command, strlen(command));
 }
 
-void Ask(int fd, const char* command, AtBlock& answer, const TracePlace& place) {
-    Write(fd, command, place);
+void Ask(const TracePlace& place, int fd, const char* command, AtBlock& answer) {
+    Write(place, fd, command);
     ReadBlock(fd, answer, kAnswerWait_ms);
-    TRACE_AT(place, 7, "\nAT RETURN:%s\n", answer);
+    TRACE_AT(place, kLogDebug, "\nAT RETURN:%s\n", answer);
 }
 
 /// A modem that was just powered up needs a while. One that stays silent is asked for its maker all the same.
-void WakeUp(int fd, AtBlock& answer, const TracePlace& place) {
+void WakeUp(const TracePlace& place, int fd, AtBlock& answer) {
     for (int i = 0; i < kWakeUpTries; ++i) {
-        Ask(fd, kAskAlive, answer, place);
+        Ask(place, fd, kAskAlive, answer);
         if (strstr(answer, "OK") != nullptr) return;
         sleep(kWakeUpPause_seconds);
     }
 }
 
 /// Asks for the maker and throws the answer away, together with all that the modem had queued before it.
-void Flush(int fd, AtBlock& answer, const TracePlace& place) {
-    Write(fd, kAskMaker, place);
-    while (ReadBlock(fd, answer, kFlushWait_ms) > 0) TRACE_AT(place, 7, "rest :%s \n", answer);
+void Flush(const TracePlace& place, int fd, AtBlock& answer) {
+    Write(place, fd, kAskMaker);
+    while (ReadBlock(fd, answer, kFlushWait_ms) > 0) TRACE_AT(place, kLogDebug, "rest :%s \n", answer);
 }
 
 const MakerRow* FindMaker(const char* answer) {
@@ -104,9 +104,9 @@ const ModelRow& FindModel(const ModelRow* models, const char* answer) {
 
 int CheckDevType(int fd) {
     AtBlock answer = {};
-    WakeUp(fd, answer, TRACE_HERE);
-    Flush(fd, answer, TRACE_HERE);
-    Ask(fd, kAskMaker, answer, TRACE_HERE);
+    WakeUp(TRACE_HERE, fd, answer);
+    Flush(TRACE_HERE, fd, answer);
+    Ask(TRACE_HERE, fd, kAskMaker, answer);
 
     const MakerRow* maker = FindMaker(answer);
     if (maker == nullptr) return kVendorUnknown;
@@ -115,7 +115,7 @@ int CheckDevType(int fd) {
         return maker->vendor;
     }
 
-    Ask(fd, kAskModel, answer, TRACE_HERE);
+    Ask(TRACE_HERE, fd, kAskModel, answer);
     const ModelRow& model = FindModel(maker->models, answer);
     const VendorType vendor = model.word != nullptr ? model.vendor : maker->vendor;
     if (model.word != nullptr) {
@@ -124,7 +124,8 @@ int CheckDevType(int fd) {
         CellBase::m_ModuleName = maker->word;
     }
     // Only this family's driver can upgrade the modem, and it does so by the module's name.
-    if (vendor == kVendorQuectelQcom) TRACE(5, "[OTA] m_ModuleName = %s \n", CellBase::m_ModuleName.c_str());
+    if (vendor == kVendorQuectelQcom)
+        TRACE(kLogProgress, "[OTA] m_ModuleName = %s \n", CellBase::m_ModuleName.c_str());
     return vendor;
 }
 

@@ -75,33 +75,33 @@ AtResult CellBase::ParseAtResult(char* text) {
         case kHintPsrat:
             token = next_token(&values, kLineDelimiters);
             copy_text(result.common_str, token);
-            TRACE(7, "PSRAT:%s\n", result.common_str);
+            TRACE(kLogDebug, "PSRAT:%s\n", result.common_str);
             break;
         case kHintSimtest:
             token = next_token(&values, kFieldDelimiters);
             result.val = parse_number(token);
-            if (token != nullptr) TRACE(5, "SIMTYPE :%s : %d\n", token, result.val);
+            if (token != nullptr) TRACE(kLogProgress, "SIMTYPE :%s : %d\n", token, result.val);
             break;
         case kHintIccid:
             token = next_token(&values, kFieldDelimiters);
             copy_text(result.common_str, token);
-            if (token != nullptr) TRACE(5, "ICCID :%s\n", result.common_str);
+            if (token != nullptr) TRACE(kLogProgress, "ICCID :%s\n", result.common_str);
             break;
         case kHintCreg:
             FillNumbers(values, kFieldDelimiters, 2, result);
-            TRACE(5, "CREG :%d %d\n", result.val, result.val2);
+            TRACE(kLogProgress, "CREG :%d %d\n", result.val, result.val2);
             break;
         case kHintCgreg:
             FillNumbers(values, kFieldDelimiters, 2, result);
-            TRACE(5, "CGREG :%d %d\n", result.val, result.val2);
+            TRACE(kLogProgress, "CGREG :%d %d\n", result.val, result.val2);
             break;
         case kHintCereg:
             FillNumbers(values, kFieldDelimiters, 2, result);
-            TRACE(5, "CEREG :%d %d\n", result.val, result.val2);
+            TRACE(kLogProgress, "CEREG :%d %d\n", result.val, result.val2);
             break;
         case kHintCops:
             FillOperator(values, result);
-            TRACE(5, "CARRIER :%s\n", result.carrier);
+            TRACE(kLogProgress, "CARRIER :%s\n", result.carrier);
             break;
         case kHintClcc:
         case kHintDsci:
@@ -113,7 +113,7 @@ AtResult CellBase::ParseAtResult(char* text) {
         case kHintCgsn:
             token = next_token(&values, kLineDelimiters);
             copy_text(result.common_str, token);
-            if (token != nullptr) TRACE(5, "IMEI :%s\n", result.common_str);
+            if (token != nullptr) TRACE(kLogProgress, "IMEI :%s\n", result.common_str);
             break;
         default:  // the announcement of a new radio technology, and row 0: the prefix says it all
             break;
@@ -138,7 +138,7 @@ char* CellBase::StringSplitByNum(char* source, const char* delimiters, int index
     char* token = nullptr;
     for (int taken = 0; taken < index; ++taken) {
         if (rest == nullptr) {
-            TRACE(7, "StringSplitByNum[%d]:pResult do not have valid data\n", taken);
+            TRACE(kLogDebug, "StringSplitByNum[%d]:pResult do not have valid data\n", taken);
             break;  // the last field stands in for the missing one
         }
         token = next_field(&rest, kept_delimiters);
@@ -153,7 +153,7 @@ int CellBase::StringSplitToGetValue(char* source, const char* delimiters, int co
     const size_t target_size = size > 0 ? size : 0;
     for (int i = 0; i < count; ++i) {
         if (targets[i] == nullptr) {
-            TRACE(5, "input pDataValue[%d] is error,return !\n", i);
+            TRACE(kLogProgress, "input pDataValue[%d] is error,return !\n", i);
             return 0;
         }
         memset(targets[i], 0, target_size);
@@ -164,7 +164,7 @@ int CellBase::StringSplitToGetValue(char* source, const char* delimiters, int co
     char* rest = source;
     for (int taken = 0; taken < count; ++taken) {
         if (rest == nullptr) {
-            TRACE(5, "StringSplitToGetValue[%d]:pResult do not have valid data\n", taken);
+            TRACE(kLogProgress, "StringSplitToGetValue[%d]:pResult do not have valid data\n", taken);
             break;
         }
         copy_text(targets[taken], target_size, next_field(&rest, kept_delimiters));

@@ -34,7 +34,7 @@ int32_t CellBase::DealHint(AtResult result) {
     const AtResult technology = ParseAtResult(AtRequest("AT+PSRAT"));
     if (technology.type == kHintPsrat) {
         copy_text(m_NetworkType, technology.common_str);
-        TRACE(5, "Network type %s\n", m_NetworkType);
+        TRACE(kLogProgress, "Network type %s\n", m_NetworkType);
     }
     return 1;
 }

@@ -17,8 +17,8 @@ constexpr int kSendRecordFourth = 700;  // belongs to the bus library
 namespace cc_cell {
 
 void CellBase::ReplyOcppUpgradeStatus(const char* destination, int msg_id, int cmd, uint8_t status) {
-    TRACE(5, "[OTA] send %s msgid:%2x cmd:%2x status:%d \r\n", destination, static_cast<unsigned>(msg_id),
-          static_cast<unsigned>(cmd), status);
+    TRACE(kLogProgress, "[OTA] send %s msgid:%2x cmd:%2x status:%d \r\n", destination,
+          static_cast<unsigned>(msg_id), static_cast<unsigned>(cmd), status);
     unsigned char frame[kAnswerFrameSize];
     busglue_send_record record = {};
     record.length = EncodeDbusMsg(frame, sizeof frame, msg_id, cmd, &status, sizeof status);
@@ -32,9 +32,9 @@ void CellBase::ReplyOcppUpgradeStatus(const char* destination, int msg_id, int c
 
 void log_outcome_reply(const TracePlace& place, const BusFrame& frame) {
     if (frame.data[0] == kOcppConfirms) {
-        TRACE_AT(place, 5, "[OTA] get ocpp 4g status ok \r\n");
+        TRACE_AT(place, kLogProgress, "[OTA] get ocpp 4g status ok \r\n");
     } else {
-        TRACE_AT(place, 5, "[OTA] get ocpp 4g status fail \r\n");
+        TRACE_AT(place, kLogProgress, "[OTA] get ocpp 4g status fail \r\n");
     }
 }
 
@@ -44,9 +44,9 @@ int deal_dbus_callback_message(int length, unsigned char* bytes) {
     if (frame.cmd == kOcppUpgradeOutcome) {
         log_outcome_reply(TRACE_HERE, frame);
     } else if (frame.cmd == kOcppModuleRefused && frame.data[0] == kOcppConfirms) {
-        TRACE(5, "[whilelist] ocpp confirm get security log\n");
+        TRACE(kLogProgress, "[whilelist] ocpp confirm get security log\n");
     } else if (frame.cmd == kOcppModuleRefused) {
-        TRACE(5, "[whilelist] ocpp reply unknow\n");
+        TRACE(kLogProgress, "[whilelist] ocpp reply unknow\n");
     }
     return 0;
 }

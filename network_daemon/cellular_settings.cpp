@@ -32,7 +32,7 @@ Switch TakeSwitch(const IniEntry* settings, const char* key, uint8_t& member) {
 void CellBase::GetLTEcfg() {
     IniEntry* settings = ini_load(kSettingsPath);
     if (settings == nullptr) {
-        TRACE(0, "config %s don't exist\n", kSettingsPath);
+        TRACE(kLogAnnounce, "config %s don't exist\n", kSettingsPath);
         return;
     }
     if (const char* enable = ini_get(settings, "ENABLE")) SetEnable(enable);
@@ -42,7 +42,8 @@ void CellBase::GetLTEcfg() {
     if (const char* auth_type = ini_get(settings, "AUTH_TYPE")) SetAuthType(parse_number(auth_type));
     if (const char* pin = ini_get(settings, "CARD_PIN")) SetCardPin(pin);
     TakeSwitch(settings, "AUTOCONNECT", m_auto_connect);
-    if (TakeSwitch(settings, "DoubleSIM", m_double_sim) == Switch::kOn) TRACE(0, "DoubleSIM ENABLE !!!\n");
+    if (TakeSwitch(settings, "DoubleSIM", m_double_sim) == Switch::kOn)
+        TRACE(kLogAnnounce, "DoubleSIM ENABLE !!!\n");
     if (TakeSwitch(settings, "ORLA", m_orla_project) == Switch::kOn) {
         TRACE(QuietWhileOnline(*this), "ORLA PROJECT !!!\n");
         // The outage of the OCPP service concerns this project alone, and only while the file names it.
@@ -53,10 +54,10 @@ void CellBase::GetLTEcfg() {
     }
     switch (TakeSwitch(settings, "CollectSignalFlag", m_SignalCollect.neighbourSignalEnFlag)) {
         case Switch::kOn:
-            TRACE(7, "4G Module Signal collect switch config ENABLE !!!\n");
+            TRACE(kLogDebug, "4G Module Signal collect switch config ENABLE !!!\n");
             break;
         case Switch::kOff:
-            TRACE(7, "4G Module Signal collect switch config DISABLE !!!\n");
+            TRACE(kLogDebug, "4G Module Signal collect switch config DISABLE !!!\n");
             break;
         case Switch::kAbsent:
             break;
@@ -72,7 +73,7 @@ void CellBase::SetAPN(const char* apn) {
         copy_text(m_apn, input);
     } else if (const char* quoted = StringSplitByNum(input, "'\r", 2)) {
         copy_text(m_apn, quoted);
-        TRACE(7, "real apn is:%s\n", m_apn);
+        TRACE(kLogDebug, "real apn is:%s\n", m_apn);
     } else {
         TRACE(QuietWhileOnline(*this), "SetAPN: get APN fail\n");
     }
@@ -91,7 +92,7 @@ void CellBase::SetUsername(const char* username) {
 
 void CellBase::SetPassword(const char* password) {
     copy_text(m_password, password);
-    TRACE(7, "password = %s\n", m_password);
+    TRACE(kLogDebug, "password = %s\n", m_password);
 }
 
 void CellBase::SetAuthType(int32_t auth_type) {
@@ -121,22 +122,22 @@ void CellBase::SetVendorType(int32_t vendor_type) {
 
 void CellBase::SetBoard(int32_t board) {
     m_board = board;
-    TRACE(6, "board = %d\n", m_board);
+    TRACE(kLogDetail, "board = %d\n", m_board);
 }
 
 void CellBase::SetCell_fd(int cell_fd) {
     m_cell_fd = cell_fd;
-    TRACE(6, "SetCell_fd = %d\n", m_cell_fd);
+    TRACE(kLogDetail, "SetCell_fd = %d\n", m_cell_fd);
 }
 
 void CellBase::SetATPort(const char* path) {
     copy_text(m_at_port, path);
-    TRACE(6, "AtPort = %s\n", m_at_port);
+    TRACE(kLogDetail, "AtPort = %s\n", m_at_port);
 }
 
 void CellBase::SetDhcpcScript(const char* path) {
     copy_text(m_dhcpc_script, path);
-    TRACE(7, "udhcpc script = %s\n", m_dhcpc_script);
+    TRACE(kLogDebug, "udhcpc script = %s\n", m_dhcpc_script);
 }
 
 void CellBase::SetRsrpLevel(const char* rsrp) {

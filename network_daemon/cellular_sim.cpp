@@ -41,14 +41,14 @@ bool PutsPrefixBeforeImsi(int32_t vendor_type) {
 
 /// Fills m_card_imsi from an answer to AT+CIMI. False when the answer is of no use: not finished by "OK", or
 /// the echo of the question. `failure` is what the caller says when the answer has no field for the IMSI.
-bool TakeImsi(CellBase& cell, char* answer, const char* failure, const TracePlace& place) {
+bool TakeImsi(const TracePlace& place, CellBase& cell, char* answer, const char* failure) {
     if (!HoldsOk(answer)) return false;
     if (PutsPrefixBeforeImsi(cell.m_vendor_type)) {
         const char* imsi = ValueBehindColon(answer);
         if (imsi != nullptr) {
             copy_text(cell.m_card_imsi, imsi);
         } else {
-            TRACE_AT(place, 5, "%s", failure);
+            TRACE_AT(place, kLogProgress, "%s", failure);
         }
         return true;
     }
@@ -87,7 +87,7 @@ int32_t CellBase::CheckCardIMEI() {
             // +CGSN: "862000000000000", and on some firmware without the quotes.
             with_prefix = ParseAtResult(AtRequest(kAskImeiWithPrefix));
             if (with_prefix.type != kHintCgsn) return 0;
-            TRACE(7, "CheckCardIMEI IMEI res.common_str= %s\n", with_prefix.common_str);
+            TRACE(kLogDebug, "CheckCardIMEI IMEI res.common_str= %s\n", with_prefix.common_str);
             imei = with_prefix.common_str;
             copy_text(m_csIMEI, imei);
             if (strchr(imei, '"') != nullptr) imei = TextBetweenQuotes(with_prefix.common_str);
@@ -106,9 +106,9 @@ int32_t CellBase::CheckCardIMEI() {
     if (imei != nullptr) {
         copy_text(m_csIMEI, imei);
     } else {
-        TRACE(5, "CheckCardIMEI: get IMEI fail !\n");
+        TRACE(kLogProgress, "CheckCardIMEI: get IMEI fail !\n");
     }
-    TRACE(5, "CheckCardIMEI m_csIMEI= %s\n", m_csIMEI);
+    TRACE(kLogProgress, "CheckCardIMEI m_csIMEI= %s\n", m_csIMEI);
     return 1;
 }
 
@@ -116,8 +116,8 @@ int32_t CellBase::CheckCardIMSI() {
     memset(m_card_imsi, 0, sizeof m_card_imsi);
     char* answer = AtRequest(kAskImsi);
     if (!HoldsOk(answer)) return 0;
-    TakeImsi(*this, answer, "CheckCardIMSI: get m_card_imsi fail !\n", TRACE_HERE);
-    TRACE(5, "CheckCardIMSI m_card_imsi= %s\n", m_card_imsi);
+    TakeImsi(TRACE_HERE, *this, answer, "CheckCardIMSI: get m_card_imsi fail !\n");
+    TRACE(kLogProgress, "CheckCardIMSI m_card_imsi= %s\n", m_card_imsi);
     return 1;
 }
 
@@ -126,17 +126,17 @@ int32_t CellBase::CheckSimCard() {
     memset(m_card_iccid, 0, sizeof m_card_iccid);
     memset(m_carrier, 0, sizeof m_carrier);
     AtRequest("AT+CFUN=1");
-    if (CheckCardIMEI() == 0) TRACE(5, "Get Card IMEI fail, m_csIMEI = %s\n", m_csIMEI);
+    if (CheckCardIMEI() == 0) TRACE(kLogProgress, "Get Card IMEI fail, m_csIMEI = %s\n", m_csIMEI);
 
     for (int i = 0; i < kTries; ++i) {
-        if (TakeImsi(*this, AtRequest(kAskImsi), "CheckSimCard: get IMSI fail !\n", TRACE_HERE)) break;
+        if (TakeImsi(TRACE_HERE, *this, AtRequest(kAskImsi), "CheckSimCard: get IMSI fail !\n")) break;
         sleep(kRetryPause_seconds);
     }
-    TRACE(5, "Get Card:  m_card_imsi = %s\n", m_card_imsi);
+    TRACE(kLogProgress, "Get Card:  m_card_imsi = %s\n", m_card_imsi);
 
-    TRACE(5, "Check SIM!\n");
+    TRACE(kLogProgress, "Check SIM!\n");
     if (!AwaitSimReady(*this)) {
-        TRACE(5, "CheckSimCard: SIM is not ready!\n");
+        TRACE(kLogProgress, "CheckSimCard: SIM is not ready!\n");
         return kSimNotReady;
     }
 
@@ -150,9 +150,9 @@ int32_t CellBase::CheckSimCard() {
 }
 
 int CellBase::CheckIfSimCardReady() {
-    TRACE(5, "CheckIfSimCardReady: Check SIM!\n");
+    TRACE(kLogProgress, "CheckIfSimCardReady: Check SIM!\n");
     if (!AwaitSimReady(*this)) {
-        TRACE(5, "CheckIfSimCardReady: SIM is not ready!\n");
+        TRACE(kLogProgress, "CheckIfSimCardReady: SIM is not ready!\n");
         return kSimNotReady;
     }
     return kSimReady;

@@ -161,7 +161,7 @@ int32_t CellBase::GetOnlineSeconds() {
 }
 
 void CellBase::CollectNeighbourSignal() {
-    TRACE(7, "m_SignalCollect.neighbourSignalEnFlag: %d\n", m_SignalCollect.neighbourSignalEnFlag);
+    TRACE(kLogDebug, "m_SignalCollect.neighbourSignalEnFlag: %d\n", m_SignalCollect.neighbourSignalEnFlag);
     if (m_SignalCollect.neighbourSignalEnFlag != 0) CheckNeighbourSignal();
 }
 

@@ -8,16 +8,11 @@
 #include "MkUtils.h"
 #include "cellular.h"
 #include "cellular_port.h"
+#include "cellular_verdict.h"
 #include "trace_log.h"
 
 namespace cc_cell {
 namespace {
-
-/// What Task returns.
-constexpr int32_t kWantsDeviceReset = -1;
-
-/// What a step says about the modem.
-enum class Verdict { kGoOn, kNeedsDeviceReset };
 
 constexpr int kHintWait_ms = 1000;  // this read is the base pace of a pass
 constexpr uint32_t kProbePause_seconds = 10;
@@ -32,92 +27,92 @@ bool IsDisabled(const CellBase& cell) {
     return strcmp(cell.m_enable, "false") == 0;
 }
 
-void TakeHint(CellBase& cell, const TracePlace& place) {
+void TakeHint(const TracePlace& place, CellBase& cell) {
     AtBlock hint;
     if (ReadBlock(cell.m_cell_fd, hint, kHintWait_ms) <= 0) return;
-    TRACE_AT(place, 7, "Auto  hint:%s\n", hint);
+    TRACE_AT(place, kLogDebug, "Auto  hint:%s\n", hint);
     const AtResult result = cell.ParseAtResult(hint);
     if (result.type == kHintUnknown) {
-        TRACE_AT(place, 7, "UNKOWN Hint:%s\n", hint);
+        TRACE_AT(place, kLogDebug, "UNKOWN Hint:%s\n", hint);
     } else {
         cell.DealHint(result);
     }
 }
 
 /// A Cinterion modem that is in trouble takes its device path with it; its silence alone means nothing.
-Verdict ProbeCinterion(CellBase& cell, const TracePlace& place) {
-    TRACE_AT(place, 7, "GetVendorType:Cinterion PLS83-W\n");
+Verdict ProbeCinterion(const TracePlace& place, CellBase& cell) {
+    TRACE_AT(place, kLogDebug, "GetVendorType:Cinterion PLS83-W\n");
     cell.ReadCSQ();
     if (access(cell.m_at_port, F_OK) == 0) return Verdict::kGoOn;
-    TRACE_AT(place, 1, "Cinterion PLS83-W %s not exist! Reset device...\n", cell.m_at_port);
+    TRACE_AT(place, kLogRecovery, "Cinterion PLS83-W %s not exist! Reset device...\n", cell.m_at_port);
     return Verdict::kNeedsDeviceReset;
 }
 
-Verdict ProbeSignal(CellBase& cell, const TracePlace& place) {
-    if (cell.m_vendor_type == kVendorCinterion) return ProbeCinterion(cell, place);
+Verdict ProbeSignal(const TracePlace& place, CellBase& cell) {
+    if (cell.m_vendor_type == kVendorCinterion) return ProbeCinterion(place, cell);
     for (int i = 0; i < kProbeTries; ++i) {
         if (cell.ReadCSQ() != 0) return Verdict::kGoOn;
         sleep(kProbeRetryPause_seconds);
     }
-    TRACE_AT(place, 1, "No response! Reset device...\n");
+    TRACE_AT(place, kLogRecovery, "No response! Reset device...\n");
     return Verdict::kNeedsDeviceReset;
 }
 
-void FillInIdentity(CellBase& cell, const TracePlace& place) {
+void FillInIdentity(const TracePlace& place, CellBase& cell) {
     if (cell.m_csIMEI[0] == '\0' && cell.CheckCardIMEI() == 0) {
-        TRACE_AT(place, 5, "Get Card IMEI fail, m_csIMEI = %s\n", cell.m_csIMEI);
+        TRACE_AT(place, kLogProgress, "Get Card IMEI fail, m_csIMEI = %s\n", cell.m_csIMEI);
     }
     if (cell.m_card_imsi[0] == '\0' && cell.CheckCardIMSI() == 0) {
-        TRACE_AT(place, 5, "Get Card IMSI fail, m_card_imsi = %s\n", cell.m_card_imsi);
+        TRACE_AT(place, kLogProgress, "Get Card IMSI fail, m_card_imsi = %s\n", cell.m_card_imsi);
     }
 }
 
-Verdict CheckHealth(CellBase& cell, const TracePlace& place) {
+Verdict CheckHealth(const TracePlace& place, CellBase& cell) {
     if (cell.m_orla_project != 0) cell.ORLAPROC();
     // With one SIM nothing pings: a link that carries nothing goes unnoticed unless the project above is on.
-    if (cell.m_double_sim == 0 || cell.CheckNetwork() != 0) return Verdict::kGoOn;
-    TRACE_AT(place, 1, "Connect error! Reset device...\n");
+    if (cell.m_double_sim == 0 || VerdictOf(cell.CheckNetwork()) == Verdict::kGoOn) return Verdict::kGoOn;
+    TRACE_AT(place, kLogRecovery, "Connect error! Reset device...\n");
     return Verdict::kNeedsDeviceReset;
 }
 
-Verdict TendLink(CellBase& cell, const TracePlace& place) {
+Verdict TendLink(const TracePlace& place, CellBase& cell) {
     cell.GetLTEcfg();
     if (IsDisabled(cell)) {
-        TRACE_AT(place, 1, "lte ENABLE=false, disconnect network !!!\n");
+        TRACE_AT(place, kLogRecovery, "lte ENABLE=false, disconnect network !!!\n");
         cell.DisConnect();
         cell.m_online = 0;
-    } else if (CheckHealth(cell, place) == Verdict::kNeedsDeviceReset) {
+    } else if (CheckHealth(place, cell) == Verdict::kNeedsDeviceReset) {
         return Verdict::kNeedsDeviceReset;
     }
-    FillInIdentity(cell, place);
+    FillInIdentity(place, cell);
     return Verdict::kGoOn;
 }
 
 /// The eleventh failed check ends the online state, and the line says 11/10.
-void CountLostLink(CellBase& cell, int32_t& offline_count, const TracePlace& place) {
+void CountLostLink(const TracePlace& place, CellBase& cell, int32_t& offline_count) {
     if (offline_count < kOfflineSimChecks && cell.CheckIfSimCardReady() < 0) cell.m_online = 0;
     ++offline_count;
-    TRACE_AT(place, 1, "Check connection. offline %d/10 times\n", offline_count);
+    TRACE_AT(place, kLogRecovery, "Check connection. offline %d/10 times\n", offline_count);
     if (offline_count > kOfflineChecks) {
         offline_count = 0;
         cell.m_online = 0;
     }
 }
 
-Verdict ManageLink(CellBase& cell, int32_t& offline_count, const TracePlace& place) {
+Verdict ManageLink(const TracePlace& place, CellBase& cell, int32_t& offline_count) {
     if (IsDisabled(cell)) {
-        TRACE_AT(place, 1, "LTE ENABLE=false !!!\n");
+        TRACE_AT(place, kLogRecovery, "LTE ENABLE=false !!!\n");
         sleep(kDisabledPause_seconds);
         cell.GetLTEcfg();  // the only way to notice that the link was enabled again
     } else if (cell.IsOnline() == 0) {
-        if (cell.Connect() == 0) {
-            TRACE_AT(place, 1, "Connect error! Reset device...\n");
+        if (VerdictOf(cell.Connect()) == Verdict::kNeedsDeviceReset) {
+            TRACE_AT(place, kLogRecovery, "Connect error! Reset device...\n");
             return Verdict::kNeedsDeviceReset;
         }
     } else if (cell.CheckConnection() != 0) {
-        return TendLink(cell, place);
+        return TendLink(place, cell);
     } else {
-        CountLostLink(cell, offline_count, place);
+        CountLostLink(place, cell, offline_count);
     }
     return Verdict::kGoOn;
 }
@@ -133,20 +128,20 @@ int32_t CellBase::Task() {
     while (m_device_reset_req == 0) {
         if (m_soft_reset_req != 0) {
             m_soft_reset_req = 0;
-            TRACE(5, "[FIFO] SoftReset run\n");
+            TRACE(kLogProgress, "[FIFO] SoftReset run\n");
             SoftReset();
         }
-        TakeHint(*this, TRACE_HERE);
+        TakeHint(TRACE_HERE, *this);
         if (GetSysElapsed(last_probe_seconds) > kProbePause_seconds) {
-            if (ProbeSignal(*this, TRACE_HERE) == Verdict::kNeedsDeviceReset) {
+            if (ProbeSignal(TRACE_HERE, *this) == Verdict::kNeedsDeviceReset) {
                 WriteStatusFiles();
-                return kWantsDeviceReset;
+                return kTaskWantsDeviceReset;
             }
             last_probe_seconds = GetSysUptime();
         }
-        if (ManageLink(*this, offline_count, TRACE_HERE) == Verdict::kNeedsDeviceReset) {
+        if (ManageLink(TRACE_HERE, *this, offline_count) == Verdict::kNeedsDeviceReset) {
             WriteStatusFiles();
-            return kWantsDeviceReset;
+            return kTaskWantsDeviceReset;
         }
         if (passes % kStatusPasses == kStatusPasses - 1 && IsOnline() != 0) {
             CheckTempStatus();
@@ -157,8 +152,8 @@ int32_t CellBase::Task() {
     }
     // A request through the pipe: main publishes before it resets, so nothing is written here.
     m_device_reset_req = 0;
-    TRACE(5, "[FIFO] DeviceReset run\n");
-    return kWantsDeviceReset;
+    TRACE(kLogProgress, "[FIFO] DeviceReset run\n");
+    return kTaskWantsDeviceReset;
 }
 
 }  // namespace cc_cell

@@ -18,8 +18,8 @@ constexpr int kDrainWait_ms = 1;
 constexpr int kAnswerWait_ms = 1000;
 
 /// Drops what arrived since the last read: late parts of an earlier answer and unsolicited lines alike.
-void Drain(int fd, AtBlock& block, const TracePlace& place) {
-    while (ReadBlock(fd, block, kDrainWait_ms) > 0) TRACE_AT(place, 7, "Redundance:%s \n", block);
+void Drain(const TracePlace& place, int fd, AtBlock& block) {
+    while (ReadBlock(fd, block, kDrainWait_ms) > 0) TRACE_AT(place, kLogDebug, "Redundance:%s \n", block);
 }
 
 /// The line end is a write of its own, also behind a command that brings one along: some modems are asked
@@ -30,9 +30,9 @@ void WriteCommand(int fd, const char* command) {
 }
 
 /// Leaves the answer in `answer`, empty on silence, after a failed write and on a dead port.
-void Exchange(int fd, const char* command, AtBlock& answer, int wait_ms, const TracePlace& place) {
+void Exchange(const TracePlace& place, int fd, const char* command, AtBlock& answer, int wait_ms) {
     memset(answer, 0, sizeof answer);
-    Drain(fd, answer, place);
+    Drain(place, fd, answer);
     WriteCommand(fd, command);
     ReadBlock(fd, answer, wait_ms);
 }
@@ -41,15 +41,15 @@ void Exchange(int fd, const char* command, AtBlock& answer, int wait_ms, const T
 
 char* CellBase::AtRequest(const char* command) {
     static AtBlock answer;
-    Exchange(m_cell_fd, command, answer, kAnswerWait_ms, TRACE_HERE);
-    TRACE(7, "\nfd=%d,AT WRITE:\n%s\nAT RETURN:%s\n", m_cell_fd, command, answer);
+    Exchange(TRACE_HERE, m_cell_fd, command, answer, kAnswerWait_ms);
+    TRACE(kLogDebug, "\nfd=%d,AT WRITE:\n%s\nAT RETURN:%s\n", m_cell_fd, command, answer);
     return answer;
 }
 
 char* CellBase::AtRequest_xs(const char* command, int seconds) {
     static AtBlock answer;
-    Exchange(m_cell_fd, command, answer, seconds * 1000, TRACE_HERE);
-    TRACE(7, "\nAT WRITE:\n%s\nAT RETURN:%s\n", command, answer);
+    Exchange(TRACE_HERE, m_cell_fd, command, answer, seconds * 1000);
+    TRACE(kLogDebug, "\nAT WRITE:\n%s\nAT RETURN:%s\n", command, answer);
     return answer;
 }
 

@@ -71,7 +71,7 @@ int main(int argc, char** argv) {
     if (!read_options(argc, argv, options)) return kExitDone;
     settings = ini_load(options.config);
     if (settings == nullptr) {
-        TRACE(0, "config %s don't exist\n", options.config);
+        TRACE(kLogAnnounce, "config %s don't exist\n", options.config);
         return kExitFailed;
     }
     if (join_bus() < 0) {
@@ -79,27 +79,29 @@ int main(int argc, char** argv) {
         exit(kExitFailed);
     }
     log_send("ravelin start!!!");
-    TRACE(5, "THIS APP BUILD INFO: commit %s tag V2.5.1 by %s on %s\n", kBuildCommit, kBuilder, kBuildStamp);
-    TRACE(5, "dev = %s, config = %s, script = %s\n", options.device, options.config, options.script);
+    TRACE(kLogProgress, "THIS APP BUILD INFO: commit %s tag V2.5.1 by %s on %s\n", kBuildCommit, kBuilder,
+          kBuildStamp);
+    TRACE(kLogProgress, "dev = %s, config = %s, script = %s\n", options.device, options.config,
+          options.script);
     run_shell(kMakeNetworkDirectory);
 
     // What must work without a modem starts here: the wait for the port has no end.
     start_pipe_thread();
     int port_fd = wait_for_port(TRACE_HERE, options.device);
-    TRACE(5, "open device  %s  ok!\n", options.device);
+    TRACE(kLogProgress, "open device  %s  ok!\n", options.device);
     const int vendor = CheckDevType(port_fd);
-    if (vendor == kVendorCinterion) TRACE(0, "Cell Device CellCinterion!\n");
+    if (vendor == kVendorCinterion) TRACE(kLogAnnounce, "Cell Device CellCinterion!\n");
     pCell = build_driver(vendor, port_fd);
     if (pCell == nullptr) {
-        TRACE(0, "Unknow Cell Device!\n");
+        TRACE(kLogAnnounce, "Unknow Cell Device!\n");
         return kExitDone;
     }
     tell_vendor(*pCell, vendor);
 
     if (pass_gate(TRACE_HERE, config)) {
-        TRACE(0, "GetVendorType=%d!\n", pCell->m_vendor_type);
+        TRACE(kLogAnnounce, "GetVendorType=%d!\n", pCell->m_vendor_type);
         if (pCell->m_vendor_type == kVendorCinterion) {
-            TRACE(5, "SetATPort %s\n", options.device);
+            TRACE(kLogProgress, "SetATPort %s\n", options.device);
             pCell->SetATPort(options.device);
         }
         bring_up(*pCell, options.script);
@@ -115,6 +117,6 @@ int main(int argc, char** argv) {
     ini_free(settings);
     delete pCell;
     pCell = nullptr;
-    TRACE(5, "soft exit!!!\n");
+    TRACE(kLogProgress, "soft exit!!!\n");
     return kExitDone;
 }

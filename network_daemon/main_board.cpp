@@ -58,7 +58,7 @@ int board_cpu_info() {
     while (found == nullptr && fgets(line, sizeof line, file) != nullptr) found = board_of_line(line);
     fclose(file);
     if (found == nullptr) return cc_cell::kBoardUnknown;
-    TRACE(5, "%s", found->announcement);
+    TRACE(kLogProgress, "%s", found->announcement);
     return found->board;
 }
 
@@ -73,22 +73,22 @@ int board_version_info() {
     while (!is_a35 && fgets(line, sizeof line, file) != nullptr) is_a35 = strstr(line, "5.10") != nullptr;
     fclose(file);
     if (!is_a35) return cc_cell::kBoardUnknown;
-    TRACE(5, "---A35 BOARD  and version5.10--- \n");
+    TRACE(kLogProgress, "---A35 BOARD  and version5.10--- \n");
     return cc_cell::kBoardA35;
 }
 
 int read_devname(const char* directory, PathText& result) {
     DIR* entries = opendir(directory);
     if (entries == nullptr) {
-        TRACE(5, "opendir %s fail !\n", directory);
+        TRACE(kLogProgress, "opendir %s fail !\n", directory);
         return -1;
     }
     while (const dirent* entry = readdir(entries)) {
         if (strstr(entry->d_name, "ttyACM") == nullptr) continue;
         copy_text(result, entry->d_name);
-        TRACE(5, "entry->d_name:  %s \n", entry->d_name);
+        TRACE(kLogProgress, "entry->d_name:  %s \n", entry->d_name);
     }
-    TRACE(5, "read_devname return:  %s\n", result);
+    TRACE(kLogProgress, "read_devname return:  %s\n", result);
     closedir(entries);
     return 0;
 }

@@ -89,50 +89,50 @@ void take_upgrade_parameters(const TracePlace& place, const BusFrame& frame) {
     PrintTlvBytes(bytes);
     const TlvList items = ParseTlvBytes(bytes);
     if (items.empty()) {
-        TRACE_AT(place, 5, "[OTA] TLVS is empty.\n");
+        TRACE_AT(place, kLogProgress, "[OTA] TLVS is empty.\n");
         return;
     }
-    TRACE_AT(place, 5, "[OTA] TLVS size is: %d ", static_cast<int>(items.size()));
+    TRACE_AT(place, kLogProgress, "[OTA] TLVS size is: %d ", static_cast<int>(items.size()));
     if (items.size() != kRequestItems) {
-        TRACE_AT(place, 5, "[OTA] TLVS parameter error");
+        TRACE_AT(place, kLogProgress, "[OTA] TLVS parameter error");
         return;
     }
     keep_text(supportModule, items[0]);
     keep_text(otatool, items[1]);
     keep_text(otaPath, items[2]);
-    TRACE_AT(place, 5, "[OTA] TLVS supportModule:%s otatool:%s otaPath:%s \r\n", supportModule, otatool,
-             otaPath);
+    TRACE_AT(place, kLogProgress, "[OTA] TLVS supportModule:%s otatool:%s otaPath:%s \r\n", supportModule,
+             otatool, otaPath);
 }
 
 /// Starts the upgrade beside Task. The answer is the same when no thread could be made, and the flag stays
 /// set.
 void start_upgrade(const TracePlace& place, CellBase& cell) {
-    TRACE_AT(place, 5, "[OTA] get ocpp msg and set ota upgrade flag true\n");
+    TRACE_AT(place, kLogProgress, "[OTA] get ocpp msg and set ota upgrade flag true\n");
     cell.m_ota_running = 1;
     if (pthread_create(&ota_thread, nullptr, thread_function_ota, &cell) != 0) {
-        TRACE_AT(place, 5, "[OTA] Failed to create thread \n");
+        TRACE_AT(place, kLogProgress, "[OTA] Failed to create thread \n");
     } else if (pthread_detach(ota_thread) != 0) {
-        TRACE_AT(place, 5, "[OTA] Failed to detach thread \n");
+        TRACE_AT(place, kLogProgress, "[OTA] Failed to detach thread \n");
     }
 }
 
 void deal_upgrade_request(const TracePlace& place, const Caller& caller, const BusFrame& frame,
                           CellBase& cell) {
     if (frame.data[0] != kRequestMark) {
-        TRACE_AT(place, 5, "[OTA] get ocpp unknown msg\n");
+        TRACE_AT(place, kLogProgress, "[OTA] get ocpp unknown msg\n");
         answer_upgrade(caller, kBadRequest);
         return;
     }
     if (frame.length > 1) take_upgrade_parameters(place, frame);
     if (cell.m_ota_running) {
-        TRACE_AT(place, 5, "[OTA] get ocpp msg , ota is on going\n");
+        TRACE_AT(place, kLogProgress, "[OTA] get ocpp msg , ota is on going\n");
         answer_upgrade(caller, kAlreadyRunning);
         return;
     }
     start_upgrade(place, cell);
-    TRACE_AT(place, 5, "[OTA] reply ocpp ota msg id=%x cmd=%x result:%d\n",
+    TRACE_AT(place, kLogProgress, "[OTA] reply ocpp ota msg id=%x cmd=%x result:%d\n",
              static_cast<unsigned>(caller.msg_id), static_cast<unsigned>(kOcppUpgrade), kAccepted);
-    TRACE_AT(place, 5, "[OTA] get ocpp msg , set ota run\n");
+    TRACE_AT(place, kLogProgress, "[OTA] get ocpp msg , set ota run\n");
     answer_upgrade(caller, kAccepted);
 }
 
@@ -161,10 +161,10 @@ int ravelin_deal_dbus_message(int length, unsigned char* bytes, void* context, b
         answer_nothing(caller);
         return 0;
     }
-    TRACE(5, "[RAVELIN] get ocpp msg id=%x cmd=%x length=%d\n", frame.msg_id, frame.cmd, count);
+    TRACE(kLogProgress, "[RAVELIN] get ocpp msg id=%x cmd=%x length=%d\n", frame.msg_id, frame.cmd, count);
     CellBase* cell = pCell;
     if (cell == nullptr) {
-        TRACE(5, "[OTA] pCell == NULL, no action \r\n");
+        TRACE(kLogProgress, "[OTA] pCell == NULL, no action \r\n");
         answer_upgrade(caller, kNoDriver);  // whatever was asked
         return 0;
     }

@@ -63,12 +63,12 @@ void make_first_pipe(const TracePlace& place, ControlPipe& pipe) {
     FD_ZERO(&pipe.readable);
     run_shell(kRemovePipe);
     if (mkfifo(kPipePath, kPipeMode) != 0) {
-        TRACE_AT(place, 3, "[FIFO]fifo creating error\n");
+        TRACE_AT(place, kLogError, "[FIFO]fifo creating error\n");
         return;
     }
     pipe.fd = open_pipe();
     if (pipe.fd == kNoPipe) {
-        TRACE_AT(place, 3, "[FIFO] fifo open error\n");
+        TRACE_AT(place, kLogError, "[FIFO] fifo open error\n");
         return;
     }
     arm(pipe);
@@ -85,7 +85,7 @@ void rebuild(ControlPipe& pipe) {
 
 void look_after(const TracePlace& place, ControlPipe& pipe) {
     if (access(kPipePath, F_OK) != 0) {
-        TRACE_AT(place, 3, "[FIFO]RAVELIN_FIFO does not exist.\n");
+        TRACE_AT(place, kLogError, "[FIFO]RAVELIN_FIFO does not exist.\n");
         rebuild(pipe);
         return;
     }
@@ -124,13 +124,13 @@ void handle_lines(char* text, ssize_t count) {
 void take_message(const TracePlace& place, ControlPipe& pipe) {
     const ssize_t count = read(pipe.fd, pipe.message, kMessageSize);
     if (count == 0) {
-        TRACE_AT(place, 3, "[FIFO]fifo read error\n");
+        TRACE_AT(place, kLogError, "[FIFO]fifo read error\n");
         rebuild(pipe);
         return;
     }
-    TRACE_AT(place, 7, "[FIFO]fifo msg:%s \n", pipe.message);
+    TRACE_AT(place, kLogDebug, "[FIFO]fifo msg:%s \n", pipe.message);
     if (strstr(pipe.message, kDhcpMark) != nullptr) {
-        TRACE_AT(place, 6, "%s\n", pipe.message);
+        TRACE_AT(place, kLogDetail, "%s\n", pipe.message);
         memset(pipe.message, 0, sizeof pipe.message);
     } else {
         handle_lines(pipe.message, count);
@@ -138,20 +138,20 @@ void take_message(const TracePlace& place, ControlPipe& pipe) {
     arm(pipe);
 }
 
-bool is(const char* text, const char* other) {
+bool is_same(const char* text, const char* other) {
     return strcmp(text, other) == 0;
 }
 
 void note_modem_status(const TracePlace& place, const char* value) {
-    if (is(value, "online")) {
+    if (is_same(value, "online")) {
         fifo_status_index = 0;
         fifo_status_time = time(nullptr);
-        TRACE_AT(place, 7, "[FIFO]4G_MODEM_STATUS:online\n");
-    } else if (is(value, "offline")) {
+        TRACE_AT(place, kLogDebug, "[FIFO]4G_MODEM_STATUS:online\n");
+    } else if (is_same(value, "offline")) {
         fifo_status_time = time(nullptr);
-        TRACE_AT(place, 5, "[FIFO]4G_MODEM_STATUS:offline:index %d\n", fifo_status_index);
+        TRACE_AT(place, kLogProgress, "[FIFO]4G_MODEM_STATUS:offline:index %d\n", fifo_status_index);
     } else {
-        TRACE_AT(place, 5, "[FIFO]4G_MODEM_STATUS:unknow\n");
+        TRACE_AT(place, kLogProgress, "[FIFO]4G_MODEM_STATUS:unknow\n");
     }
 }
 
@@ -165,19 +165,20 @@ void request(uint8_t CellBase::*which) {
 }  // namespace
 
 void handle_command(const char* key, const char* value) {
-    TRACE(7, "[FIFO]fifo Key: %s, Value: %s\n", key, value);
-    if (is(key, "4G_MODEM_STATUS")) {
+    TRACE(kLogDebug, "[FIFO]fifo Key: %s, Value: %s\n", key, value);
+    if (is_same(key, "4G_MODEM_STATUS")) {
         note_modem_status(TRACE_HERE, value);
-    } else if (is(key, "orla_ip_list") && is(value, "noexist")) {
-        TRACE(5, "[FIFO]orla_ip_list:noexist\n");
-    } else if (is(key, "Reset4G") && is(value, "1")) {
-        TRACE(5, "[FIFO]Reset4G:1\n");
+    } else if (is_same(key, "orla_ip_list") && is_same(value, "noexist")) {
+        TRACE(kLogProgress, "[FIFO]orla_ip_list:noexist\n");
+    } else if (is_same(key, "Reset4G") && is_same(value, "1")) {
+        TRACE(kLogProgress, "[FIFO]Reset4G:1\n");
         request(&CellBase::m_device_reset_req);
-    } else if (is(key, "S84Reset4G") && is(value, "1")) {
-        TRACE(5, "[FIFO]S84Reset4G:1\n");  // main picks the script by vendor and board, not by this key
+    } else if (is_same(key, "S84Reset4G") && is_same(value, "1")) {
+        TRACE(kLogProgress,
+              "[FIFO]S84Reset4G:1\n");  // main picks the script by vendor and board, not by this key
         request(&CellBase::m_device_reset_req);
-    } else if (is(key, "SoftReset") && is(value, "1")) {
-        TRACE(5, "[FIFO]SoftReset:1\n");
+    } else if (is_same(key, "SoftReset") && is_same(value, "1")) {
+        TRACE(kLogProgress, "[FIFO]SoftReset:1\n");
         request(&CellBase::m_soft_reset_req);
     }
 }
@@ -191,7 +192,7 @@ void* thread_function_pipe(void*) {
         if (ready == 0) {
             look_after(TRACE_HERE, pipe);
         } else if (ready < 0) {
-            TRACE(3, "[FIFO]fifo select error\n");
+            TRACE(kLogError, "[FIFO]fifo select error\n");
             rebuild(pipe);
         } else {
             take_message(TRACE_HERE, pipe);

@@ -19,19 +19,20 @@ constexpr unsigned kRefusalPause_seconds = 1;  // for the report to leave
 bool pass_gate(const TracePlace& place, ConfigController& config) {
     using cc_cell::CellBase;
     if (config.LoadNetworkJson(kNetworkJsonPath) == 0) {
-        TRACE_AT(place, 5, "[system] no network.json config file\n");
+        TRACE_AT(place, kLogProgress, "[system] no network.json config file\n");
         return true;
     }
     const NetworkJson& network = config.m_network_json;
     if (network.customer_name != kRestrictedCustomer || network.product_name != kRestrictedProduct)
         return true;
-    TRACE_AT(place, 5, "[whitelist] halden project,moduleName: %s \n", CellBase::m_ModuleName.c_str());
+    TRACE_AT(place, kLogProgress, "[whitelist] halden project,moduleName: %s \n",
+             CellBase::m_ModuleName.c_str());
     if (config.CheckWhitelistLimitModule(CellBase::m_ModuleName) != 0) {
-        TRACE_AT(place, 5, "[whitelist] 4G module allow run\n");
+        TRACE_AT(place, kLogProgress, "[whitelist] 4G module allow run\n");
         return true;
     }
     pCell->ReplyOcppUpgradeStatus(kOcppDestination, kReportMsgId, kOcppModuleRefused, kRefused);
-    TRACE_AT(place, 5, "[whitelist] 4G module not allowd !!!\n");
+    TRACE_AT(place, kLogProgress, "[whitelist] 4G module not allowd !!!\n");
     sleep(kRefusalPause_seconds);
     delete pCell;
     pCell = nullptr;

@@ -29,7 +29,7 @@ void set_up_line(int fd) {
 int wait_for_port(const TracePlace& place, const char* device) {
     int fd = OpenSerial(device);
     for (int failures = 1; !is_open(fd); ++failures) {
-        if (failures <= kWaitsToldOf) TRACE_AT(place, 5, "wait device  %s .\n", device);
+        if (failures <= kWaitsToldOf) TRACE_AT(place, kLogProgress, "wait device  %s .\n", device);
         sleep(kWait_seconds);
         fd = OpenSerial(device);
     }

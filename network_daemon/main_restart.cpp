@@ -37,7 +37,7 @@ void find_cinterion_port(const TracePlace& place, CellBase& cell, PathText& devi
     const size_t length = copy_text(device, kDevicePrefix);
     copy_text(device + length, sizeof device - length, name);
     cell.SetATPort(device);
-    TRACE_AT(place, 5, "Task SetATPort %s\n", device);
+    TRACE_AT(place, kLogProgress, "Task SetATPort %s\n", device);
 }
 
 /// Whether this reset takes the power away: every third one on a ZTE modem.
@@ -55,32 +55,32 @@ void reset_modem(const TracePlace& place, CellBase& cell, PathText& device) {
         if (!cell.m_ota_running) run_shell(kResetByBoardScript);
         find_cinterion_port(place, cell, device);
     } else if (has_board_script(cell.m_board)) {
-        TRACE_AT(place, 5, "etc init.d S84Reset4G.sh start \n");
+        TRACE_AT(place, kLogProgress, "etc init.d S84Reset4G.sh start \n");
         if (!cell.m_ota_running) run_shell(kResetByBoardScript);
     } else if (cell.m_ota_running) {
         return;
     } else if (is_power_reset(cell)) {
-        TRACE_AT(place, 5, "Reset4G.sh start pin_power\n");
+        TRACE_AT(place, kLogProgress, "Reset4G.sh start pin_power\n");
         run_shell(kResetByPower);
     } else {
-        TRACE_AT(place, 5, "Reset4G.sh start pin_rst\n");
+        TRACE_AT(place, kLogProgress, "Reset4G.sh start pin_rst\n");
         run_shell(kResetByPin);
     }
 }
 
 /// Takes the modem down and brings it up again, up to the moment when its port can be opened.
 void restart_modem(const TracePlace& place, CellBase& cell, PathText& device, int port_fd) {
-    TRACE_AT(place, 5, "kill udhcpc lte!!!\n");
+    TRACE_AT(place, kLogProgress, "kill udhcpc lte!!!\n");
     run_shell(cc_cell::kCommandDhcpKill);
     CloseSerial(port_fd);
     sleep(kPauseBeforeReset_seconds);
     reset_modem(place, cell, device);
     sleep(kPauseAfterReset_seconds);
-    TRACE_AT(place, 5, "check interface lte!!!\n");
+    TRACE_AT(place, kLogProgress, "check interface lte!!!\n");
     run_shell(kCheckInterface);
     sleep(kInterfacePause_seconds);
     ++cell.m_reset4g_times;
-    TRACE_AT(place, 5, "Reset4G time=%d\n", cell.m_reset4g_times);
+    TRACE_AT(place, kLogProgress, "Reset4G time=%d\n", cell.m_reset4g_times);
 }
 
 /// Reads pCell and the flag from memory at each call. Without that the compiler, which sees where pCell was
@@ -97,14 +97,14 @@ RunEnd run_task(const TracePlace& place, CellBase& cell, PathText& device, int& 
         cell.m_online = 0;
         cell.WriteStatusFiles();
         if (cell.m_ota_running) {
-            TRACE_AT(place, 5, "[OTA] module ota run\n");
+            TRACE_AT(place, kLogProgress, "[OTA] module ota run\n");
             sleep(kUpgradePause_seconds);
             continue;
         }
         restart_modem(place, cell, device, port_fd);
         port_fd = reopen_port(device);
         if (port_fd < 1) {
-            TRACE_AT(place, 3, "open device error. %s\n", device);
+            TRACE_AT(place, kLogError, "open device error. %s\n", device);
             return RunEnd::kPortLost;
         }
         cell.SetCell_fd(port_fd);
@@ -115,7 +115,7 @@ RunEnd run_task(const TracePlace& place, CellBase& cell, PathText& device, int& 
 
 void wait_for_upgrade(const TracePlace& place) {
     while (is_upgrade_running()) {
-        TRACE_AT(place, 5, "[OTA] module ota run\n");
+        TRACE_AT(place, kLogProgress, "[OTA] module ota run\n");
         sleep(kUpgradePauseAtExit_seconds);
     }
 }

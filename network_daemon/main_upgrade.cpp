@@ -38,12 +38,12 @@ const Outcome& outcome_of(int32_t result) {
 void* thread_function_ota(void* argument) {
     auto* cell = static_cast<cc_cell::CellBase*>(argument);
     if (!cell->m_ota_running) return nullptr;
-    TRACE(5, "[OTA] run ota task\n");
+    TRACE(kLogProgress, "[OTA] run ota task\n");
     const Outcome& outcome = outcome_of(cell->ModuleOtaTask());
-    TRACE(5, "%s", outcome.line);
+    TRACE(kLogProgress, "%s", outcome.line);
     cell->ReplyOcppUpgradeStatus(kOcppDestination, kReportMsgId, kOcppUpgradeOutcome, outcome.status);
     for (char* text : {supportModule, otatool, otaPath}) text[0] = '\0';
-    TRACE(5, "[OTA] reset ota upgrade flag\n");
+    TRACE(kLogProgress, "[OTA] reset ota upgrade flag\n");
     cell->m_ota_running = 0;
     return nullptr;
 }

@@ -52,7 +52,7 @@ uint16_t get_u16(const unsigned char* at) {
 
 /// Bare hexadecimal, without a place: it continues the line of the log call before it.
 void dump_debug(const unsigned char* bytes, int count) {
-    trace_hexdump("", "", 0, 7, bytes, count);
+    trace_hexdump("", "", 0, kLogDebug, bytes, count);
 }
 
 }  // namespace
@@ -77,13 +77,14 @@ uint16_t BusFrameCrc(const unsigned char* bytes, uint16_t count) {
 int EncodeDbusMsg(unsigned char* buffer, int buffer_size, int msg_id, int cmd, const unsigned char* data,
                   int data_length) {
     const bool readable = data_length == 0 || (data_length > 0 && data != nullptr);
-    TRACE(7, "Encode dbus msg. msg_id=%04X cmd=%04X dat_length %d\n pdat = ", static_cast<unsigned>(msg_id),
+    TRACE(kLogDebug,
+          "Encode dbus msg. msg_id=%04X cmd=%04X dat_length %d\n pdat = ", static_cast<unsigned>(msg_id),
           static_cast<unsigned>(cmd), data_length);
     dump_debug(data, readable ? data_length : 0);
 
     const int64_t frame_size = static_cast<int64_t>(data_length) + kBusFrameOverhead;
     if (frame_size > buffer_size || !readable) {
-        TRACE(0, "Buff size is small. buff size = %d\n",
+        TRACE(kLogAnnounce, "Buff size is small. buff size = %d\n",
               data_length);  // the data's: what readers of the log know
         return 0;
     }
@@ -97,7 +98,7 @@ int EncodeDbusMsg(unsigned char* buffer, int buffer_size, int msg_id, int cmd, c
     const int checked = frame_length - kBytesBeforeCmd + kCheckedBesideLength;
     put_u16(buffer + kDataAt + data_length, BusFrameCrc(buffer + kMsgIdAt, static_cast<uint16_t>(checked)));
 
-    TRACE(7, "Encoded msg. length %d\n pdat = ", frame_length);
+    TRACE(kLogDebug, "Encoded msg. length %d\n pdat = ", frame_length);
     dump_debug(buffer, frame_length);
     return frame_length;
 }

@@ -15,15 +15,15 @@
 #include "text_util.h"
 #include "trace_log_state.h"
 
-int32_t trace_level = 6;
+int32_t trace_level = kLogDetail;
 TraceName* trace_file_list = nullptr;
 TraceName* trace_function_list = nullptr;
 FILE* trace_stream = nullptr;
 
 namespace {
 
-constexpr int32_t kHighestLevel = 7;
-constexpr unsigned kHighestForwardedLevel = 6;
+constexpr int32_t kHighestLevel = kLogDebug;
+constexpr unsigned kHighestForwardedLevel = kLogDetail;
 constexpr size_t kLineSize = 1024;  // one line of trace_log, prefix and terminator included
 constexpr size_t kTimeTextSize = 64;
 constexpr size_t kHexByteWidth = 3;    // "%02x "

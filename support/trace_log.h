@@ -14,7 +14,17 @@ struct TracePlace {
 
 #define TRACE_HERE (TracePlace{__FILE__, __func__, __LINE__})
 
-/// Levels: 0 announcement, 1 recovery decision, 3 error, 5 progress, 6 configuration detail, 7 debug.
+/// Levels of a line; smaller is more urgent, and the numbers are those of -Dl. The log itself shows none.
+enum LogLevel : unsigned {
+    kLogAnnounce = 0,  // always wanted: which device was found, which mode is active
+    kLogRecovery = 1,  // a decision of the recovery ladder
+    kLogError = 3,
+    kLogHeat = 4,      // a modem that is too hot, and nothing else
+    kLogProgress = 5,  // what happens in the normal course
+    kLogDetail = 6,    // of the configuration; the last level that is shown by default, and forwarded
+    kLogDebug = 7,     // the exchange with the modem
+};
+
 #define TRACE(level, ...) trace_log(__FILE__, __func__, __LINE__, (level), __VA_ARGS__)
 #define TRACE_AT(place, level, ...) \
     trace_log((place).file, (place).function, (place).line, (level), __VA_ARGS__)

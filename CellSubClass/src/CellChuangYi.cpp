@@ -60,7 +60,7 @@ int32_t CellChuangYi::Initialize() {
     if (result == 0) return 0;
     copy_text(m_fw_version, kVendorName);
     copy_text(m_vendor_name, kVendorName);
-    TRACE(5, "m_ModuleName = %s \n", m_ModuleName.c_str());
+    TRACE(kLogProgress, "m_ModuleName = %s \n", m_ModuleName.c_str());
     return result;
 }
 
@@ -88,10 +88,10 @@ AtResult CellChuangYi::ParseAtResult(char* text) {
     LogMatch(TRACE_HERE, 5, match);
     result = TakeFields(*this, match);
     if (result.type == kHintRrcstate) {
-        TRACE(5, "Connect Status: stat=%d AcT=%d\n", result.val, result.val2);
+        TRACE(kLogProgress, "Connect Status: stat=%d AcT=%d\n", result.val, result.val2);
     }
     if (result.type == kHintSysinfo) {
-        TRACE(5,
+        TRACE(kLogProgress,
               "SYSINFO: srv_status=%d,srv_domain=%d,roam_status=%d,\n            "
               "\tsys_mode=%d,sim_state=%d,sys_submode=%d\n",
               result.val, result.val2, result.val3, result.val4, result.val5, result.val6);

@@ -34,7 +34,7 @@ int32_t CellCinterion::Initialize() {
     AtRequest("AT^SCTM=1,1");
     copy_text(m_vendor_name, kVendorName);
     AskFirmware(*this, "REVISION", kRevisionLimit, kVendorName);
-    TRACE(5, "m_ModuleName = %s \n", m_ModuleName.c_str());
+    TRACE(kLogProgress, "m_ModuleName = %s \n", m_ModuleName.c_str());
     return result;
 }
 
@@ -49,7 +49,7 @@ int32_t CellCinterion::CheckConnection() {
 
 int32_t CellCinterion::CheckSimCard() {
     const int32_t result = CheckSimCardAndIccid(*this, "AT+CCID", kHintCinterionCcid);
-    if (result < 0) TRACE(1, "CheckSimCard ERROR = %d!!!\n", result);
+    if (result < 0) TRACE(kLogRecovery, "CheckSimCard ERROR = %d!!!\n", result);
     return result;
 }
 
@@ -59,7 +59,7 @@ int32_t CellCinterion::CheckServiceStatus() {
 
 void CellCinterion::CheckTempStatus() {
     m_Tempture = Ask(*this, "AT^SCTM?").val3;  // whatever the answer was: 0 when it told no temperature
-    TRACE(7, "m_Tempture[%d] temp.val[%d]\n", m_Tempture, m_Tempture);
+    TRACE(kLogDebug, "m_Tempture[%d] temp.val[%d]\n", m_Tempture, m_Tempture);
 }
 
 int32_t CellCinterion::DoConnect() {
@@ -74,10 +74,10 @@ AtResult CellCinterion::ParseAtResult(char* text) {
     if (result.type != kHintUnknown || text == nullptr) return result;
     const AtMatch match = FindRow(kRows, text);
     LogMatch(TRACE_HERE, 7, match);
-    if (match.Is(kHintSctm)) TRACE(7, "SCTM:%s\n", match.text);
+    if (match.Is(kHintSctm)) TRACE(kLogDebug, "SCTM:%s\n", match.text);
     result = TakeFields(*this, match);
-    if (result.type == kHintCinterionCcid) TRACE(5, "ICCID:%s\n", result.common_str);
-    if (result.type == kHintSmoni) TRACE(7, "Network type:%s\n", m_NetworkType);
+    if (result.type == kHintCinterionCcid) TRACE(kLogProgress, "ICCID:%s\n", result.common_str);
+    if (result.type == kHintSmoni) TRACE(kLogDebug, "Network type:%s\n", m_NetworkType);
     return result;
 }
 

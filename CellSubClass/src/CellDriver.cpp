@@ -161,8 +161,8 @@ bool AppendQuotedNumber(char (&command)[kCommandSize], int32_t number) {
 void LogBandChange(const TracePlace& place, const char* last_band, const char* last_rsrp,
                    const char* current_band, const char* current_rsrp) {
     if (strcmp(last_band, current_band) == 0) return;
-    TRACE_AT(place, 5, "Band change: last band[%s] rsrp[%s], current band[%s] rsrp[%s]\n", last_band,
-             last_rsrp, current_band, current_rsrp);
+    TRACE_AT(place, kLogProgress, "Band change: last band[%s] rsrp[%s], current band[%s] rsrp[%s]\n",
+             last_band, last_rsrp, current_band, current_rsrp);
 }
 
 }  // namespace cc_cell

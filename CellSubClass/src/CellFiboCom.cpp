@@ -47,15 +47,15 @@ int32_t CellFiboCOM::Initialize() {
     copy_text(m_vendor_name, kVendorName);
     AskFirmware(*this, "Revision:", kRevisionLimit,
                 m_ModuleName == kModelMc116 ? kModelMc116 : kOtherFirmware);
-    TRACE(5, "m_ModuleName = %s \n", m_ModuleName.c_str());
+    TRACE(kLogProgress, "m_ModuleName = %s \n", m_ModuleName.c_str());
 
     sleep(kDialPause_seconds);
     CellBase::DoConnect();
     sleep(kDialPause_seconds);
     char command[kCommandSize];
     snprintf(command, sizeof command, "AT+MGAUTH=1,3,\"%s\",\"%s\"\r\n", m_username, m_password);
-    TRACE(7, "%s", command);
-    TRACE(5, "AT+MGAUTH=1,3 done\n");
+    TRACE(kLogDebug, "%s", command);
+    TRACE(kLogProgress, "AT+MGAUTH=1,3 done\n");
     AtRequest(command);
     return 1;
 }
@@ -84,7 +84,7 @@ int32_t CellFiboCOM::ReadCSQ() {
         snprintf(quoted, sizeof quoted, "\"%s\"", result.common_str);
         copy_text(m_NetworkType, quoted);
     }
-    TRACE(7, "Network type:%s\n", m_NetworkType);
+    TRACE(kLogDebug, "Network type:%s\n", m_NetworkType);
     return CellBase::ReadCSQ();
 }
 
@@ -98,8 +98,8 @@ AtResult CellFiboCOM::ParseAtResult(char* text) {
     const AtMatch match = FindRow(kRows, text);
     LogMatch(TRACE_HERE, 7, match);
     result = TakeFields(*this, match);
-    if (result.type == kHintFibocomCcid) TRACE(5, "CCID:%s\n", result.common_str);
-    if (result.type == kHintFibocomGtrndis) TRACE(7, "GTRNDIS: connect_type=%d\n", result.val);
+    if (result.type == kHintFibocomCcid) TRACE(kLogProgress, "CCID:%s\n", result.common_str);
+    if (result.type == kHintFibocomGtrndis) TRACE(kLogDebug, "GTRNDIS: connect_type=%d\n", result.val);
     return result;
 }
 

@@ -59,7 +59,7 @@ int32_t CellFiboLE370::Initialize() {
     EnsureUsbMode(TRACE_HERE, *this, kUsbMode);
     copy_text(m_vendor_name, kVendorName);
     copy_text(m_fw_version, kFirmware);
-    TRACE(5, "m_ModuleName = %s \n", m_ModuleName.c_str());
+    TRACE(kLogProgress, "m_ModuleName = %s \n", m_ModuleName.c_str());
 
     AtRequest("AT+CFUN=0");
     sleep(kRadioOffPause_seconds);
@@ -96,15 +96,15 @@ void CellFiboLE370::CheckSignalStatus() {
     for (int i = 0; i < kCesqSlots; ++i) {
         const char* field = next_field(&rest, kSlotEnds);
         if (field == nullptr) {
-            TRACE(5, "CESQ info,pRes is null\n");
+            TRACE(kLogProgress, "CESQ info,pRes is null\n");
             break;
         }
         copy_text(slots[i], field);
-        TRACE(7, "CESQ info num[%d]: p=%s, pRes=%s !!!!!!\n", i, field, OrNullWord(rest));
+        TRACE(kLogDebug, "CESQ info num[%d]: p=%s, pRes=%s !!!!!!\n", i, field, OrNullWord(rest));
     }
     const int32_t rsrp = parse_number(slots[kCesqRsrp]);
-    TRACE(7, "CESQ info,rsrp_level:%d !!!!!!\n", rsrp);
-    TRACE(7, "CESQ info,caculate real rsrp_level:%d !!!!!!\n", RsrpOfIndex(rsrp));
+    TRACE(kLogDebug, "CESQ info,rsrp_level:%d !!!!!!\n", rsrp);
+    TRACE(kLogDebug, "CESQ info,caculate real rsrp_level:%d !!!!!!\n", RsrpOfIndex(rsrp));
 }
 
 int32_t CellFiboLE370::ReadCSQ() {
@@ -112,14 +112,14 @@ int32_t CellFiboLE370::ReadCSQ() {
     if (result.type == kHintGtccinfo) {
         char* rest = result.common_str;
         const char* field = next_field(&rest, kSlotEnds);
-        TRACE(7, "GTCCINFO 11111 p:%s,pRes:%s\n", field, OrNullWord(rest));
+        TRACE(kLogDebug, "GTCCINFO 11111 p:%s,pRes:%s\n", field, OrNullWord(rest));
         if (rest != nullptr) {
             field = next_field(&rest, kSlotEnds);
-            TRACE(7, "GTCCINFO 22222 p:%s,pRes:%s\n", field, OrNullWord(rest));
+            TRACE(kLogDebug, "GTCCINFO 22222 p:%s,pRes:%s\n", field, OrNullWord(rest));
             if (parse_number(field) == kRatLte) copy_text(m_NetworkType, "LTE");
         }
     }
-    TRACE(5, "Network type:%s\n", m_NetworkType);
+    TRACE(kLogProgress, "Network type:%s\n", m_NetworkType);
     return CellBase::ReadCSQ();
 }
 
@@ -135,21 +135,21 @@ AtResult CellFiboLE370::ParseAtResult(char* text) {
     result = TakeFields(*this, match);
     switch (result.type) {
         case kHintFibocomLeCcid:
-            TRACE(5, "CCID:%s\n", result.common_str);
+            TRACE(kLogProgress, "CCID:%s\n", result.common_str);
             break;
         case kHintFibocomLeGtrndis:
-            TRACE(7, "GTRNDIS: connect_type=%d\n", result.val);
+            TRACE(kLogDebug, "GTRNDIS: connect_type=%d\n", result.val);
             break;
         case kHintGtccinfo:
             if (const char* line = StringSplitByNum(text, "\n\r", kCellLineField)) {
                 copy_text(result.common_str, line);
             } else {
-                TRACE(5, "FIBOLEGTCCINFO: get networkType fail !\n");
+                TRACE(kLogProgress, "FIBOLEGTCCINFO: get networkType fail !\n");
             }
-            TRACE(7, "FIBOLEGTCCINFO is:%s\n", result.common_str);
+            TRACE(kLogDebug, "FIBOLEGTCCINFO is:%s\n", result.common_str);
             break;
         case kHintCesq:
-            TRACE(7, "FIBOLECESQ:%s\n", result.common_str);
+            TRACE(kLogDebug, "FIBOLECESQ:%s\n", result.common_str);
             break;
         default:
             break;

@@ -42,7 +42,7 @@ int32_t CellHuaWei909s::Initialize() {
     AtRequest("AT^LEDCTRL=1");
     copy_text(m_vendor_name, kVendorName);
     copy_text(m_fw_version, kFirmware);
-    TRACE(5, "m_ModuleName = %s \n", m_ModuleName.c_str());
+    TRACE(kLogProgress, "m_ModuleName = %s \n", m_ModuleName.c_str());
     return result;
 }
 
@@ -79,7 +79,7 @@ AtResult CellHuaWei909s::ParseAtResult(char* text) {
     const AtMatch match = FindRow(kRows, text);
     LogMatch(TRACE_HERE, 5, match);
     result = TakeFields(*this, match);
-    if (result.type == kHintNdisstatqry) TRACE(5, "Connect Status:%d\n", result.val);
+    if (result.type == kHintNdisstatqry) TRACE(kLogProgress, "Connect Status:%d\n", result.val);
     if (result.type == kHintHcsq) TakeHcsq(match, result);
     return result;
 }
@@ -87,7 +87,7 @@ AtResult CellHuaWei909s::ParseAtResult(char* text) {
 int32_t CellHuaWei909s::DealHint(AtResult result) {
     if (result.type != kHintHcsq) return CellBase::DealHint(result);
     copy_text(m_NetworkType, result.common_str);
-    TRACE(5, "Network type:%s\n", m_NetworkType);
+    TRACE(kLogProgress, "Network type:%s\n", m_NetworkType);
     return 1;
 }
 

@@ -44,18 +44,19 @@ constexpr size_t kCpsiSlotSize = 24;
 /// Takes over cell, signal and network type; what the report lacks becomes empty.
 void StoreCell(const TracePlace& place, CellBase& cell, char* report) {
     char slots[kCpsiSlots][kCpsiSlotSize];
-    if (!SplitIntoSlots(report, ",\r", slots)) TRACE_AT(place, 5, "CPSI info,pRes do not have valid data\n");
+    if (!SplitIntoSlots(report, ",\r", slots))
+        TRACE_AT(place, kLogProgress, "CPSI info,pRes do not have valid data\n");
     LogBandChange(place, cell.m_band, cell.m_RSRP, slots[kCpsiBand], slots[kCpsiRsrp]);
-    TRACE_AT(place, 7, "CPSI info, pcid:%s !\n", slots[kCpsiPcid]);
+    TRACE_AT(place, kLogDebug, "CPSI info, pcid:%s !\n", slots[kCpsiPcid]);
     copy_text(cell.m_pcid, slots[kCpsiPcid]);
-    TRACE_AT(place, 7, "CPSI info, band:%s !\n", slots[kCpsiBand]);
+    TRACE_AT(place, kLogDebug, "CPSI info, band:%s !\n", slots[kCpsiBand]);
     copy_text(cell.m_band, slots[kCpsiBand]);
-    TRACE_AT(place, 7, "CPSI info, rsrp:%s !\n", slots[kCpsiRsrp]);
+    TRACE_AT(place, kLogDebug, "CPSI info, rsrp:%s !\n", slots[kCpsiRsrp]);
     copy_text(cell.m_RSRP, slots[kCpsiRsrp]);
-    TRACE_AT(place, 7, "CPSI info, sinr:%s !\n", slots[kCpsiSinr]);
+    TRACE_AT(place, kLogDebug, "CPSI info, sinr:%s !\n", slots[kCpsiSinr]);
     copy_text(cell.m_SINR, slots[kCpsiSinr]);
     copy_text(cell.m_NetworkType, slots[kCpsiSystem]);
-    TRACE_AT(place, 5, "Network type:%s\n", cell.m_NetworkType);
+    TRACE_AT(place, kLogProgress, "Network type:%s\n", cell.m_NetworkType);
 }
 
 }  // namespace
@@ -69,7 +70,7 @@ int32_t CellLYNQ::Initialize() {
     if (result == 0) return 0;
     copy_text(m_vendor_name, kVendorName);
     copy_text(m_fw_version, kFirmware);
-    TRACE(5, "m_ModuleName = %s \n", m_ModuleName.c_str());
+    TRACE(kLogProgress, "m_ModuleName = %s \n", m_ModuleName.c_str());
     SendAll(*this, kSetUp);
     return result;
 }
@@ -77,19 +78,19 @@ int32_t CellLYNQ::Initialize() {
 int32_t CellLYNQ::DisConnect() {
     const AtResult result = Ask(*this, "AT+NETCLOSE");
     if (result.type != kHintNetclose) return 0;
-    TRACE(7, "AT+NETCLOSE\n");
+    TRACE(kLogDebug, "AT+NETCLOSE\n");
     // The whole text here, the word anywhere in the text at the dial: visible outside, keep.
     return strcmp(result.common_str, kSuccess) == 0;
 }
 
 int32_t CellLYNQ::CheckConnection() {
     AtResult report = Ask(*this, "AT+CPSI?");
-    TRACE(7, "AT+CPSI common str:%s, len: %d!!!\r\n", report.common_str,
+    TRACE(kLogDebug, "AT+CPSI common str:%s, len: %d!!!\r\n", report.common_str,
           static_cast<int>(strlen(report.common_str)));
     if (report.type == kHintLynqCpsi) StoreCell(TRACE_HERE, *this, report.common_str);
 
     const AtResult link = Ask(*this, "AT+NETOPEN?");
-    TRACE(7, "AT+NETOPEN? and response %s\n", link.common_str);
+    TRACE(kLogDebug, "AT+NETOPEN? and response %s\n", link.common_str);
     return link.type == kHintNetopen && ContainsText(link.common_str, "1") != nullptr;
 }
 
@@ -100,7 +101,7 @@ int32_t CellLYNQ::CheckSimCard() {
 int32_t CellLYNQ::CheckServiceStatus() {
     const AtResult result = Ask(*this, "AT+CEREG?");
     if (result.type != kHintCereg) return 0;
-    TRACE(7, "AT+CEREG %d %d\n", result.val, result.val2);
+    TRACE(kLogDebug, "AT+CEREG %d %d\n", result.val, result.val2);
     m_CEREG = result.val2;
     return IsRegistered(result.val2);
 }
@@ -111,9 +112,9 @@ int32_t CellLYNQ::DoConnect() {
     run_shell(kInterfaceDown);
     run_shell(kInterfaceUp);
     const AtResult result = ParseAtResult(answer);
-    TRACE(7, "DoConnect %s\n", result.common_str);
+    TRACE(kLogDebug, "DoConnect %s\n", result.common_str);
     if (result.type != kHintNetopen) return 0;
-    TRACE(7, "AT+NETOPEN and response %s\n", result.common_str);
+    TRACE(kLogDebug, "AT+NETOPEN and response %s\n", result.common_str);
     return ContainsText(result.common_str, kSuccess) != nullptr;
 }
 
@@ -121,17 +122,17 @@ AtResult CellLYNQ::ParseAtResult(char* text) {
     AtResult result = CellBase::ParseAtResult(text);
     if (result.type != kHintUnknown || text == nullptr) return result;
     const AtMatch match = FindRow(kRows, text);
-    if (match.row != nullptr) TRACE(7, "%s %s\n", match.row->prefix.data(), match.text);
+    if (match.row != nullptr) TRACE(kLogDebug, "%s %s\n", match.row->prefix.data(), match.text);
     result = TakeFields(*this, match);
     switch (result.type) {
         case kHintLynqIccid:
-            TRACE(5, "ICCID:%s\n", result.common_str);
+            TRACE(kLogProgress, "ICCID:%s\n", result.common_str);
             break;
         case kHintNetopen:
-            TRACE(5, "Network Open:%s\n", result.common_str);
+            TRACE(kLogProgress, "Network Open:%s\n", result.common_str);
             break;
         case kHintNetclose:
-            TRACE(5, "Network Close:%s\n", result.common_str);
+            TRACE(kLogProgress, "Network Close:%s\n", result.common_str);
             break;
         default:
             break;

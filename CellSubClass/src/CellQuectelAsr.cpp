@@ -44,7 +44,7 @@ int32_t CellQueAsr::Initialize() {
     SendAll(*this, kSetUp);
     AskFirmware(*this, "Revision:", kRevisionLimit, kUnknownFirmware);
     copy_text(m_vendor_name, kVendorName);
-    TRACE(5, "m_ModuleName = %s \n", m_ModuleName.c_str());
+    TRACE(kLogProgress, "m_ModuleName = %s \n", m_ModuleName.c_str());
     return result;
 }
 

@@ -87,11 +87,11 @@ int32_t CellQuectelQcom::Initialize() {
 
     char command[kCommandSize];
     BuildContextCommand(*this, command);
-    TRACE(7, "%s", command);
+    TRACE(kLogDebug, "%s", command);
     AtRequest(command);
     AskFirmware(*this, "Revision:", kRevisionLimit, kVendorName);
     copy_text(m_vendor_name, kVendorName);
-    TRACE(5, "m_ModuleName = %s \n", m_ModuleName.c_str());
+    TRACE(kLogProgress, "m_ModuleName = %s \n", m_ModuleName.c_str());
     return result;
 }
 
@@ -104,7 +104,7 @@ int32_t CellQuectelQcom::CheckConnection() {
     const AtResult result = Ask(*this, "AT+QNETDEVSTATUS?");
     const int32_t state = result.val2;
     if (result.type == kHintQnetdevstatus && (state == 1 || state == 2)) return 1;
-    TRACE(5, "AT+QNETDEVSTATUS fail:%d\n", state);
+    TRACE(kLogProgress, "AT+QNETDEVSTATUS fail:%d\n", state);
     return 0;
 }
 
@@ -132,26 +132,26 @@ void CellQuectelQcom::ConfigThermalLimit() {
 
 void CellQuectelQcom::CheckSignalStatus() {
     AtResult result = Ask(*this, "AT+QENG=\"servingcell\"\r\n");
-    TRACE(7, "AT+QENG common str:%s, len: %d \r\n", result.common_str,
+    TRACE(kLogDebug, "AT+QENG common str:%s, len: %d \r\n", result.common_str,
           static_cast<int>(strlen(result.common_str)));
     StoreServingCell(TRACE_HERE, *this, result);
 }
 
 int32_t CellQuectelQcom::ModuleOtaTask() {
     if (!IsOtaUpgradPathExist()) {
-        TRACE(5, "[OTA] ota upgrade file path or file no exist\n");
+        TRACE(kLogProgress, "[OTA] ota upgrade file path or file no exist\n");
         return kOtaFileMissing;
     }
     if (!IsSupportModuleOTA()) {
-        TRACE(5, "[OTA] 4g module ota upgrade not support\n");
+        TRACE(kLogProgress, "[OTA] 4g module ota upgrade not support\n");
         return kOtaNotSupported;
     }
     char command[kCommandSize];
     snprintf(command, sizeof command, "%s -f %s", kOtaTool, kOtaDirectory);
-    TRACE(5, "[OTA] run: %s\n", command);
+    TRACE(kLogProgress, "[OTA] run: %s\n", command);
     FILE* output = popen(command, "r");
     if (output == nullptr) {
-        TRACE(5, "[OTA] run 4G module ota task fail\n");
+        TRACE(kLogProgress, "[OTA] run 4G module ota task fail\n");
         return kOtaNotStarted;
     }
     int32_t result = kOtaSaidNeither;
@@ -159,10 +159,10 @@ int32_t CellQuectelQcom::ModuleOtaTask() {
     while (fgets(line, sizeof line, output) != nullptr) {
         if (strstr(line, "successfully") != nullptr) {
             result = kOtaUpgraded;
-            TRACE(5, "[OTA] Upgrade module successfully\n");
+            TRACE(kLogProgress, "[OTA] Upgrade module successfully\n");
         } else if (strstr(line, "Upgrade module fail") != nullptr) {
             result = kOtaFailed;
-            TRACE(5, "[OTA] Upgrade module fail\n");
+            TRACE(kLogProgress, "[OTA] Upgrade module fail\n");
         }
     }
     pclose(output);
@@ -185,14 +185,14 @@ int32_t CellQuectelQcom::DoConnect() {
     if (result == 0) return 0;
     char command[kCommandSize];
     BuildContextCommand(*this, command);
-    TRACE(7, "%s", command);
-    TRACE(5, "AT+QICSGP=1,1 done\n");
+    TRACE(kLogDebug, "%s", command);
+    TRACE(kLogProgress, "AT+QICSGP=1,1 done\n");
     AtRequest(command);
 
     const AtResult call = ParseAtResult(AtRequest_xs("AT$QCRMCALL=1,1", kLongAnswer_seconds));
-    TRACE(7, "QCRMCALL return type:%d \r\n", call.val);
+    TRACE(kLogDebug, "QCRMCALL return type:%d \r\n", call.val);
     // A failed call is no failure of the dial: CheckConnection finds it.
-    if (call.type != kHintQcrmcall || call.val != 1) TRACE(5, "QCRMCALL=1,1 fail:%d\n", call.val);
+    if (call.type != kHintQcrmcall || call.val != 1) TRACE(kLogProgress, "QCRMCALL=1,1 fail:%d\n", call.val);
     return result;
 }
 
@@ -201,22 +201,23 @@ AtResult CellQuectelQcom::ParseAtResult(char* text) {
     if (result.type != kHintUnknown || text == nullptr) return result;
     const AtMatch match = FindRow(kRows, text);
     LogMatch(TRACE_HERE, 7, match);
-    if (match.Is(kHintQcrmcall)) TRACE(5, "AT$QCRMCALL=1,1 return %s\n", match.text);
+    if (match.Is(kHintQcrmcall)) TRACE(kLogProgress, "AT$QCRMCALL=1,1 return %s\n", match.text);
 
     result = TakeFields(*this, match);
     LogQuectelRecord(TRACE_HERE, *this, result);
     switch (result.type) {
         case kHintQnetdevstatus:
-            TRACE(7, "QNETDEVSTATUS: on_off=%d,state=%d,roam_status=%d,inst=%d\n", result.val, result.val2,
-                  result.val3, result.val4);
+            TRACE(kLogDebug, "QNETDEVSTATUS: on_off=%d,state=%d,roam_status=%d,inst=%d\n", result.val,
+                  result.val2, result.val3, result.val4);
             break;
         case kHintQtemp: {
             const int32_t baseband = result.val3;
-            if (baseband == 0) TRACE(5, "query baseband temperature Failed!\n");
-            if (baseband > kHotBaseband_celsius) TRACE(4, "query baseband temperature %d!\n", baseband);
-            if (result.val == 0) TRACE(5, "query XO temperature Failed!\n");
-            if (result.val2 == 0) TRACE(5, "query PA temperature Failed!\n");
-            TRACE(7, "Quectel Temp Baseband(%d),XO(%d),PA(%d)\n", baseband, result.val, result.val2);
+            if (baseband == 0) TRACE(kLogProgress, "query baseband temperature Failed!\n");
+            if (baseband > kHotBaseband_celsius)
+                TRACE(kLogHeat, "query baseband temperature %d!\n", baseband);
+            if (result.val == 0) TRACE(kLogProgress, "query XO temperature Failed!\n");
+            if (result.val2 == 0) TRACE(kLogProgress, "query PA temperature Failed!\n");
+            TRACE(kLogDebug, "Quectel Temp Baseband(%d),XO(%d),PA(%d)\n", baseband, result.val, result.val2);
             break;
         }
         default:
@@ -227,24 +228,24 @@ AtResult CellQuectelQcom::ParseAtResult(char* text) {
 
 bool CellQuectelQcom::IsSupportModuleOTA() {
     if (m_ModuleName == kOtaModel) {
-        TRACE(5, "[OTA] Module EG21 support OTA\r\n");
+        TRACE(kLogProgress, "[OTA] Module EG21 support OTA\r\n");
         return true;
     }
-    TRACE(5, "[OTA] Module no support OTA\r\n");
+    TRACE(kLogProgress, "[OTA] Module no support OTA\r\n");
     return false;
 }
 
 bool CellQuectelQcom::IsOtaUpgradPathExist() {
     if (access(kOtaDirectory, F_OK) != 0) {
-        TRACE(5, "[OTA] OTA目录不存在\n");
+        TRACE(kLogProgress, "[OTA] OTA目录不存在\n");
         return false;
     }
-    TRACE(5, "[OTA] OTA目录存在\n");
+    TRACE(kLogProgress, "[OTA] OTA目录存在\n");
     if (access(kOtaTool, F_OK) == 0) {
-        TRACE(5, "[OTA] QFirehose文件存在\n");
+        TRACE(kLogProgress, "[OTA] QFirehose文件存在\n");
         return true;
     }
-    TRACE(5, "[OTA] QFirehose文件不存在\n");
+    TRACE(kLogProgress, "[OTA] QFirehose文件不存在\n");
     return false;
 }
 

@@ -49,11 +49,11 @@ int32_t CellEC200G::Initialize() {
 
     char command[kCommandSize];
     BuildContextCommand(*this, command);
-    TRACE(7, "%s", command);
+    TRACE(kLogDebug, "%s", command);
     AtRequest(command);
     AskFirmware(*this, "Revision:", kRevisionLimit, kUnknownFirmware);
     copy_text(m_vendor_name, kVendorName);
-    TRACE(5, "m_ModuleName = %s \n", m_ModuleName.c_str());
+    TRACE(kLogProgress, "m_ModuleName = %s \n", m_ModuleName.c_str());
     return result;
 }
 
@@ -96,8 +96,8 @@ int32_t CellEC200G::DoConnect() {
     if (result == 0) return 0;
     char command[kCommandSize];
     BuildContextCommand(*this, command);
-    TRACE(7, "%s", command);
-    TRACE(5, "AT+QICSGP=1,1 done\n");
+    TRACE(kLogDebug, "%s", command);
+    TRACE(kLogProgress, "AT+QICSGP=1,1 done\n");
     AtRequest(command);
     AtRequest("AT+QNETDEVCTL=1,1,1\r\n");  // a failed call is found by CheckConnection
     return result;
@@ -108,7 +108,7 @@ AtResult CellEC200G::ParseAtResult(char* text) {
     if (result.type != kHintUnknown || text == nullptr) return result;
     const AtMatch match = FindRow(kRows, text);
     LogMatch(TRACE_HERE, 7, match);
-    if (match.Is(kHintQcrmcall)) TRACE(5, "AT$QCRMCALL=1,1 return %s\n", match.text);
+    if (match.Is(kHintQcrmcall)) TRACE(kLogProgress, "AT$QCRMCALL=1,1 return %s\n", match.text);
     result = TakeFields(*this, match);
     LogQuectelRecord(TRACE_HERE, *this, result);
     return result;

@@ -50,7 +50,7 @@ int32_t CellSimCom::Initialize() {
     copy_text(m_vendor_name, kVendorName);
     copy_text(m_fw_version, kVendorName);
     run_shell(kInterfaceUp);
-    TRACE(5, "m_ModuleName = %s \n", m_ModuleName.c_str());
+    TRACE(kLogProgress, "m_ModuleName = %s \n", m_ModuleName.c_str());
     return result;
 }
 
@@ -98,14 +98,14 @@ AtResult CellSimCom::ParseAtResult(char* text) {
     result = TakeFields(*this, match);
     switch (result.type) {
         case kHintSimcomQcrmcall:
-            TRACE(5, "Online check :%d\n", result.val);
+            TRACE(kLogProgress, "Online check :%d\n", result.val);
             break;
         case kHintSimcomCpsi:
             TakeCpsi(match, *this, result);
-            TRACE(5, "Network type:%s\n", m_NetworkType);
+            TRACE(kLogProgress, "Network type:%s\n", m_NetworkType);
             break;
         case kHintSimcomIccid:
-            TRACE(5, "ICCID :%s\n", result.common_str);
+            TRACE(kLogProgress, "ICCID :%s\n", result.common_str);
             break;
         default:
             break;

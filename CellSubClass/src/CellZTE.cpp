@@ -72,7 +72,7 @@ int32_t CellZTE3630::Initialize() {
     SendAll(*this, kSetUp);
     copy_text(m_vendor_name, kVendorName);
     AskFirmware(*this, "Revision:", kRevisionLimit, kVendorName);
-    TRACE(5, "m_ModuleName = %s \n", m_ModuleName.c_str());
+    TRACE(kLogProgress, "m_ModuleName = %s \n", m_ModuleName.c_str());
     return result;
 }
 
@@ -85,14 +85,14 @@ int32_t CellZTE3630::CheckConnection() {
     Ask(*this, "AT+ZPAS?");  // the parser stores the network type
     char* answer = AtRequest("AT+ZECMCALL?");
     const AtResult result = ParseAtResult(answer);
-    TRACE(7, "AT+ZECMCALL checkconnection return %s\n", answer);
+    TRACE(kLogDebug, "AT+ZECMCALL checkconnection return %s\n", answer);
     if (result.type == kHintZecmcall && result.val == 1) return 1;
     // This model shows no address; that it answers at all has to do.
     if (m_ModuleName == kModelGm196 && ContainsText(answer, "OK") != nullptr) {
-        TRACE(7, "connection ok!!! \n");
+        TRACE(kLogDebug, "connection ok!!! \n");
         return 1;
     }
-    TRACE(5, "AT+ZECMCALL? fail:%d\n", result.val);
+    TRACE(kLogProgress, "AT+ZECMCALL? fail:%d\n", result.val);
     return 0;
 }
 
@@ -105,18 +105,18 @@ int32_t CellZTE3630::CheckServiceStatus() {
 }
 
 void CellZTE3630::CheckSignalStatus() {
-    TRACE(7, "ZTE 4G module is: %s \r\n", m_ModuleName.c_str());
+    TRACE(kLogDebug, "ZTE 4G module is: %s \r\n", m_ModuleName.c_str());
     if (m_ModuleName != kModelMe3630) return;
     char* answer = AtRequest_xs("AT+ZSRSP?", kSignalAnswer_seconds);
     if (ContainsText(answer, "OK") == nullptr) {
-        TRACE(6, "AT+ZSRSP? return error!!! \n");
+        TRACE(kLogDetail, "AT+ZSRSP? return error!!! \n");
         return;
     }
     char fields[kSignalFields][kFieldSize];
     char* targets[kSignalFields];
     for (int i = 0; i < kSignalFields; ++i) targets[i] = fields[i];
     if (StringSplitToGetValue(answer, "\"", kSignalFields, targets, kFieldSize) == 0) {
-        TRACE(6, "AT+ZSRSP? get value fail!!! \n");
+        TRACE(kLogDetail, "AT+ZSRSP? get value fail!!! \n");
         return;
     }
     StoreSignal(m_RSRP, fields[kSignalRsrp], "dBm");
@@ -127,24 +127,24 @@ void CellZTE3630::CheckSignalStatus() {
 
 void CellZTE3630::CheckNeighbourSignal() {
     AtResult result = ParseAtResult(AtRequest_xs("AT+ZCELLINFO?", kLongAnswer_seconds));
-    TRACE(7, "ZCELLINFO common str:%s, len: %d!!!\r\n", result.common_str,
+    TRACE(kLogDebug, "ZCELLINFO common str:%s, len: %d!!!\r\n", result.common_str,
           static_cast<int>(strlen(result.common_str)));
     if (result.type != kHintZcellinfo) return;
     if (ContainsText(result.common_str, "LTE") == nullptr) {
-        TRACE(3, "AT+CELLINFO? return not LTE!!! \n");
+        TRACE(kLogError, "AT+CELLINFO? return not LTE!!! \n");
         return;
     }
     char slots[kCellSlots][kCellSlotSize];
     if (!SplitIntoSlots(result.common_str, ",\r", slots)) {
-        TRACE(5, "CELLINFO info,pRes do not have valid data\n");
+        TRACE(kLogProgress, "CELLINFO info,pRes do not have valid data\n");
     }
     LogBandChange(TRACE_HERE, m_band, m_RSRP_LEVEL, slots[kCellBand], m_RSRP);
-    TRACE(7, "CELLINFO info, pcid:%s !\n", slots[kCellPcid]);
+    TRACE(kLogDebug, "CELLINFO info, pcid:%s !\n", slots[kCellPcid]);
     copy_text(m_pcid, slots[kCellPcid]);
-    TRACE(7, "CELLINFO info, band:%s !\n", slots[kCellBand]);
+    TRACE(kLogDebug, "CELLINFO info, band:%s !\n", slots[kCellBand]);
     copy_text(m_band, slots[kCellBand]);
     SetRsrpLevel(m_RSRP);
-    TRACE(7, "CELLINFO info, m_RSRP_LEVEL:%s !\n", m_RSRP_LEVEL);
+    TRACE(kLogDebug, "CELLINFO info, m_RSRP_LEVEL:%s !\n", m_RSRP_LEVEL);
 }
 
 int32_t CellZTE3630::DoConnect() {
@@ -159,11 +159,11 @@ int32_t CellZTE3630::DoConnect() {
         }
     }
     const char* answer = AtRequest_xs(command, kLongAnswer_seconds);
-    TRACE(6, "AT+ZECMCALL=1 return %s\n", answer);
+    TRACE(kLogDetail, "AT+ZECMCALL=1 return %s\n", answer);
     if (ContainsText(answer, "CONNECT") != nullptr) {
-        TRACE(6, "CONNECT!!! \n");
+        TRACE(kLogDetail, "CONNECT!!! \n");
     } else {
-        TRACE(6, "AT+ZECMCALL=1 ERROR !!!\n");  // no failure of the dial: CheckConnection finds it
+        TRACE(kLogDetail, "AT+ZECMCALL=1 ERROR !!!\n");  // no failure of the dial: CheckConnection finds it
     }
     return result;
 }
@@ -176,10 +176,10 @@ AtResult CellZTE3630::ParseAtResult(char* text) {
     result = TakeFields(*this, match);
     switch (result.type) {
         case kHintZgeticcid:
-            TRACE(5, "ICCID:%s\n", result.common_str);
+            TRACE(kLogProgress, "ICCID:%s\n", result.common_str);
             break;
         case kHintZpas:
-            TRACE(7, "Network type:%s\n", m_NetworkType);
+            TRACE(kLogDebug, "Network type:%s\n", m_NetworkType);
             break;
         case kHintZecmcall:  // an address has dots, "IPV4" alone has none
             result.val = ContainsText(text, ".") != nullptr;

@@ -9,7 +9,7 @@ AtResult ParseDataStatus(const TracePlace& place, CellBase& cell, char* text) {
     const AtMatch match = FindRow(kDataStatusRows, text);
     LogMatch(place, 5, match);
     const AtResult result = TakeFields(cell, match);
-    if (result.type == kHintDataStatus) TRACE_AT(place, 5, "Connect Status:%d\n", result.val);
+    if (result.type == kHintDataStatus) TRACE_AT(place, kLogProgress, "Connect Status:%d\n", result.val);
     return result;
 }
 
@@ -19,7 +19,7 @@ int32_t InitializeReporting(const TracePlace& place, CellBase& cell, const char*
     SendAll(cell, kReportUnasked);
     copy_text(cell.m_vendor_name, name);
     copy_text(cell.m_fw_version, name);
-    TRACE_AT(place, 5, "m_ModuleName = %s \n", CellBase::m_ModuleName.c_str());
+    TRACE_AT(place, kLogProgress, "m_ModuleName = %s \n", CellBase::m_ModuleName.c_str());
     return result;
 }
 

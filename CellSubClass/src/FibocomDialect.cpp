@@ -16,29 +16,29 @@ constexpr int kDialWait_seconds = 10;
 void EnsureUsbMode(const TracePlace& place, CellBase& cell, const char* mode) {
     const char* answer = cell.AtRequest("AT+gtusbmode?");
     if (CellBase::ContainsText(answer, mode) != nullptr) {
-        TRACE_AT(place, 6, "AT+gtusbmode? %s!!! \n", answer);
+        TRACE_AT(place, kLogDetail, "AT+gtusbmode? %s!!! \n", answer);
         return;
     }
     char command[kCommandSize];
     snprintf(command, sizeof command, "AT+gtusbmode=%s", mode);
     answer = cell.AtRequest(command);
-    TRACE_AT(place, 6, "%s %s!!! \n", command, answer);
+    TRACE_AT(place, kLogDetail, "%s %s!!! \n", command, answer);
     cell.AtRequest("AT+CFUN=15\r\n");
     sleep(kRestartPause_seconds);
 }
 
 int32_t StartRndis(const TracePlace& place, CellBase& cell) {
     const char* answer = cell.AtRequest_xs("AT+GTRNDIS=1,1\r\n", kDialWait_seconds);
-    TRACE_AT(place, 6, "AT+GTRNDIS=1,1 return %s\n", answer);
+    TRACE_AT(place, kLogDetail, "AT+GTRNDIS=1,1 return %s\n", answer);
     if (CellBase::ContainsText(answer, "OK") != nullptr) {
-        TRACE_AT(place, 6, "CONNECT!!! \n");
+        TRACE_AT(place, kLogDetail, "CONNECT!!! \n");
         return 1;
     }
     if (CellBase::ContainsText(cell.AtRequest("AT+GTRNDIS?"), "OK") != nullptr) {
-        TRACE_AT(place, 6, "CONNECTED!!! \n");
+        TRACE_AT(place, kLogDetail, "CONNECTED!!! \n");
         return 1;
     }
-    TRACE_AT(place, 6, "AT+GTRNDIS=1 ERROR !!!\n");
+    TRACE_AT(place, kLogDetail, "AT+GTRNDIS=1 ERROR !!!\n");
     return 0;
 }
 

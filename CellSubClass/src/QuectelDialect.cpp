@@ -31,10 +31,10 @@ void BuildContextCommand(const CellBase& cell, char (&command)[kCommandSize]) {
 }
 
 int32_t AskRegistrationFromCreg(const TracePlace& place, CellBase& cell) {
-    TRACE_AT(place, 7, "Get_network_check_times %d\n", cell.m_check_service_times);
+    TRACE_AT(place, kLogDebug, "Get_network_check_times %d\n", cell.m_check_service_times);
     const AtResult circuit = Ask(cell, "AT+CREG?");
     if (circuit.type == kHintCreg) {
-        TRACE_AT(place, 7, "AT+CREG\n");
+        TRACE_AT(place, kLogDebug, "AT+CREG\n");
         cell.m_CEREG = circuit.val2;  // not m_CGREG: visible outside, keep
     }
     if (cell.m_check_service_times < 1) return 0;
@@ -44,13 +44,13 @@ int32_t AskRegistrationFromCreg(const TracePlace& place, CellBase& cell) {
 void LogQuectelRecord(const TracePlace& place, const CellBase& cell, const AtResult& result) {
     switch (result.type) {
         case kHintQnwinfo:
-            TRACE_AT(place, 7, "Network type:%s\n", cell.m_NetworkType);
+            TRACE_AT(place, kLogDebug, "Network type:%s\n", cell.m_NetworkType);
             break;
         case kHintQccid:
-            TRACE_AT(place, 5, "ICCID:%s\n", result.common_str);
+            TRACE_AT(place, kLogProgress, "ICCID:%s\n", result.common_str);
             break;
         case kHintQnetdevctl:  // the word is that of the Qualcomm family's query: visible outside, keep
-            TRACE_AT(place, 7, "QNETDEVSTATUS: connect_type=%d,CID=%d,URC_switch=%d,PDN_status=%d\n",
+            TRACE_AT(place, kLogDebug, "QNETDEVSTATUS: connect_type=%d,CID=%d,URC_switch=%d,PDN_status=%d\n",
                      result.val, result.val4, result.val3, result.val2);
             break;
         default:
@@ -61,35 +61,35 @@ void LogQuectelRecord(const TracePlace& place, const CellBase& cell, const AtRes
 int32_t CheckNetDevCtl(const TracePlace& place, CellBase& cell) {
     const AtResult result = Ask(cell, "AT+QNETDEVCTL?\r\n");
     if (result.type == kHintQnetdevctl && result.val2 == 1) return 1;
-    TRACE_AT(place, 5, "AT+QNETDEVCTL fail:%d\n", result.val2);
+    TRACE_AT(place, kLogProgress, "AT+QNETDEVCTL fail:%d\n", result.val2);
     return 0;
 }
 
 void LogCellReport(const TracePlace& place, const AtResult& result) {
-    TRACE_AT(place, 7, "AT+QENG common str:%s, len: %d!!!\r\n", result.common_str,
+    TRACE_AT(place, kLogDebug, "AT+QENG common str:%s, len: %d!!!\r\n", result.common_str,
              static_cast<int>(strlen(result.common_str)));
 }
 
 void StoreServingCell(const TracePlace& place, CellBase& cell, AtResult& result) {
     if (result.type != kHintQeng) return;
     if (CellBase::ContainsText(result.common_str, "LTE") == nullptr) {
-        TRACE_AT(place, 3, "AT+QENG signal return not LTE!!! \n");
+        TRACE_AT(place, kLogError, "AT+QENG signal return not LTE!!! \n");
         return;
     }
     char slots[kServingSlots][kServingSlotSize];
     if (!SplitIntoSlots(result.common_str, kSlotEnds, slots)) {
-        TRACE_AT(place, 5, "QENG info,pRes do not have valid data\n");
+        TRACE_AT(place, kLogProgress, "QENG info,pRes do not have valid data\n");
     }
     LogBandChange(place, cell.m_band, cell.m_RSRP, slots[kServingBand], slots[kServingRsrp]);
 
-    TRACE_AT(place, 7, "QENG info, pcid:%s !\n", slots[kServingPcid]);
+    TRACE_AT(place, kLogDebug, "QENG info, pcid:%s !\n", slots[kServingPcid]);
     copy_text(cell.m_pcid, slots[kServingPcid]);
-    TRACE_AT(place, 7, "QENG info, band:%s !\n", slots[kServingBand]);
+    TRACE_AT(place, kLogDebug, "QENG info, band:%s !\n", slots[kServingBand]);
     copy_text(cell.m_band, slots[kServingBand]);
-    TRACE_AT(place, 7, "QENG info, rsrp:%s !\n", slots[kServingRsrp]);
+    TRACE_AT(place, kLogDebug, "QENG info, rsrp:%s !\n", slots[kServingRsrp]);
     cell.SetRsrpLevel(slots[kServingRsrp]);
     copy_text(cell.m_RSRP, slots[kServingRsrp]);
-    TRACE_AT(place, 7, "QENG info, sinr:%s !\n", slots[kServingSinr]);
+    TRACE_AT(place, kLogDebug, "QENG info, sinr:%s !\n", slots[kServingSinr]);
     copy_text(cell.m_SINR, slots[kServingSinr]);
 }
 
@@ -99,11 +99,11 @@ void StoreNeighbourCell(const TracePlace& place, CellBase& cell, AtResult& resul
     if (result.type != kHintQeng) return;
     char slots[kMostNeighbourSlots][kNeighbourSlotSize];
     if (!SplitIntoSlots(result.common_str, kSlotEnds, slots, slot_count)) {
-        TRACE_AT(place, 7, "neighbour info,pRes do not have valid data\n");
+        TRACE_AT(place, kLogDebug, "neighbour info,pRes do not have valid data\n");
     }
-    TRACE_AT(place, 7, "neighbour info, pcid:%s !\n", slots[kNeighbourPcid]);
+    TRACE_AT(place, kLogDebug, "neighbour info, pcid:%s !\n", slots[kNeighbourPcid]);
     copy_text(cell.m_neighbour_pcid, slots[kNeighbourPcid]);
-    TRACE_AT(place, 7, "neighbour info, rsrp:%s !\n", slots[rsrp_slot]);
+    TRACE_AT(place, kLogDebug, "neighbour info, rsrp:%s !\n", slots[rsrp_slot]);
     copy_text(cell.m_neighbour_rsrp, slots[rsrp_slot]);
 }
 

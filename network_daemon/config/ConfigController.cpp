@@ -30,13 +30,13 @@ int ConfigController::LoadNetworkJson(const std::string& path) {
 int ConfigController::ReadJsonFile(const std::string& path, rapidjson::Document& document) {
     std::ifstream file(path);
     if (!file.is_open()) {
-        TRACE(3, "[Config]ReadJsonFile Failed to open network.json file: %s\n", path.c_str());
+        TRACE(kLogError, "[Config]ReadJsonFile Failed to open network.json file: %s\n", path.c_str());
         return 0;
     }
     rapidjson::IStreamWrapper stream(file);
     document.ParseStream<kJsonParseFlags>(stream);
     if (document.HasParseError()) {
-        TRACE(3, "[Config]Failed to parse the JSON");
+        TRACE(kLogError, "[Config]Failed to parse the JSON");
         return 0;
     }
     return 1;
@@ -45,7 +45,7 @@ int ConfigController::ReadJsonFile(const std::string& path, rapidjson::Document&
 int ConfigController::WriteJsonFile(const std::string& path, const rapidjson::Document& document) {
     std::ofstream file(path);
     if (!file.is_open()) {
-        TRACE(5, "[Config]WriteJsonFile Failed to open network.json file:  %s\n", path.c_str());
+        TRACE(kLogProgress, "[Config]WriteJsonFile Failed to open network.json file:  %s\n", path.c_str());
         return 0;
     }
     rapidjson::OStreamWrapper stream(file);
@@ -57,12 +57,12 @@ int ConfigController::WriteJsonFile(const std::string& path, const rapidjson::Do
 int ConfigController::CheckWhitelistLimitModule(const std::string& module_name) {
     const std::vector<std::string>& allowed = m_network_json.whitelist.allowedValues;
     if (allowed.empty()) {
-        TRACE(5, "[whitelist] moduleName allowedValues is empty allow to run\n");
+        TRACE(kLogProgress, "[whitelist] moduleName allowedValues is empty allow to run\n");
         return 1;
     }
     const std::string wanted = lower_case(module_name);
     for (const std::string& value : allowed) {
-        TRACE(5, "[whitelist] limitModuleName:  %s\n", value.c_str());
+        TRACE(kLogProgress, "[whitelist] limitModuleName:  %s\n", value.c_str());
         if (lower_case(value) == wanted) return 1;
     }
     return 0;
