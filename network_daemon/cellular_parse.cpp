@@ -2,6 +2,7 @@
 // that drivers build theirs from. Nothing here talks to the modem or stores anything in the object. Main
 // thread only: StringSplitByNum keeps its result in a static buffer.
 #include <cstring>
+#include <string_view>
 
 #include "cellular.h"
 #include "text_util.h"
@@ -11,6 +12,32 @@ namespace cc_cell {
 namespace {
 
 constexpr int kLastBaseRow = kHintCgsn;
+
+/// The base rows, in the order of the search.
+struct BaseRow {
+    AtHint hint;
+    std::string_view prefix;
+};
+constexpr BaseRow kBaseRows[] = {
+    {kHintUnknown, "Unknow.."},      {kHintCsq, "+CSQ:"},
+    {kHintPsrat, "+PSRAT: "},        {kHintSimtest, "+SIMTEST:"},
+    {kHintIccid, "^ICCID: "},        {kHintCreg, "+CREG:"},
+    {kHintCgreg, "+CGREG:"},         {kHintCereg, "+CEREG:"},
+    {kHintCops, "+COPS:"},           {kHintClcc, "+CLCC:"},
+    {kHintPktstatus, "+PKTSTATUS:"}, {kHintDsci, "^DSCI:"},
+    {kHintNwtypeind, "+NWTYPEIND:"}, {kHintCgsn, "+CGSN: "},
+};
+
+constexpr bool BaseRowsAgreeWithPrefixTable() {
+    int32_t row = 0;
+    for (const BaseRow& base : kBaseRows) {
+        if (base.hint != row || base.prefix != AtPrefixTable[row]) return false;
+        ++row;
+    }
+    return row == kLastBaseRow + 1;
+}
+static_assert(BaseRowsAgreeWithPrefixTable());
+
 constexpr int kMostFields = 5;  // of a base row
 constexpr char kLineDelimiters[] = "\r\n";
 constexpr char kFieldDelimiters[] = ",\r\n";

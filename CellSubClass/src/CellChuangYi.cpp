@@ -65,12 +65,12 @@ int32_t CellChuangYi::Initialize() {
 }
 
 int32_t CellChuangYi::CheckConnection() {
-    const AtResult result = Ask(*this, "AT+RRCSTATE");
+    const AtResult result = AskResult(*this, "AT+RRCSTATE");
     return result.type == kHintRrcstate && result.val == 1;
 }
 
 int32_t CellChuangYi::CheckServiceStatus() {
-    const AtResult result = Ask(*this, "AT+SYSINFO");
+    const AtResult result = AskResult(*this, "AT+SYSINFO");
     return result.type == kHintSysinfo && result.val == kServiceValid;
 }
 

@@ -43,7 +43,7 @@ int32_t CellCinterion::DisConnect() {
 }
 
 int32_t CellCinterion::CheckConnection() {
-    Ask(*this, "AT^SMONI");  // the parser stores the network type
+    AskResult(*this, "AT^SMONI");  // the parser stores the network type
     return ContainsText(AtRequest("AT^SWWAN?"), "1,1,1") != nullptr;
 }
 
@@ -58,7 +58,7 @@ int32_t CellCinterion::CheckServiceStatus() {
 }
 
 void CellCinterion::CheckTempStatus() {
-    m_Tempture = Ask(*this, "AT^SCTM?").val3;  // whatever the answer was: 0 when it told no temperature
+    m_Tempture = AskResult(*this, "AT^SCTM?").val3;  // whatever the answer was: 0 when it told no temperature
     TRACE(kLogDebug, "m_Tempture[%d] temp.val[%d]\n", m_Tempture, m_Tempture);
 }
 

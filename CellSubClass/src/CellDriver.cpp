@@ -98,24 +98,24 @@ AtResult TakeFields(CellBase& cell, const AtMatch& match) {
     return result;
 }
 
-AtResult Ask(CellBase& cell, const char* command) {
+AtResult AskResult(CellBase& cell, const char* command) {
     return cell.ParseAtResult(cell.AtRequest(command));
 }
 
 int32_t AskRegistration(CellBase& cell) {
-    const AtResult eps = Ask(cell, "AT+CEREG?");
+    const AtResult eps = AskResult(cell, "AT+CEREG?");
     if (eps.type == kHintCereg) {
         cell.m_CEREG = eps.val2;
         if (IsRegistered(eps.val2)) return 1;
     }
-    const AtResult packet = Ask(cell, "AT+CGREG?");
+    const AtResult packet = AskResult(cell, "AT+CGREG?");
     if (packet.type != kHintCgreg) return 0;
     cell.m_CGREG = packet.val2;
     return IsRegistered(packet.val2) ? 1 : 0;
 }
 
 void AskIccid(CellBase& cell, const char* command, int32_t hint) {
-    const AtResult result = Ask(cell, command);
+    const AtResult result = AskResult(cell, command);
     if (result.type == hint) copy_text(cell.m_card_iccid, result.common_str);
 }
 

@@ -117,7 +117,7 @@ void SendAll(CellBase& cell, const char* const (&commands)[N]) {
 }
 
 /// Sends `command` and has the driver parse the answer.
-AtResult Ask(CellBase& cell, const char* command);
+AtResult AskResult(CellBase& cell, const char* command);
 
 /// The two-step registration test: "AT+CEREG?", then "AT+CGREG?". Stores each stat that came in m_CEREG and
 /// m_CGREG. 1 registered at home or roaming, 0 not or no answer. Silent.

@@ -78,7 +78,7 @@ int32_t CellFiboCOM::CheckServiceStatus() {
 }
 
 int32_t CellFiboCOM::ReadCSQ() {
-    const AtResult result = Ask(*this, "AT+PSRAT");
+    const AtResult result = AskResult(*this, "AT+PSRAT");
     if (result.type == kHintPsrat) {
         char quoted[sizeof result.common_str + 2];
         snprintf(quoted, sizeof quoted, "\"%s\"", result.common_str);

@@ -89,7 +89,7 @@ int32_t CellFiboLE370::CheckServiceStatus() {
 }
 
 void CellFiboLE370::CheckSignalStatus() {
-    AtResult result = Ask(*this, "AT+CESQ\r\n");
+    AtResult result = AskResult(*this, "AT+CESQ\r\n");
     if (result.type != kHintCesq) return;
     char slots[kCesqSlots][kCesqSlotSize] = {};
     char* rest = result.common_str;

@@ -52,7 +52,7 @@ int32_t CellHuaWei909s::DisConnect() {
 }
 
 int32_t CellHuaWei909s::CheckConnection() {
-    const AtResult result = Ask(*this, "at^ NDISSTATQRY?");
+    const AtResult result = AskResult(*this, "at^ NDISSTATQRY?");
     return result.type == kHintNdisstatqry && result.val == 1;
 }
 

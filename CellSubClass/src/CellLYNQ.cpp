@@ -76,7 +76,7 @@ int32_t CellLYNQ::Initialize() {
 }
 
 int32_t CellLYNQ::DisConnect() {
-    const AtResult result = Ask(*this, "AT+NETCLOSE");
+    const AtResult result = AskResult(*this, "AT+NETCLOSE");
     if (result.type != kHintNetclose) return 0;
     TRACE(kLogDebug, "AT+NETCLOSE\n");
     // The whole text here, the word anywhere in the text at the dial: visible outside, keep.
@@ -84,12 +84,12 @@ int32_t CellLYNQ::DisConnect() {
 }
 
 int32_t CellLYNQ::CheckConnection() {
-    AtResult report = Ask(*this, "AT+CPSI?");
+    AtResult report = AskResult(*this, "AT+CPSI?");
     TRACE(kLogDebug, "AT+CPSI common str:%s, len: %d!!!\r\n", report.common_str,
           static_cast<int>(strlen(report.common_str)));
     if (report.type == kHintLynqCpsi) StoreCell(TRACE_HERE, *this, report.common_str);
 
-    const AtResult link = Ask(*this, "AT+NETOPEN?");
+    const AtResult link = AskResult(*this, "AT+NETOPEN?");
     TRACE(kLogDebug, "AT+NETOPEN? and response %s\n", link.common_str);
     return link.type == kHintNetopen && ContainsText(link.common_str, "1") != nullptr;
 }
@@ -99,7 +99,7 @@ int32_t CellLYNQ::CheckSimCard() {
 }
 
 int32_t CellLYNQ::CheckServiceStatus() {
-    const AtResult result = Ask(*this, "AT+CEREG?");
+    const AtResult result = AskResult(*this, "AT+CEREG?");
     if (result.type != kHintCereg) return 0;
     TRACE(kLogDebug, "AT+CEREG %d %d\n", result.val, result.val2);
     m_CEREG = result.val2;

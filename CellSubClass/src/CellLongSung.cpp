@@ -21,7 +21,7 @@ int32_t CellLongSung::Initialize() {
 }
 
 int32_t CellLongSung::CheckConnection() {
-    const AtResult result = Ask(*this, "AT+DATASTATUS");
+    const AtResult result = AskResult(*this, "AT+DATASTATUS");
     return result.type == kHintDataStatus && result.val == 1;
 }
 

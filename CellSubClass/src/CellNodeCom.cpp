@@ -24,7 +24,7 @@ int32_t CellNodeCom::Initialize() {
 }
 
 int32_t CellNodeCom::CheckConnection() {
-    const AtResult result = Ask(*this, "AT+PKTSTATUS");
+    const AtResult result = AskResult(*this, "AT+PKTSTATUS");
     return result.type == kHintPktstatus && result.val == 1;
 }
 

@@ -66,7 +66,7 @@ int32_t CellQueAsr::CheckServiceStatus() {
 }
 
 void CellQueAsr::CheckSignalStatus() {
-    AtResult result = Ask(*this, "AT+QENG=\"servingcell\"\r\n");
+    AtResult result = AskResult(*this, "AT+QENG=\"servingcell\"\r\n");
     LogCellReport(TRACE_HERE, result);
     StoreServingCell(TRACE_HERE, *this, result);
 }
@@ -78,7 +78,7 @@ void CellQueAsr::CheckNeighbourSignal() {
 }
 
 int32_t CellQueAsr::ReadCSQ() {
-    Ask(*this, "AT+QNWINFO");  // the parser stores the network type
+    AskResult(*this, "AT+QNWINFO");  // the parser stores the network type
     return CellBase::ReadCSQ();
 }
 

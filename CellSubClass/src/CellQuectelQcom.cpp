@@ -101,7 +101,7 @@ int32_t CellQuectelQcom::DisConnect() {
 }
 
 int32_t CellQuectelQcom::CheckConnection() {
-    const AtResult result = Ask(*this, "AT+QNETDEVSTATUS?");
+    const AtResult result = AskResult(*this, "AT+QNETDEVSTATUS?");
     const int32_t state = result.val2;
     if (result.type == kHintQnetdevstatus && (state == 1 || state == 2)) return 1;
     TRACE(kLogProgress, "AT+QNETDEVSTATUS fail:%d\n", state);
@@ -123,7 +123,7 @@ int32_t CellQuectelQcom::CheckServiceStatus() {
 }
 
 void CellQuectelQcom::CheckTempStatus() {
-    m_Tempture = Ask(*this, "AT+QTEMP").val3;  // whatever the answer was: 0 when it told no temperature
+    m_Tempture = AskResult(*this, "AT+QTEMP").val3;  // whatever the answer was: 0 when it told no temperature
 }
 
 void CellQuectelQcom::ConfigThermalLimit() {
@@ -131,7 +131,7 @@ void CellQuectelQcom::ConfigThermalLimit() {
 }
 
 void CellQuectelQcom::CheckSignalStatus() {
-    AtResult result = Ask(*this, "AT+QENG=\"servingcell\"\r\n");
+    AtResult result = AskResult(*this, "AT+QENG=\"servingcell\"\r\n");
     TRACE(kLogDebug, "AT+QENG common str:%s, len: %d \r\n", result.common_str,
           static_cast<int>(strlen(result.common_str)));
     StoreServingCell(TRACE_HERE, *this, result);
@@ -176,7 +176,7 @@ void CellQuectelQcom::CheckNeighbourSignal() {
 }
 
 int32_t CellQuectelQcom::ReadCSQ() {
-    Ask(*this, "AT+QNWINFO");  // the parser stores the network type
+    AskResult(*this, "AT+QNWINFO");  // the parser stores the network type
     return CellBase::ReadCSQ();
 }
 

@@ -75,7 +75,7 @@ int32_t CellEC200G::CheckServiceStatus() {
 }
 
 void CellEC200G::CheckSignalStatus() {
-    AtResult result = Ask(*this, "AT+QENG=\"servingcell\"\r\n");
+    AtResult result = AskResult(*this, "AT+QENG=\"servingcell\"\r\n");
     LogCellReport(TRACE_HERE, result);
     StoreServingCell(TRACE_HERE, *this, result);
 }
@@ -87,7 +87,7 @@ void CellEC200G::CheckNeighbourSignal() {
 }
 
 int32_t CellEC200G::ReadCSQ() {
-    Ask(*this, "AT+QNWINFO");  // the parser stores the network type
+    AskResult(*this, "AT+QNWINFO");  // the parser stores the network type
     return CellBase::ReadCSQ();
 }
 

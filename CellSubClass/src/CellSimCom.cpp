@@ -60,7 +60,7 @@ int32_t CellSimCom::DisConnect() {
 }
 
 int32_t CellSimCom::CheckConnection() {
-    return IsCallUp(Ask(*this, "AT$QCRMCALL?"));
+    return IsCallUp(AskResult(*this, "AT$QCRMCALL?"));
 }
 
 int32_t CellSimCom::CheckSimCard() {
@@ -72,8 +72,8 @@ int32_t CellSimCom::CheckServiceStatus() {
 }
 
 int32_t CellSimCom::ReadCSQ() {
-    Ask(*this, "AT+CPSI?");  // the parser stores the network type
-    AtRequest("AT+CGACT?");  // for the log alone
+    AskResult(*this, "AT+CPSI?");  // the parser stores the network type
+    AtRequest("AT+CGACT?");        // for the log alone
     return CellBase::ReadCSQ();
 }
 
@@ -87,7 +87,7 @@ int32_t CellSimCom::DoConnect() {
         snprintf(command, sizeof command, "AT$QCRMCALL=1,1,1,,,,\"%s\",\"%s\",\"%s\",", m_apn, m_username,
                  m_password);
     }
-    return IsCallUp(Ask(*this, command));
+    return IsCallUp(AskResult(*this, command));
 }
 
 AtResult CellSimCom::ParseAtResult(char* text) {

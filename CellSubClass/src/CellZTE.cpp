@@ -82,7 +82,7 @@ int32_t CellZTE3630::DisConnect() {
 }
 
 int32_t CellZTE3630::CheckConnection() {
-    Ask(*this, "AT+ZPAS?");  // the parser stores the network type
+    AskResult(*this, "AT+ZPAS?");  // the parser stores the network type
     char* answer = AtRequest("AT+ZECMCALL?");
     const AtResult result = ParseAtResult(answer);
     TRACE(kLogDebug, "AT+ZECMCALL checkconnection return %s\n", answer);

@@ -43,7 +43,7 @@ int32_t StartRndis(const TracePlace& place, CellBase& cell) {
 }
 
 int32_t IsRndisUp(CellBase& cell, int32_t hint) {
-    const AtResult result = Ask(cell, "AT+GTRNDIS?\r\n");
+    const AtResult result = AskResult(cell, "AT+GTRNDIS?\r\n");
     return result.type == hint && result.val == 1;
 }
 

@@ -32,7 +32,7 @@ void BuildContextCommand(const CellBase& cell, char (&command)[kCommandSize]) {
 
 int32_t AskRegistrationFromCreg(const TracePlace& place, CellBase& cell) {
     TRACE_AT(place, kLogDebug, "Get_network_check_times %d\n", cell.m_check_service_times);
-    const AtResult circuit = Ask(cell, "AT+CREG?");
+    const AtResult circuit = AskResult(cell, "AT+CREG?");
     if (circuit.type == kHintCreg) {
         TRACE_AT(place, kLogDebug, "AT+CREG\n");
         cell.m_CEREG = circuit.val2;  // not m_CGREG: visible outside, keep
@@ -59,7 +59,7 @@ void LogQuectelRecord(const TracePlace& place, const CellBase& cell, const AtRes
 }
 
 int32_t CheckNetDevCtl(const TracePlace& place, CellBase& cell) {
-    const AtResult result = Ask(cell, "AT+QNETDEVCTL?\r\n");
+    const AtResult result = AskResult(cell, "AT+QNETDEVCTL?\r\n");
     if (result.type == kHintQnetdevctl && result.val2 == 1) return 1;
     TRACE_AT(place, kLogProgress, "AT+QNETDEVCTL fail:%d\n", result.val2);
     return 0;
