@@ -85,7 +85,7 @@ AtResult CellChuangYi::ParseAtResult(char* text) {
     AtResult result = CellBase::ParseAtResult(text);
     if (result.type != kHintUnknown || text == nullptr) return result;
     const AtMatch match = FindRow(kRows, text);
-    LogMatch(TRACE_HERE, 5, match);
+    LogMatch(TRACE_HERE, kLogProgress, match);
     result = TakeFields(*this, match);
     if (result.type == kHintRrcstate) {
         TRACE(kLogProgress, "Connect Status: stat=%d AcT=%d\n", result.val, result.val2);

@@ -73,7 +73,7 @@ AtResult CellCinterion::ParseAtResult(char* text) {
     AtResult result = CellBase::ParseAtResult(text);
     if (result.type != kHintUnknown || text == nullptr) return result;
     const AtMatch match = FindRow(kRows, text);
-    LogMatch(TRACE_HERE, 7, match);
+    LogMatch(TRACE_HERE, kLogDebug, match);
     if (match.Is(kHintSctm)) TRACE(kLogDebug, "SCTM:%s\n", match.text);
     result = TakeFields(*this, match);
     if (result.type == kHintCinterionCcid) TRACE(kLogProgress, "ICCID:%s\n", result.common_str);

@@ -96,7 +96,7 @@ AtResult CellFiboCOM::ParseAtResult(char* text) {
     AtResult result = CellBase::ParseAtResult(text);
     if (result.type != kHintUnknown || text == nullptr) return result;
     const AtMatch match = FindRow(kRows, text);
-    LogMatch(TRACE_HERE, 7, match);
+    LogMatch(TRACE_HERE, kLogDebug, match);
     result = TakeFields(*this, match);
     if (result.type == kHintFibocomCcid) TRACE(kLogProgress, "CCID:%s\n", result.common_str);
     if (result.type == kHintFibocomGtrndis) TRACE(kLogDebug, "GTRNDIS: connect_type=%d\n", result.val);

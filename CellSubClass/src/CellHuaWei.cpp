@@ -77,7 +77,7 @@ AtResult CellHuaWei909s::ParseAtResult(char* text) {
     AtResult result = CellBase::ParseAtResult(text);
     if (result.type != kHintUnknown || text == nullptr) return result;
     const AtMatch match = FindRow(kRows, text);
-    LogMatch(TRACE_HERE, 5, match);
+    LogMatch(TRACE_HERE, kLogProgress, match);
     result = TakeFields(*this, match);
     if (result.type == kHintNdisstatqry) TRACE(kLogProgress, "Connect Status:%d\n", result.val);
     if (result.type == kHintHcsq) TakeHcsq(match, result);

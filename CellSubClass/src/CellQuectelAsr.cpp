@@ -93,7 +93,7 @@ AtResult CellQueAsr::ParseAtResult(char* text) {
     AtResult result = CellBase::ParseAtResult(text);
     if (result.type != kHintUnknown || text == nullptr) return result;
     const AtMatch match = FindRow(kRows, text);
-    LogMatch(TRACE_HERE, 7, match);
+    LogMatch(TRACE_HERE, kLogDebug, match);
     result = TakeFields(*this, match);
     LogQuectelRecord(TRACE_HERE, *this, result);
     return result;

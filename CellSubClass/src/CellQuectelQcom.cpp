@@ -200,7 +200,7 @@ AtResult CellQuectelQcom::ParseAtResult(char* text) {
     AtResult result = CellBase::ParseAtResult(text);
     if (result.type != kHintUnknown || text == nullptr) return result;
     const AtMatch match = FindRow(kRows, text);
-    LogMatch(TRACE_HERE, 7, match);
+    LogMatch(TRACE_HERE, kLogDebug, match);
     if (match.Is(kHintQcrmcall)) TRACE(kLogProgress, "AT$QCRMCALL=1,1 return %s\n", match.text);
 
     result = TakeFields(*this, match);

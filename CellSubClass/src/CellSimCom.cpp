@@ -94,7 +94,7 @@ AtResult CellSimCom::ParseAtResult(char* text) {
     AtResult result = CellBase::ParseAtResult(text);
     if (result.type != kHintUnknown || text == nullptr) return result;
     const AtMatch match = FindRow(kRows, text);
-    LogMatch(TRACE_HERE, 7, match);
+    LogMatch(TRACE_HERE, kLogDebug, match);
     result = TakeFields(*this, match);
     switch (result.type) {
         case kHintSimcomQcrmcall:

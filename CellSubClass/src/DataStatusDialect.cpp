@@ -7,7 +7,7 @@ namespace cc_cell {
 
 AtResult ParseDataStatus(const TracePlace& place, CellBase& cell, char* text) {
     const AtMatch match = FindRow(kDataStatusRows, text);
-    LogMatch(place, 5, match);
+    LogMatch(place, kLogProgress, match);
     const AtResult result = TakeFields(cell, match);
     if (result.type == kHintDataStatus) TRACE_AT(place, kLogProgress, "Connect Status:%d\n", result.val);
     return result;
