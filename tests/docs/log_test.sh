@@ -22,8 +22,10 @@ complain() {
 whole_source() {
     cat network_daemon/*.cpp network_daemon/config/*.cpp CellSubClass/src/*.cpp support/*.cpp | tr '\n' ' ' | sed 's/" *"//g'
 }
-whole_source | sed 's/TRACE/\n&/g' | sed -nE 's/^TRACE(_AT)?\(([a-z]+, )?([0-9]|QuietWhileOnline[^,]*), /\3, /p' |
-    sed 's/^QuietWhileOnline[^,]*,/6\/7,/; s/;.*/;/' >"$folder/calls"
+# The levels have names in the code, and numbers on the page.
+level_numbers=$(sed -nE 's/^ *(kLog[A-Za-z]+) = ([0-7]).*/s%^\1,%\2,%;/p' support/trace_log.h)
+whole_source | sed 's/TRACE/\n&/g' | sed -nE 's/^TRACE(_AT)?\(([a-z]+, )?(kLog[A-Za-z]+|QuietWhileOnline[^,]*), /\3, /p' |
+    sed "s/^QuietWhileOnline[^,]*,/6\/7,/; s/;.*/;/; $level_numbers" >"$folder/calls"
 whole_source | sed 's/TRACE[^;]*;/\n/g' >"$folder/other_code"
 
 # entries_of STORY: "kind<TAB>function<TAB>message" of each line that a run logs.
