@@ -25,7 +25,11 @@ bool IsRegisteredStat(int stat) {
 }  // namespace
 
 Device::Device(const Family& family_of_device, const std::string& model_name, Host* host, int64_t now_ms)
-    : family(family_of_device), model(model_name), imei(family_of_device.imei), host_(host), now_ms_(now_ms) {
+    : family(family_of_device),
+      model(model_name.empty() ? family_of_device.models[0] : model_name),
+      imei(family_of_device.imei),
+      host_(host),
+      now_ms_(now_ms) {
     firmware = family.firmware(model);
     usb_mode = usb_mode_after_boot = family.factory_usb_mode;
     cards_[0].iccid = "89860012317001122334";

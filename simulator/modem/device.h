@@ -123,7 +123,7 @@ class Device {
         virtual void Restarted() = 0;
     };
 
-    /// On and registered for a while. `family` and `host` stay valid for the life of the device.
+    /// On and registered for a while; an empty `model` is the family's first. `family` and `host` stay valid for the life of the device.
     Device(const Family& family, const std::string& model, Host* host, int64_t now_ms);
 
     // Time

@@ -3,20 +3,17 @@
 #include <algorithm>
 #include <climits>
 
-#include "simulator/modem/modem_inside.h"
+#include "simulator/modem/modem_model.h"
 #include "simulator/modem/text.h"
 
 namespace modem_sim {
 
 namespace {
 
-/// What is wrong with the words behind the knob's name; empty when nothing is.
-using Complaint = std::string;
+/// Why a knob refuses its words; empty when it has taken them.
+using Refusal = std::optional<std::string>;
 
-struct Knob {
-    const char* name;
-    Complaint (*turn)(ModemInside& modem, std::string_view words);
-};
+constexpr std::nullopt_t kTaken = std::nullopt;
 
 constexpr int64_t kTimeMaxMs = 24LL * 60 * 60 * 1000;
 constexpr int64_t kBytesMax = 32LL * 1024;
@@ -25,213 +22,35 @@ constexpr int64_t kDefaultGapMs = 20;
 constexpr int64_t kDefaultFloodBytesPerSecond = 11520;
 constexpr int64_t kFloodMaxBytesPerSecond = 1000LL * 1000;
 
-Complaint Fine() {
-    return {};
-}
-
-Complaint SetInteger(std::string_view words, int64_t smallest, int64_t largest, int64_t* value) {
+template <typename Number>
+Refusal SetNumber(std::string_view words, int64_t smallest, int64_t largest, Number* value) {
     const auto number = ParseInteger(words, smallest, largest);
     if (!number) {
         return "a number from " + std::to_string(smallest) + " to " + std::to_string(largest) + " is wanted";
     }
-    *value = *number;
-    return Fine();
+    *value = static_cast<Number>(*number);
+    return kTaken;
 }
 
-Complaint SetInteger(std::string_view words, int64_t smallest, int64_t largest, int* value) {
-    int64_t number = *value;
-    Complaint complaint = SetInteger(words, smallest, largest, &number);
-    *value = static_cast<int>(number);
-    return complaint;
+Refusal SetTime(std::string_view words, int64_t* value_ms) {
+    return SetNumber(words, 0, kTimeMaxMs, value_ms);
 }
 
-Complaint SetTime(std::string_view words, int64_t* value_ms) {
-    return SetInteger(words, 0, kTimeMaxMs, value_ms);
-}
-
-Complaint SetText(std::string_view words, std::string* value) {
-    *value = std::string(words);
-    return Fine();
-}
-
-Complaint SetSwitch(std::string_view words, bool* value) {
+Refusal SetSwitch(std::string_view words, bool* value) {
     if (words != "on" && words != "off") return "on or off is wanted";
     *value = words == "on";
-    return Fine();
+    return kTaken;
 }
 
-Complaint TakeNothing(std::string_view words) {
-    return words.empty() ? Fine() : "no arguments are wanted";
+Refusal SetHolder(std::string_view words, size_t* holder) {
+    const Refusal refusal = SetNumber(words, 1, kCardCount, holder);
+    if (!refusal) --*holder;
+    return refusal;
 }
 
-// SIM and network
-
-Complaint TurnSim(ModemInside& modem, std::string_view words) {
-    const std::string_view state = TakeWord(&words);
-    int64_t busy_asks = 0;
-    if (state == "ready-after") {
-        Complaint complaint = SetInteger(words, 0, INT_MAX, &busy_asks);
-        if (!complaint.empty()) return complaint;
-    } else if ((state != "absent" && state != "pin" && state != "ready") || !words.empty()) {
-        return "absent, pin, ready or ready-after N is wanted";
-    }
-    modem.device.ChangeCard(modem.KnobHolder(), state != "absent", state == "pin",
-                            static_cast<int>(busy_asks));
-    return Fine();
-}
-
-Complaint TurnRegistration(ModemInside& modem, std::string_view words) {
-    constexpr int kStatMax = 10;
-    int stat = 0;
-    Complaint complaint = SetInteger(TakeWord(&words), 0, kStatMax, &stat);
-    if (!complaint.empty()) return complaint;
-    constexpr std::string_view kNames[kDomainCount] = {"creg", "cgreg", "cereg"};
-    const auto* const name = std::find(std::begin(kNames), std::end(kNames), words);
-    if (name == std::end(kNames) && !words.empty()) return "creg, cgreg or cereg is wanted";
-    for (const Domain domain : {kCircuit, kPacket, kEps}) {
-        if (words.empty() || words == kNames[domain]) modem.device.SetStat(modem.KnobHolder(), domain, stat);
-    }
-    return Fine();
-}
-
-Complaint TurnReach(ModemInside& modem, std::string_view words) {
-    Subscription& network = modem.KnobCard().network;
-    if (words.empty()) return "all, nothing or hosts are wanted";
-    network.reaches_all = words == "all";
-    network.hosts.clear();
-    if (words == "all" || words == "nothing") return Fine();
-    while (!words.empty()) network.hosts.emplace_back(TakeWord(&words));
-    return Fine();
-}
-
-Complaint SetHolder(std::string_view words, size_t* holder) {
-    int64_t number = 0;
-    Complaint complaint = SetInteger(words, 1, kCardCount, &number);
-    if (complaint.empty()) *holder = static_cast<size_t>(number - 1);
-    return complaint;
-}
-
-Complaint TurnSelect(ModemInside& modem, std::string_view words) {
-    size_t holder = 0;
-    Complaint complaint = SetHolder(words, &holder);
-    if (complaint.empty()) modem.device.SelectCard(holder);
-    return complaint;
-}
-
-/// Knobs of one SIM and its network.
-constexpr std::string_view kSimKnobs[] = {"sim", "iccid", "imsi", "registration", "reach", "round-trip"};
-
-Complaint TurnHolder(ModemInside& modem, std::string_view words) {
-    size_t holder = 0;
-    Complaint complaint = SetHolder(TakeWord(&words), &holder);
-    if (!complaint.empty()) return complaint;
-    std::string_view rest = words;
-    const std::string_view name = TakeWord(&rest);
-    if (std::find(std::begin(kSimKnobs), std::end(kSimKnobs), name) == std::end(kSimKnobs)) {
-        return "sim, iccid, imsi, registration, reach or round-trip is wanted";
-    }
-    std::string reply;
-    modem.knob_holder = holder;
-    TurnKnob(modem, words, &reply);
-    modem.knob_holder.reset();
-    return reply;
-}
-
-Complaint TurnLink(ModemInside& modem, std::string_view words) {
-    if (words == "down") {
-        modem.device.CutCall();
-        return Fine();
-    }
-    if (words != "up") return "up or down is wanted";
-    return modem.device.RaiseCall() ? Fine() : "the modem isn't registered";
-}
-
-Complaint TurnDial(ModemInside& modem, std::string_view words) {
-    const std::string_view verdict = TakeWord(&words);
-    if (verdict == "ok" && words.empty()) {
-        modem.device.RefuseDials(Fault::kNone, 0);
-    } else if (verdict == "fail" && words.empty()) {
-        modem.device.RefuseDials(Fault::kStays, 0);
-    } else if (verdict == "fail" && words == "until-reset") {
-        modem.device.RefuseDials(Fault::kUntilReset, 0);
-    } else if (const auto refusals = ParseInteger(words, 1, INT_MAX); verdict == "fail" && refusals) {
-        modem.device.RefuseDials(Fault::kNone, static_cast<int>(*refusals));
-    } else {
-        return "ok, fail, fail N or fail until-reset is wanted";
-    }
-    return Fine();
-}
-
-// The line
-
-Complaint TurnMute(ModemInside& modem, std::string_view words) {
-    if (words == "on") {
-        modem.faults.mute = Fault::kStays;
-    } else if (words == "off") {
-        modem.faults.mute = Fault::kNone;
-    } else if (words == "until-reset") {
-        modem.faults.mute = Fault::kUntilReset;
-    } else {
-        return "on, off or until-reset is wanted";
-    }
-    return Fine();
-}
-
-Complaint TurnPieces(ModemInside& modem, std::string_view words) {
-    int64_t piece_bytes = 0;
-    int64_t gap_ms = kDefaultGapMs;
-    Complaint complaint = SetInteger(TakeWord(&words), 0, kBytesMax, &piece_bytes);
-    if (complaint.empty() && !words.empty()) {
-        if (TakeWord(&words) != "gap") return "N or N gap MS is wanted";
-        complaint = SetTime(words, &gap_ms);
-    }
-    if (!complaint.empty()) return complaint;
-    modem.faults.piece_bytes = static_cast<size_t>(piece_bytes);
-    modem.faults.piece_gap_ms = gap_ms;
-    return Fine();
-}
-
-Complaint TurnPad(ModemInside& modem, std::string_view words) {
-    int64_t pad_bytes = 0;
-    Complaint complaint = SetInteger(words, 0, kBytesMax, &pad_bytes);
-    if (complaint.empty()) modem.faults.pad_bytes = static_cast<size_t>(pad_bytes);
-    return complaint;
-}
-
-Complaint TurnUrc(ModemInside& modem, std::string_view words) {
-    if (words.empty()) return "a text is wanted";
-    const std::string bytes = Unescape(words);
-    modem.Say(HasLineEndEscape(words) ? bytes : "\r\n" + bytes + "\r\n");
-    return Fine();
-}
-
-Complaint TurnGarbage(ModemInside& modem, std::string_view words) {
-    int64_t count = 0;
-    Complaint complaint = SetInteger(words, 1, kBytesMax, &count);
-    if (complaint.empty()) modem.SayGarbage(static_cast<size_t>(count));
-    return complaint;
-}
-
-Complaint TurnFlood(ModemInside& modem, std::string_view words) {
-    const std::string_view state = TakeWord(&words);
-    int64_t bytes_per_second = kDefaultFloodBytesPerSecond;
-    if (state == "off" && words.empty()) {
-        bytes_per_second = 0;
-    } else if (state != "on") {
-        return "on, on BYTES_PER_SECOND or off is wanted";
-    } else if (!words.empty()) {
-        Complaint complaint = SetInteger(words, 1, kFloodMaxBytesPerSecond, &bytes_per_second);
-        if (!complaint.empty()) return complaint;
-    }
-    modem.SetFlood(bytes_per_second);
-    return Fine();
-}
-
-Complaint TurnSeed(ModemInside& modem, std::string_view words) {
-    int64_t seed = 0;
-    Complaint complaint = SetInteger(words, 0, INT_MAX, &seed);
-    if (complaint.empty()) modem.random.seed(static_cast<unsigned>(seed));
-    return complaint;
+Refusal RefuseWords(std::string_view words) {
+    if (words.empty()) return kTaken;
+    return "no arguments are wanted";
 }
 
 bool IsResultText(std::string_view text) {
@@ -239,180 +58,374 @@ bool IsResultText(std::string_view text) {
            text.substr(0, 11) == "+CME ERROR:" || text.substr(0, 11) == "+CMS ERROR:";
 }
 
-Complaint TurnAnswer(ModemInside& modem, std::string_view words) {
-    // A command may hold a '=' of its own, so the one that parts command and text stands between blanks.
-    constexpr std::string_view kParting = " =";
-    size_t parting = words.find(" = ");
-    const bool is_silent =
-        words.size() > kParting.size() && words.substr(words.size() - kParting.size()) == kParting;
-    if (parting == std::string_view::npos && is_silent) parting = words.size() - kParting.size();
-    const std::string command = NormaliseCommand(words.substr(0, parting));
-    if (command.compare(0, 2, "AT") != 0) return "AT... or AT... = TEXT is wanted";
-    if (parting == std::string_view::npos) {
-        modem.overrides.erase(command);
-        return Fine();
+std::string AsLine(const std::string& bytes) {
+    return "\r\n" + bytes + "\r\n";
+}
+
+}  // namespace
+
+/// One turn at the knobs of a modem. Each knob is a member that takes the words after its name.
+class Knobs {
+  public:
+    /// Knobs of a SIM mean the one in that holder. `reply` gets what a knob has to tell.
+    Knobs(Modem& modem, size_t holder, std::string* reply)
+        : modem_(modem), device_(modem.device_), holder_(holder), reply_(reply) {}
+
+    Refusal Turn(std::string_view line) {
+        const std::string_view name = TakeWord(&line);
+        const Knob* const knob = Find(name);
+        if (knob == nullptr) return "no knob \"" + std::string(name) + "\"";
+        const Refusal refusal = (this->*knob->turn)(line);
+        return refusal ? std::string(name) + ": " + *refusal : refusal;
     }
-    const std::string_view text = Trim(words.substr(parting + kParting.size()));
-    std::string bytes = Unescape(text);
-    if (!text.empty() && !HasLineEndEscape(text)) {
-        bytes = "\r\n" + bytes + "\r\n";
-        if (!IsResultText(text)) bytes += "\r\nOK\r\n";
+
+    static std::vector<std::string> Names();
+
+  private:
+    enum Scope { kOfModem, kOfSim };
+
+    struct Knob {
+        const char* name;
+        Refusal (Knobs::*turn)(std::string_view words);
+        Scope scope = kOfModem;  ///< kOfSim: of one SIM and its network, so that "holder" may stand before it
+    };
+
+    static const Knob kKnobs[];
+
+    static const Knob* Find(std::string_view name);
+
+    SimCard& Card() { return device_.card_in(holder_); }
+
+    // SIM and network
+
+    Refusal Sim(std::string_view words) {
+        const std::string_view state = TakeWord(&words);
+        int busy_asks = 0;
+        if (state == "ready-after") {
+            if (const Refusal refusal = SetNumber(words, 0, INT_MAX, &busy_asks)) return refusal;
+        } else if ((state != "absent" && state != "pin" && state != "ready") || !words.empty()) {
+            return "absent, pin, ready or ready-after N is wanted";
+        }
+        device_.ChangeCard(holder_, state != "absent", state == "pin", busy_asks);
+        return kTaken;
     }
-    modem.overrides[command] = bytes;
-    return Fine();
-}
 
-// Power and port
-
-Complaint TurnReset(ModemInside& modem, std::string_view words) {
-    Complaint complaint = TakeNothing(words);
-    if (complaint.empty()) modem.device.Reset();
-    return complaint;
-}
-
-Complaint TurnPower(ModemInside& modem, std::string_view words) {
-    bool on = false;
-    Complaint complaint = SetSwitch(words, &on);
-    if (!complaint.empty()) return complaint;
-    if (on) {
-        modem.device.PowerOn();
-    } else {
-        modem.device.PowerOff();
+    Refusal Imsi(std::string_view words) {
+        Card().imsi = words;
+        return kTaken;
     }
-    return Fine();
-}
 
-Complaint TurnUnplug(ModemInside& modem, std::string_view words) {
-    Complaint complaint = TakeNothing(words);
-    if (complaint.empty()) modem.device.SetPlugged(false);
-    return complaint;
-}
+    Refusal Select(std::string_view words) {
+        size_t holder = 0;
+        if (const Refusal refusal = SetHolder(words, &holder)) return refusal;
+        device_.SelectCard(holder);
+        return kTaken;
+    }
 
-Complaint TurnPlug(ModemInside& modem, std::string_view words) {
-    if (!words.empty()) modem.port_path = std::string(words);
-    modem.device.SetPlugged(true);
-    return Fine();
-}
+    Refusal Holder(std::string_view words) {
+        size_t holder = 0;
+        if (const Refusal refusal = SetHolder(TakeWord(&words), &holder)) return refusal;
+        std::string_view rest = words;
+        const Knob* const knob = Find(TakeWord(&rest));
+        if (knob == nullptr || knob->scope != kOfSim) {
+            return "sim, imsi, registration, reach or round-trip is wanted";
+        }
+        return Knobs(modem_, holder, reply_).Turn(words);
+    }
 
-Complaint TurnStatus(ModemInside&, std::string_view words) {
-    return TakeNothing(words);
-}
+    Refusal Registration(std::string_view words) {
+        constexpr int kStatMax = 10;
+        constexpr std::string_view kNames[kDomainCount] = {"creg", "cgreg", "cereg"};
+        int stat = 0;
+        if (const Refusal refusal = SetNumber(TakeWord(&words), 0, kStatMax, &stat)) return refusal;
+        const auto* const name = std::find(std::begin(kNames), std::end(kNames), words);
+        if (name == std::end(kNames) && !words.empty()) return "creg, cgreg or cereg is wanted";
+        for (const Domain domain : {kCircuit, kPacket, kEps}) {
+            if (words.empty() || words == kNames[domain]) device_.SetStat(holder_, domain, stat);
+        }
+        return kTaken;
+    }
 
-// The table
+    template <int Surroundings::*kValue, int kSmallest, int kLargest>
+    Refusal Air(std::string_view words) {
+        return SetNumber(words, kSmallest, kLargest, &(device_.air.*kValue));
+    }
 
-constexpr Knob kKnobs[] = {
-    // SIM
-    {"sim", TurnSim},
-    {"iccid",
-     [](ModemInside& modem, std::string_view words) { return SetText(words, &modem.KnobCard().iccid); }},
-    {"imsi",
-     [](ModemInside& modem, std::string_view words) { return SetText(words, &modem.KnobCard().imsi); }},
-    {"sim-start", [](ModemInside& modem,
-                     std::string_view words) { return SetTime(words, &modem.device.timing.sim_start_ms); }},
-    {"select", TurnSelect},
-    {"holder", TurnHolder},
-    // network
-    {"registration", TurnRegistration},
-    {"search-time", [](ModemInside& modem,
-                       std::string_view words) { return SetTime(words, &modem.device.timing.search_ms); }},
-    {"csq", [](ModemInside& modem,
-               std::string_view words) { return SetInteger(words, 0, 99, &modem.device.air.csq); }},
-    {"rsrp", [](ModemInside& modem,
-                std::string_view words) { return SetInteger(words, -200, 0, &modem.device.air.rsrp_dbm); }},
-    {"sinr", [](ModemInside& modem,
-                std::string_view words) { return SetInteger(words, -50, 100, &modem.device.air.sinr_db); }},
-    {"band", [](ModemInside& modem,
-                std::string_view words) { return SetInteger(words, 0, 999, &modem.device.air.band); }},
-    {"pcid", [](ModemInside& modem,
-                std::string_view words) { return SetInteger(words, 0, 503, &modem.device.air.cell_id); }},
-    {"operator", [](ModemInside& modem,
-                    std::string_view words) { return SetText(words, &modem.device.air.operator_name); }},
-    {"network",
-     [](ModemInside& modem, std::string_view words) {
-         modem.device.SetNetwork(std::string(words));
-         return Fine();
-     }},
-    {"reach", TurnReach},
-    {"round-trip",
-     [](ModemInside& modem, std::string_view words) {
-         return SetTime(words, &modem.KnobCard().network.round_trip_ms);
-     }},
-    // data call
-    {"link", TurnLink},
-    {"dial", TurnDial},
-    {"dial-time",
-     [](ModemInside& modem, std::string_view words) { return SetTime(words, &modem.device.timing.dial_ms); }},
-    // what the modem says, and how
-    {"mute", TurnMute},
-    {"delay",
-     [](ModemInside& modem, std::string_view words) { return SetTime(words, &modem.faults.delay_ms); }},
-    {"pieces", TurnPieces},
-    {"pad", TurnPad},
-    {"percent",
-     [](ModemInside& modem, std::string_view words) { return SetSwitch(words, &modem.faults.percent); }},
-    {"nul", [](ModemInside& modem, std::string_view words) { return SetSwitch(words, &modem.faults.nul); }},
-    {"urc", TurnUrc},
-    {"garbage", TurnGarbage},
-    {"seed", TurnSeed},
-    {"flood", TurnFlood},
-    {"answer", TurnAnswer},
-    {"echo",
-     [](ModemInside& modem, std::string_view words) { return SetSwitch(words, &modem.device.session.echo); }},
-    // the module
-    {"temperature",
-     [](ModemInside& modem, std::string_view words) {
-         return SetInteger(words, -273, 1000, &modem.device.air.temperature_celsius);
-     }},
-    {"firmware",
-     [](ModemInside& modem, std::string_view words) { return SetText(words, &modem.device.firmware); }},
-    {"imei", [](ModemInside& modem, std::string_view words) { return SetText(words, &modem.device.imei); }},
-    {"usb-mode",
-     [](ModemInside& modem, std::string_view words) {
-         const Complaint complaint = SetInteger(words, 0, 999, &modem.device.usb_mode);
-         if (complaint.empty()) modem.device.usb_mode_after_boot = modem.device.usb_mode;
-         return complaint;
-     }},
-    // power and port
-    {"reset", TurnReset},
-    {"power", TurnPower},
-    {"boot-time",
-     [](ModemInside& modem, std::string_view words) { return SetTime(words, &modem.device.timing.boot_ms); }},
-    {"port-gone", [](ModemInside& modem,
-                     std::string_view words) { return SetTime(words, &modem.device.timing.port_gone_ms); }},
-    {"unplug", TurnUnplug},
-    {"plug", TurnPlug},
-    // asking
-    {"status", TurnStatus},
+    Refusal Operator(std::string_view words) {
+        device_.air.operator_name = words;
+        return kTaken;
+    }
+
+    Refusal Network(std::string_view words) {
+        device_.SetNetwork(std::string(words));
+        return kTaken;
+    }
+
+    Refusal Reach(std::string_view words) {
+        if (words.empty()) return "all, nothing or hosts are wanted";
+        Subscription& network = Card().network;
+        network.reaches_all = words == "all";
+        network.hosts.clear();
+        if (words == "all" || words == "nothing") return kTaken;
+        while (!words.empty()) network.hosts.emplace_back(TakeWord(&words));
+        return kTaken;
+    }
+
+    Refusal RoundTrip(std::string_view words) { return SetTime(words, &Card().network.round_trip_ms); }
+
+    // Data call
+
+    Refusal Link(std::string_view words) {
+        if (words == "down") {
+            device_.CutCall();
+            return kTaken;
+        }
+        if (words != "up") return "up or down is wanted";
+        if (!device_.RaiseCall()) return "the modem isn't registered";
+        return kTaken;
+    }
+
+    Refusal Dial(std::string_view words) {
+        const std::string_view verdict = TakeWord(&words);
+        if (verdict == "ok" && words.empty()) {
+            device_.RefuseDials(Fault::kNone, 0);
+        } else if (verdict == "fail" && words.empty()) {
+            device_.RefuseDials(Fault::kStays, 0);
+        } else if (verdict == "fail" && words == "until-reset") {
+            device_.RefuseDials(Fault::kUntilReset, 0);
+        } else if (const auto refusals = ParseInteger(words, 1, INT_MAX); verdict == "fail" && refusals) {
+            device_.RefuseDials(Fault::kNone, static_cast<int>(*refusals));
+        } else {
+            return "ok, fail, fail N or fail until-reset is wanted";
+        }
+        return kTaken;
+    }
+
+    // What the modem says, and how
+
+    Refusal Mute(std::string_view words) {
+        if (words == "on") {
+            modem_.faults_.mute = Fault::kStays;
+        } else if (words == "off") {
+            modem_.faults_.mute = Fault::kNone;
+        } else if (words == "until-reset") {
+            modem_.faults_.mute = Fault::kUntilReset;
+        } else {
+            return "on, off or until-reset is wanted";
+        }
+        return kTaken;
+    }
+
+    Refusal Delay(std::string_view words) { return SetTime(words, &modem_.faults_.delay_ms); }
+
+    Refusal Pieces(std::string_view words) {
+        size_t piece_bytes = 0;
+        int64_t gap_ms = kDefaultGapMs;
+        if (const Refusal refusal = SetNumber(TakeWord(&words), 0, kBytesMax, &piece_bytes)) return refusal;
+        if (!words.empty()) {
+            if (TakeWord(&words) != "gap") return "N or N gap MS is wanted";
+            if (const Refusal refusal = SetTime(words, &gap_ms)) return refusal;
+        }
+        modem_.faults_.piece_bytes = piece_bytes;
+        modem_.faults_.piece_gap_ms = gap_ms;
+        return kTaken;
+    }
+
+    Refusal Pad(std::string_view words) { return SetNumber(words, 0, kBytesMax, &modem_.faults_.pad_bytes); }
+    Refusal Percent(std::string_view words) { return SetSwitch(words, &modem_.faults_.percent); }
+    Refusal Nul(std::string_view words) { return SetSwitch(words, &modem_.faults_.nul); }
+
+    Refusal Urc(std::string_view words) {
+        if (words.empty()) return "a text is wanted";
+        const std::string bytes = Unescape(words);
+        modem_.Say(HasLineEndEscape(words) ? bytes : AsLine(bytes));
+        return kTaken;
+    }
+
+    Refusal Garbage(std::string_view words) {
+        size_t count = 0;
+        if (const Refusal refusal = SetNumber(words, 1, kBytesMax, &count)) return refusal;
+        modem_.SayGarbage(count);
+        return kTaken;
+    }
+
+    Refusal Seed(std::string_view words) {
+        unsigned seed = 0;
+        if (const Refusal refusal = SetNumber(words, 0, INT_MAX, &seed)) return refusal;
+        modem_.random_.seed(seed);
+        return kTaken;
+    }
+
+    Refusal Flood(std::string_view words) {
+        const std::string_view state = TakeWord(&words);
+        int64_t bytes_per_second = kDefaultFloodBytesPerSecond;
+        if (state == "off" && words.empty()) {
+            bytes_per_second = 0;
+        } else if (state != "on") {
+            return "on, on BYTES_PER_SECOND or off is wanted";
+        } else if (!words.empty()) {
+            const Refusal refusal = SetNumber(words, 1, kFloodMaxBytesPerSecond, &bytes_per_second);
+            if (refusal) return refusal;
+        }
+        modem_.SetFlood(bytes_per_second);
+        return kTaken;
+    }
+
+    Refusal Answer(std::string_view words) {
+        // A command may hold a '=' of its own, so the one that parts command and text stands between blanks.
+        constexpr std::string_view kParting = " =";
+        size_t parting = words.find(" = ");
+        const bool is_silent =
+            words.size() > kParting.size() && words.substr(words.size() - kParting.size()) == kParting;
+        if (parting == std::string_view::npos && is_silent) parting = words.size() - kParting.size();
+        const std::string command = NormaliseCommand(words.substr(0, parting));
+        if (command.compare(0, 2, "AT") != 0) return "AT... or AT... = TEXT is wanted";
+        if (parting == std::string_view::npos) {
+            modem_.overrides_.erase(command);
+            return kTaken;
+        }
+        const std::string_view text = Trim(words.substr(parting + kParting.size()));
+        std::string bytes = Unescape(text);
+        if (!text.empty() && !HasLineEndEscape(text)) {
+            bytes = AsLine(bytes);
+            if (!IsResultText(text)) bytes += AsLine("OK");
+        }
+        modem_.overrides_[command] = bytes;
+        return kTaken;
+    }
+
+    Refusal Echo(std::string_view words) { return SetSwitch(words, &device_.session.echo); }
+
+    // The module, its power and its port
+
+    Refusal UsbMode(std::string_view words) {
+        const Refusal refusal = SetNumber(words, 0, 999, &device_.usb_mode);
+        if (!refusal) device_.usb_mode_after_boot = device_.usb_mode;
+        return refusal;
+    }
+
+    template <int64_t Timing::*kTime>
+    Refusal Time(std::string_view words) {
+        return SetTime(words, &(device_.timing.*kTime));
+    }
+
+    Refusal Reset(std::string_view words) {
+        const Refusal refusal = RefuseWords(words);
+        if (!refusal) device_.Reset();
+        return refusal;
+    }
+
+    Refusal Power(std::string_view words) {
+        bool on = false;
+        if (const Refusal refusal = SetSwitch(words, &on)) return refusal;
+        if (on) {
+            device_.PowerOn();
+        } else {
+            device_.PowerOff();
+        }
+        return kTaken;
+    }
+
+    Refusal Unplug(std::string_view words) {
+        const Refusal refusal = RefuseWords(words);
+        if (!refusal) device_.SetPlugged(false);
+        return refusal;
+    }
+
+    Refusal Plug(std::string_view words) {
+        if (!words.empty()) modem_.port_path_ = words;
+        device_.SetPlugged(true);
+        return kTaken;
+    }
+
+    Refusal Status(std::string_view words) {
+        const Refusal refusal = RefuseWords(words);
+        if (!refusal) *reply_ = modem_.Status();
+        return refusal;
+    }
+
+    Modem& modem_;
+    Device& device_;
+    const size_t holder_;
+    std::string* const reply_;
 };
 
-const Knob* FindKnob(std::string_view name) {
+const Knobs::Knob Knobs::kKnobs[] = {
+    // SIM
+    {"sim", &Knobs::Sim, kOfSim},
+    {"imsi", &Knobs::Imsi, kOfSim},
+    {"sim-start", &Knobs::Time<&Timing::sim_start_ms>},
+    {"select", &Knobs::Select},
+    {"holder", &Knobs::Holder},
+    // network
+    {"registration", &Knobs::Registration, kOfSim},
+    {"search-time", &Knobs::Time<&Timing::search_ms>},
+    {"csq", &Knobs::Air<&Surroundings::csq, 0, 99>},
+    {"rsrp", &Knobs::Air<&Surroundings::rsrp_dbm, -200, 0>},
+    {"sinr", &Knobs::Air<&Surroundings::sinr_db, -50, 100>},
+    {"band", &Knobs::Air<&Surroundings::band, 0, 999>},
+    {"pcid", &Knobs::Air<&Surroundings::cell_id, 0, 503>},
+    {"operator", &Knobs::Operator},
+    {"network", &Knobs::Network},
+    {"reach", &Knobs::Reach, kOfSim},
+    {"round-trip", &Knobs::RoundTrip, kOfSim},
+    // data call
+    {"link", &Knobs::Link},
+    {"dial", &Knobs::Dial},
+    {"dial-time", &Knobs::Time<&Timing::dial_ms>},
+    // what the modem says, and how
+    {"mute", &Knobs::Mute},
+    {"delay", &Knobs::Delay},
+    {"pieces", &Knobs::Pieces},
+    {"pad", &Knobs::Pad},
+    {"percent", &Knobs::Percent},
+    {"nul", &Knobs::Nul},
+    {"urc", &Knobs::Urc},
+    {"garbage", &Knobs::Garbage},
+    {"seed", &Knobs::Seed},
+    {"flood", &Knobs::Flood},
+    {"answer", &Knobs::Answer},
+    {"echo", &Knobs::Echo},
+    // the module
+    {"temperature", &Knobs::Air<&Surroundings::temperature_celsius, -273, 1000>},
+    {"usb-mode", &Knobs::UsbMode},
+    // power and port
+    {"reset", &Knobs::Reset},
+    {"power", &Knobs::Power},
+    {"boot-time", &Knobs::Time<&Timing::boot_ms>},
+    {"port-gone", &Knobs::Time<&Timing::port_gone_ms>},
+    {"unplug", &Knobs::Unplug},
+    {"plug", &Knobs::Plug},
+    // asking
+    {"status", &Knobs::Status},
+};
+
+const Knobs::Knob* Knobs::Find(std::string_view name) {
     const auto* const knob = std::find_if(std::begin(kKnobs), std::end(kKnobs),
                                           [name](const Knob& each) { return name == each.name; });
     return knob == std::end(kKnobs) ? nullptr : knob;
 }
 
-}  // namespace
-
-bool TurnKnob(ModemInside& modem, std::string_view line, std::string* reply) {
-    const std::string_view name = TakeWord(&line);
-    const Knob* knob = FindKnob(name);
-    if (knob == nullptr) {
-        *reply = "no knob \"" + std::string(name) + "\"";
-        return false;
-    }
-    Complaint complaint = knob->turn(modem, line);
-    if (!complaint.empty()) {
-        *reply = std::string(knob->name) + ": " + complaint;
-        return false;
-    }
-    if (knob->turn == TurnStatus) *reply = modem.Status();
-    return true;
-}
-
-std::vector<std::string> ListKnobs() {
+std::vector<std::string> Knobs::Names() {
     std::vector<std::string> names;
     for (const Knob& knob : kKnobs) names.emplace_back(knob.name);
     return names;
+}
+
+bool Modem::Control(const std::string& line, std::string* reply, int64_t now_ms) {
+    Advance(now_ms);
+    std::string ignored_reply;
+    if (reply == nullptr) reply = &ignored_reply;
+    reply->clear();
+    const std::string_view words = Trim(line);
+    if (words.empty() || words[0] == '#') return true;
+    const Refusal refusal = Knobs(*this, device_.selected_card(), reply).Turn(words);
+    if (refusal) *reply = *refusal;
+    return !refusal;
+}
+
+std::vector<std::string> Modem::KnobNames() {
+    return Knobs::Names();
 }
 
 }  // namespace modem_sim

@@ -9,27 +9,28 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <memory>
+#include <map>
 #include <optional>
+#include <random>
 #include <string>
 #include <string_view>
 #include <vector>
 
-namespace modem_sim {
+#include "simulator/modem/device.h"
+#include "simulator/modem/output_queue.h"
 
-class ModemInside;
+namespace modem_sim {
 
 struct ModemOptions {
     std::string family = "quectel_qcom";  ///< one of Modem::Families()
     std::string model;                    ///< any text; empty for the family's first model
 };
 
-class Modem {
+class Modem : private Device::Host {
   public:
     /// A modem that has been on for a while: booted, SIM ready, registered, echo on, no data call. An unknown
     /// family ends the process: ask IsFamily() first.
     explicit Modem(const ModemOptions& options, int64_t now_ms = 0);
-    ~Modem();
     Modem(const Modem&) = delete;
     Modem& operator=(const Modem&) = delete;
 
@@ -55,46 +56,89 @@ class Modem {
     /// Turns one knob; the words are those of `modem_sim --help`, e.g. "csq 12" or "link down". An empty line
     /// and a line that begins with '#' do nothing. False when the line makes no sense. `reply`, where given,
     /// gets the reason then, and the text asked for with "status"; otherwise it becomes empty.
+    ///
+    /// After "reset", the reset pin, call and registration are gone at once, the port vanishes for a while, and
+    /// the modem boots. Until it has booted it hears and says nothing; then it reports itself, with echo on and
+    /// the radio on.
     bool Control(const std::string& line, std::string* reply, int64_t now_ms);
-
-    /// The reset pin: call and registration are gone at once, the port vanishes for a while, and the modem
-    /// boots. Until it has booted it hears and says nothing; then it reports itself, with echo on and the
-    /// radio on.
-    void HardReset(int64_t now_ms);
-    void PowerOff(int64_t now_ms);
-    void PowerOn(int64_t now_ms);
 
     /// Whether the port is there. Gone while unplugged, without power and in the first part of a boot; an
     /// open descriptor of a port that went away is dead for good.
-    bool present() const;
+    bool present() const { return device_.present(); }
 
     /// Another number each time that the port comes back: a descriptor belongs to one generation.
-    int64_t port_generation() const;
+    int64_t port_generation() const { return device_.port_generation(); }
 
     /// Path that "plug PATH" asked for; a bare device name where the modem took another by itself, and the
     /// port is in the folder where it was; empty when the port comes back where it was.
-    const std::string& port_path() const;
+    const std::string& port_path() const { return port_path_; }
 
     /// Where a port is now that was at `first_path`, which may be empty.
     std::string PortPathFrom(const std::string& first_path) const;
 
     /// How long a host in the network behind the modem takes to answer; empty when it doesn't.
     std::optional<int64_t> RoundTripMs(const std::string& host) const;
-    bool HasCall() const;
+    bool HasCall() const { return device_.call() == CallState::kUp; }
 
     /// State and knobs, one "name: value" a line.
     std::string Status() const;
 
     /// Commands that the dialect doesn't know, as they came, the oldest first; they were answered with ERROR.
     /// The count goes on when the list is full.
-    const std::vector<std::string>& unknown_commands() const;
-    size_t unknown_command_count() const;
+    const std::vector<std::string>& unknown_commands() const { return unknown_commands_; }
+    size_t unknown_command_count() const { return unknown_command_count_; }
 
     /// Every knob, in the order of --help.
     static std::vector<std::string> KnobNames();
 
   private:
-    std::unique_ptr<ModemInside> inside_;
+    friend class Knobs;  ///< what Control does: knobs.cpp
+
+    /// What goes wrong between modem and host; all of it off at the start.
+    struct LineFaults {
+        int64_t delay_ms = 0;      ///< every answer comes that much later
+        size_t piece_bytes = 0;    ///< answers come in pieces of that size; 0 whole
+        int64_t piece_gap_ms = 0;  ///< between two pieces
+        size_t pad_bytes = 0;      ///< shorter answers are filled up to that length
+        bool percent = false;      ///< conversions of printf in each answer
+        bool nul = false;          ///< a NUL byte in the middle of each answer
+        Fault mute = Fault::kNone;
+        int64_t flood_bytes_per_second = 0;
+    };
+
+    // The device's way to the host. What it says is lost when nobody is there to hear or to speak.
+    void Say(const std::string& bytes) override;
+    void PortLost() override;
+    void Restarted() override;
+
+    bool CanTalk() const;
+    void HearCharacter(char character);
+    void RunLine();
+    std::string AnswerTo(const std::string& command, int64_t* takes_ms);
+    void SendAnswer(std::string bytes, int64_t takes_ms);
+    void SayGarbage(size_t count);
+    void SetFlood(int64_t bytes_per_second);
+    void FloodOnce();
+    void ForgetTraffic();
+    void TakeNextPortName();
+
+    Device device_;
+    OutputQueue output_;
+    LineFaults faults_;
+    std::map<std::string, std::string> overrides_;  ///< normalised command -> bytes of its answer
+    std::minstd_rand random_;
+    std::string port_path_;  ///< see port_path()
+    size_t next_port_name_ = 0;
+    std::string line_;
+    bool line_is_too_long_ = false;
+    int64_t last_answer_ms_ = 0;  ///< answers don't overtake each other
+    bool is_answering_ = false;
+    std::string said_meanwhile_;  ///< what a command brought about is told after its answer
+    std::optional<int64_t> next_flood_ms_;
+    int64_t flood_start_ms_ = 0;
+    int64_t flood_sent_bytes_ = 0;
+    std::vector<std::string> unknown_commands_;
+    size_t unknown_command_count_ = 0;
 };
 
 }  // namespace modem_sim

@@ -116,7 +116,7 @@ TEST(ModemFibocom, WrongUsbModeHasNoCallUntilARestartMadeTheRightOneTrue) {
         EXPECT_EQ(shown_mode, Exchange(modem, "AT+gtusbmode?", &now_ms));
         EXPECT_EQ("\r\nOK\r\n", Exchange(modem, "AT+GTRNDIS=1,1", &now_ms));
 
-        modem.HardReset(now_ms);
+        modem.Control("reset", nullptr, now_ms);
         now_ms += 20000;
         modem.Control("echo off", nullptr, now_ms);
         Exchange(modem, "AT", &now_ms);
@@ -178,7 +178,7 @@ TEST(ModemFibocom, Le370AnswersEveryCommandOfTheDaemon) {
     Modem modem{ModemOptions{"fibocom_le", ""}};
     ExpectAnswers(modem, kFibocomLe);
     modem.Control("echo on", nullptr, 20000);
-    modem.HardReset(20000);
+    modem.Control("reset", nullptr, 20000);
     modem.Advance(40000);
     EXPECT_NE(std::string::npos, modem.Status().find("echo: off\n"));
 }

@@ -425,7 +425,7 @@ TEST_F(ModemModel, ResetTakesTimeAndTheModemComesBackFresh) {
     Dial();
     Ask("AT+CMEE=2");
     const int64_t generation = modem_.port_generation();
-    modem_.HardReset(now_ms_);
+    modem_.Control("reset", nullptr, now_ms_);
     const int64_t reset_ms = now_ms_;
     EXPECT_FALSE(modem_.present());
     EXPECT_TRUE(StatusHas("link: down"));
@@ -451,7 +451,7 @@ TEST_F(ModemModel, ResetTakesTimeAndTheModemComesBackFresh) {
 
 TEST_F(ModemModel, ResetTurnsTheRadioOn) {
     Ask("AT+CFUN=0");
-    modem_.HardReset(now_ms_);
+    modem_.Control("reset", nullptr, now_ms_);
     After(60000);
     Ask("ATE0");
     EXPECT_EQ(Ask("AT+CFUN?"), Line("+CFUN: 1"));
@@ -459,9 +459,9 @@ TEST_F(ModemModel, ResetTurnsTheRadioOn) {
 
 TEST_F(ModemModel, ResetInTheMiddleOfABootStartsTheBootAgain) {
     Turn("boot-time 5000");
-    modem_.HardReset(now_ms_);
+    modem_.Control("reset", nullptr, now_ms_);
     EXPECT_EQ(After(4000), "");
-    modem_.HardReset(now_ms_);
+    modem_.Control("reset", nullptr, now_ms_);
     EXPECT_EQ(After(4999), "");
     EXPECT_EQ(After(1), "\r\nRDY\r\n\r\n+CFUN: 1\r\n");
 }
@@ -470,7 +470,7 @@ TEST_F(ModemModel, ResetLosesHalfHeardCommandsAndUnsaidAnswersAlsoWhenThePortSta
     Turn("port-gone 0");
     Turn("delay 500");
     modem_.Receive("AT+CSQ\r\nAT+C", now_ms_);
-    modem_.HardReset(now_ms_);
+    modem_.Control("reset", nullptr, now_ms_);
     EXPECT_TRUE(modem_.present());
     EXPECT_EQ(After(5000), "\r\nRDY\r\n\r\n+CFUN: 1\r\n");
     modem_.Receive("SQ\r\n", now_ms_);
@@ -480,7 +480,7 @@ TEST_F(ModemModel, ResetLosesHalfHeardCommandsAndUnsaidAnswersAlsoWhenThePortSta
 TEST_F(ModemModel, PortIsNeverGoneLongerThanTheBoot) {
     Turn("boot-time 1000");
     Turn("port-gone 60000");
-    modem_.HardReset(now_ms_);
+    modem_.Control("reset", nullptr, now_ms_);
     After(1000);
     EXPECT_TRUE(modem_.present());
 }
@@ -497,20 +497,20 @@ TEST_F(ModemModel, UsbModeTakesEffectWithTheNextStart) {
     EXPECT_EQ(Ask("AT+QCFG=\"usbnet\",1"), kOk);
     EXPECT_EQ(Ask("AT+QCFG=\"usbnet\""), Line("+QCFG: \"usbnet\",1"));
     EXPECT_TRUE(StatusHas("usb mode: 0"));
-    modem_.HardReset(now_ms_);
+    modem_.Control("reset", nullptr, now_ms_);
     After(60000);
     EXPECT_TRUE(StatusHas("usb mode: 1"));
 }
 
 TEST_F(ModemModel, PowerOffIsSilentAndPowerOnBoots) {
     Dial();
-    modem_.PowerOff(now_ms_);
+    modem_.Control("power off", nullptr, now_ms_);
     EXPECT_FALSE(modem_.present());
     EXPECT_EQ(modem_.NextEventMs(), std::nullopt);
     EXPECT_EQ(Ask("AT"), "");
-    modem_.HardReset(now_ms_);  // a reset pin does nothing without power
+    modem_.Control("reset", nullptr, now_ms_);  // a reset pin does nothing without power
     EXPECT_EQ(After(60000), "");
-    modem_.PowerOn(now_ms_);
+    modem_.Control("power on", nullptr, now_ms_);
     EXPECT_EQ(After(5000), "\r\nRDY\r\n\r\n+CFUN: 1\r\n");
     EXPECT_TRUE(StatusHas("link: down"));
 }
@@ -805,7 +805,7 @@ TEST(ModemModelRuns, SameCallsGiveTheSameBytes) {
         for (int64_t now_ms = 0; now_ms < 60000; now_ms += 250) {
             if (now_ms == 5000) modem.Control("pieces 3 gap 7", nullptr, now_ms);
             if (now_ms == 10000) modem.Control("flood on 500", nullptr, now_ms);
-            if (now_ms == 20000) modem.HardReset(now_ms);
+            if (now_ms == 20000) modem.Control("reset", nullptr, now_ms);
             if (now_ms % 1000 == 0) modem.Control("garbage 5", nullptr, now_ms);
             modem.Receive("AT+QENG=\"servingcell\"\r\n", now_ms);
             all += modem.TakeOutput(now_ms, 256);
@@ -823,7 +823,7 @@ TEST(ModemModelRuns, EventsAreTheSameInSmallStepsAndInOneLeap) {
     std::string said_in_steps;
     for (Modem* modem : {&steps, &leap}) {
         modem->Control("flood on 300", nullptr, 0);
-        modem->HardReset(0);
+        modem->Control("reset", nullptr, 0);
     }
     constexpr int64_t kEndMs = 20000;
     while (*steps.NextEventMs() <= kEndMs) said_in_steps += steps.TakeOutput(*steps.NextEventMs(), kAll);

@@ -1,0 +1,121 @@
+// What a modem tells people about itself: its state and knobs, one "name: value" a line.
+#include "simulator/modem/dialect.h"
+#include "simulator/modem/modem_model.h"
+#include "simulator/modem/text.h"
+
+namespace modem_sim {
+
+namespace {
+
+const char* PowerText(Power power) {
+    switch (power) {
+        case Power::kOff:
+            return "off";
+        case Power::kBooting:
+            return "booting";
+        case Power::kOn:
+            break;
+    }
+    return "on";
+}
+
+const char* CardText(CardState state) {
+    switch (state) {
+        case CardState::kAbsent:
+            return "absent";
+        case CardState::kUnpowered:
+            return "without power";
+        case CardState::kBusy:
+            return "busy";
+        case CardState::kLocked:
+            return "needs PIN";
+        case CardState::kBlocked:
+            return "blocked";
+        case CardState::kReady:
+            break;
+    }
+    return "ready";
+}
+
+const char* CallText(CallState call) {
+    switch (call) {
+        case CallState::kDown:
+            return "down";
+        case CallState::kDialling:
+            return "dialling";
+        case CallState::kCut:
+            return "cut by the network";
+        case CallState::kUp:
+            break;
+    }
+    return "up";
+}
+
+std::string ReachText(const Subscription& network) {
+    if (network.reaches_all) return "all";
+    std::string text;
+    for (const std::string& host : network.hosts) text += (text.empty() ? "" : " ") + host;
+    return text.empty() ? "nothing" : text;
+}
+
+const char* MuteText(Fault mute) {
+    if (mute == Fault::kNone) return "off";
+    return mute == Fault::kStays ? "on" : "until-reset";
+}
+
+}  // namespace
+
+std::string Modem::Status() const {
+    std::string text;
+    const auto add = [&text](const char* name, const std::string& value) {
+        text += std::string(name) + ": " + value + "\n";
+    };
+    const auto yes_or_no = [](bool value) { return std::string(value ? "yes" : "no"); };
+    const auto on_or_off = [](bool value) { return std::string(value ? "on" : "off"); };
+    add("family", device_.family.name);
+    add("model", device_.model);
+    add("firmware", device_.firmware);
+    add("imei", device_.imei);
+    add("power", PowerText(device_.power()));
+    add("port present", yes_or_no(device_.present()));
+    add("radio", std::to_string(static_cast<int>(device_.radio())));
+    add("sim", CardText(device_.card_state()));
+    add("iccid", device_.card().iccid);
+    add("imsi", device_.card().imsi);
+    add("selected", std::to_string(device_.selected_card() + 1));
+    add("reach", ReachText(device_.card().network));
+    add("round-trip", std::to_string(device_.card().network.round_trip_ms));
+    add("creg", std::to_string(device_.Stat(kCircuit)));
+    add("cgreg", std::to_string(device_.Stat(kPacket)));
+    add("cereg", std::to_string(device_.Stat(kEps)));
+    add("link", CallText(device_.call()));
+    add("dial", device_.DialText());
+    add("csq", std::to_string(device_.air.csq));
+    add("rsrp", std::to_string(device_.air.rsrp_dbm));
+    add("sinr", std::to_string(device_.air.sinr_db));
+    add("band", std::to_string(device_.air.band));
+    add("pcid", std::to_string(device_.air.cell_id));
+    add("operator", device_.air.operator_name);
+    add("network", device_.air.network);
+    add("temperature", std::to_string(device_.air.temperature_celsius));
+    add("usb mode", std::to_string(device_.usb_mode));
+    add("boot-time", std::to_string(device_.timing.boot_ms));
+    add("port-gone", std::to_string(device_.timing.port_gone_ms));
+    add("sim-start", std::to_string(device_.timing.sim_start_ms));
+    add("search-time", std::to_string(device_.timing.search_ms));
+    add("dial-time", std::to_string(device_.timing.dial_ms));
+    add("echo", on_or_off(device_.session.echo));
+    add("mute", MuteText(faults_.mute));
+    add("delay", std::to_string(faults_.delay_ms));
+    add("pieces", std::to_string(faults_.piece_bytes) + " gap " + std::to_string(faults_.piece_gap_ms));
+    add("pad", std::to_string(faults_.pad_bytes));
+    add("percent", on_or_off(faults_.percent));
+    add("nul", on_or_off(faults_.nul));
+    add("flood", faults_.flood_bytes_per_second == 0 ? "off" : std::to_string(faults_.flood_bytes_per_second));
+    for (const auto& [command, bytes] : overrides_) add("answer", command + " = " + Escape(bytes));
+    add("unknown commands", std::to_string(unknown_command_count_));
+    for (const std::string& command : unknown_commands_) add("unknown", Escape(command));
+    return text;
+}
+
+}  // namespace modem_sim
