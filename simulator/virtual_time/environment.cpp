@@ -80,36 +80,36 @@ Environment* Environment::OfThisThread() {
     return environment != nullptr && environment->scheduler.CurrentThread() >= 0 ? environment : nullptr;
 }
 
-void Environment::AddPort(const std::string& path, Device* device) {
-    ports_.push_back({path, device, path});
-    scheduler.AddDevice(device);
+void Environment::AddPort(const std::string& path, PortPeer* peer) {
+    ports_.push_back({path, peer, path});
+    scheduler.AddPeer(peer);
     ShowPorts();
 }
 
-void Environment::RemovePort(Device* device) {
-    scheduler.RemoveDevice(device);
+void Environment::RemovePort(PortPeer* peer) {
+    scheduler.RemovePeer(peer);
     for (size_t i = ports_.size(); i-- > 0;) {
-        if (ports_[i].device != device) continue;
+        if (ports_[i].peer != peer) continue;
         folder.Remove(PathNow(ports_[i]));
         ports_.erase(ports_.begin() + static_cast<std::ptrdiff_t>(i));
     }
     for (auto entry = open_ports_.begin(); entry != open_ports_.end();) {
-        entry = entry->second.device == device ? open_ports_.erase(entry) : std::next(entry);
+        entry = entry->second.peer == peer ? open_ports_.erase(entry) : std::next(entry);
     }
 }
 
 std::string Environment::PathNow(const Port& port) {
-    const std::string other = port.device->OtherPath();
+    const std::string other = port.peer->OtherPath();
     return other.empty() ? port.path : other;
 }
 
 void Environment::ShowPorts() {
     for (Port& port : ports_) {
-        port.device->Advance(now_us());
+        port.peer->Advance(now_us());
         const std::string path = PathNow(port);
         if (path != port.shown_path) folder.Remove(port.shown_path);
         port.shown_path = path;
-        if (port.device->Present()) {
+        if (port.peer->Present()) {
             if (!folder.Exists(path)) folder.Write(path, "");
         } else {
             folder.Remove(path);
@@ -120,13 +120,13 @@ void Environment::ShowPorts() {
 int Environment::OpenPort(const std::string& path) {
     for (const Port& port : ports_) {
         if (PathNow(port) != path) continue;
-        port.device->Advance(now_us());
-        if (!port.device->Present()) {
+        port.peer->Advance(now_us());
+        if (!port.peer->Present()) {
             errno = ENOENT;
             return -1;
         }
         const int fd = open("/dev/null", O_RDWR | O_CLOEXEC);  // a number that nothing else has
-        if (fd >= 0) open_ports_[fd] = {port.device, port.device->Generation()};
+        if (fd >= 0) open_ports_[fd] = {port.peer, port.peer->Generation()};
         return fd;
     }
     return kNoPort;
@@ -134,12 +134,12 @@ int Environment::OpenPort(const std::string& path) {
 
 bool Environment::IsHungUp(int fd) {
     const OpenPortEntry& port = open_ports_.at(fd);
-    port.device->Advance(now_us());
-    return !port.device->Present() || port.device->Generation() != port.generation;
+    port.peer->Advance(now_us());
+    return !port.peer->Present() || port.peer->Generation() != port.generation;
 }
 
 bool Environment::IsReadable(int fd) {
-    return IsHungUp(fd) || fail_port_reads > 0 || open_ports_.at(fd).device->Readable(now_us());
+    return IsHungUp(fd) || fail_port_reads > 0 || open_ports_.at(fd).peer->Readable(now_us());
 }
 
 int64_t Environment::ReadPort(int fd, void* to, size_t size) {
@@ -156,7 +156,7 @@ int64_t Environment::ReadPort(int fd, void* to, size_t size) {
         return -1;
     }
     if (IsHungUp(fd)) return 0;
-    const std::string bytes = open_ports_.at(fd).device->Read(size, now_us());
+    const std::string bytes = open_ports_.at(fd).peer->Read(size, now_us());
     assert(bytes.size() <= size);
     memcpy(to, bytes.data(), bytes.size());
     if (on_port_read && !bytes.empty()) on_port_read(bytes);
@@ -170,17 +170,17 @@ int64_t Environment::WritePort(int fd, const void* from, size_t size) {
     }
     const std::string bytes(static_cast<const char*>(from), size);
     if (on_port_written) on_port_written(bytes);
-    open_ports_.at(fd).device->Write(bytes, now_us());
+    open_ports_.at(fd).peer->Write(bytes, now_us());
     return static_cast<int64_t>(size);
 }
 
 void Environment::FlushPort(int fd) {
     if (IsHungUp(fd)) return;
-    Device* device = open_ports_.at(fd).device;
+    PortPeer* peer = open_ports_.at(fd).peer;
     constexpr size_t kPieceBytes = 4096;
-    constexpr int kPiecesMax = 16;  // a device that never runs dry can't be emptied
-    for (int piece = 0; piece < kPiecesMax && device->Readable(now_us()); piece++)
-        device->Read(kPieceBytes, now_us());
+    constexpr int kPiecesMax = 16;  // a peer that never runs dry can't be emptied
+    for (int piece = 0; piece < kPiecesMax && peer->Readable(now_us()); piece++)
+        peer->Read(kPieceBytes, now_us());
 }
 
 std::string Environment::WaitForTypedLine() {

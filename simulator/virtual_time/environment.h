@@ -15,7 +15,7 @@
 #include <string>
 #include <vector>
 
-#include "simulator/virtual_time/device.h"
+#include "simulator/virtual_time/port_peer.h"
 #include "simulator/virtual_time/private_folder.h"
 #include "simulator/virtual_time/scheduler.h"
 #include "simulator/virtual_time/shell.h"
@@ -55,11 +55,11 @@ class Environment {
     Shell shell;
 
     // Serial ports
-    /// `device` answers at `path`, one of the modem ports, and must outlive the world or be removed.
-    void AddPort(const std::string& path, Device* device);
-    void RemovePort(Device* device);
-    /// Opens the port at `path`: a descriptor; -1 with errno if the device isn't present; kNoPort if no
-    /// device is registered there.
+    /// `peer` answers at `path`, one of the modem ports, and must outlive the world or be removed.
+    void AddPort(const std::string& path, PortPeer* peer);
+    void RemovePort(PortPeer* peer);
+    /// Opens the port at `path`: a descriptor; -1 with errno if the peer isn't present; kNoPort if no
+    /// peer is registered there.
     int OpenPort(const std::string& path);
     static constexpr int kNoPort = -2;
     bool IsPort(int fd) const { return open_ports_.count(fd) != 0; }
@@ -99,11 +99,11 @@ class Environment {
   private:
     struct Port {
         std::string path;
-        Device* device;
+        PortPeer* peer;
         std::string shown_path;
     };
     struct OpenPortEntry {
-        Device* device;
+        PortPeer* peer;
         int64_t generation;
     };
 

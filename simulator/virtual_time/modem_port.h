@@ -5,11 +5,11 @@
 #include <string>
 
 #include "simulator/modem/modem_model.h"
-#include "simulator/virtual_time/device.h"
+#include "simulator/virtual_time/port_peer.h"
 
 namespace virtual_time {
 
-class ModemPort : public Device {
+class ModemPort : public PortPeer {
   public:
     explicit ModemPort(const modem_sim::ModemOptions& options);
 

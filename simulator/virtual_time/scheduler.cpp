@@ -85,14 +85,14 @@ void Scheduler::At(int64_t when_us, std::function<void()> event) {
     events_.emplace(when_us, std::move(event));
 }
 
-void Scheduler::AddDevice(Device* device) {
-    devices_.push_back(device);
+void Scheduler::AddPeer(PortPeer* peer) {
+    peers_.push_back(peer);
 }
 
-void Scheduler::RemoveDevice(Device* device) {
-    for (size_t i = 0; i < devices_.size(); i++) {
-        if (devices_[i] != device) continue;
-        devices_.erase(devices_.begin() + static_cast<std::ptrdiff_t>(i));
+void Scheduler::RemovePeer(PortPeer* peer) {
+    for (size_t i = 0; i < peers_.size(); i++) {
+        if (peers_[i] != peer) continue;
+        peers_.erase(peers_.begin() + static_cast<std::ptrdiff_t>(i));
         return;
     }
 }
@@ -166,7 +166,7 @@ void Scheduler::HandOver(Thread* next) {
 Scheduler::Thread* Scheduler::PickNext() {
     while (true) {
         RunDueEvents();
-        AdvanceDevices();
+        AdvancePeers();
         Thread* ready = ReadyThread();
         if (ready != nullptr) return ready;
         JumpToNextTime();
@@ -183,8 +183,8 @@ void Scheduler::RunDueEvents() {
     }
 }
 
-void Scheduler::AdvanceDevices() {
-    for (Device* device : devices_) device->Advance(now_us_);
+void Scheduler::AdvancePeers() {
+    for (PortPeer* peer : peers_) peer->Advance(now_us_);
 }
 
 Scheduler::Thread* Scheduler::ReadyThread() {
@@ -202,8 +202,8 @@ void Scheduler::JumpToNextTime() {
             next_us = thread->deadline_us;
     }
     if (!events_.empty() && events_.begin()->first < next_us) next_us = events_.begin()->first;
-    for (Device* device : devices_) {
-        const std::optional<int64_t> event_us = device->NextEventUs();
+    for (PortPeer* peer : peers_) {
+        const std::optional<int64_t> event_us = peer->NextEventUs();
         if (event_us && *event_us > now_us_ && *event_us < next_us) next_us = *event_us;
     }
     if (next_us == kNever) {

@@ -3,12 +3,11 @@
 // Real threads run under a baton. The thread that holds it runs; all others are parked. A thread gives the
 // baton up only in a wait of this scheduler (or when it ends), and then the next one is chosen by rules that
 // don't depend on the machine:
-//   1. events that are due, in the order of their times and then of their making; then the devices are
-//   brought up to
-//      the present;
+//   1. events that are due, in the order of their times and then of their making; then the peers of the
+//      ports are brought up to the present;
 //   2. the thread with the lowest number whose condition holds or whose time has come;
-//   3. if there is none, the clock jumps to the earliest of all deadlines, events and device times, and so
-//   on.
+//   3. if there is none, the clock jumps to the earliest of all deadlines, events and times of peers,
+//      and so on.
 // The same program with the same events therefore does the same things at the same times in every run.
 //
 // Only the holder of the baton touches the scheduler, so there is no lock; handing the baton over orders
@@ -23,7 +22,7 @@
 #include <utility>
 #include <vector>
 
-#include "simulator/virtual_time/device.h"
+#include "simulator/virtual_time/port_peer.h"
 
 namespace virtual_time {
 
@@ -47,9 +46,9 @@ class Scheduler {
     /// not wait itself.
     void At(int64_t when_us, std::function<void()> event);
 
-    /// `device` is asked for its times from now on and must outlive the scheduler or be removed.
-    void AddDevice(Device* device);
-    void RemoveDevice(Device* device);
+    /// `peer` is asked for its times from now on and must outlive the scheduler or be removed.
+    void AddPeer(PortPeer* peer);
+    void RemovePeer(PortPeer* peer);
 
     /// Waits until `deadline_us`, or earlier until `condition` holds, which may be null. True when it holds.
     /// The condition is tried on any thread and must not wait.
@@ -90,14 +89,14 @@ class Scheduler {
     void RunDueEvents();
     Thread* ReadyThread();
     void JumpToNextTime();
-    void AdvanceDevices();
+    void AdvancePeers();
     void HandOver(Thread* next);
 
     int64_t now_us_ = 0;
     bool in_event_ = false;
     int64_t calls_since_jump_ = 0;
     std::multimap<int64_t, std::function<void()>> events_;
-    std::vector<Device*> devices_;
+    std::vector<PortPeer*> peers_;
     std::vector<std::unique_ptr<Thread>> threads_;  // by number; ended ones stay
 };
 

@@ -24,7 +24,7 @@ bool EndsInLineEnd(const std::string& text) {
 
 }  // namespace
 
-class ScriptedModem::Port : public virtual_time::Device {
+class ScriptedModem::Port : public virtual_time::PortPeer {
   public:
     struct Rule {
         std::vector<std::function<std::string()>> answers;

@@ -1,4 +1,4 @@
-// What sits behind a virtual serial port. Driven by the clock alone: the same calls at the same times must
+// What sits at the other end of a virtual serial port. Driven by the clock alone: the same calls at the same times must
 // give the same bytes. Called by the holder of the baton only.
 #pragma once
 
@@ -10,9 +10,9 @@
 
 namespace virtual_time {
 
-class Device {
+class PortPeer {
   public:
-    virtual ~Device() = default;
+    virtual ~PortPeer() = default;
 
     /// Bytes from the host.
     virtual void Write(std::string_view bytes, int64_t now_us) = 0;
@@ -32,7 +32,7 @@ class Device {
     /// Whether the port can be opened.
     virtual bool Present() { return true; }
 
-    /// Path of the port now, where it isn't the one that the device was registered with; else empty.
+    /// Path of the port now, where it isn't the one that the peer was registered with; else empty.
     virtual std::string OtherPath() { return ""; }
 
     /// Changes when the port goes away: descriptors opened before that are dead for good.
