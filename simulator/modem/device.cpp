@@ -13,10 +13,8 @@ namespace {
 /// From a restart command to the restart: the "OK" must still reach the host.
 constexpr int64_t kRestartDelayMs = 100;
 
-/// Between two reports of the signal by a modem that gives them unasked.
+/// Between two reports of the signal by a modem that gives them unsolicited.
 constexpr int64_t kSignalReportPeriodMs = 7000;
-
-constexpr const char* kReportNames[kDomainCount] = {"+CREG", "+CGREG", "+CEREG"};
 
 bool IsRegisteredStat(int stat) {
     return stat == kStatHome || stat == kStatRoaming;
@@ -26,11 +24,10 @@ bool IsRegisteredStat(int stat) {
 
 Device::Device(const Family& family_of_device, const std::string& model_name, Host* host, int64_t now_ms)
     : family(family_of_device),
-      model(model_name.empty() ? family_of_device.models[0] : model_name),
-      imei(family_of_device.imei),
+      model(model_name.empty() ? family_of_device.models.begin()->name : model_name),
       host_(host),
       now_ms_(now_ms) {
-    firmware = family.firmware(model);
+    firmware = FirmwareText(*this);
     usb_mode = usb_mode_after_boot = family.factory_usb_mode;
     cards_[0].iccid = "89860012317001122334";
     cards_[0].imsi = "460001112223334";
@@ -154,6 +151,11 @@ void Device::ResetSession() {
     session.error_mode = family.factory_error_mode;
 }
 
+std::string Device::Setting(const std::string& name) const {
+    const auto stored = settings.find(name);
+    return stored == settings.end() ? std::string() : stored->second;
+}
+
 // SIM
 
 CardState Device::card_state() const {
@@ -231,7 +233,15 @@ bool Device::IsRegistered(Domain domain) const {
 }
 
 bool Device::HasService() const {
-    return IsRegistered(kCircuit) || IsRegistered(kPacket) || IsRegistered(kEps);
+    return IsRegistered(kCircuit) || HasPacketService();
+}
+
+bool Device::HasPacketService() const {
+    return IsRegistered(kPacket) || IsRegistered(kEps);
+}
+
+bool Device::HasPacketStat(int stat) const {
+    return Stat(kPacket) == stat || Stat(kEps) == stat;
 }
 
 void Device::SetStat(size_t holder, Domain domain, int stat) {
@@ -247,7 +257,7 @@ void Device::SetNetwork(const std::string& network) {
 // Data call
 
 DialResult Device::Dial() {
-    if (!IsRegistered(kPacket) && !IsRegistered(kEps)) return DialResult::kNoService;
+    if (!HasPacketService()) return DialResult::kNoService;
     if (dial_fault_ != Fault::kNone) return DialResult::kRefused;
     if (dial_refusals_left_ > 0) {
         --dial_refusals_left_;
@@ -268,7 +278,7 @@ void Device::CutCall() {
 }
 
 bool Device::RaiseCall() {
-    if (!IsRegistered(kPacket) && !IsRegistered(kEps)) return false;
+    if (!HasPacketService()) return false;
     if (call_ == CallState::kUp) return true;
     Stop(kDialDone);
     call_ = CallState::kUp;
@@ -341,7 +351,7 @@ void Device::SettleSearch() {
 }
 
 void Device::SettleCall() {
-    if (call_ == CallState::kDown || IsRegistered(kPacket) || IsRegistered(kEps)) return;
+    if (call_ == CallState::kDown || HasPacketService()) return;
     const bool by_host = power_ != Power::kOn || radio_ != Radio::kFull;
     if (by_host || call_ != CallState::kCut) EndCall(by_host ? CallState::kDown : CallState::kCut);
 }
@@ -352,19 +362,18 @@ void Device::ReportRegistration() {
         if (stat == reported_stat_[domain]) continue;
         reported_stat_[domain] = stat;
         if (session.report[domain] == 0 || power_ != Power::kOn) continue;
-        host_->Say(std::string("\r\n") + kReportNames[domain] + ": " + std::to_string(stat) + "\r\n");
+        host_->Say(std::string("\r\n+") + kDomainNames[domain] + ": " + std::to_string(stat) + "\r\n");
     }
 }
 
 void Device::Announce(Event event) {
-    if (family.unsolicited == nullptr) return;
-    const std::string text = family.unsolicited(*this, event);
+    const std::string text = FrameUnsolicited(UnsolicitedLines(*this, event));
     if (!text.empty()) host_->Say(text);
 }
 
 void Device::Report(RadioReport report) {
     if (family.radio_report == nullptr) return;
-    const std::string text = family.radio_report(*this, report);
+    const std::string text = FrameUnsolicited(family.radio_report(*this, report));
     if (!text.empty()) host_->Say(text);
 }
 

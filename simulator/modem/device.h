@@ -28,6 +28,7 @@ enum class DialResult { kStarted, kNoService, kRefused };
 
 /// The three registrations that a modem reports apart: +CREG, +CGREG, +CEREG.
 enum Domain { kCircuit, kPacket, kEps, kDomainCount };
+constexpr const char* kDomainNames[kDomainCount] = {"CREG", "CGREG", "CEREG"};
 
 /// What a family may have something unsolicited to say about.
 enum class Event { kBooted, kCardReady, kCardGone, kCallUp, kCallDown };
@@ -123,7 +124,8 @@ class Device {
         virtual void Restarted() = 0;
     };
 
-    /// On and registered for a while; an empty `model` is the family's first. `family` and `host` stay valid for the life of the device.
+    /// On and registered for a while; an empty `model` is the family's first. `family` and `host` stay valid
+    /// for the life of the device.
     Device(const Family& family, const std::string& model, Host* host, int64_t now_ms);
 
     // Time
@@ -167,6 +169,9 @@ class Device {
     int Stat(Domain domain) const;
     bool IsRegistered(Domain domain) const;
     bool HasService() const;  ///< registered anywhere
+    bool HasPacketService() const;
+    bool IsRoaming() const { return HasPacketStat(kStatRoaming); }
+    bool IsDenied() const { return HasPacketStat(kStatDenied); }
     void SetStat(size_t holder, Domain domain, int stat);
     /// Another radio technology.
     void SetNetwork(const std::string& network);
@@ -188,7 +193,6 @@ class Device {
     const Family& family;
     std::string model;
     std::string firmware;
-    std::string imei;
     Surroundings air;
     Timing timing;
     Session session;
@@ -197,6 +201,8 @@ class Device {
     int usb_mode_after_boot = 0;
     /// What a dialect stores for its own commands, by names of its own.
     std::map<std::string, std::string> settings;
+    /// Empty where nothing was stored.
+    std::string Setting(const std::string& name) const;
 
   private:
     enum Timer {
@@ -216,6 +222,7 @@ class Device {
     void StopAll();
     void Boot();
     bool CanSearch() const;
+    bool HasPacketStat(int stat) const;
     void EndCall(CallState end);
     /// Draws the consequences of a change: the last step of whatever changes the state.
     void Settle();

@@ -37,6 +37,10 @@ std::string ImsiDigits(const Device& device, size_t from, size_t count) {
     return from < imsi.size() ? imsi.substr(from, count) : std::string();
 }
 
+std::string Digit(bool value) {
+    return value ? "1" : "0";
+}
+
 /// A radio that is off measures nothing.
 std::string SignalQuality(const Device& device) {
     constexpr int kUnknownCsq = 99;
@@ -56,18 +60,20 @@ constexpr Field kFields[] = {
     {"csq", SignalQuality},
     {"firmware", [](const Device& device) { return device.firmware; }},
     {"iccid", [](const Device& device) { return device.card().iccid; }},
-    {"imei", [](const Device& device) { return device.imei; }},
+    {"imei", [](const Device& device) { return std::string(device.family.imei); }},
     {"imsi", [](const Device& device) { return device.card().imsi; }},
     {"maker", [](const Device& device) { return std::string(device.family.maker); }},
     {"model", [](const Device& device) { return device.model; }},
     {"network", [](const Device& device) { return device.air.network; }},
     {"network-code", [](const Device& device) { return ImsiDigits(device, 3, 2); }},
     {"operator", [](const Device& device) { return device.air.operator_name; }},
+    {"roaming", [](const Device& device) { return Digit(device.IsRoaming()); }},
     {"rsrp", [](const Device& device) { return std::to_string(device.air.rsrp_dbm); }},
     {"rsrq", [](const Device& device) { return std::to_string(device.air.rsrq_db); }},
     {"rssi", [](const Device& device) { return std::to_string(device.air.rssi_dbm); }},
     {"sinr", [](const Device& device) { return std::to_string(device.air.sinr_db); }},
     {"temperature", [](const Device& device) { return std::to_string(device.air.temperature_celsius); }},
+    {"up", [](const Device& device) { return Digit(device.call() == CallState::kUp); }},
     {"usb-mode", [](const Device& device) { return std::to_string(device.usb_mode); }},
 };
 
@@ -117,7 +123,7 @@ Outcome RunRow(Device& device, const Row& row, std::string_view arguments) {
     return Ok(row.answer == nullptr ? "" : FillTemplate(device, row.answer));
 }
 
-bool RunTable(Device& device, const RowTable& rows, const std::string& command, Outcome* outcome) {
+bool RunTable(Device& device, const Table<Row>& rows, const std::string& command, Outcome* outcome) {
     for (const Row& row : rows) {
         std::string_view arguments;
         if (!Matches(row.command, command, &arguments)) continue;
@@ -150,6 +156,25 @@ Outcome Error() {
     Outcome outcome;
     outcome.result = "ERROR";
     return outcome;
+}
+
+Outcome Filled(const Device& device, std::string_view text) {
+    return Ok(FillTemplate(device, text));
+}
+
+std::string ArgumentAt(const Arguments& arguments, size_t index) {
+    return index < arguments.size() ? arguments[index] : std::string();
+}
+
+std::optional<int> OnlyNumber(const Arguments& arguments, int most) {
+    if (arguments.size() != 1) return std::nullopt;
+    const auto number = ParseInteger(arguments[0], 0, most);
+    return number ? std::optional<int>(*number) : std::nullopt;
+}
+
+std::optional<int> ContextNumber(const Arguments& arguments) {
+    const auto number = ParseInteger(ArgumentAt(arguments, 0), 1, kContextsMax);
+    return number ? std::optional<int>(*number) : std::nullopt;
 }
 
 std::string AccessTechnology(const Device& device) {
@@ -191,6 +216,13 @@ Outcome Dial(Device& device, const DialWords& words) {
     return CmeError(kCmeNoNetworkService);
 }
 
+Outcome SwitchCall(Device& device, std::string_view on, const DialWords& words) {
+    if (on == "1") return Dial(device, words);
+    if (on != "0") return Error();
+    device.HangUp();
+    return Ok(words.hung_up);
+}
+
 const Family* FindFamily(std::string_view name) {
     for (const Family* family : AllFamilies()) {
         if (name == family->name) return family;
@@ -199,9 +231,36 @@ const Family* FindFamily(std::string_view name) {
 }
 
 bool RunCommand(Device& device, const std::string& command, Outcome* outcome) {
-    return RunTable(device, device.family.rows, command, outcome) ||
+    const Family& family = device.family;
+    return RunTable(device, family.rows, command, outcome) ||
+           (family.shared_rows != nullptr && RunTable(device, family.shared_rows(), command, outcome)) ||
            RunTable(device, CommonRows(), command, outcome) ||
            RunTable(device, ForeignRows(), command, outcome);
+}
+
+std::string UnsolicitedLines(const Device& device, Event event) {
+    const Unsolicited& unsolicited = device.family.unsolicited;
+    const bool is_up = event == Event::kCallUp;
+    switch (event) {
+        case Event::kBooted:
+            return unsolicited.booted;
+        case Event::kCardReady:
+            return unsolicited.card_ready;
+        case Event::kCardGone:
+            return unsolicited.card_gone;
+        case Event::kCallUp:
+        case Event::kCallDown:
+            break;
+    }
+    if (unsolicited.call != nullptr) return unsolicited.call(device, is_up);
+    return is_up ? unsolicited.call_up : unsolicited.call_down;
+}
+
+std::string FirmwareText(const Device& device) {
+    for (const Model& model : device.family.models) {
+        if (model.name == device.model && model.firmware != nullptr) return model.firmware;
+    }
+    return FillTemplate(device, device.family.firmware);
 }
 
 std::string FillTemplate(const Device& device, std::string_view text) {
@@ -222,6 +281,13 @@ std::vector<std::string> FieldNames() {
     std::vector<std::string> names;
     for (const Field& field : kFields) names.emplace_back(field.name);
     return names;
+}
+
+std::string FrameUnsolicited(const std::string& lines) {
+    if (lines.empty()) return "";
+    std::string bytes = "\r\n";
+    for (const char character : lines) bytes += character == '\n' ? "\r\n\r\n" : std::string(1, character);
+    return bytes + "\r\n";
 }
 
 std::string FrameAnswer(const Device& device, const Outcome& outcome) {

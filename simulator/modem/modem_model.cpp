@@ -84,7 +84,7 @@ std::vector<std::string> Modem::Models(const std::string& family_name) {
     std::vector<std::string> models;
     const Family* family = FindFamily(family_name);
     if (family == nullptr) return models;
-    for (const char* const* model = family->models; *model != nullptr; ++model) models.emplace_back(*model);
+    for (const Model& model : family->models) models.emplace_back(model.name);
     return models;
 }
 
@@ -189,10 +189,10 @@ void Modem::Restarted() {
 }
 
 void Modem::TakeNextPortName() {
-    const char* const* names = device_.family.port_names;
-    if (names == nullptr) return;
-    port_path_ = names[next_port_name_];
-    if (names[++next_port_name_] == nullptr) next_port_name_ = 0;
+    const Table<const char*>& names = device_.family.port_names;
+    if (names.count == 0) return;
+    port_path_ = names.first[next_port_name_];
+    next_port_name_ = (next_port_name_ + 1) % names.count;
 }
 
 void Modem::ForgetTraffic() {

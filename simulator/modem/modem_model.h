@@ -57,9 +57,9 @@ class Modem : private Device::Host {
     /// and a line that begins with '#' do nothing. False when the line makes no sense. `reply`, where given,
     /// gets the reason then, and the text asked for with "status"; otherwise it becomes empty.
     ///
-    /// After "reset", the reset pin, call and registration are gone at once, the port vanishes for a while, and
-    /// the modem boots. Until it has booted it hears and says nothing; then it reports itself, with echo on and
-    /// the radio on.
+    /// After "reset", the reset pin, call and registration are gone at once, the port vanishes for a while,
+    /// and the modem boots. Until it has booted it hears and says nothing; then it reports itself, with echo
+    /// on and the radio on.
     bool Control(const std::string& line, std::string* reply, int64_t now_ms);
 
     /// Whether the port is there. Gone while unplugged, without power and in the first part of a boot; an

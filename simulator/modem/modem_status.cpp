@@ -75,7 +75,7 @@ std::string Modem::Status() const {
     add("family", device_.family.name);
     add("model", device_.model);
     add("firmware", device_.firmware);
-    add("imei", device_.imei);
+    add("imei", device_.family.imei);
     add("power", PowerText(device_.power()));
     add("port present", yes_or_no(device_.present()));
     add("radio", std::to_string(static_cast<int>(device_.radio())));
@@ -111,7 +111,8 @@ std::string Modem::Status() const {
     add("pad", std::to_string(faults_.pad_bytes));
     add("percent", on_or_off(faults_.percent));
     add("nul", on_or_off(faults_.nul));
-    add("flood", faults_.flood_bytes_per_second == 0 ? "off" : std::to_string(faults_.flood_bytes_per_second));
+    add("flood",
+        faults_.flood_bytes_per_second == 0 ? "off" : std::to_string(faults_.flood_bytes_per_second));
     for (const auto& [command, bytes] : overrides_) add("answer", command + " = " + Escape(bytes));
     add("unknown commands", std::to_string(unknown_command_count_));
     for (const std::string& command : unknown_commands_) add("unknown", Escape(command));

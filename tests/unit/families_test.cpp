@@ -40,7 +40,7 @@ int Identify(const Family& family, const std::string& model) {
 }
 
 int VendorOf(const Family& family) {
-    return Identify(family, family.models[0]);
+    return Identify(family, family.models.begin()->name);
 }
 
 bool IsPlaceholder(int row) {
@@ -95,12 +95,12 @@ std::string SectionOf(const Family& family) {
 
 TEST(Families, EachModelIsIdentifiedAndHasADriver) {
     for (const Family* family : modem_sim::AllFamilies()) {
-        for (const char* const* model = family->models; *model != nullptr; ++model) {
-            const int vendor = Identify(*family, *model);
+        for (const modem_sim::Model& model : family->models) {
+            const int vendor = Identify(*family, model.name);
             EXPECT_EQ(VendorOf(*family), vendor)
-                << family->name << " " << *model << ": another than its like";
+                << family->name << " " << model.name << ": another than its like";
             const std::unique_ptr<CellBase> cell(build_driver(vendor, -1));
-            EXPECT_NE(nullptr, cell) << family->name << " " << *model << ": code " << vendor;
+            EXPECT_NE(nullptr, cell) << family->name << " " << model.name << ": code " << vendor;
         }
     }
 }

@@ -1,66 +1,34 @@
 // ChuangYi modules on Innofidei chipsets: the call is a context that is activated by AT+CGACT; service is
 // told by AT+SYSINFO, the link by AT+RRCSTATE, and the host may write a subscriber number with AT+SCFG.
 #include "simulator/modem/dialects/families.h"
-#include "simulator/modem/text.h"
 
 namespace modem_sim {
 
 namespace {
 
-constexpr const char* kModels[] = {"CY-LTE200", "CY-LTE100", nullptr};
 constexpr char kNewImsi[] = "usim";
 
-std::string Firmware(const std::string& model) {
-    return model + "_R1.4";
-}
-
-std::string Unsolicited(const Device&, Event event) {
-    switch (event) {
-        case Event::kBooted:
-            return "\r\n^MODE: 17\r\n";
-        case Event::kCardReady:
-            return "\r\n^SIMST: 1\r\n";
-        case Event::kCardGone:
-            return "\r\n^SIMST: 255\r\n";
-        case Event::kCallUp:
-        case Event::kCallDown:
-            break;  // told on request only
-    }
-    return "";
-}
-
+/// on, context.
 Outcome ActivateContext(Device& device, const Arguments& arguments) {
     if (arguments.size() != 2 || arguments[1] != "1") return Error();
-    if (arguments[0] == "0") {
-        device.HangUp();
-        return Ok();
-    }
-    if (arguments[0] != "1" || device.contexts.find(1) == device.contexts.end()) return Error();
-    return Dial(device);
-}
-
-/// stat, radio technology.
-Outcome AskLink(Device& device, const Arguments&) {
-    return Ok(std::string("+RRCSTATE: ") + (device.call() == CallState::kUp ? "1," : "0,") +
-              AccessTechnology(device));
+    const bool has_context = device.contexts.find(1) != device.contexts.end();
+    return arguments[0] == "1" && !has_context ? Error() : SwitchCall(device, arguments[0]);
 }
 
 /// srv_status, srv_domain, roam_status, sys_mode, sim_state, lock_state, sys_submode.
 Outcome AskSystem(Device& device, const Arguments&) {
-    const bool roams = device.Stat(kEps) == kStatRoaming || device.Stat(kPacket) == kStatRoaming;
-    const bool is_limited = device.Stat(kEps) == kStatDenied || device.Stat(kPacket) == kStatDenied;
     const bool has_sim = device.card_state() == CardState::kReady;
-    const char* const service = device.HasService() ? "2,3," : is_limited ? "1,0," : "0,0,";
-    return Ok(std::string("+SYSINFO: ") + service + (roams ? "1," : "0,") + (IsLte(device) ? "17," : "5,") +
-              (has_sim ? "1," : "255,") + "0,9");
+    const char* const service = device.HasService() ? "2,3" : device.IsDenied() ? "1,0" : "0,0";
+    return Filled(device, std::string("+SYSINFO: ") + service + ",{roaming}," +
+                              (IsLte(device) ? "17," : "5,") + (has_sim ? "1" : "255") + ",0,9");
 }
 
 /// usim,COUNTRY,NETWORK,REST notes a subscriber number, SAVE writes what was noted.
-Outcome ConfigurationRow(Device& device, const Arguments& arguments) {
+Outcome WriteConfiguration(Device& device, const Arguments& arguments) {
     if (arguments.size() == 1 && arguments[0] == "SAVE") {
-        const auto noted = device.settings.find(kNewImsi);
-        if (noted == device.settings.end()) return Error();
-        device.card().imsi = noted->second;
+        const std::string noted = device.Setting(kNewImsi);
+        if (noted.empty()) return Error();
+        device.card().imsi = noted;
         return Ok();
     }
     if (arguments.size() != 4 || arguments[0] != "USIM") return Error();
@@ -68,31 +36,27 @@ Outcome ConfigurationRow(Device& device, const Arguments& arguments) {
     return Ok();
 }
 
-constexpr Row kRows[] = {
-    {"ATI", kNothing, "{maker}\n{model}\n{firmware}", nullptr},
-    {"AT+CGACT=*", kSim, nullptr, ActivateContext},
-    {"AT+RRCSTATE", kNothing, nullptr, AskLink},
-    {"AT+SYSINFO", kNothing, nullptr, AskSystem},
-    {"AT+SCFG=*", kCard, nullptr, ConfigurationRow},
-    {"AT^ICCID?", kCard, "^ICCID: {iccid}", nullptr},
-};
+constexpr Model kModels[] = {{"CY-LTE200"}, {"CY-LTE100"}};
 
-constexpr Family kFamily = {
-    .name = "chuangyi",
-    .maker = "Innofidei",
-    .models = kModels,
-    .rows = kRows,
-    .imei = "864376030123459",
-    .factory_error_mode = 0,
-    .factory_usb_mode = 0,
-    .firmware = Firmware,
-    .unsolicited = Unsolicited,
+constexpr Row kRows[] = {
+    {"ATI", kNothing, "{maker}\n{model}\n{firmware}"},
+    {"AT^ICCID?", kCard, "^ICCID: {iccid}"},
+    {"AT+SCFG=*", kCard, WriteConfiguration},
+    {"AT+SYSINFO", kNothing, AskSystem},
+    {"AT+CGACT=*", kSim, ActivateContext},
+    {"AT+RRCSTATE", kNothing, "+RRCSTATE: {up},{act}"},  // stat, radio technology
 };
 
 }  // namespace
 
-const Family& ChuangyiFamily() {
-    return kFamily;
-}
+constexpr Family kChuangyiFamily = {
+    .name = "chuangyi",
+    .maker = "Innofidei",
+    .models = kModels,
+    .firmware = "{model}_R1.4",
+    .imei = "864376030123459",
+    .unsolicited = {.booted = "^MODE: 17", .card_ready = "^SIMST: 1", .card_gone = "^SIMST: 255"},
+    .rows = kRows,
+};
 
 }  // namespace modem_sim

@@ -7,56 +7,29 @@ namespace modem_sim {
 
 namespace {
 
-constexpr const char* kModels[] = {"PLS83-W", "PLS63-W", nullptr};
-constexpr const char* kPortNames[] = {"ttyACM1", "ttyACM0", nullptr};
 constexpr char kTemperatureReport[] = "SCTM";
 
-std::string Firmware(const std::string& model) {
-    return model == "PLS63-W" ? "01.003" : "01.202";
-}
-
-std::string Unsolicited(const Device&, Event event) {
-    switch (event) {
-        case Event::kBooted:
-            return "\r\n^SYSSTART\r\n\r\n+PBREADY\r\n";
-        case Event::kCardReady:
-        case Event::kCardGone:
-        case Event::kCallUp:
-        case Event::kCallDown:
-            break;  // told on request only
-    }
-    return "";
-}
-
-/// action, context. The second and third number of the answer are state and adapter.
-Outcome CallRow(Device& device, const Arguments& arguments) {
+/// on, context; and an adapter.
+Outcome SwitchAdapter(Device& device, const Arguments& arguments) {
     if (arguments.size() < 2 || arguments.size() > 3 || arguments[1] != "1") return Error();
-    if (arguments[0] == "0") {
-        device.HangUp();
-        return Ok();
-    }
-    if (arguments[0] != "1") return Error();
-    return Dial(device);
-}
-
-Outcome AskCall(Device& device, const Arguments&) {
-    return Ok(device.call() == CallState::kUp ? "^SWWAN: 1,1,1" : "^SWWAN: 1,0,1");
+    return SwitchCall(device, arguments[0]);
 }
 
 Outcome AskCell(Device& device, const Arguments&) {
     if (!device.HasService()) return Ok("^SMONI: Searching,SEARCH");
-    if (!IsLte(device)) return Ok(FillTemplate(device, "^SMONI: {network},{channel},{cell},-8,-75"));
-    return Ok(FillTemplate(device,
-                           "^SMONI: LTE,{channel},{band},5,5,FDD,{country},{network-code},{area},"
-                           "{cell-address},{cell},19,{rsrp},{rsrq}"));
+    if (!IsLte(device)) return Filled(device, "^SMONI: {network},{channel},{cell},-8,-75");
+    return Filled(
+        device,
+        "^SMONI: LTE,{channel},{band},5,5,FDD,{country},{network-code},{area},{cell-address},{cell},19,"
+        "{rsrp},{rsrq}");
 }
 
 Outcome AskTemperature(Device& device, const Arguments&) {
-    const auto report = device.settings.find(kTemperatureReport);
-    const std::string is_reported = report == device.settings.end() ? "0" : report->second;
-    return Ok(FillTemplate(device, "^SCTM: " + is_reported + ",0,{temperature}"));
+    const std::string stored = device.Setting(kTemperatureReport);
+    return Filled(device, "^SCTM: " + (stored.empty() ? "0" : stored) + ",0,{temperature}");
 }
 
+/// reports; and their form.
 Outcome SetTemperatureReport(Device& device, const Arguments& arguments) {
     if (arguments.empty() || arguments.size() > 2) return Error();
     for (const std::string& argument : arguments) {
@@ -66,33 +39,31 @@ Outcome SetTemperatureReport(Device& device, const Arguments& arguments) {
     return Ok();
 }
 
-constexpr Row kRows[] = {
-    {"ATI", kNothing, "{maker}\n{model}\nREVISION {firmware}", nullptr},
-    {"AT+CCID", kCard, "+CCID: {iccid}", nullptr},
-    {"AT^SCTM=*", kNothing, nullptr, SetTemperatureReport},
-    {"AT^SCTM?", kNothing, nullptr, AskTemperature},
-    {"AT^SMONI", kNothing, nullptr, AskCell},
-    {"AT^SWWAN=*", kSim, nullptr, CallRow},
-    {"AT^SWWAN?", kNothing, nullptr, AskCall},
-};
+constexpr Model kModels[] = {{"PLS83-W"}, {"PLS63-W", "01.003"}};
+constexpr const char* kPortNames[] = {"ttyACM1", "ttyACM0"};
 
-constexpr Family kFamily = {
-    .name = "cinterion",
-    .maker = "Cinterion",
-    .models = kModels,
-    .rows = kRows,
-    .imei = "351562110123454",
-    .factory_error_mode = 1,
-    .factory_usb_mode = 0,
-    .firmware = Firmware,
-    .unsolicited = Unsolicited,
-    .port_names = kPortNames,
+constexpr Row kRows[] = {
+    {"ATI", kNothing, "{maker}\n{model}\nREVISION {firmware}"},
+    {"AT+CCID", kCard, "+CCID: {iccid}"},
+    {"AT^SCTM=*", kNothing, SetTemperatureReport},
+    {"AT^SCTM?", kNothing, AskTemperature},
+    {"AT^SMONI", kNothing, AskCell},
+    {"AT^SWWAN=*", kSim, SwitchAdapter},
+    {"AT^SWWAN?", kNothing, "^SWWAN: 1,{up},1"},  // context, state, adapter
 };
 
 }  // namespace
 
-const Family& CinterionFamily() {
-    return kFamily;
-}
+constexpr Family kCinterionFamily = {
+    .name = "cinterion",
+    .maker = "Cinterion",
+    .models = kModels,
+    .firmware = "01.202",
+    .imei = "351562110123454",
+    .factory_error_mode = 1,
+    .port_names = kPortNames,
+    .unsolicited = {.booted = "^SYSSTART\n+PBREADY"},
+    .rows = kRows,
+};
 
 }  // namespace modem_sim

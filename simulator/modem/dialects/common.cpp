@@ -7,17 +7,9 @@ namespace modem_sim {
 
 namespace {
 
-std::string Argument(const Arguments& arguments, size_t index) {
-    return index < arguments.size() ? arguments[index] : std::string();
-}
-
-Outcome EchoOff(Device& device, const Arguments&) {
-    device.session.echo = false;
-    return Ok();
-}
-
-Outcome EchoOn(Device& device, const Arguments&) {
-    device.session.echo = true;
+template <bool kOn>
+Outcome SetEcho(Device& device, const Arguments&) {
+    device.session.echo = kOn;
     return Ok();
 }
 
@@ -27,15 +19,15 @@ Outcome ResetSession(Device& device, const Arguments&) {
 }
 
 Outcome SetErrorMode(Device& device, const Arguments& arguments) {
-    const auto mode = ParseInteger(Argument(arguments, 0), 0, 2);
+    const auto mode = ParseInteger(ArgumentAt(arguments, 0), 0, 2);
     if (!mode) return CmeError(kCmeInvalidParameters);
     device.session.error_mode = static_cast<int>(*mode);
     return Ok();
 }
 
 Outcome SetRadio(Device& device, const Arguments& arguments) {
-    const std::string mode = Argument(arguments, 0);
-    const std::string restart = Argument(arguments, 1);
+    const std::string mode = ArgumentAt(arguments, 0);
+    const std::string restart = ArgumentAt(arguments, 1);
     if (mode == "1" && restart == "1") {
         device.RestartSoon();
         return Ok();
@@ -67,7 +59,7 @@ Outcome AskPin(Device& device, const Arguments&) {
 Outcome EnterPin(Device& device, const Arguments& arguments) {
     switch (device.card_state()) {
         case CardState::kLocked:
-            return device.EnterPin(Argument(arguments, 0)) ? Ok() : CmeError(kCmeIncorrectPassword);
+            return device.EnterPin(ArgumentAt(arguments, 0)) ? Ok() : CmeError(kCmeIncorrectPassword);
         case CardState::kBlocked:
             return CmeError(kCmeSimPukRequired);
         default:
@@ -75,40 +67,21 @@ Outcome EnterPin(Device& device, const Arguments& arguments) {
     }
 }
 
-Outcome AskRegistration(const Device& device, Domain domain, const char* name) {
-    const int report = device.session.report[domain];
-    std::string line =
-        std::string(name) + ": " + std::to_string(report) + "," + std::to_string(device.Stat(domain));
-    if (report == 2 && device.IsRegistered(domain)) {
-        line += FillTemplate(device, ",\"{area}\",\"{cell-address}\",{act}");
-    }
-    return Ok(line);
+template <Domain kDomain>
+Outcome AskRegistration(Device& device, const Arguments&) {
+    const int report = device.session.report[kDomain];
+    const std::string line = std::string("+") + kDomainNames[kDomain] + ": " + std::to_string(report) + "," +
+                             std::to_string(device.Stat(kDomain));
+    const bool has_cell = report == 2 && device.IsRegistered(kDomain);
+    return Filled(device, line + (has_cell ? ",\"{area}\",\"{cell-address}\",{act}" : ""));
 }
 
-Outcome SetReport(Device& device, Domain domain, const Arguments& arguments) {
-    const auto report = ParseInteger(Argument(arguments, 0), 0, 2);
+template <Domain kDomain>
+Outcome SetReport(Device& device, const Arguments& arguments) {
+    const auto report = ParseInteger(ArgumentAt(arguments, 0), 0, 2);
     if (!report) return CmeError(kCmeInvalidParameters);
-    device.session.report[domain] = static_cast<int>(*report);
+    device.session.report[kDomain] = static_cast<int>(*report);
     return Ok();
-}
-
-Outcome AskCreg(Device& device, const Arguments&) {
-    return AskRegistration(device, kCircuit, "+CREG");
-}
-Outcome AskCgreg(Device& device, const Arguments&) {
-    return AskRegistration(device, kPacket, "+CGREG");
-}
-Outcome AskCereg(Device& device, const Arguments&) {
-    return AskRegistration(device, kEps, "+CEREG");
-}
-Outcome SetCreg(Device& device, const Arguments& arguments) {
-    return SetReport(device, kCircuit, arguments);
-}
-Outcome SetCgreg(Device& device, const Arguments& arguments) {
-    return SetReport(device, kPacket, arguments);
-}
-Outcome SetCereg(Device& device, const Arguments& arguments) {
-    return SetReport(device, kEps, arguments);
 }
 
 Outcome AskOperator(Device& device, const Arguments&) {
@@ -120,7 +93,7 @@ Outcome AskOperator(Device& device, const Arguments&) {
 
 /// The search for a network is always automatic here, so only that and the format of the name can be set.
 Outcome SetOperator(Device& device, const Arguments& arguments) {
-    const std::string mode = Argument(arguments, 0);
+    const std::string mode = ArgumentAt(arguments, 0);
     if (mode != "0" && mode != "3") return CmeError(kCmeNotAllowed);
     if (arguments.size() == 1) return mode == "0" ? Ok() : CmeError(kCmeInvalidParameters);
     const std::string& format = arguments[1];
@@ -139,80 +112,81 @@ Outcome ListContexts(Device& device, const Arguments&) {
     return Ok(lines);
 }
 
-Outcome SetContext(Device& device, const Arguments& arguments) {
-    const auto number = ParseInteger(Argument(arguments, 0), 1, kContextsMax);
-    if (!number) return CmeError(kCmeInvalidParameters);
-    if (arguments.size() == 1) {
-        device.contexts.erase(static_cast<int>(*number));
-        return Ok();
-    }
-    Context& context = device.contexts[static_cast<int>(*number)];
-    context.type = arguments[1];
-    context.apn = Argument(arguments, 2);
-    return Ok();
-}
-
 Outcome AskAttached(Device& device, const Arguments&) {
-    return Ok(device.IsRegistered(kPacket) || device.IsRegistered(kEps) ? "+CGATT: 1" : "+CGATT: 0");
+    return Ok(device.HasPacketService() ? "+CGATT: 1" : "+CGATT: 0");
 }
 
 constexpr Row kRows[] = {
-    {"AT", kNothing, nullptr, nullptr},
-    {"ATE", kNothing, nullptr, EchoOff},
-    {"ATE0", kNothing, nullptr, EchoOff},
-    {"ATE1", kNothing, nullptr, EchoOn},
-    {"ATZ", kNothing, nullptr, ResetSession},
-    {"ATZ0", kNothing, nullptr, ResetSession},
-    {"AT&F", kNothing, nullptr, ResetSession},
-    {"AT&F0", kNothing, nullptr, ResetSession},
+    {"AT", kNothing},
+    {"ATE", kNothing, SetEcho<false>},
+    {"ATE0", kNothing, SetEcho<false>},
+    {"ATE1", kNothing, SetEcho<true>},
+    {"ATZ", kNothing, ResetSession},
+    {"ATZ0", kNothing, ResetSession},
+    {"AT&F", kNothing, ResetSession},
+    {"AT&F0", kNothing, ResetSession},
     // who the modem is
-    {"AT+CGMI", kNothing, "{maker}", nullptr},
-    {"AT+CGMM", kNothing, "{model}", nullptr},
-    {"AT+CGMR", kNothing, "{firmware}", nullptr},
-    {"AT+CGSN", kNothing, "{imei}", nullptr},
-    {"AT+CGSN=1", kNothing, "+CGSN: \"{imei}\"", nullptr},
+    {"AT+CGMI", kNothing, "{maker}"},
+    {"AT+CGMM", kNothing, "{model}"},
+    {"AT+CGMR", kNothing, "{firmware}"},
+    {"AT+CGSN", kNothing, "{imei}"},
+    {"AT+CGSN=1", kNothing, "+CGSN: \"{imei}\""},
     // settings
-    {"AT+CMEE?", kNothing, "+CMEE: {cmee}", nullptr},
-    {"AT+CMEE=*", kNothing, nullptr, SetErrorMode},
-    {"AT+CFUN?", kNothing, "+CFUN: {cfun}", nullptr},
-    {"AT+CFUN=*", kNothing, nullptr, SetRadio},
+    {"AT+CMEE?", kNothing, "+CMEE: {cmee}"},
+    {"AT+CMEE=*", kNothing, SetErrorMode},
+    {"AT+CFUN?", kNothing, "+CFUN: {cfun}"},
+    {"AT+CFUN=*", kNothing, SetRadio},
     // SIM
-    {"AT+CPIN?", kNothing, nullptr, AskPin},
-    {"AT+CPIN=*", kNothing, nullptr, EnterPin},
-    {"AT+CIMI", kSim, "{imsi}", nullptr},
+    {"AT+CPIN?", kNothing, AskPin},
+    {"AT+CPIN=*", kNothing, EnterPin},
+    {"AT+CIMI", kSim, "{imsi}"},
     // network
-    {"AT+CSQ", kNothing, "+CSQ: {csq},99", nullptr},
-    {"AT+CREG?", kNothing, nullptr, AskCreg},
-    {"AT+CREG=*", kNothing, nullptr, SetCreg},
-    {"AT+CGREG?", kNothing, nullptr, AskCgreg},
-    {"AT+CGREG=*", kNothing, nullptr, SetCgreg},
-    {"AT+CEREG?", kNothing, nullptr, AskCereg},
-    {"AT+CEREG=*", kNothing, nullptr, SetCereg},
-    {"AT+COPS?", kNothing, nullptr, AskOperator},
-    {"AT+COPS=*", kNothing, nullptr, SetOperator},
+    {"AT+CSQ", kNothing, "+CSQ: {csq},99"},
+    {"AT+CREG?", kNothing, AskRegistration<kCircuit>},
+    {"AT+CREG=*", kNothing, SetReport<kCircuit>},
+    {"AT+CGREG?", kNothing, AskRegistration<kPacket>},
+    {"AT+CGREG=*", kNothing, SetReport<kPacket>},
+    {"AT+CEREG?", kNothing, AskRegistration<kEps>},
+    {"AT+CEREG=*", kNothing, SetReport<kEps>},
+    {"AT+COPS?", kNothing, AskOperator},
+    {"AT+COPS=*", kNothing, SetOperator},
     // packet data
-    {"AT+CGATT?", kNothing, nullptr, AskAttached},
-    {"AT+CGDCONT?", kNothing, nullptr, ListContexts},
-    {"AT+CGDCONT=*", kNothing, nullptr, SetContext},
+    {"AT+CGATT?", kNothing, AskAttached},
+    {"AT+CGDCONT?", kNothing, ListContexts},
+    {"AT+CGDCONT=*", kNothing, SetContext},
 };
 
 Outcome Refuse(Device&, const Arguments&) {
     return Error();
 }
 
+// Commands that hosts send to every modem, whoever made it.
 constexpr Row kForeignRows[] = {
-    {"AT+MODODR=2", kNothing, nullptr, Refuse},  // LongSung and NodeCom have these two
-    {"AT+SIMTEST?", kNothing, nullptr, Refuse}, {"AT+PSRAT", kNothing, nullptr, Refuse},
-    {"AT^ICCID?", kNothing, nullptr, Refuse},   {"AT+MEID", kNothing, nullptr, Refuse},  // of CDMA modems
+    {"AT+MODODR=2", kNothing, Refuse},  // LongSung and NodeCom have these two
+    {"AT+SIMTEST?", kNothing, Refuse}, {"AT+PSRAT", kNothing, Refuse},
+    {"AT^ICCID?", kNothing, Refuse},   {"AT+MEID", kNothing, Refuse},  // of CDMA modems
 };
 
 }  // namespace
 
-RowTable CommonRows() {
+Outcome SetContext(Device& device, const Arguments& arguments) {
+    const std::optional<int> number = ContextNumber(arguments);
+    if (!number) return CmeError(kCmeInvalidParameters);
+    if (arguments.size() == 1) {
+        device.contexts.erase(*number);
+        return Ok();
+    }
+    Context& context = device.contexts[*number];
+    context.type = arguments[1];
+    context.apn = ArgumentAt(arguments, 2);
+    return Ok();
+}
+
+Table<Row> CommonRows() {
     return kRows;
 }
 
-RowTable ForeignRows() {
+Table<Row> ForeignRows() {
     return kForeignRows;
 }
 

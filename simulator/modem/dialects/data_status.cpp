@@ -1,59 +1,50 @@
 // What LongSung and NodeCom modems word alike; see data_status.h.
 #include "simulator/modem/dialects/data_status.h"
 
-#include "simulator/modem/text.h"
-
 namespace modem_sim {
 
 namespace {
 
-constexpr char kOn[] = "1";
+constexpr char kSignalReport[] = "SIGNALIND";
+constexpr char kTechnologyReport[] = "NWTYPEIND";
+constexpr char kOtherReports[] = "URCIND";
+constexpr char kDialReport[] = "PSDIALIND";
+constexpr char kLinkReport[] = "DATASTATUSEN";
+
+constexpr Row kRows[] = {
+    {"ATI", kNothing, "{maker}\n{model}\n{firmware}"},
+    {"AT^ICCID?", kCard, "^ICCID: {iccid}"},
+    {"AT+SIMTEST?", kNothing, "+SIMTEST: 1"},
+    {"AT+PSRAT", kNothing, "+PSRAT: {network}"},
+    {"AT+MODODR=2", kNothing},
+    {"AT+SIGNALIND=*", kNothing, StoreSetting<kSignalReport>},
+    {"AT+NWTYPEIND=*", kNothing, StoreSetting<kTechnologyReport>},
+    {"AT+URCIND=*", kNothing, StoreSetting<kOtherReports>},
+    {"AT+PSDIALIND=*", kNothing, StoreSetting<kDialReport>},
+    {"AT+DATASTATUSEN=*", kNothing, StoreSetting<kLinkReport>},
+};
 
 bool IsReported(const Device& device, const char* name) {
-    const auto stored = device.settings.find(name);
-    return stored != device.settings.end() && stored->second == kOn;
+    return device.Setting(name) == "1";
 }
 
 }  // namespace
 
-Outcome SetReportSwitch(Device& device, const char* name, const Arguments& arguments) {
-    if (arguments.size() != 1 || !ParseInteger(arguments[0], 0, 1)) return Error();
-    device.settings[name] = arguments[0];
-    return Ok();
+Table<Row> DataStatusRows() {
+    return kRows;
 }
 
-std::string TellDataStatusEvent(const Device& device, Event event) {
-    const bool is_up = event == Event::kCallUp;
-    std::string text;
-    switch (event) {
-        case Event::kBooted:
-            return "\r\nSYSTEM READY\r\n";
-        case Event::kCardReady:
-            return "\r\n+CPIN: READY\r\n";
-        case Event::kCardGone:
-            return "\r\n+CPIN: NOT INSERTED\r\n";
-        case Event::kCallUp:
-        case Event::kCallDown:
-            if (IsReported(device, kDialReport))
-                text += is_up ? "\r\n^DATACONNECT\r\n" : "\r\n^DATADISCONN\r\n";
-            if (IsReported(device, kLinkReport)) {
-                text += is_up ? "\r\n+DATASTATUS: 1\r\n" : "\r\n+DATASTATUS: 0\r\n";
-            }
-            break;
-    }
-    return text;
+std::string DataStatusCall(const Device& device, bool is_up) {
+    std::string lines;
+    if (IsReported(device, kDialReport)) lines = is_up ? "^DATACONNECT" : "^DATADISCONN";
+    if (!IsReported(device, kLinkReport)) return lines;
+    return FillTemplate(device, lines + (lines.empty() ? "" : "\n") + "+DATASTATUS: {up}");
 }
 
-std::string TellDataStatusRadio(const Device& device, RadioReport report) {
-    switch (report) {
-        case RadioReport::kSignal:
-            if (!IsReported(device, kSignalReport)) return "";
-            return FillTemplate(device, "\r\n+SIGNALIND: {csq},99\r\n");
-        case RadioReport::kTechnology:
-            if (!IsReported(device, kTechnologyReport)) return "";
-            return FillTemplate(device, "\r\n+NWTYPEIND: {act}\r\n");
-    }
-    return "";
+std::string DataStatusRadio(const Device& device, RadioReport report) {
+    const bool is_signal = report == RadioReport::kSignal;
+    if (!IsReported(device, is_signal ? kSignalReport : kTechnologyReport)) return "";
+    return FillTemplate(device, is_signal ? "+SIGNALIND: {csq},99" : "+NWTYPEIND: {act}");
 }
 
 }  // namespace modem_sim

@@ -1,13 +1,13 @@
-// The list of families; each is told in a file of its own beside this one.
+// The list of families.
 #include "simulator/modem/dialects/families.h"
 
 namespace modem_sim {
 
 const std::vector<const Family*>& AllFamilies() {
     static const std::vector<const Family*> families = {
-        &QuectelQcomFamily(),   &ChuangyiFamily(), &CinterionFamily(), &FibocomFamily(), &FibocomLeFamily(),
-        &HuaweiFamily(),        &LongsungFamily(), &LynqFamily(),      &NodecomFamily(), &QuectelAsrFamily(),
-        &QuectelUnisocFamily(), &SimcomFamily(),   &ZteFamily(),
+        &kQuectelQcomFamily,   &kChuangyiFamily, &kCinterionFamily, &kFibocomFamily, &kFibocomLeFamily,
+        &kHuaweiFamily,        &kLongsungFamily, &kLynqFamily,      &kNodecomFamily, &kQuectelAsrFamily,
+        &kQuectelUnisocFamily, &kSimcomFamily,   &kZteFamily,
     };
     return families;
 }

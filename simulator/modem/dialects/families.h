@@ -1,22 +1,22 @@
-// One function a family, each defined in the file of its name.
+// The families, each defined in the file of its name.
 #pragma once
 
 #include "simulator/modem/dialect.h"
 
 namespace modem_sim {
 
-const Family& ChuangyiFamily();
-const Family& CinterionFamily();
-const Family& FibocomFamily();
-const Family& FibocomLeFamily();
-const Family& HuaweiFamily();
-const Family& LongsungFamily();
-const Family& LynqFamily();
-const Family& NodecomFamily();
-const Family& QuectelAsrFamily();
-const Family& QuectelQcomFamily();
-const Family& QuectelUnisocFamily();
-const Family& SimcomFamily();
-const Family& ZteFamily();
+extern const Family kChuangyiFamily;
+extern const Family kCinterionFamily;
+extern const Family kFibocomFamily;
+extern const Family kFibocomLeFamily;
+extern const Family kHuaweiFamily;
+extern const Family kLongsungFamily;
+extern const Family kLynqFamily;
+extern const Family kNodecomFamily;
+extern const Family kQuectelAsrFamily;
+extern const Family kQuectelQcomFamily;
+extern const Family kQuectelUnisocFamily;
+extern const Family kSimcomFamily;
+extern const Family kZteFamily;
 
 }  // namespace modem_sim

@@ -8,26 +8,20 @@ namespace modem_sim {
 
 namespace {
 
-constexpr int kNetworkCardMode = 18;
-constexpr const char* kModels[] = {"NL668", "MC116", nullptr};
 constexpr std::string_view kModelWithoutRevision = "MC116";
-
-std::string Firmware(const std::string& model) {
-    return model == kModelWithoutRevision ? "MC116CNA0.4.2" : "19006.1000.00.02.71.05";
-}
 
 /// The MC116 tells its firmware with no word in front.
 Outcome Introduce(Device& device, const Arguments&) {
     const char* const revision = device.model == kModelWithoutRevision ? "" : "Revision: ";
-    return Ok(FillTemplate(device, std::string("{maker}\n{model}\n") + revision + "{firmware}"));
+    return Filled(device, std::string("{maker}\n{model}\n") + revision + "{firmware}");
 }
 
 /// Context, kind of authentication, user, password.
 Outcome SetAuthentication(Device& device, const Arguments& arguments) {
-    const auto number = ParseInteger(arguments.empty() ? "" : arguments[0], 1, kContextsMax);
+    const std::optional<int> number = ContextNumber(arguments);
     const auto kind = ParseInteger(arguments.size() == 4 ? arguments[1] : "", 0, 3);
     if (!number || !kind) return Error();
-    Context& context = device.contexts[static_cast<int>(*number)];
+    Context& context = device.contexts[*number];
     context.authentication = static_cast<int>(*kind);
     context.user = arguments[2];
     context.password = arguments[3];
@@ -44,40 +38,27 @@ Outcome AskAuthentication(Device& device, const Arguments&) {
     return Ok(lines);
 }
 
-Outcome Dial(Device& device, const Arguments& arguments) {
-    return FibocomCall(device, arguments, kNetworkCardMode);
-}
+constexpr Model kModels[] = {{"NL668"}, {"MC116", "MC116CNA0.4.2"}};
 
 constexpr Row kRows[] = {
-    {"ATI", kNothing, nullptr, Introduce},
-    {"AT+GTUSBMODE?", kNothing, "+GTUSBMODE: {usb-mode}", nullptr},
-    {"AT+GTUSBMODE=*", kNothing, nullptr, SetFibocomUsbMode},
-    {"AT+CFUN=15", kNothing, nullptr, RestartFibocom},
-    {"AT+CCID", kCard, "+CCID: {iccid}", nullptr},
-    {"AT+PSRAT", kService, "+PSRAT: {network}", nullptr},
-    {"AT+MGAUTH?", kNothing, nullptr, AskAuthentication},
-    {"AT+MGAUTH=*", kNothing, nullptr, SetAuthentication},
-    {"AT+GTRNDIS?", kNothing, nullptr, AskFibocomCall},
-    {"AT+GTRNDIS=*", kSim, nullptr, Dial},
-    // Sent to every maker's modem; these know neither.
-};
-
-constexpr Family kFamily = {
-    .name = "fibocom",
-    .maker = "Fibocom",
-    .models = kModels,
-    .rows = kRows,
-    .imei = "864839050012340",
-    .factory_error_mode = 0,
-    .factory_usb_mode = kNetworkCardMode,
-    .firmware = Firmware,
-    .unsolicited = TellFibocomEvent,
+    {"ATI", kNothing, Introduce},
+    {"AT+PSRAT", kService, "+PSRAT: {network}"},
+    {"AT+MGAUTH=*", kNothing, SetAuthentication},
+    {"AT+MGAUTH?", kNothing, AskAuthentication},
 };
 
 }  // namespace
 
-const Family& FibocomFamily() {
-    return kFamily;
-}
+constexpr Family kFibocomFamily = {
+    .name = "fibocom",
+    .maker = "Fibocom",
+    .models = kModels,
+    .firmware = "19006.1000.00.02.71.05",
+    .imei = "864839050012340",
+    .factory_usb_mode = 18,
+    .unsolicited = kFibocomUnsolicited,
+    .rows = kRows,
+    .shared_rows = FibocomRows,
+};
 
 }  // namespace modem_sim

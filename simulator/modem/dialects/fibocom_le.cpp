@@ -10,9 +10,6 @@ namespace modem_sim {
 
 namespace {
 
-constexpr int kNetworkCardMode = 32;
-constexpr const char* kModels[] = {"LE370", nullptr};
-
 // Indices that stand for levels (3GPP TS 27.007, +CESQ), and their value for "not known".
 constexpr int kIndexUnknown = 255;
 constexpr int kRsrpIndexMax = 97;
@@ -24,10 +21,6 @@ constexpr int kRsrqStepsPerDb = 2;
 // Radio access as AT+GTCCINFO? numbers it.
 constexpr const char* kRatUmts = "2";
 constexpr const char* kRatLte = "4";
-
-std::string Firmware(const std::string&) {
-    return "19121.1000.00.01.72.03";
-}
 
 int RsrpIndex(const Device& device) {
     return std::clamp(device.air.rsrp_dbm + kRsrpOffset_dbm, 0, kRsrpIndexMax);
@@ -49,47 +42,35 @@ Outcome AskSignal(Device& device, const Arguments&) {
 Outcome AskCells(Device& device, const Arguments&) {
     if (!device.HasService()) return Ok("+GTCCINFO:");
     const char* const rat = IsLte(device) ? kRatLte : kRatUmts;
-    return Ok(FillTemplate(device, std::string("+GTCCINFO:\n1,") + rat +
-                                       ",{country},{network-code},{area},{cell-address},{channel},{cell},"
-                                       "{band},100,{sinr},") +
-              std::to_string(RsrpIndex(device)) + "," + std::to_string(RsrpIndex(device)) + "," +
-              std::to_string(RsrqIndex(device)));
+    const std::string rsrp = std::to_string(RsrpIndex(device));
+    return Filled(device,
+                  std::string("+GTCCINFO:\n1,") + rat +
+                      ",{country},{network-code},{area},{cell-address},{channel},{cell},{band},100,{sinr}," +
+                      rsrp + "," + rsrp + "," + std::to_string(RsrqIndex(device)));
 }
 
-Outcome Dial(Device& device, const Arguments& arguments) {
-    return FibocomCall(device, arguments, kNetworkCardMode);
-}
+constexpr Model kModels[] = {{"LE370"}};
 
 constexpr Row kRows[] = {
-    {"ATI", kNothing, "{maker}\n{model}\nRevision: {firmware}", nullptr},
-    {"AT+CIMI", kSim, "+CIMI: {imsi}", nullptr},
-    {"AT+GTUSBMODE?", kNothing, "+GTUSBMODE: {usb-mode}", nullptr},
-    {"AT+GTUSBMODE=*", kNothing, nullptr, SetFibocomUsbMode},
-    {"AT+CFUN=15", kNothing, nullptr, RestartFibocom},
-    {"AT+CCID", kCard, "+CCID: {iccid}", nullptr},
-    {"AT+GTCCINFO?", kNothing, nullptr, AskCells},
-    {"AT+CESQ", kNothing, nullptr, AskSignal},
-    {"AT+GTRNDIS?", kNothing, nullptr, AskFibocomCall},
-    {"AT+GTRNDIS=*", kSim, nullptr, Dial},
-};
-
-constexpr Family kFamily = {
-    .name = "fibocom_le",
-    .maker = "Fibocom",
-    .models = kModels,
-    .rows = kRows,
-    .imei = "864839060056780",
-    .factory_error_mode = 0,
-    .factory_usb_mode = kNetworkCardMode,
-    .firmware = Firmware,
-    .unsolicited = TellFibocomEvent,
-    .factory_echo = false,
+    {"ATI", kNothing, "{maker}\n{model}\nRevision: {firmware}"},
+    {"AT+CIMI", kSim, "+CIMI: {imsi}"},
+    {"AT+GTCCINFO?", kNothing, AskCells},
+    {"AT+CESQ", kNothing, AskSignal},
 };
 
 }  // namespace
 
-const Family& FibocomLeFamily() {
-    return kFamily;
-}
+constexpr Family kFibocomLeFamily = {
+    .name = "fibocom_le",
+    .maker = "Fibocom",
+    .models = kModels,
+    .firmware = "19121.1000.00.01.72.03",
+    .imei = "864839060056780",
+    .factory_usb_mode = 32,
+    .factory_echo = false,
+    .unsolicited = kFibocomUnsolicited,
+    .rows = kRows,
+    .shared_rows = FibocomRows,
+};
 
 }  // namespace modem_sim

@@ -1,66 +1,40 @@
 // LongSung modules: there is no dial command, the modem calls as soon as it has been given a context; the
-// link is asked with AT+DATASTATUS and reported unasked by +DATASTATUS.
+// link is asked with AT+DATASTATUS and reported unsolicited by +DATASTATUS.
 #include "simulator/modem/dialects/data_status.h"
 #include "simulator/modem/dialects/families.h"
-#include "simulator/modem/text.h"
 
 namespace modem_sim {
 
 namespace {
 
-constexpr const char* kModels[] = {"U8300C", "U9300C", nullptr};
-
-std::string Firmware(const std::string& model) {
-    return "LST_" + model + "_V01.02";
-}
-
 /// The first context is the one that the modem calls with. Whether the call comes up is reported later.
-Outcome ContextRow(Device& device, const Arguments& arguments) {
-    const auto number = ParseInteger(arguments.empty() ? "" : arguments[0], 1, kContextsMax);
+Outcome SetContextAndCall(Device& device, const Arguments& arguments) {
+    const std::optional<int> number = ContextNumber(arguments);
     if (!number || arguments.size() < 2) return CmeError(kCmeInvalidParameters);
-    Context& context = device.contexts[static_cast<int>(*number)];
-    context.type = arguments[1];
-    context.apn = arguments.size() > 2 ? arguments[2] : "";
+    const Outcome outcome = SetContext(device, arguments);
     if (*number == 1) device.Dial();
-    return Ok();
+    return outcome;
 }
 
-Outcome AskLink(Device& device, const Arguments&) {
-    return Ok(device.call() == CallState::kUp ? "+DATASTATUS: 1" : "+DATASTATUS: 0");
-}
+constexpr Model kModels[] = {{"U8300C"}, {"U9300C"}};
 
 constexpr Row kRows[] = {
-    {"ATI", kNothing, "{maker}\n{model}\n{firmware}", nullptr},
-    {"AT+CGDCONT=*", kNothing, nullptr, ContextRow},
-    {"AT+DATASTATUS", kNothing, nullptr, AskLink},
-    {"AT+PSRAT", kNothing, "+PSRAT: {network}", nullptr},
-    {"AT+SIMTEST?", kNothing, "+SIMTEST: 1", nullptr},
-    {"AT^ICCID?", kCard, "^ICCID: {iccid}", nullptr},
-    {"AT+MODODR=2", kNothing, nullptr, nullptr},
-    {"AT+SIGNALIND=*", kNothing, nullptr, ReportSwitchRow<kSignalReport>},
-    {"AT+NWTYPEIND=*", kNothing, nullptr, ReportSwitchRow<kTechnologyReport>},
-    {"AT+URCIND=*", kNothing, nullptr, ReportSwitchRow<kOtherReports>},
-    {"AT+PSDIALIND=*", kNothing, nullptr, ReportSwitchRow<kDialReport>},
-    {"AT+DATASTATUSEN=*", kNothing, nullptr, ReportSwitchRow<kLinkReport>},
-};
-
-constexpr Family kFamily = {
-    .name = "longsung",
-    .maker = "LONGSUNG",
-    .models = kModels,
-    .rows = kRows,
-    .imei = "862107040123457",
-    .factory_error_mode = 0,
-    .factory_usb_mode = 0,
-    .firmware = Firmware,
-    .unsolicited = TellDataStatusEvent,
-    .radio_report = TellDataStatusRadio,
+    {"AT+CGDCONT=*", kNothing, SetContextAndCall},
+    {"AT+DATASTATUS", kNothing, "+DATASTATUS: {up}"},
 };
 
 }  // namespace
 
-const Family& LongsungFamily() {
-    return kFamily;
-}
+constexpr Family kLongsungFamily = {
+    .name = "longsung",
+    .maker = "LONGSUNG",
+    .models = kModels,
+    .firmware = "LST_{model}_V01.02",
+    .imei = "862107040123457",
+    .unsolicited = kDataStatusUnsolicited,
+    .radio_report = DataStatusRadio,
+    .rows = kRows,
+    .shared_rows = DataStatusRows,
+};
 
 }  // namespace modem_sim

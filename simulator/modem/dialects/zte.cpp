@@ -11,73 +11,36 @@ namespace modem_sim {
 
 namespace {
 
-constexpr const char* kModelMeasuring = "ME3630";
-constexpr const char* kModelWithoutAddress = "GM196";
-constexpr const char* kModels[] = {kModelMeasuring, kModelWithoutAddress, "GM196H", nullptr};
+constexpr char kModelMeasuring[] = "ME3630";
+constexpr char kModelWithoutAddress[] = "GM196";
+/// On, APN, kind of context, user name, password, kind of authentication.
+constexpr size_t kDialArgumentsMax = 6;
 
-constexpr size_t kDialArgumentsMax =
-    6;  // on, APN, kind of context, user name, password, kind of authentication
-
-std::string Firmware(const std::string& model) {
-    if (model == "ME3630") return "ME3630C1CV1.0B06";
-    if (model == "GM196") return "GM196V1.0.0B09";
-    if (model == "GM196H") return "GM196HV1.0.0B03";
-    return model + "V1.0.0B01";
-}
-
-std::string Unsolicited(const Device&, Event event) {
-    switch (event) {
-        case Event::kBooted:
-            return "\r\n+ZMSRI\r\n";
-        case Event::kCardReady:
-            return "";
-        case Event::kCardGone:
-            return "\r\n+ZUSIMR:2\r\n";
-        case Event::kCallUp:
-            return "\r\n+ZECMCALL: CONNECT\r\n";
-        case Event::kCallDown:
-            return "\r\n+ZECMCALL: DISCONNECT\r\n";
+Outcome SwitchNetworkCard(Device& device, const Arguments& arguments) {
+    if (arguments.empty() || arguments.size() > kDialArgumentsMax) return Error();
+    if (arguments.size() > 1) {
+        if (arguments[0] != "1") return Error();
+        Context& context = device.contexts[1];
+        context.apn = arguments[1];
+        context.user = ArgumentAt(arguments, 3);
+        context.password = ArgumentAt(arguments, 4);
+        context.authentication = static_cast<int>(ParseInteger(ArgumentAt(arguments, 5), 0, 3).value_or(0));
     }
-    return "";
+    return SwitchCall(device, arguments[0], {.refused = "NO CARRIER", .started_waits = false});
 }
 
-// Data call
-
-void StoreContext(Device& device, const Arguments& arguments) {
-    const auto argument = [&arguments](size_t index) {
-        return index < arguments.size() ? arguments[index] : std::string();
-    };
-    Context& context = device.contexts[1];
-    context.apn = argument(1);
-    context.user = argument(3);
-    context.password = argument(4);
-    context.authentication = static_cast<int>(ParseInteger(argument(5), 0, 3).value_or(0));
-}
-
-Outcome CallRow(Device& device, const Arguments& arguments) {
-    if (arguments.size() == 1 && arguments[0] == "0") {
-        device.HangUp();
-        return Ok();
-    }
-    if (arguments.empty() || arguments[0] != "1" || arguments.size() > kDialArgumentsMax) return Error();
-    if (arguments.size() > 1) StoreContext(device, arguments);
-    return Dial(device, {.refused = "NO CARRIER", .started_waits = false});
-}
-
-Outcome AskCall(Device& device, const Arguments&) {
+Outcome AskNetworkCard(Device& device, const Arguments&) {
     const bool is_up = device.call() == CallState::kUp;
     if (device.model == kModelWithoutAddress) return is_up ? Ok() : Error();
     return Ok(is_up ? "+ZECMCALL: IPV4, 10.64.12.7, 10.64.12.1, 10.64.0.11, 10.64.0.12" : "+ZECMCALL: IPV4");
 }
 
-// Network and cells
-
 Outcome AskNetwork(Device& device, const Arguments&) {
     if (!device.HasService()) return Ok("+ZPAS: \"No Service\"");
-    return Ok(FillTemplate(device, "+ZPAS: \"{network}\",\"CS_PS\""));
+    return Filled(device, "+ZPAS: \"{network}\",\"CS_PS\"");
 }
 
-/// A value as this module words it: filled up with zeros behind the sign.
+/// A value as this module words it: filled up with zeros after the sign.
 std::string Padded(int value, int digits) {
     char text[32];
     snprintf(text, sizeof text, "\"%s%0*d\"", value < 0 ? "-" : "", digits, abs(value));
@@ -93,38 +56,41 @@ Outcome AskSignal(Device& device, const Arguments&) {
 Outcome AskCell(Device& device, const Arguments&) {
     if (!device.HasService()) return Error();
     const std::string system = IsLte(device) ? "LTE" : "{network}";
-    return Ok(FillTemplate(device, "+ZCELLINFO: {area}," + system + ",{cell},{band},{channel}"));
+    return Filled(device, "+ZCELLINFO: {area}," + system + ",{cell},{band},{channel}");
 }
 
-constexpr Row kRows[] = {
-    {"ATI", kNothing, "Manufacturer: {maker}\nModel: {model}\nRevision: {firmware}\nIMEI: {imei}", nullptr},
-    {"AT+ZGETICCID", kCard, "+ZGETICCID: {iccid}", nullptr},
-    // Kind of USB device and of network card; the letters are compared like those of any command.
-    {"AT+ZSWITCH=L", kNothing, nullptr, nullptr},
-    {"AT+ZADSET=E", kNothing, nullptr, nullptr},
-    {"AT+ZPAS?", kNothing, nullptr, AskNetwork},
-    {"AT+ZSRSP?", kNothing, nullptr, AskSignal},
-    {"AT+ZCELLINFO?", kNothing, nullptr, AskCell},
-    {"AT+ZECMCALL=*", kSim, nullptr, CallRow},
-    {"AT+ZECMCALL?", kNothing, nullptr, AskCall},
+constexpr Model kModels[] = {
+    {kModelMeasuring, "ME3630C1CV1.0B06"},
+    {kModelWithoutAddress, "GM196V1.0.0B09"},
+    {"GM196H", "GM196HV1.0.0B03"},
 };
 
-constexpr Family kFamily = {
-    .name = "zte",
-    .maker = "GOSUNCN",
-    .models = kModels,
-    .rows = kRows,
-    .imei = "866758041903325",
-    .factory_error_mode = 0,
-    .factory_usb_mode = 0,
-    .firmware = Firmware,
-    .unsolicited = Unsolicited,
+constexpr Row kRows[] = {
+    {"ATI", kNothing, "Manufacturer: {maker}\nModel: {model}\nRevision: {firmware}\nIMEI: {imei}"},
+    {"AT+ZGETICCID", kCard, "+ZGETICCID: {iccid}"},
+    // Kind of USB device and of network card; the letters are compared like those of any command.
+    {"AT+ZSWITCH=L", kNothing},
+    {"AT+ZADSET=E", kNothing},
+    {"AT+ZPAS?", kNothing, AskNetwork},
+    {"AT+ZSRSP?", kNothing, AskSignal},
+    {"AT+ZCELLINFO?", kNothing, AskCell},
+    {"AT+ZECMCALL=*", kSim, SwitchNetworkCard},
+    {"AT+ZECMCALL?", kNothing, AskNetworkCard},
 };
 
 }  // namespace
 
-const Family& ZteFamily() {
-    return kFamily;
-}
+constexpr Family kZteFamily = {
+    .name = "zte",
+    .maker = "GOSUNCN",
+    .models = kModels,
+    .firmware = "{model}V1.0.0B01",
+    .imei = "866758041903325",
+    .unsolicited = {.booted = "+ZMSRI",
+                    .card_gone = "+ZUSIMR:2",
+                    .call_up = "+ZECMCALL: CONNECT",
+                    .call_down = "+ZECMCALL: DISCONNECT"},
+    .rows = kRows,
+};
 
 }  // namespace modem_sim
