@@ -1,8 +1,8 @@
 #include "simulator/bus_peer/frame.h"
 
 #include <algorithm>
-#include <cctype>
-#include <cstdio>
+
+#include "simulator/text/text.h"
 
 namespace bus_peer {
 
@@ -65,29 +65,7 @@ std::string DecodeFrame(const Bytes& bytes, Frame* frame) {
 }
 
 std::string ToHex(const Bytes& bytes) {
-    std::string text;
-    for (const uint8_t byte : bytes) {
-        char pair[4];
-        snprintf(pair, sizeof pair, "%s%02X", text.empty() ? "" : " ", byte);
-        text += pair;
-    }
-    return text;
-}
-
-bool FromHex(const std::string& text, Bytes* bytes) {
-    bytes->clear();
-    for (size_t i = 0; i < text.size();) {
-        if (text[i] == ' ') {
-            i++;
-            continue;
-        }
-        if (!isxdigit(static_cast<unsigned char>(text[i])) || i + 1 == text.size() ||
-            !isxdigit(static_cast<unsigned char>(text[i + 1])))
-            return false;
-        bytes->push_back(static_cast<uint8_t>(std::stoi(text.substr(i, 2), nullptr, 16)));
-        i += 2;
-    }
-    return true;
+    return simulator_text::ToHex({reinterpret_cast<const char*>(bytes.data()), bytes.size()}, " ");
 }
 
 }  // namespace bus_peer

@@ -29,7 +29,4 @@ uint16_t Crc16(const uint8_t* bytes, size_t count);
 /// "FF 6A A6".
 std::string ToHex(const Bytes& bytes);
 
-/// Reads hexadecimal digits in pairs, with or without blanks between the pairs. False for anything else.
-bool FromHex(const std::string& text, Bytes* bytes);
-
 }  // namespace bus_peer

@@ -177,7 +177,7 @@ int main(int argc, char** argv) {
     Options options;
     const std::string problem = ReadOptions(argc, argv, &options);
     if (!problem.empty()) return RefuseCommandLine("ocpp_peer", problem);
-    if (options.help || options.version) {
+    if (options.asks_for_text()) {
         fputs(options.help ? kHelpText : kVersionText, stdout);
         return kDone;
     }

@@ -5,10 +5,11 @@
 #include <vector>
 
 #include "simulator/bus_peer/frame.h"
+#include "simulator/command_line.h"
 
 namespace bus_peer {
 
-struct Options {
+struct Options : CommonOptions {
     std::string address;  // empty: the system bus
     int timeout_ms = 5000;
     bool has_timeout = false;  // given, and not the one above
@@ -18,8 +19,6 @@ struct Options {
     int window = 1;
     int count = 0;  // of watch: ends after so many; 0 never
     int reply = 1;  // of watch: data byte of its answers
-    bool help = false;
-    bool version = false;
     std::string command;
     std::vector<std::string> arguments;
     Bytes raw;  // of raw: what to send

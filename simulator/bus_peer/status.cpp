@@ -1,8 +1,9 @@
 #include "simulator/bus_peer/status.h"
 
 #include <cctype>
-#include <cstdio>
 #include <iterator>
+
+#include "simulator/text/text.h"
 
 namespace bus_peer {
 
@@ -15,28 +16,12 @@ constexpr const char* kNames[] = {
 };
 constexpr size_t kNameWidth = 16;
 
-/// The byte as two hexadecimal digits, the way that `prefix` begins them.
-std::string Escaped(const char* prefix, unsigned char byte) {
-    char digits[4];
-    snprintf(digits, sizeof digits, "%02X", byte);
-    return std::string(prefix) + digits;
-}
-
-std::string Printable(const std::string& value) {
-    std::string text;
-    for (const char c : value) {
-        const auto byte = static_cast<unsigned char>(c);
-        text += isprint(byte) ? std::string(1, c) : Escaped("\\x", byte);
-    }
-    return text;
-}
-
 std::string JsonString(const std::string& value) {
     std::string text = "\"";
     for (const char c : value) {
         const auto byte = static_cast<unsigned char>(c);
         if (c == '"' || c == '\\') text += '\\';
-        text += isprint(byte) ? std::string(1, c) : Escaped("\\u00", byte);
+        text += isprint(byte) ? std::string(1, c) : "\\u00" + simulator_text::ToHex({&c, 1});
     }
     return text + '"';
 }
@@ -62,7 +47,7 @@ std::string StatusText(const std::vector<StatusItem>& items) {
     for (const StatusItem& item : items) {
         std::string name = item.name;
         name.resize(kNameWidth, ' ');
-        text += name + Printable(item.value) + "\n";
+        text += name + simulator_text::Escape(item.value) + "\n";
     }
     return text;
 }

@@ -16,7 +16,7 @@ struct StatusItem {
 /// Reads the data of a status answer. What is wrong with it; empty, and `items` filled, when nothing is.
 std::string ReadStatus(const Bytes& data, std::vector<StatusItem>* items);
 
-/// One line an item, names aligned; bytes that can't be printed as "\x0A".
+/// One line an item, names aligned; what can't be printed is escaped, e.g. "\n".
 std::string StatusText(const std::vector<StatusItem>& items);
 
 /// One object of strings; bytes beyond ASCII as characters of the same number.

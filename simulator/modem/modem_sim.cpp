@@ -6,7 +6,6 @@
 #include <string>
 #include <vector>
 
-#include <getopt.h>
 #include <sys/signalfd.h>
 #include <unistd.h>
 
@@ -21,17 +20,14 @@ namespace {
 constexpr char kTool[] = "modem_sim";
 constexpr int kStatusFailed = 1;
 
-struct Options {
+struct Options : CommonOptions {
     modem_sim::ModemOptions modem;
     std::string link_path;
     std::string control_path;
     std::string gpio_path;
     std::string send_path;
     std::vector<std::string> knobs;
-    std::vector<std::string> words;  ///< what is no option
     bool log = false;
-    bool help = false;
-    bool version = false;
 };
 
 /// What is wrong with the words that are no knobs for a running simulator; empty when nothing is.
@@ -49,60 +45,19 @@ std::string CheckOptions(const Options& options) {
 
 /// What is wrong with the command line; empty, and `options` filled, when nothing is.
 std::string ReadOptions(int argc, char** argv, Options* options) {
-    enum { kLink = 1, kControl, kGpio, kFamily, kModel, kSet, kLog, kSend, kHelp, kVersion };
-    const option known[] = {
-        {"link", required_argument, nullptr, kLink},
-        {"control", required_argument, nullptr, kControl},
-        {"gpio", required_argument, nullptr, kGpio},
-        {"family", required_argument, nullptr, kFamily},
-        {"model", required_argument, nullptr, kModel},
-        {"set", required_argument, nullptr, kSet},
-        {"log", no_argument, nullptr, kLog},
-        {"send", required_argument, nullptr, kSend},
-        {"help", no_argument, nullptr, kHelp},
-        {"version", no_argument, nullptr, kVersion},
-        {nullptr, 0, nullptr, 0},
-    };
-    opterr = 0;
-    for (int which = 0; (which = getopt_long(argc, argv, ":h", known, nullptr)) != -1;) {
-        const std::string problem = OptionProblem(which, argv);
-        if (!problem.empty()) return problem;
-        switch (which) {
-            case kLink:
-                options->link_path = optarg;
-                break;
-            case kControl:
-                options->control_path = optarg;
-                break;
-            case kGpio:
-                options->gpio_path = optarg;
-                break;
-            case kFamily:
-                options->modem.family = optarg;
-                break;
-            case kModel:
-                options->modem.model = optarg;
-                break;
-            case kSet:
-                options->knobs.emplace_back(optarg);
-                break;
-            case kLog:
-                options->log = true;
-                break;
-            case kSend:
-                options->send_path = optarg;
-                break;
-            case kHelp:
-            case 'h':
-                options->help = true;
-                break;
-            case kVersion:
-                options->version = true;
-                break;
-        }
-    }
-    options->words.assign(argv + optind, argv + argc);
-    return options->help || options->version ? "" : CheckOptions(*options);
+    const std::string problem = ReadCommandLine(argc, argv,
+                                                {
+                                                    TextOption("link", &options->link_path),
+                                                    TextOption("control", &options->control_path),
+                                                    TextOption("gpio", &options->gpio_path),
+                                                    TextOption("family", &options->modem.family),
+                                                    TextOption("model", &options->modem.model),
+                                                    TextsOption("set", &options->knobs),
+                                                    FlagOption("log", &options->log),
+                                                    TextOption("send", &options->send_path),
+                                                },
+                                                options);
+    return !problem.empty() || options->asks_for_text() ? problem : CheckOptions(*options);
 }
 
 int Complain(const std::string& text) {
@@ -139,7 +94,7 @@ int main(int argc, char** argv) {
     Options options;
     const std::string problem = ReadOptions(argc, argv, &options);
     if (!problem.empty()) return RefuseCommandLine(kTool, problem);
-    if (options.help || options.version) {
+    if (options.asks_for_text()) {
         fputs(options.help ? kHelpText : kVersionText, stdout);
         return 0;
     }

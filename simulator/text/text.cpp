@@ -1,7 +1,6 @@
 #include "simulator/text/text.h"
 
 #include <cctype>
-#include <cstdio>
 #include <cstdlib>
 
 namespace simulator_text {
@@ -10,7 +9,7 @@ namespace {
 
 constexpr std::string_view kBlanks = " \t\r\n";
 
-// Length of the UTF-8 character at the start of the text, or 0 if there is no whole one.
+/// Length of the UTF-8 character at the start of the text, or 0 if there is no whole one.
 size_t Utf8Length(std::string_view text) {
     const auto first = static_cast<unsigned char>(text[0]);
     const size_t length = first >= 0xC2 && first < 0xE0 ? 2 : first >= 0xE0 && first < 0xF0 ? 3 : 0;
@@ -19,6 +18,15 @@ size_t Utf8Length(std::string_view text) {
         if ((static_cast<unsigned char>(text[i]) & 0xC0) != 0x80) return 0;
     }
     return length;
+}
+
+bool IsHexPair(std::string_view text) {
+    return text.size() >= 2 && isxdigit(static_cast<unsigned char>(text[0])) != 0 &&
+           isxdigit(static_cast<unsigned char>(text[1])) != 0;
+}
+
+char ByteOfHexPair(std::string_view text) {
+    return static_cast<char>(strtol(std::string(text.substr(0, 2)).c_str(), nullptr, 16));
 }
 
 }  // namespace
@@ -46,9 +54,7 @@ std::string Escape(std::string_view bytes) {
         } else if (byte == '\\') {
             text += "\\\\";
         } else if (byte < 0x20 || byte >= 0x7F) {
-            char escape[8];
-            snprintf(escape, sizeof(escape), "\\x%02X", byte);
-            text += escape;
+            text += "\\x" + ToHex(bytes.substr(i, 1));
         } else {
             text += bytes[i];
         }
@@ -64,9 +70,7 @@ std::string Unescape(std::string_view text) {
             continue;
         }
         const char letter = text[++i];
-        const bool is_hex = letter == 'x' && i + 2 < text.size() &&
-                            isxdigit(static_cast<unsigned char>(text[i + 1])) &&
-                            isxdigit(static_cast<unsigned char>(text[i + 2]));
+        const bool is_hex = letter == 'x' && IsHexPair(text.substr(i + 1));
         if (letter == 'r') {
             bytes += '\r';
         } else if (letter == 'n') {
@@ -78,12 +82,38 @@ std::string Unescape(std::string_view text) {
         } else if (letter == '\\' || letter == '"') {
             bytes += letter;
         } else if (is_hex) {
-            bytes += static_cast<char>(strtol(std::string(text.substr(i + 1, 2)).c_str(), nullptr, 16));
+            bytes += ByteOfHexPair(text.substr(i + 1));
             i += 2;
         } else {
             bytes += '\\';
             bytes += letter;
         }
+    }
+    return bytes;
+}
+
+std::string ToHex(std::string_view bytes, std::string_view separator) {
+    constexpr char kDigits[] = "0123456789ABCDEF";
+    std::string text;
+    for (const char character : bytes) {
+        if (!text.empty()) text += separator;
+        const auto byte = static_cast<unsigned char>(character);
+        text += kDigits[byte >> 4];
+        text += kDigits[byte & 0x0F];
+    }
+    return text;
+}
+
+std::optional<std::string> FromHex(std::string_view text) {
+    std::string bytes;
+    while (!text.empty()) {
+        if (text[0] == ' ') {
+            text.remove_prefix(1);
+            continue;
+        }
+        if (!IsHexPair(text)) return std::nullopt;
+        bytes += ByteOfHexPair(text);
+        text.remove_prefix(2);
     }
     return bytes;
 }

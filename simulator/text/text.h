@@ -1,6 +1,7 @@
-// Text work that the modem simulator and the scenarios share.
+// Text work that the modem simulator, the bus peer and the scenarios share.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -11,6 +12,12 @@ std::string Escape(std::string_view bytes);
 
 /// The reverse; \" is a quote. An unknown escape stays as it is.
 std::string Unescape(std::string_view text);
+
+/// Two upper-case digits for each byte, with `separator` between the bytes.
+std::string ToHex(std::string_view bytes, std::string_view separator = "");
+
+/// Reads hexadecimal digits in pairs, with or without blanks between the pairs. Empty for anything else.
+std::optional<std::string> FromHex(std::string_view text);
 
 std::string_view Trim(std::string_view text);
 

@@ -180,7 +180,8 @@ class Checker {
             if (count++ < kFoundShown) found += "    " + FormatEntry(entry);
         }
         if (count == expectation.count) return;
-        std::string problem = "but " + std::to_string(count) + " " + FormatRange(RangeOf(expectation)) + ":\n" + found;
+        std::string problem =
+            "but " + std::to_string(count) + " " + FormatRange(RangeOf(expectation)) + ":\n" + found;
         if (count > kFoundShown) problem += "    ...\n";
         if (count == 0) problem += Nearest(expectation);
         Problem(expectation, problem);
@@ -204,8 +205,7 @@ class Checker {
         if (start > 0) {
             problem += ", after\n    " + FormatEntry(trace_[start - 1]);
             const size_t earlier = Find(expectation, 0);
-            if (earlier < start)
-                problem += "  It stood before that:\n    " + FormatEntry(trace_[earlier]);
+            if (earlier < start) problem += "  It stood before that:\n    " + FormatEntry(trace_[earlier]);
         } else {
             problem += "\n";
         }

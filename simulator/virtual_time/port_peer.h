@@ -1,5 +1,5 @@
-// What sits at the other end of a virtual serial port. Driven by the clock alone: the same calls at the same times must
-// give the same bytes. Called by the holder of the baton only.
+// What sits at the other end of a virtual serial port. Driven by the clock alone: the same calls at the same
+// times must give the same bytes. Called by the holder of the baton only.
 #pragma once
 
 #include <cstddef>

@@ -38,14 +38,8 @@ namespace virtual_time {
 
 namespace {
 
-std::string ToHex(const unsigned char* bytes, int length) {
-    std::string text;
-    for (int i = 0; i < length; i++) {
-        char byte[4];
-        snprintf(byte, sizeof(byte), "%02X", bytes[i]);
-        text += byte;
-    }
-    return text;
+std::string HexOf(const unsigned char* bytes, int length) {
+    return simulator_text::ToHex({reinterpret_cast<const char*>(bytes), static_cast<size_t>(length)});
 }
 
 std::vector<std::string> SplitLines(const std::string& text) {
@@ -147,7 +141,7 @@ class Run {
     }
 
     void SendOnBus(const busglue_send_record& record) {
-        Note("bus", std::string("sends ") + record.destination + " " + ToHex(record.frame, record.length));
+        Note("bus", std::string("sends ") + record.destination + " " + HexOf(record.frame, record.length));
     }
 
     // End
@@ -426,7 +420,7 @@ class Run {
     void Deliver(Message message) {
         auto* bytes = reinterpret_cast<unsigned char*>(message.bytes.data());
         const int length = static_cast<int>(message.bytes.size());
-        Note("bus", (message.is_call ? "calls " : "signals ") + ToHex(bytes, length));
+        Note("bus", (message.is_call ? "calls " : "signals ") + HexOf(bytes, length));
         const bool has_row =
             descriptor_ != nullptr &&
             (message.is_call ? descriptor_->methods != nullptr && descriptor_->methods->name != nullptr
@@ -441,7 +435,7 @@ class Run {
     }
 
     static void TakeReply(int length, unsigned char* bytes, void* context) {
-        static_cast<Run*>(context)->Note("bus", "replies " + ToHex(bytes, length));
+        static_cast<Run*>(context)->Note("bus", "replies " + HexOf(bytes, length));
     }
 
     // Output and end

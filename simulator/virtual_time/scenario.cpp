@@ -11,6 +11,7 @@ namespace virtual_time {
 
 namespace {
 
+using simulator_text::FromHex;
 using simulator_text::TakeWord;
 using simulator_text::Trim;
 
@@ -90,24 +91,6 @@ bool ParseRange(const std::string& text, int64_t* from_us, int64_t* to_us) {
     const std::string from = text.substr(0, dots), to = text.substr(dots + 2);
     if (from.empty() && to.empty()) return false;
     return (from.empty() || ParseSeconds(from, from_us)) && (to.empty() || ParseSeconds(to, to_us));
-}
-
-bool IsHex(const std::string& text) {
-    return !text.empty() && text.size() % 2 == 0 &&
-           std::all_of(text.begin(), text.end(), [](unsigned char c) { return isxdigit(c) != 0; });
-}
-
-std::string FromHex(const std::string& text) {
-    std::string bytes;
-    for (size_t i = 0; i + 1 < text.size(); i += 2) {
-        bytes += static_cast<char>(strtol(text.substr(i, 2).c_str(), nullptr, 16));
-    }
-    return bytes;
-}
-
-std::string WithoutBlanks(std::string text) {
-    text.erase(std::remove_if(text.begin(), text.end(), [](char c) { return c == ' '; }), text.end());
-    return text;
 }
 
 // One line with the indented lines that belong to it.
@@ -387,9 +370,9 @@ class Parser {
             if (!ParseShell(rest, &event.shell)) return false;
         } else if (word == "call" || word == "signal") {
             event.kind = word == "call" ? Kind::kCall : Kind::kSignal;
-            event.subject = WithoutBlanks(rest);
-            if (!IsHex(event.subject)) return Fail("bytes in hexadecimal are wanted");
-            event.text = FromHex(event.subject);
+            const std::optional<std::string> bytes = FromHex(rest);
+            if (!bytes || bytes->empty()) return Fail("bytes in hexadecimal are wanted");
+            event.text = *bytes;
         } else {
             event.kind = Kind::kKnob;
             event.subject = whole;

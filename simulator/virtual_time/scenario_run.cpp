@@ -3,7 +3,6 @@
 // docs/virtual-time.md.
 
 #include <fcntl.h>
-#include <getopt.h>
 #include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -37,7 +36,7 @@ constexpr int kDefaultLimitSeconds = 120;
 constexpr int kStatusUnexpected = 1;
 constexpr int kStatusWrong = kStatusWrongCommandLine;
 
-struct Options {
+struct Options : CommonOptions {
     bool story = false;
     bool verbose = false;
     bool twice = false;
@@ -48,9 +47,6 @@ struct Options {
     std::vector<std::string> environment;
     int limit_seconds = kDefaultLimitSeconds;
     int unmet = 0;
-    bool help = false;
-    bool version = false;
-    std::vector<std::string> files;
 };
 
 // What came of one run.
@@ -273,8 +269,8 @@ int RunScenario(const Options& options, const std::string& path) {
 
 // What is wrong with what the options name; empty when nothing is.
 std::string CheckFiles(const Options& options) {
-    if (options.files.empty()) return "a scenario is missing";
-    std::vector<std::string> names = options.files;
+    if (options.words.empty()) return "a scenario is missing";
+    std::vector<std::string> names = options.words;
     names.push_back(options.daemon);
     if (!options.preload.empty()) names.push_back(options.preload);
     if (!options.emulator.empty()) names.push_back(options.emulator);
@@ -289,89 +285,27 @@ std::string CheckFiles(const Options& options) {
 
 // What is wrong with the command line; empty, and `options` filled, when nothing is.
 std::string ReadOptions(int argc, char** argv, Options* options) {
-    enum {
-        kStory = 1,
-        kVerbose,
-        kTrace,
-        kTwice,
-        kUnmet,
-        kDaemon,
-        kPreload,
-        kEmulator,
-        kEnvironment,
-        kLimit,
-        kHelp,
-        kVersion
+    const auto take_variable = [options](const std::string& value) -> std::string {
+        if (value.find('=') == std::string::npos) return "wants NAME=VALUE";
+        options->environment.push_back(value);
+        return "";
     };
-    const option known[] = {
-        {"story", no_argument, nullptr, kStory},
-        {"verbose", no_argument, nullptr, kVerbose},
-        {"trace", required_argument, nullptr, kTrace},
-        {"twice", no_argument, nullptr, kTwice},
-        {"unmet", required_argument, nullptr, kUnmet},
-        {"daemon", required_argument, nullptr, kDaemon},
-        {"preload", required_argument, nullptr, kPreload},
-        {"emulator", required_argument, nullptr, kEmulator},
-        {"environment", required_argument, nullptr, kEnvironment},
-        {"limit", required_argument, nullptr, kLimit},
-        {"help", no_argument, nullptr, kHelp},
-        {"version", no_argument, nullptr, kVersion},
-        {nullptr, 0, nullptr, 0},
-    };
-    opterr = 0;
-    for (int which = 0; (which = getopt_long(argc, argv, ":h", known, nullptr)) != -1;) {
-        const std::string problem = OptionProblem(which, argv);
-        if (!problem.empty()) return problem;
-        switch (which) {
-            case kStory:
-                options->story = true;
-                break;
-            case kVerbose:
-                options->verbose = true;
-                break;
-            case kTrace:
-                options->trace = optarg;
-                break;
-            case kTwice:
-                options->twice = true;
-                break;
-            case kUnmet:
-                if (!ReadWholeNumber(optarg, 0, INT_MAX, &options->unmet)) {
-                    return std::string("--unmet wants a number, not \"") + optarg + "\"";
-                }
-                break;
-            case kDaemon:
-                options->daemon = optarg;
-                break;
-            case kPreload:
-                options->preload = optarg;
-                break;
-            case kEmulator:
-                options->emulator = optarg;
-                break;
-            case kEnvironment:
-                if (strchr(optarg, '=') == nullptr) {
-                    return std::string("--environment wants NAME=VALUE, not \"") + optarg + "\"";
-                }
-                options->environment.emplace_back(optarg);
-                break;
-            case kLimit:
-                if (!ReadWholeNumber(optarg, 1, INT_MAX, &options->limit_seconds)) {
-                    return std::string("--limit wants a number of seconds, 1 or more, not \"") + optarg +
-                           "\"";
-                }
-                break;
-            case kHelp:
-            case 'h':
-                options->help = true;
-                break;
-            case kVersion:
-                options->version = true;
-                break;
-        }
-    }
-    options->files.assign(argv + optind, argv + argc);
-    return options->help || options->version ? "" : CheckFiles(*options);
+    const std::string problem =
+        ReadCommandLine(argc, argv,
+                        {
+                            FlagOption("story", &options->story),
+                            FlagOption("verbose", &options->verbose),
+                            TextOption("trace", &options->trace),
+                            FlagOption("twice", &options->twice),
+                            NumberOption("unmet", 0, INT_MAX, &options->unmet),
+                            TextOption("daemon", &options->daemon),
+                            TextOption("preload", &options->preload),
+                            TextOption("emulator", &options->emulator),
+                            {"environment", true, take_variable},
+                            NumberOption("limit", 1, INT_MAX, &options->limit_seconds),
+                        },
+                        options);
+    return !problem.empty() || options->asks_for_text() ? problem : CheckFiles(*options);
 }
 
 }  // namespace
@@ -381,11 +315,11 @@ int main(int argc, char** argv) {
     options.daemon = FolderOfThisProgram() + "/ravelin-mobile";
     const std::string problem = ReadOptions(argc, argv, &options);
     if (!problem.empty()) return RefuseCommandLine(kTool, problem);
-    if (options.help || options.version) {
+    if (options.asks_for_text()) {
         fputs(options.help ? kHelpText : kVersionText, stdout);
         return 0;
     }
     int status = 0;
-    for (const std::string& file : options.files) status = std::max(status, RunScenario(options, file));
+    for (const std::string& file : options.words) status = std::max(status, RunScenario(options, file));
     return status;
 }

@@ -143,9 +143,9 @@ TEST_F(OcppPeerTest, StatusShowsNamesAndValues) {
     const Result result = RunWithAnswer(EncodeFrame({7, 0x7603, GoodStatus()}), "status");
     EXPECT_EQ(0, result.status) << result.errors;
     EXPECT_EQ("FF 6A A6 00 07 00 04 76 03 7B 92", ToHex(Heard()));
-    EXPECT_EQ(0u, result.output.find("vendor          value \"1\"\\x0A\nfirmware        value \"2\"\\x0A\n"))
+    EXPECT_EQ(0u, result.output.find("vendor          value \"1\"\\n\nfirmware        value \"2\"\\n\n"))
         << result.output;
-    EXPECT_NE(std::string::npos, result.output.find("\nneighbour_rsrp  value \"11\"\\x0A\n"))
+    EXPECT_NE(std::string::npos, result.output.find("\nneighbour_rsrp  value \"11\"\\n\n"))
         << result.output;
     EXPECT_NE(std::string::npos, result.output.find("\nimsi            \n")) << result.output;
 }
@@ -334,11 +334,11 @@ TEST_F(OcppPeerTest, WrongCommandLinesAreExplained) {
         {"status now", "status takes 0 arguments, not 1"},
         {"raw 0", "raw: not hexadecimal: 0"},
         {"raw 0x", "raw: not hexadecimal: 0x"},
-        {"--timeout -1 status", "--timeout: not valid: -1"},
-        {"--timeout nan status", "--timeout: not valid: nan"},
-        {"--repeat 0 status", "--repeat: not valid: 0"},
-        {"--window 101 status", "--window: not valid: 101"},
-        {"--reply 256 watch", "--reply: not valid: 256"},
+        {"--timeout -1 status", "--timeout wants a number of seconds above 0, not \"-1\""},
+        {"--timeout nan status", "--timeout wants a number of seconds above 0, not \"nan\""},
+        {"--repeat 0 status", "--repeat wants a number from 1 to 100000000, not \"0\""},
+        {"--window 101 status", "--window wants a number from 1 to 100, not \"101\""},
+        {"--reply 256 watch", "--reply wants a number from 0 to 255, not \"256\""},
         {"--frob status", "unknown option --frob"},
         {"status --address", "--address wants a value"},
     };

@@ -174,13 +174,13 @@ refused modem_sim "csq: a number from 0 to 99 is wanted" --set "csq loud"
 refused ocpp_peer "a command is missing"
 refused ocpp_peer "no command is called \"frob\"" frob
 refused ocpp_peer "upgrade takes 3 arguments, not 2" upgrade A B
-refused ocpp_peer "--repeat: not valid: many" --repeat many status
+refused ocpp_peer "--repeat wants a number from 1 to 100000000, not \"many\"" --repeat many status
 refused scenario_run "a scenario is missing"
 refused scenario_run "a scenario is missing" --story
 refused scenario_run "--limit wants a value" --limit
-refused scenario_run "--limit wants a number of seconds, 1 or more, not \"soon\"" --limit soon x
-refused scenario_run "--limit wants a number of seconds, 1 or more, not \"0\"" --limit 0 x
-refused scenario_run "--unmet wants a number, not \"-1\"" --unmet -1 x
+refused scenario_run "--limit wants a number, 1 or more, not \"soon\"" --limit soon x
+refused scenario_run "--limit wants a number, 1 or more, not \"0\"" --limit 0 x
+refused scenario_run "--unmet wants a number, 0 or more, not \"-1\"" --unmet -1 x
 refused scenario_run "--environment wants NAME=VALUE, not \"NAME\"" --environment NAME x
 refused scenario_run "\"tests/scenarios\" is a folder and no file" tests/scenarios
 refused scenario_run "\"nosuch\" can't be read: No such file or directory" nosuch

@@ -223,6 +223,20 @@ TEST_F(ModemTool, GoesOnWhenTheHostComesBackAndKeepsNothingUnreadForIt) {
     }
 }
 
+TEST_F(ModemTool, LogShowsBytesAsScenariosWriteThem) {
+    StartModem({"--log"});
+    const int port = OpenPort(link_);
+    const std::string command = "\tAT\x01\\\r\n";
+    ASSERT_EQ(write(port, command.data(), command.size()), static_cast<ssize_t>(command.size()));
+    EXPECT_EQ(Send("urc a\\tb\\x01\\0"), 0);
+    const auto shows = [this](const char* text) {
+        return Await([this, text] { return Log().find(text) != std::string::npos; });
+    };
+    EXPECT_TRUE(shows("host  \\tAT\\x01\\\\\\r\\n\n")) << Log();
+    EXPECT_TRUE(shows("\\r\\na\\tb\\x01\\0\\r\\n")) << Log();
+    close(port);
+}
+
 TEST_F(ModemTool, AnswersInPiecesComeAfterEachOther) {
     StartModem({"--set", "pieces 7 gap 1"});
     const int port = OpenPort(link_);

@@ -14,7 +14,6 @@
 namespace {
 
 using virtual_time::CheckExpectations;
-using virtual_time::Escape;
 using virtual_time::Expectation;
 using virtual_time::MatchesPattern;
 using virtual_time::ParseScenario;
@@ -22,7 +21,6 @@ using virtual_time::ParseTrace;
 using virtual_time::Scenario;
 using virtual_time::ScenarioEvent;
 using virtual_time::TraceEntry;
-using virtual_time::Unescape;
 
 // A scenario with what must be there, and these lines.
 Scenario Parse(const std::string& lines) {
@@ -231,13 +229,6 @@ TEST(Trace, EntriesComeBackAsTheyWere) {
         EXPECT_EQ(entries[i].kind, again[i].kind);
         EXPECT_EQ(entries[i].text, again[i].text);
     }
-}
-
-TEST(Trace, BytesBecomeOnePrintableLineAndBack) {
-    const std::string bytes("a\r\n\t\0\x7F\xFF\\\"\xE7\x9B\xAE\xE5", 13);
-    EXPECT_EQ("a\\r\\n\\t\\0\\x7F\\xFF\\\\\"\xE7\x9B\xAE\\xE5", Escape(bytes));
-    EXPECT_EQ(bytes, Unescape(Escape(bytes)));
-    EXPECT_EQ("\\q", Unescape("\\q"));
 }
 
 TEST(Trace, PatternsMatchWholeTexts) {
