@@ -44,7 +44,7 @@ bool PlaceMatches(const std::string& wanted, const LogText& log) {
     return wanted == kAny || wanted == log.function || wanted == log.file + ":" + log.function;
 }
 
-bool TextMatches(const Expectation& expectation, const TraceEntry& entry) {
+bool TextMatches(const Expectation& expectation, const RecordEntry& entry) {
     return MatchesEntry(expectation.kind, expectation.place, expectation.text, entry);
 }
 
@@ -55,7 +55,7 @@ struct TimeRange {
 };
 
 // Entries carry whole milliseconds.
-bool IsWithin(const TimeRange& range, const TraceEntry& entry) {
+bool IsWithin(const TimeRange& range, const RecordEntry& entry) {
     return entry.at_us >= range.from_us && entry.at_us <= range.to_us;
 }
 
@@ -65,7 +65,7 @@ size_t CommonPrefix(const std::string& one, const std::string& other) {
     return length;
 }
 
-int64_t Distance(const TimeRange& range, const TraceEntry& entry) {
+int64_t Distance(const TimeRange& range, const RecordEntry& entry) {
     if (entry.at_us < range.from_us) return range.from_us - entry.at_us;
     return entry.at_us > range.to_us ? entry.at_us - range.to_us : 0;
 }
@@ -80,8 +80,8 @@ std::string FormatRange(const TimeRange& range) {
 
 class Checker {
   public:
-    Checker(const Scenario& scenario, const std::vector<TraceEntry>& trace)
-        : scenario_(scenario), trace_(trace) {}
+    Checker(const Scenario& scenario, const std::vector<RecordEntry>& record)
+        : scenario_(scenario), record_(record) {}
 
     std::vector<std::string> Check() {
         FindMarks();
@@ -91,7 +91,7 @@ class Checker {
                     CheckSee(expectation);
                     break;
                 case Expectation::Mode::kAnywhere:
-                    if (Find(expectation, 0) == trace_.size()) Miss(expectation, 0);
+                    if (Find(expectation, 0) == record_.size()) Miss(expectation, 0);
                     break;
                 case Expectation::Mode::kNowhere:
                     CheckNever(expectation);
@@ -109,11 +109,12 @@ class Checker {
     // A mark that the run never came to fails what counts from it, once and by name.
     void FindMarks() {
         for (const Mark& mark : scenario_.marks) {
-            const auto found = std::find_if(trace_.begin(), trace_.end(), [&mark](const TraceEntry& entry) {
-                return MatchesEntry(mark.kind, mark.place, mark.text, entry);
-            });
-            mark_us_.push_back(found == trace_.end() ? kNever_us : found->at_us);
-            if (found == trace_.end())
+            const auto found =
+                std::find_if(record_.begin(), record_.end(), [&mark](const RecordEntry& entry) {
+                    return MatchesEntry(mark.kind, mark.place, mark.text, entry);
+                });
+            mark_us_.push_back(found == record_.end() ? kNever_us : found->at_us);
+            if (found == record_.end())
                 problems_.push_back(scenario_.path + ":" + std::to_string(mark.line) + ": the mark \"" +
                                     mark.name + "\" was never reached\n");
         }
@@ -122,7 +123,7 @@ class Checker {
     int64_t BaseOf(const Expectation& expectation) const {
         if (expectation.base == TimeBase::kMark) return mark_us_[static_cast<size_t>(expectation.mark)];
         if (expectation.base == TimeBase::kStart || after_last_seen_ == 0) return 0;
-        return trace_[after_last_seen_ - 1].at_us;
+        return record_[after_last_seen_ - 1].at_us;
     }
 
     // The times of an expectation, from the start.
@@ -133,24 +134,24 @@ class Checker {
         return {base_us + expectation.from_us, has_end ? base_us + expectation.to_us : INT64_MAX};
     }
 
-    bool Matches(const Expectation& expectation, const TraceEntry& entry) const {
+    bool Matches(const Expectation& expectation, const RecordEntry& entry) const {
         return IsWithin(RangeOf(expectation), entry) && TextMatches(expectation, entry);
     }
 
     size_t Find(const Expectation& expectation, size_t start) const {
-        for (size_t i = start; i < trace_.size(); i++) {
-            if (Matches(expectation, trace_[i])) return i;
+        for (size_t i = start; i < record_.size(); i++) {
+            if (Matches(expectation, record_[i])) return i;
         }
-        return trace_.size();
+        return record_.size();
     }
 
     // The entry with that text, from `start` on, that stands nearest to the expected time.
     size_t FindNearest(const Expectation& expectation, size_t start) const {
         const TimeRange range = RangeOf(expectation);
-        size_t nearest = trace_.size();
-        for (size_t i = start; i < trace_.size(); i++) {
-            if (!TextMatches(expectation, trace_[i])) continue;
-            if (nearest == trace_.size() || Distance(range, trace_[i]) < Distance(range, trace_[nearest]))
+        size_t nearest = record_.size();
+        for (size_t i = start; i < record_.size(); i++) {
+            if (!TextMatches(expectation, record_[i])) continue;
+            if (nearest == record_.size() || Distance(range, record_[i]) < Distance(range, record_[nearest]))
                 nearest = i;
         }
         return nearest;
@@ -159,23 +160,23 @@ class Checker {
     // After a miss the story goes on where the text really stood, so that one changed wait is one complaint.
     void CheckSee(const Expectation& expectation) {
         size_t found = Find(expectation, after_last_seen_);
-        if (found == trace_.size()) {
+        if (found == record_.size()) {
             Miss(expectation, after_last_seen_);
             found = FindNearest(expectation, after_last_seen_);
         }
-        if (found < trace_.size()) after_last_seen_ = found + 1;
+        if (found < record_.size()) after_last_seen_ = found + 1;
     }
 
     void CheckNever(const Expectation& expectation) {
         const size_t found = Find(expectation, 0);
-        if (found == trace_.size()) return;
-        Problem(expectation, "but it was there:\n    " + FormatEntry(trace_[found]));
+        if (found == record_.size()) return;
+        Problem(expectation, "but it was there:\n    " + FormatEntry(record_[found]));
     }
 
     void CheckCount(const Expectation& expectation) {
         std::string found;
         int count = 0;
-        for (const TraceEntry& entry : trace_) {
+        for (const RecordEntry& entry : record_) {
             if (!Matches(expectation, entry)) continue;
             if (count++ < kFoundShown) found += "    " + FormatEntry(entry);
         }
@@ -188,24 +189,24 @@ class Checker {
     }
 
     void CheckEnd() {
-        for (const TraceEntry& entry : trace_) {
+        for (const RecordEntry& entry : record_) {
             if (entry.kind == "broken")
                 problems_.push_back("the scenario is broken:\n    " + FormatEntry(entry));
         }
-        const bool has_end = !trace_.empty() && trace_.back().kind == "ends";
+        const bool has_end = !record_.empty() && record_.back().kind == "ends";
         if (!has_end) {
-            problems_.push_back("the trace has no end\n");
-        } else if (!scenario_.ExpectsAnEnd() && trace_.back().text != "still running") {
-            problems_.push_back("nobody expected that the daemon ends:\n    " + FormatEntry(trace_.back()));
+            problems_.push_back("the record has no end\n");
+        } else if (!scenario_.ExpectsAnEnd() && record_.back().text != "still running") {
+            problems_.push_back("nobody expected that the daemon ends:\n    " + FormatEntry(record_.back()));
         }
     }
 
     void Miss(const Expectation& expectation, size_t start) {
         std::string problem = "but there was none " + FormatRange(RangeOf(expectation));
         if (start > 0) {
-            problem += ", after\n    " + FormatEntry(trace_[start - 1]);
+            problem += ", after\n    " + FormatEntry(record_[start - 1]);
             const size_t earlier = Find(expectation, 0);
-            if (earlier < start) problem += "  It stood before that:\n    " + FormatEntry(trace_[earlier]);
+            if (earlier < start) problem += "  It stood before that:\n    " + FormatEntry(record_[earlier]);
         } else {
             problem += "\n";
         }
@@ -215,24 +216,24 @@ class Checker {
     // The same text at other times; or else the most similar texts of that kind near the time.
     std::string Nearest(const Expectation& expectation) const {
         const TimeRange range = RangeOf(expectation);
-        std::vector<const TraceEntry*> same_text, same_kind;
-        for (const TraceEntry& entry : trace_) {
+        std::vector<const RecordEntry*> same_text, same_kind;
+        for (const RecordEntry& entry : record_) {
             if (TextMatches(expectation, entry)) same_text.push_back(&entry);
             if (entry.kind == expectation.kind) same_kind.push_back(&entry);
         }
         if (!same_text.empty()) {
             return List("  The same at other times, the nearest first:\n", same_text,
-                        [&](const TraceEntry* one, const TraceEntry* other) {
+                        [&](const RecordEntry* one, const RecordEntry* other) {
                             return Distance(range, *one) < Distance(range, *other);
                         });
         }
         if (same_kind.empty()) return "  Nothing at all of that kind.\n";
-        const auto likeness = [&](const TraceEntry* entry) {
+        const auto likeness = [&](const RecordEntry* entry) {
             return CommonPrefix(expectation.text,
                                 IsLog(entry->kind) ? SplitLog(entry->text).message : entry->text);
         };
         return List("  Never that text. The most similar, or else the nearest:\n", same_kind,
-                    [&](const TraceEntry* one, const TraceEntry* other) {
+                    [&](const RecordEntry* one, const RecordEntry* other) {
                         const size_t one_likeness = likeness(one), other_likeness = likeness(other);
                         if (one_likeness != other_likeness) return one_likeness > other_likeness;
                         return Distance(range, *one) < Distance(range, *other);
@@ -240,7 +241,7 @@ class Checker {
     }
 
     template <typename Order>
-    static std::string List(std::string text, std::vector<const TraceEntry*> entries, Order order) {
+    static std::string List(std::string text, std::vector<const RecordEntry*> entries, Order order) {
         std::stable_sort(entries.begin(), entries.end(), order);
         for (size_t i = 0; i < entries.size() && i < kNearestShown; i++)
             text += "    " + FormatEntry(*entries[i]);
@@ -253,7 +254,7 @@ class Checker {
     }
 
     const Scenario& scenario_;
-    const std::vector<TraceEntry>& trace_;
+    const std::vector<RecordEntry>& record_;
     size_t after_last_seen_ = 0;
     std::vector<int64_t> mark_us_;  // one for each mark
     std::vector<std::string> problems_;
@@ -274,15 +275,15 @@ bool MatchesPattern(const std::string& pattern, const std::string& text) {
 }
 
 bool MatchesEntry(const std::string& kind, const std::string& place, const std::string& text,
-                  const TraceEntry& entry) {
+                  const RecordEntry& entry) {
     if (kind != entry.kind) return false;
     if (!IsLog(kind)) return MatchesPattern(text, entry.text);
     const LogText log = SplitLog(entry.text);
     return PlaceMatches(place, log) && MatchesPattern(text, log.message);
 }
 
-std::vector<std::string> CheckExpectations(const Scenario& scenario, const std::vector<TraceEntry>& trace) {
-    return Checker(scenario, trace).Check();
+std::vector<std::string> CheckExpectations(const Scenario& scenario, const std::vector<RecordEntry>& record) {
+    return Checker(scenario, record).Check();
 }
 
 }  // namespace virtual_time

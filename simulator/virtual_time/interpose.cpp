@@ -525,8 +525,8 @@ int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*
     int number = 0;
     const int error = world->scheduler.StartThread(
         entry, argument,
-        [thread, attributes](virtual_time::Scheduler::ThreadEntry run, void* record) {
-            return REAL(pthread_create)(thread, attributes, run, record);
+        [thread, attributes](virtual_time::Scheduler::ThreadEntry run, void* argument_of_run) {
+            return REAL(pthread_create)(thread, attributes, run, argument_of_run);
         },
         &number);
     if (error == 0) world->thread_numbers[*thread] = number;

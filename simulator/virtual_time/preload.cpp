@@ -1,9 +1,9 @@
 // The preload library: runs a scenario under the real daemon. Before the daemon's main, the library builds
 // the virtual world that the scenario asks for; from then on it turns knobs, writes files and pipes at their
-// times, and notes in the trace what the daemon does. It also stands in for the bus library.
+// times, and notes in the record what the daemon does. It also stands in for the bus library.
 //
-// Started by scenario_run, which says by three environment variables which scenario, folder and trace file to
-// use.
+// Started by scenario_run, which says by three environment variables which scenario, folder and record file
+// to use.
 
 #include <dlfcn.h>
 #include <fcntl.h>
@@ -28,8 +28,8 @@
 #include "simulator/virtual_time/modem_port.h"
 #include "simulator/virtual_time/ping.h"
 #include "simulator/virtual_time/preload.h"
+#include "simulator/virtual_time/record_file.h"
 #include "simulator/virtual_time/scenario.h"
-#include "simulator/virtual_time/trace_file.h"
 
 // Of the leak sanitizer, where the daemon is built with it.
 extern "C" int __lsan_do_recoverable_leak_check() __attribute__((weak));
@@ -86,8 +86,8 @@ std::string WithSinglePercents(const std::string& text) {
 
 class Run {
   public:
-    Run(const Scenario& scenario, const std::string& root, const std::string& trace_path)
-        : scenario_(scenario), trace_(trace_path), environment_(root) {
+    Run(const Scenario& scenario, const std::string& root, const std::string& record_path)
+        : scenario_(scenario), record_(record_path), environment_(root) {
         Furnish();
         Watch();
         Schedule();
@@ -279,15 +279,15 @@ class Run {
     }
 
     void NoteAt(int64_t at_us, const char* kind, const std::string& bytes) {
-        if (!trace_.Note(at_us, kind, bytes)) {
-            fprintf(stderr, "the trace is full\n");
+        if (!record_.Note(at_us, kind, bytes)) {
+            fprintf(stderr, "the record is full\n");
             _exit(1);
         }
         if (marks_left_ > 0) LookForMarks({at_us, kind, Escape(bytes)});
     }
 
     // What the scenario does so long after a mark is known once the daemon has come to it.
-    void LookForMarks(const TraceEntry& entry) {
+    void LookForMarks(const RecordEntry& entry) {
         for (size_t i = 0; i < scenario_.marks.size(); i++) {
             const Mark& mark = scenario_.marks[i];
             if (is_reached_[i] || !MatchesEntry(mark.kind, mark.place, mark.text, entry)) continue;
@@ -456,7 +456,7 @@ class Run {
     static constexpr char kFifoPath[] = "/run/network/ravelin_fifo";
 
     const Scenario& scenario_;
-    TraceFile trace_;
+    RecordFile record_;
     std::vector<bool> is_reached_ = std::vector<bool>(scenario_.marks.size());  // one for each mark
     size_t marks_left_ = scenario_.marks.size();
     Environment environment_;
@@ -504,8 +504,8 @@ void Run::CaptureOutput() {
 __attribute__((constructor)) void StartRun() {
     const char* scenario_path = getenv(kScenarioVariable);
     const char* root = getenv(kRootVariable);
-    const char* trace_path = getenv(kTraceVariable);
-    if (scenario_path == nullptr || root == nullptr || trace_path == nullptr) return;
+    const char* record_path = getenv(kRecordVariable);
+    if (scenario_path == nullptr || root == nullptr || record_path == nullptr) return;
     the_scenario = new Scenario;
     std::string problem;
     if (!ReadScenario(scenario_path, the_scenario, &problem)) {
@@ -514,7 +514,7 @@ __attribute__((constructor)) void StartRun() {
     }
     // The run notes things while it is built.
     the_run = static_cast<Run*>(operator new(sizeof(Run)));
-    new (the_run) Run(*the_scenario, root, trace_path);
+    new (the_run) Run(*the_scenario, root, record_path);
     on_exit([](int status, void*) { the_run->DaemonExits(status & 0xFF); }, nullptr);
 }
 

@@ -5,6 +5,6 @@ namespace virtual_time {
 
 constexpr char kScenarioVariable[] = "VIRTUAL_TIME_SCENARIO";  // path of the scenario
 constexpr char kRootVariable[] = "VIRTUAL_TIME_ROOT";          // folder that the fixed paths move to
-constexpr char kTraceVariable[] = "VIRTUAL_TIME_TRACE";        // file for the trace
+constexpr char kRecordVariable[] = "VIRTUAL_TIME_RECORD";      // file for the record
 
 }  // namespace virtual_time

@@ -398,7 +398,7 @@ class Parser {
         }
         std::string times = rest;
         std::string word = TakeWord(&times);
-        if (!IsTraceKind(word)) {
+        if (!IsRecordKind(word)) {
             if (!ParseTimes(word, &expectation)) return false;
             rest = times;
         }
@@ -427,7 +427,7 @@ class Parser {
     // KIND TEXT, of the log KIND FUNCTION TEXT.
     bool ParseEntry(std::string rest, std::string* kind, std::string* place, std::string* text) {
         *kind = TakeWord(&rest);
-        if (!IsTraceKind(*kind)) return Fail("no kind of entry: \"" + *kind + "\"");
+        if (!IsRecordKind(*kind)) return Fail("no kind of entry: \"" + *kind + "\"");
         const bool is_log = *kind == "logs" || *kind == "debugs";
         if (is_log) *place = TakeWord(&rest);
         *text = IsQuoted(rest) ? Escape(Unescape(InsideQuotes(rest))) : rest;

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "simulator/virtual_time/trace.h"
+#include "simulator/virtual_time/record.h"
 
 namespace virtual_time {
 
@@ -27,7 +27,8 @@ struct ScenarioFile {
     std::string text;
 };
 
-/// A moment that the daemon decides: that of the first entry of the trace that fits. Times may count from it.
+/// A moment that the daemon decides: that of the first entry of the record that fits. Times may count from
+/// it.
 struct Mark {
     std::string name;
     std::string kind;
@@ -57,7 +58,7 @@ struct ScenarioEvent {
     int line;
 };
 
-/// Something to be seen in the trace, or not.
+/// Something to be seen in the record, or not.
 struct Expectation {
     enum class Mode {
         kNext,      // "see": after the entry of the "see" before it
@@ -74,7 +75,7 @@ struct Expectation {
     int count = 0;
     std::string kind;
     std::string place;  // for the log: FUNCTION or FILE:FUNCTION
-    std::string text;   // escaped as in the trace; "<any>" stands for any run of characters
+    std::string text;   // escaped as in the record; "<any>" stands for any run of characters
     int line;
     std::string source;  // the line as it stands
 };

@@ -22,14 +22,14 @@
 #include "simulator/virtual_time/expectations.h"
 #include "simulator/virtual_time/preload.h"
 #include "simulator/virtual_time/private_folder.h"
+#include "simulator/virtual_time/record_file.h"
 #include "simulator/virtual_time/scenario.h"
-#include "simulator/virtual_time/trace_file.h"
 
 namespace {
 
 using virtual_time::PrivateFolder;
+using virtual_time::RecordEntry;
 using virtual_time::Scenario;
-using virtual_time::TraceEntry;
 
 constexpr char kTool[] = "scenario_run";
 constexpr int kDefaultLimitSeconds = 120;
@@ -40,7 +40,7 @@ struct Options : CommonOptions {
     bool story = false;
     bool verbose = false;
     bool twice = false;
-    std::string trace;
+    std::string record;
     std::string daemon;
     std::string preload;
     std::string emulator;
@@ -51,7 +51,7 @@ struct Options : CommonOptions {
 
 // What came of one run.
 struct Outcome {
-    std::string trace;    // whole, with its end
+    std::string record;   // whole, with its end
     std::string output;   // of the real standard output and error: what a sanitizer or the loader says
     std::string problem;  // why the run itself failed; empty if it didn't
 };
@@ -83,7 +83,7 @@ std::string LinkedPreloads(const Options& options, const std::string& folder) {
 // The variables of the daemon's environment: nothing of the caller's that could change what it does.
 std::vector<std::string> DaemonEnvironment(const Options& options, const std::string& preloads,
                                            const std::string& scenario_path, const std::string& root,
-                                           const std::string& trace_path) {
+                                           const std::string& record_path) {
     const auto sanitizer_options = [](const char* name, const std::string& ours) {
         const char* own = getenv(name);
         return std::string(name) + "=" + ours + (own != nullptr ? std::string(":") + own : "");
@@ -96,7 +96,7 @@ std::vector<std::string> DaemonEnvironment(const Options& options, const std::st
         for_emulator + "LD_PRELOAD=" + preloads,
         std::string(virtual_time::kScenarioVariable) + "=" + scenario_path,
         std::string(virtual_time::kRootVariable) + "=" + root,
-        std::string(virtual_time::kTraceVariable) + "=" + trace_path,
+        std::string(virtual_time::kRecordVariable) + "=" + record_path,
         // Our library comes in front of the sanitizer's, so that the sanitizer sees threads start as usual.
         sanitizer_options("ASAN_OPTIONS", "verify_asan_link_order=0"),
         sanitizer_options("UBSAN_OPTIONS", "print_stacktrace=1"),
@@ -142,7 +142,7 @@ int WaitFor(pid_t pid, int limit_seconds) {
 
 // A daemon that was killed can't note its end.
 void NoteDeath(int status, Outcome* outcome) {
-    const std::vector<TraceEntry> entries = virtual_time::ParseTrace(outcome->trace);
+    const std::vector<RecordEntry> entries = virtual_time::ParseRecord(outcome->record);
     const bool has_end = !entries.empty() && entries.back().kind == "ends";
     if (has_end) {
         const std::string& end = entries.back().text;
@@ -155,12 +155,12 @@ void NoteDeath(int status, Outcome* outcome) {
     const int64_t at_us = entries.empty() ? 0 : entries.back().at_us;
     const std::string text = WIFSIGNALED(status) ? "signal " + std::to_string(WTERMSIG(status))
                                                  : "died with status " + std::to_string(WEXITSTATUS(status));
-    outcome->trace += virtual_time::FormatEntry({at_us, "ends", text});
+    outcome->record += virtual_time::FormatEntry({at_us, "ends", text});
 }
 
 Outcome RunDaemon(const Options& options, const Scenario& scenario) {
     const PrivateFolder folder;
-    const std::string trace_path = folder.root() + "/trace", output_path = folder.root() + "/output";
+    const std::string record_path = folder.root() + "/record", output_path = folder.root() + "/output";
     const std::string root = folder.root() + "/root";
     std::filesystem::create_directory(root);
     std::vector<std::string> arguments = {options.daemon};
@@ -168,7 +168,7 @@ Outcome RunDaemon(const Options& options, const Scenario& scenario) {
     arguments.insert(arguments.end(), scenario.options.begin(), scenario.options.end());
     const std::vector<std::string> environment =
         DaemonEnvironment(options, LinkedPreloads(options, folder.root()),
-                          std::filesystem::absolute(scenario.path).string(), root, trace_path);
+                          std::filesystem::absolute(scenario.path).string(), root, record_path);
 
     Outcome outcome;
     const pid_t pid = fork();
@@ -178,7 +178,7 @@ Outcome RunDaemon(const Options& options, const Scenario& scenario) {
     }
     if (pid == 0) BecomeDaemon(arguments, environment, output_path);
     const int status = WaitFor(pid, options.limit_seconds);
-    outcome.trace = virtual_time::ReadTraceFile(trace_path);
+    outcome.record = virtual_time::ReadRecordFile(record_path);
     outcome.output = ReadText(output_path);
     if (status == -1) {
         outcome.problem = "still not done after " + std::to_string(options.limit_seconds) + " real seconds";
@@ -188,18 +188,18 @@ Outcome RunDaemon(const Options& options, const Scenario& scenario) {
     return outcome;
 }
 
-bool IsExchange(const TraceEntry& entry) {
+bool IsExchange(const RecordEntry& entry) {
     return entry.kind == "sends" || entry.kind == "hears" || entry.kind == "debugs";
 }
 
-void PrintTrace(const std::vector<TraceEntry>& trace) {
-    for (const TraceEntry& entry : trace) fputs(virtual_time::FormatEntry(entry).c_str(), stdout);
+void PrintRecord(const std::vector<RecordEntry>& record) {
+    for (const RecordEntry& entry : record) fputs(virtual_time::FormatEntry(entry).c_str(), stdout);
 }
 
 // What happened, without the exchanges with the modem, and with repetitions folded.
-void PrintStory(const std::vector<TraceEntry>& trace) {
-    const TraceEntry* last = nullptr;
-    const TraceEntry* last_again = nullptr;
+void PrintStory(const std::vector<RecordEntry>& record) {
+    const RecordEntry* last = nullptr;
+    const RecordEntry* last_again = nullptr;
     int repetitions = 0;
     const auto tell_repetitions = [&] {
         if (repetitions > 0) {
@@ -208,7 +208,7 @@ void PrintStory(const std::vector<TraceEntry>& trace) {
         }
         repetitions = 0;
     };
-    for (const TraceEntry& entry : trace) {
+    for (const RecordEntry& entry : record) {
         if (IsExchange(entry)) continue;
         if (last != nullptr && entry.kind == last->kind && entry.text == last->text) {
             repetitions++;
@@ -243,21 +243,21 @@ int RunScenario(const Options& options, const std::string& path) {
         return kStatusWrong;
     }
     const Outcome outcome = RunDaemon(options, scenario);
-    const std::vector<TraceEntry> trace = virtual_time::ParseTrace(outcome.trace);
-    std::vector<std::string> problems = virtual_time::CheckExpectations(scenario, trace);
+    const std::vector<RecordEntry> record = virtual_time::ParseRecord(outcome.record);
+    std::vector<std::string> problems = virtual_time::CheckExpectations(scenario, record);
     if (!outcome.problem.empty()) problems.push_back(outcome.problem + "\n");
     if (options.twice) {
         const Outcome again = RunDaemon(options, scenario);
-        if (again.trace != outcome.trace) {
+        if (again.record != outcome.record) {
             problems.push_back("the second run differs from the first:\n" +
-                               FirstDifference(outcome.trace, again.trace));
+                               FirstDifference(outcome.record, again.record));
         }
     }
-    if (options.verbose) PrintTrace(trace);
-    if (options.story) PrintStory(trace);
-    if (!options.trace.empty() &&
-        !(std::ofstream(options.trace, std::ios::binary) << outcome.trace << std::flush)) {
-        problems.push_back("the trace can't be written to " + options.trace + "\n");
+    if (options.verbose) PrintRecord(record);
+    if (options.story) PrintStory(record);
+    if (!options.record.empty() &&
+        !(std::ofstream(options.record, std::ios::binary) << outcome.record << std::flush)) {
+        problems.push_back("the record can't be written to " + options.record + "\n");
     }
     if (!outcome.output.empty()) fprintf(stderr, "%s\n", outcome.output.c_str());
     for (const std::string& each : problems) fprintf(stderr, "%s\n", each.c_str());
@@ -295,7 +295,8 @@ std::string ReadOptions(int argc, char** argv, Options* options) {
                         {
                             FlagOption("story", &options->story),
                             FlagOption("verbose", &options->verbose),
-                            TextOption("trace", &options->trace),
+                            TextOption("record", &options->record),
+                            TextOption("trace", &options->record),  // the same
                             FlagOption("twice", &options->twice),
                             NumberOption("unmet", 0, INT_MAX, &options->unmet),
                             TextOption("daemon", &options->daemon),

@@ -45,16 +45,16 @@ struct Scheduler::Thread {
 
 namespace {
 
-// The scheduler's record of this thread, and the scheduler that it belongs to: a thread that was left parked
-// by an earlier scheduler must not be taken for one of the present.
-thread_local const void* current_record = nullptr;
+// What the scheduler knows of this thread, and the scheduler that it belongs to: a thread that was left
+// parked by an earlier scheduler must not be taken for one of the present.
+thread_local const void* current_thread = nullptr;
 thread_local const Scheduler* current_scheduler = nullptr;
 
 }  // namespace
 
 Scheduler::Scheduler() {
     threads_.push_back(std::make_unique<Thread>(this, 0));
-    current_record = threads_.front().get();
+    current_thread = threads_.front().get();
     current_scheduler = this;
     on_deadlock = [this] {
         fprintf(stderr, "virtual time: nothing will ever happen again\n%s", Describe().c_str());
@@ -64,7 +64,7 @@ Scheduler::Scheduler() {
 
 Scheduler::~Scheduler() {
     assert(CurrentThread() == 0);
-    current_record = nullptr;
+    current_thread = nullptr;
     current_scheduler = nullptr;
     // A parked thread still waits on its semaphore.
     for (auto& thread : threads_) {
@@ -74,7 +74,7 @@ Scheduler::~Scheduler() {
 }
 
 int Scheduler::CurrentThread() const {
-    return current_scheduler == this ? static_cast<const Thread*>(current_record)->number : -1;
+    return current_scheduler == this ? static_cast<const Thread*>(current_thread)->number : -1;
 }
 
 bool Scheduler::MayWait() const {
@@ -128,14 +128,14 @@ int Scheduler::StartThread(ThreadEntry entry, void* argument,
     thread->argument = argument;
     thread->state = Thread::State::kWaiting;
     thread->deadline_us = now_us_;
-    Thread* record = thread.get();
+    Thread* made = thread.get();
     threads_.push_back(std::move(thread));
-    const int error = create(&Scheduler::RunThread, record);
+    const int error = create(&Scheduler::RunThread, made);
     if (error != 0) {
         threads_.pop_back();
         return error;
     }
-    if (number != nullptr) *number = record->number;
+    if (number != nullptr) *number = made->number;
     return 0;
 }
 
@@ -143,7 +143,7 @@ void* Scheduler::RunThread(void* thread) {
     Thread* self = static_cast<Thread*>(thread);
     Scheduler* scheduler = self->scheduler;
     self->Park();
-    current_record = self;
+    current_thread = self;
     current_scheduler = scheduler;
     void* result = self->entry(self->argument);
     self->state = Thread::State::kEnded;

@@ -88,7 +88,7 @@ lines_of() {
 
 # filled_in FAMILY FILE: the keys that had a value at any time in a story of the family.
 filled_in() {
-    sed -n "s/^ *[0-9.]* *\(publishes\|shows\) *[^ ]*\/$2 //p" "$folder/$1.full.trace" "$folder/$1.refused.trace" |
+    sed -n "s/^ *[0-9.]* *\(publishes\|shows\) *[^ ]*\/$2 //p" "$folder/$1.full.record" "$folder/$1.refused.record" |
         grep -vE "=(|''|0|FALSE|00:00:00)\$" | grep -v '^(missing)$' | sed -e '/^\\t/!s/=.*/=/' | sort -u
 }
 
@@ -102,8 +102,8 @@ run_stories() {
     done
     write_stories zte_other "zte GM196" ""
     for story in "$folder"/*.scenario; do
-        "$scenario_run" --verbose "$story" >"${story%.scenario}.trace" 2>&1 || {
-            cat "${story%.scenario}.trace"
+        "$scenario_run" --verbose "$story" >"${story%.scenario}.record" 2>&1 || {
+            cat "${story%.scenario}.record"
             echo "the story $(basename "$story") fails"
             exit 1
         }
@@ -135,7 +135,7 @@ check_lines() {
     for story in full refused; do
         for family in $families zte_other; do
             for file in $files; do
-                lines_of "$folder/$family.$story.trace" "$file" >"$folder/shown"
+                lines_of "$folder/$family.$story.record" "$file" >"$folder/shown"
                 [ -s "$folder/shown" ] || continue
                 expected_lines $story "$family" "$file" >"$folder/expected"
                 cmp -s "$folder/shown" "$folder/expected" || {
@@ -154,7 +154,7 @@ check_families() {
             sed 's/^all families$/all/; s/, only .*//')")
         for family in $families; do
             writes=no named=no
-            [ -z "$(lines_of "$folder/$family.full.trace" "$file")" ] || writes=yes
+            [ -z "$(lines_of "$folder/$family.full.record" "$file")" ] || writes=yes
             ! has_line "$written_for" "$family" || named=yes
             [ $writes = $named ] || complain "$file for $family: written: $writes, on the page: $named"
         done
@@ -170,7 +170,7 @@ check_families() {
             done <"$folder/rows"
         done
     done
-    [ -z "$(lines_of "$folder/zte_other.full.trace" 3630_status)" ] || complain "3630_status of another model of zte"
+    [ -z "$(lines_of "$folder/zte_other.full.record" 3630_status)" ] || complain "3630_status of another model of zte"
 }
 
 # The page's read_status under a shell: WHAT, expected status, and the bytes of the file as printf takes them.

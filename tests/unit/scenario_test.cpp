@@ -1,4 +1,4 @@
-// The language of scenarios, traces, and the judgement over them. A scenario proves something only if its
+// The language of scenarios, records, and the judgement over them. A scenario proves something only if its
 // expectations can fail, so each way to fail has a test.
 
 #include <gtest/gtest.h>
@@ -8,19 +8,19 @@
 #include <vector>
 
 #include "simulator/virtual_time/expectations.h"
+#include "simulator/virtual_time/record.h"
 #include "simulator/virtual_time/scenario.h"
-#include "simulator/virtual_time/trace.h"
 
 namespace {
 
 using virtual_time::CheckExpectations;
 using virtual_time::Expectation;
 using virtual_time::MatchesPattern;
+using virtual_time::ParseRecord;
 using virtual_time::ParseScenario;
-using virtual_time::ParseTrace;
+using virtual_time::RecordEntry;
 using virtual_time::Scenario;
 using virtual_time::ScenarioEvent;
-using virtual_time::TraceEntry;
 
 // A scenario with what must be there, and these lines.
 Scenario Parse(const std::string& lines) {
@@ -129,7 +129,7 @@ TEST(ScenarioLanguage, ExpectationsAreRead) {
     EXPECT_EQ(0, scenario.expectations[3].from_us);
     EXPECT_EQ(50000000, scenario.expectations[3].to_us);
     EXPECT_EQ(3, scenario.expectations[4].count);
-    EXPECT_EQ("AT\\r\\n", scenario.expectations[4].text);  // as the trace shows it
+    EXPECT_EQ("AT\\r\\n", scenario.expectations[4].text);  // as the record shows it
     ASSERT_EQ(1u, scenario.events.size());                 // the file is looked at by itself
     EXPECT_EQ(ScenarioEvent::Kind::kShow, scenario.events[0].kind);
     EXPECT_EQ(9000000, scenario.events[0].at_us);
@@ -194,7 +194,8 @@ TEST(ScenarioLanguage, MistakesAreToldWithTheirLine) {
         {"modem none\nmark 5 sends AT\n", "a name of small letters"},
         {"modem none\nmark a AT\n", "no kind of entry: \"AT\""},
         {"modem none\nmark a sends AT\nmark a sends ATZ\n", "x:3: there is a mark \"a\" already"},
-        {"modem quectel_qcom\nmark a sends AT\nevery 1 from a+1 to 9 csq 5\n", "every SECONDS from TIME to TIME"},
+        {"modem quectel_qcom\nmark a sends AT\nevery 1 from a+1 to 9 csq 5\n",
+         "every SECONDS from TIME to TIME"},
         {"modem none\nsee 5 mumbles x\n", "no kind of entry: \"mumbles\""},
         {"modem none\nsee soon logs x y\n", "not \"soon\""},
         {"modem none\nsee logs Task\n", "the function and the text"},
@@ -210,10 +211,10 @@ TEST(ScenarioLanguage, MistakesAreToldWithTheirLine) {
     }
 }
 
-// Trace
+// Record
 
-TEST(Trace, EntriesComeBackAsTheyWere) {
-    const std::vector<TraceEntry> entries = {
+TEST(Record, EntriesComeBackAsTheyWere) {
+    const std::vector<RecordEntry> entries = {
         {0, "sends", "AT"},
         {62005000, "hears", "\\r\\nOK\\r\\n"},
         {123456789000000, "publishes", "/run/x y"},
@@ -221,8 +222,8 @@ TEST(Trace, EntriesComeBackAsTheyWere) {
         {5000, "prints", "  blanks in front"},
     };
     std::string text;
-    for (const TraceEntry& entry : entries) text += virtual_time::FormatEntry(entry);
-    const std::vector<TraceEntry> again = ParseTrace(text);
+    for (const RecordEntry& entry : entries) text += virtual_time::FormatEntry(entry);
+    const std::vector<RecordEntry> again = ParseRecord(text);
     ASSERT_EQ(entries.size(), again.size());
     for (size_t i = 0; i < entries.size(); i++) {
         EXPECT_EQ(entries[i].at_us, again[i].at_us);
@@ -231,7 +232,7 @@ TEST(Trace, EntriesComeBackAsTheyWere) {
     }
 }
 
-TEST(Trace, PatternsMatchWholeTexts) {
+TEST(Record, PatternsMatchWholeTexts) {
     EXPECT_TRUE(MatchesPattern("AT+CSQ", "AT+CSQ"));
     EXPECT_FALSE(MatchesPattern("AT+CSQ", "AT+CSQ?"));
     EXPECT_FALSE(MatchesPattern("AT+CSQ", "xAT+CSQ"));
@@ -243,7 +244,7 @@ TEST(Trace, PatternsMatchWholeTexts) {
 
 // Judgement
 
-const char kTrace[] =
+const char kRecord[] =
     "       1.000  sends      AT\n"
     "       2.000  logs       network_daemon/cellular_task.cpp:Task:99 No response! Reset device...\n"
     "       2.000  debugs     network_daemon/main.cpp:main:9 detail\n"
@@ -251,11 +252,11 @@ const char kTrace[] =
     "       4.000  sends      AT\n"
     "     100.000  ends       still running\n";
 
-std::vector<std::string> Judge(const std::string& expectations, const std::string& trace = kTrace) {
+std::vector<std::string> Judge(const std::string& expectations, const std::string& record = kRecord) {
     Scenario scenario;
     std::string problem;
     EXPECT_TRUE(ParseScenario("x", "modem none\nuntil 100\n" + expectations, &scenario, &problem)) << problem;
-    return CheckExpectations(scenario, ParseTrace(trace));
+    return CheckExpectations(scenario, ParseRecord(record));
 }
 
 TEST(Judgement, WhatIsThereIsFound) {
@@ -310,8 +311,9 @@ TEST(Judgement, RelativeTimesCountFromWhatWasSeenLast) {
         "count 1 +1.. sends AT\n"
         "see +1 sends AT\n");
     EXPECT_TRUE(problems.empty()) << problems[0];
-    for (const char* expectation : {"see +0.999 sends AT+CSQ", "see +3 sends AT+CSQ", "see +0..1.5 sends AT+CSQ",
-                                    "never +2 sends AT+CSQ", "count 1 +..1 sends AT+CSQ"}) {
+    for (const char* expectation :
+         {"see +0.999 sends AT+CSQ", "see +3 sends AT+CSQ", "see +0..1.5 sends AT+CSQ",
+          "never +2 sends AT+CSQ", "count 1 +..1 sends AT+CSQ"}) {
         EXPECT_EQ(1u, Judge("see sends AT\n" + std::string(expectation) + "\n").size()) << expectation;
     }
 }
@@ -370,16 +372,16 @@ TEST(Judgement, AScenarioThatIsBrokenFails) {
     EXPECT_EQ(1u, Judge("see ends still running\n", broken).size());
 }
 
-TEST(TraceKinds, HelpOfTheToolExplainsEachAndNoOther) {
+TEST(RecordKinds, HelpOfTheToolExplainsEachAndNoOther) {
     std::ifstream help(RAVELIN_SOURCE_DIR "/simulator/virtual_time/scenario_run.help");
     std::vector<std::string> words;
     bool among_kinds = false;
     for (std::string line; std::getline(help, line);) {
-        if (line.compare(0, 1, " ") != 0) among_kinds = line.compare(0, 10, "What a tra") == 0;
+        if (line.compare(0, 1, " ") != 0) among_kinds = line.compare(0, 10, "What a rec") == 0;
         const size_t margin = line.find_first_not_of(' ');
         if (among_kinds && margin == 2) words.push_back(line.substr(margin, line.find(' ', margin) - margin));
     }
-    EXPECT_EQ(words, virtual_time::TraceKinds());
+    EXPECT_EQ(words, virtual_time::RecordKinds());
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include "simulator/virtual_time/trace.h"
+#include "simulator/virtual_time/record.h"
 
 #include <algorithm>
 #include <cmath>
@@ -16,7 +16,7 @@ constexpr int kTextGap = 2;
 }  // namespace
 
 // Not a global object: the preload library works before global objects are all made.
-const std::vector<std::string>& TraceKinds() {
+const std::vector<std::string>& RecordKinds() {
     static const std::vector<std::string> kinds = {
         "sends",     "hears",     "runs",  "asks",  "logs",  "debugs", "forwards", "prints",
         "complains", "publishes", "shows", "modem", "world", "bus",    "broken",   "ends",
@@ -24,8 +24,8 @@ const std::vector<std::string>& TraceKinds() {
     return kinds;
 }
 
-bool IsTraceKind(const std::string& word) {
-    return std::find(TraceKinds().begin(), TraceKinds().end(), word) != TraceKinds().end();
+bool IsRecordKind(const std::string& word) {
+    return std::find(RecordKinds().begin(), RecordKinds().end(), word) != RecordKinds().end();
 }
 
 std::string FormatSeconds(int64_t microseconds) {
@@ -35,15 +35,15 @@ std::string FormatSeconds(int64_t microseconds) {
     return text;
 }
 
-std::string FormatEntry(const TraceEntry& entry) {
+std::string FormatEntry(const RecordEntry& entry) {
     char head[60];
     snprintf(head, sizeof(head), "%12s  %-*s", FormatSeconds(entry.at_us).c_str(), kKindWidth + kTextGap,
              entry.kind.c_str());
     return head + entry.text + "\n";
 }
 
-std::vector<TraceEntry> ParseTrace(const std::string& text) {
-    std::vector<TraceEntry> entries;
+std::vector<RecordEntry> ParseRecord(const std::string& text) {
+    std::vector<RecordEntry> entries;
     size_t start = 0;
     while (start < text.size()) {
         const size_t end = text.find('\n', start);
@@ -54,7 +54,7 @@ std::vector<TraceEntry> ParseTrace(const std::string& text) {
         const size_t time_end = line.find(' ', time_start);
         const size_t kind_start = line.find_first_not_of(' ', time_end);
         if (kind_start == std::string::npos) continue;
-        TraceEntry entry;
+        RecordEntry entry;
         const double seconds = strtod(line.c_str() + time_start, nullptr);
         entry.at_us = llround(seconds * 1000) * 1000;
         entry.kind = line.substr(kind_start, line.find(' ', kind_start) - kind_start);

@@ -1,4 +1,4 @@
-#include "simulator/virtual_time/trace_file.h"
+#include "simulator/virtual_time/record_file.h"
 
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -13,15 +13,15 @@ namespace virtual_time {
 
 namespace {
 
-constexpr size_t kTraceBytesMax = size_t{48} * 1024 * 1024;  // takes no room until it is written
+constexpr size_t kRecordBytesMax = size_t{48} * 1024 * 1024;  // takes no room until it is written
 
 }  // namespace
 
-TraceFile::TraceFile(const std::string& path) {
+RecordFile::RecordFile(const std::string& path) {
     const int fd = open(path.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
     void* mapping = MAP_FAILED;
-    if (fd >= 0 && ftruncate(fd, kTraceBytesMax) == 0) {
-        mapping = mmap(nullptr, kTraceBytesMax, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_NORESERVE, fd, 0);
+    if (fd >= 0 && ftruncate(fd, kRecordBytesMax) == 0) {
+        mapping = mmap(nullptr, kRecordBytesMax, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_NORESERVE, fd, 0);
     }
     if (mapping == MAP_FAILED) {
         perror(path.c_str());
@@ -31,15 +31,15 @@ TraceFile::TraceFile(const std::string& path) {
     start_ = static_cast<char*>(mapping);
 }
 
-bool TraceFile::Note(int64_t at_us, const char* kind, std::string_view bytes) {
+bool RecordFile::Note(int64_t at_us, const char* kind, std::string_view bytes) {
     const std::string line = FormatEntry({at_us, kind, Escape(bytes)});
-    if (used_ + line.size() >= kTraceBytesMax) return false;
+    if (used_ + line.size() >= kRecordBytesMax) return false;
     memcpy(start_ + used_, line.data(), line.size());
     used_ += line.size();
     return true;
 }
 
-std::string ReadTraceFile(const std::string& path) {
+std::string ReadRecordFile(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
     std::string text;
     std::getline(file, text, '\0');  // escapes leave no NUL in the text

@@ -1,8 +1,8 @@
-// The trace of a run: what happened, in order, each with its virtual time. One line each,
+// The record of a run: what happened, in order, each with its virtual time. One line each,
 //
 //        62.005  sends      AT+CSQ
 //
-// and the same words are what a scenario expects, so that a line of a trace can be pasted into one.
+// and the same words are what a scenario expects, so that a line of a record can be pasted into one.
 #pragma once
 
 #include <cstdint>
@@ -14,18 +14,18 @@
 
 namespace virtual_time {
 
-struct TraceEntry {
+struct RecordEntry {
     int64_t at_us;
     std::string kind;  // one of the words below
     std::string text;  // escaped, so that it is one line of printable text
 };
 
 /// Every kind of entry; scenario_run.help tells what each means.
-const std::vector<std::string>& TraceKinds();
-bool IsTraceKind(const std::string& word);
+const std::vector<std::string>& RecordKinds();
+bool IsRecordKind(const std::string& word);
 
-std::string FormatEntry(const TraceEntry& entry);  // with its line end
-std::vector<TraceEntry> ParseTrace(const std::string& text);
+std::string FormatEntry(const RecordEntry& entry);  // with its line end
+std::vector<RecordEntry> ParseRecord(const std::string& text);
 
 /// Seconds with three digits after the point.
 std::string FormatSeconds(int64_t microseconds);
