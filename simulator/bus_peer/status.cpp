@@ -39,7 +39,7 @@ std::string ReadStatus(const Bytes& data, std::vector<StatusItem>* items) {
         items->push_back({kNames[i], std::string(value, value + data[at + 1])});
         at += 2u + data[at + 1];
     }
-    return at == data.size() ? "" : "it has bytes behind its items";
+    return at == data.size() ? "" : "it has bytes after its items";
 }
 
 std::string StatusText(const std::vector<StatusItem>& items) {

@@ -131,7 +131,7 @@ class Device {
     // Time
     int64_t now_ms() const { return now_ms_; }
     std::optional<int64_t> NextTimerMs() const;
-    /// Moves the clock to `now_ms` at most; stops behind the first timer that is due. False when none was.
+    /// Moves the clock to `now_ms` at most; stops after the first timer that is due. False when none was.
     bool AdvanceToNextTimer(int64_t now_ms);
 
     // Power and port

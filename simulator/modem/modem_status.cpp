@@ -7,48 +7,15 @@ namespace modem_sim {
 
 namespace {
 
-const char* PowerText(Power power) {
-    switch (power) {
-        case Power::kOff:
-            return "off";
-        case Power::kBooting:
-            return "booting";
-        case Power::kOn:
-            break;
-    }
-    return "on";
-}
+// In the order of their enumerations.
+constexpr const char* kPowerTexts[] = {"off", "booting", "on"};
+constexpr const char* kCardTexts[] = {"absent", "without power", "busy", "needs PIN", "blocked", "ready"};
+constexpr const char* kCallTexts[] = {"down", "dialling", "up", "cut by the network"};
+constexpr const char* kMuteTexts[] = {"off", "on", "until-reset"};
 
-const char* CardText(CardState state) {
-    switch (state) {
-        case CardState::kAbsent:
-            return "absent";
-        case CardState::kUnpowered:
-            return "without power";
-        case CardState::kBusy:
-            return "busy";
-        case CardState::kLocked:
-            return "needs PIN";
-        case CardState::kBlocked:
-            return "blocked";
-        case CardState::kReady:
-            break;
-    }
-    return "ready";
-}
-
-const char* CallText(CallState call) {
-    switch (call) {
-        case CallState::kDown:
-            return "down";
-        case CallState::kDialling:
-            return "dialling";
-        case CallState::kCut:
-            return "cut by the network";
-        case CallState::kUp:
-            break;
-    }
-    return "up";
+template <typename Value, size_t N>
+const char* TextOf(const char* const (&texts)[N], Value value) {
+    return texts[static_cast<size_t>(value)];
 }
 
 std::string ReachText(const Subscription& network) {
@@ -56,11 +23,6 @@ std::string ReachText(const Subscription& network) {
     std::string text;
     for (const std::string& host : network.hosts) text += (text.empty() ? "" : " ") + host;
     return text.empty() ? "nothing" : text;
-}
-
-const char* MuteText(Fault mute) {
-    if (mute == Fault::kNone) return "off";
-    return mute == Fault::kStays ? "on" : "until-reset";
 }
 
 }  // namespace
@@ -76,10 +38,10 @@ std::string Modem::Status() const {
     add("model", device_.model);
     add("firmware", device_.firmware);
     add("imei", device_.family.imei);
-    add("power", PowerText(device_.power()));
+    add("power", TextOf(kPowerTexts, device_.power()));
     add("port present", yes_or_no(device_.present()));
     add("radio", std::to_string(static_cast<int>(device_.radio())));
-    add("sim", CardText(device_.card_state()));
+    add("sim", TextOf(kCardTexts, device_.card_state()));
     add("iccid", device_.card().iccid);
     add("imsi", device_.card().imsi);
     add("selected", std::to_string(device_.selected_card() + 1));
@@ -88,7 +50,7 @@ std::string Modem::Status() const {
     add("creg", std::to_string(device_.Stat(kCircuit)));
     add("cgreg", std::to_string(device_.Stat(kPacket)));
     add("cereg", std::to_string(device_.Stat(kEps)));
-    add("link", CallText(device_.call()));
+    add("link", TextOf(kCallTexts, device_.call()));
     add("dial", device_.DialText());
     add("csq", std::to_string(device_.air.csq));
     add("rsrp", std::to_string(device_.air.rsrp_dbm));
@@ -105,7 +67,7 @@ std::string Modem::Status() const {
     add("search-time", std::to_string(device_.timing.search_ms));
     add("dial-time", std::to_string(device_.timing.dial_ms));
     add("echo", on_or_off(device_.session.echo));
-    add("mute", MuteText(faults_.mute));
+    add("mute", TextOf(kMuteTexts, faults_.mute));
     add("delay", std::to_string(faults_.delay_ms));
     add("pieces", std::to_string(faults_.piece_bytes) + " gap " + std::to_string(faults_.piece_gap_ms));
     add("pad", std::to_string(faults_.pad_bytes));

@@ -62,7 +62,7 @@ const char* LibraryName(const char* name) {
     return name;
 }
 
-// The next definition of a call behind ours. Looked up without a guard, since a guard could call what is
+// The next definition of a call after ours. Looked up without a guard, since a guard could call what is
 // looked up.
 #define REAL(name)                                                                                          \
     ([] {                                                                                                   \
@@ -374,7 +374,7 @@ ssize_t write(int fd, const void* from, size_t size) {
     return world->WritePort(fd, from, size);
 }
 
-// The attributes of a port don't matter to what is behind it.
+// The attributes of a port don't matter to its peer.
 int tcgetattr(int fd, termios* attributes) noexcept {
     Environment* world = World();
     if (world == nullptr || !world->IsPort(fd)) return REAL(tcgetattr)(fd, attributes);

@@ -55,7 +55,7 @@ bool IsClockLine(const std::string& line) {
 }
 
 // Length of "HH:MM:SS.ms FILE:FUNCTION:LINE:" at the start of a line of the log, or 0; `place` gets the part
-// behind the time, without its last colon.
+// after the time, without its last colon.
 size_t ParseLogPrefix(const std::string& text, std::string* place) {
     int hour = 0, minute = 0, second = 0, milliseconds = 0, length = 0;
     if (sscanf(text.c_str(), "%2d:%2d:%2d.%d %n", &hour, &minute, &second, &milliseconds, &length) != 4)

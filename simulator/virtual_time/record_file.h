@@ -25,7 +25,7 @@ class RecordFile {
     size_t used_ = 0;
 };
 
-/// Text of a record file, without the room behind it.
+/// Text of a record file, without the room after it.
 std::string ReadRecordFile(const std::string& path);
 
 }  // namespace virtual_time

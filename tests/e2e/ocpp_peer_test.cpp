@@ -195,7 +195,7 @@ TEST_F(OcppPeerTest, BrokenAnswersAreToldAsSuch) {
         {EncodeFrame({7, 0x7603, {0}}), "it isn't one of fifteen items"},
         {EncodeFrame({7, 0x7603, fewer}), "its items are cut off"},
         {EncodeFrame({7, 0x7603, lying}), "its items are cut off"},
-        {EncodeFrame({7, 0x7603, more}), "it has bytes behind its items"},
+        {EncodeFrame({7, 0x7603, more}), "it has bytes after its items"},
         {EncodeFrame({7, 0x7603, disordered}), "its items aren't in their order"},
     };
     for (const auto& row : cases) {
