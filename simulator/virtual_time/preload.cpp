@@ -522,7 +522,7 @@ __attribute__((constructor)) void StartRun() {
 
 }  // namespace virtual_time
 
-// The daemon may choose how its output is buffered, but the trace is made of its single calls.
+// The daemon may choose how its output is buffered, but the record is made of its single calls.
 extern "C" int setvbuf(FILE* stream, char* buffer, int mode, size_t size) {
     if (stream != nullptr && stream == virtual_time::captured_output) return 0;
     static decltype(&::setvbuf) real = reinterpret_cast<decltype(real)>(dlsym(RTLD_NEXT, "setvbuf"));

@@ -86,7 +86,7 @@ names() {
     grep -oE '`[^`]+`' <<<"$1" | tr -d '`'
 }
 
-# pattern_of TEXT: a regular expression of the messages that a format makes, as the trace of a scenario shows them.
+# pattern_of TEXT: a regular expression of the messages that a format makes, as the record of a scenario shows them.
 pattern_of() {
     sed -E 's/\\n$//; s/[][\.*^$+?(){}|]/\\&/g; s/%[0-9]*[a-z]/.*/g' <<<"$1"
 }

@@ -80,7 +80,7 @@ $(for file in $files; do echo "at 79 show /run/network/$file"; done)
 STORY
 }
 
-# lines_of TRACE FILE: what the file held at the end, one key or legend a line; without the empty line that the network
+# lines_of RECORD FILE: what the file held at the end, one key or legend a line; without the empty line that the network
 # type of a Huawei modem without service brings along.
 lines_of() {
     sed -n "s|^ *[0-9.]* *shows *[^ ]*/$2 ||p" "$1" | sed -e '/^\\t/!s/=.*/=/' -e '/^(missing)$/d' -e '/^$/d'
