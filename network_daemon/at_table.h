@@ -8,7 +8,7 @@
 namespace cc_cell {
 
 /// What a text of the modem was recognised as: the row of AtPrefixTable whose prefix it holds, and the values
-/// behind that prefix. The forms lie over the same storage: a reader that doesn't test `type` first sees
+/// after that prefix. The forms share the same storage: a reader that doesn't test `type` first sees
 /// whatever form was filled. Cleared to zero before every parse; returned and passed by value.
 struct AtResult {
     int32_t type;  // a hint code, see AtHint; 0 means that nothing was recognised

@@ -1,5 +1,5 @@
-// What board this is, for main, which tells the driver once, and for the switch of the SIM, which asks anew
-// each time. Main thread.
+// What board this is: main finds out once and passes it to the driver; the switch of the SIM asks anew each
+// time. Main thread.
 #pragma once
 
 namespace cc_cell {
@@ -12,5 +12,5 @@ enum BoardCode : int { kBoardUnknown = 0, kBoardImx6ul = 1, kBoardStm32 = 2, kBo
 /// Board by /proc/cpuinfo: a cc_cell::BoardCode.
 int board_cpu_info();
 
-/// Board by the kernel's version, for boards that /proc/cpuinfo doesn't tell: kBoardA35 or kBoardUnknown.
+/// Board by the kernel's version, for boards that /proc/cpuinfo doesn't name: kBoardA35 or kBoardUnknown.
 int board_version_info();

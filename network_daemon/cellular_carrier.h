@@ -1,4 +1,4 @@
-// Takes over what "AT+COPS?" tells about the operator: the SIM check at start-up and the dial both ask for
+// Takes over what "AT+COPS?" says about the operator: the SIM check at start-up and the dial both ask for
 // it. Main thread.
 #pragma once
 

@@ -77,7 +77,7 @@ constexpr ReplyRow kReplies[] = {
 };
 constexpr int kReplyRows = sizeof kReplies / sizeof kReplies[0];
 
-/// The number of replies that a line of a probe's output tells, or -1 for a line that tells none.
+/// The number of replies that a line of a probe's output gives, or -1 for a line that gives none.
 int RepliesOf(const char* line) {
     for (int replies = 0; replies < kReplyRows; ++replies) {
         if (strstr(line, kReplies[replies].digit) != nullptr) return replies;

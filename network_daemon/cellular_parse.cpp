@@ -46,7 +46,7 @@ constexpr size_t kDelimitersSize = 64;
 
 using FieldTexts = char[kMostFields][kFieldSize];
 
-/// First base row whose prefix stands anywhere in `text`, and in `values` the text behind it; -1 for none.
+/// First base row whose prefix stands anywhere in `text`, and in `values` the text after it; -1 for none.
 /// The lower row wins when a text holds two.
 int FindBaseRow(char* text, char** values) {
     for (int row = 0; row <= kLastBaseRow; ++row) {

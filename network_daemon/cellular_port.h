@@ -9,8 +9,8 @@ namespace cc_cell {
 
 using AtBlock = char[kAnswerBufferSize];
 
-/// Reads up to kAnswerLimit bytes for all of `wait_ms` and terminates them behind what this read brought, so
-/// that nothing of an earlier block shows. The number of bytes; 0 or less, and an empty text, on silence or
+/// Reads up to kAnswerLimit bytes for all of `wait_ms` and terminates them after the last byte read, so that
+/// nothing of an earlier block shows. The number of bytes; 0 or less, and an empty text, on silence or
 /// error.
 inline int ReadBlock(int fd, AtBlock& block, int wait_ms) {
     const int count = ReadSerialTimed(fd, block, kAnswerLimit, wait_ms);

@@ -14,12 +14,12 @@ enum OcppCommand : int {
 };
 
 constexpr char kOcppDestination[] = "OCPP.Message";
-constexpr int kReportMsgId = 1;             // of all frames that we send unasked
+constexpr int kReportMsgId = 1;             // of all frames that we send unsolicited
 constexpr int kAnswerFrameSize = 1024;      // room for the longest frame that we send
 constexpr unsigned char kOcppConfirms = 1;  // first data byte of a reply of the service
 
-/// Logs, in `place`, what the service says of an upgrade's outcome: confirmed, or anything else.
+/// Logs, in `place`, what the service replied to an upgrade's outcome: confirmed, or anything else.
 void log_outcome_reply(const TracePlace& place, const BusFrame& frame);
 
-/// Says what the service replied to a report. On a thread of the bus library; changes nothing. 0, always.
+/// Logs what the service replied to a report. On a thread of the bus library; changes nothing. 0, always.
 int deal_dbus_callback_message(int length, unsigned char* bytes);

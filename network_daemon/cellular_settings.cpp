@@ -19,7 +19,7 @@ unsigned QuietWhileOnline(CellBase& cell) {
 
 enum class Switch { kAbsent, kOff, kOn };
 
-/// Sets `member` to 1 or 0 by the number behind `key`. A key that went away leaves the member as it stands.
+/// Sets `member` to 1 or 0 by the number given for `key`. Without the key the member stays as it is.
 Switch TakeSwitch(const IniEntry* settings, const char* key, uint8_t& member) {
     const char* value = ini_get(settings, key);
     if (value == nullptr) return Switch::kAbsent;

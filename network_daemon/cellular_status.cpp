@@ -122,7 +122,7 @@ void WriteSignalFile(CellBase& cell) {
     fclose(file);
 }
 
-/// The modem tells its RSSI only now and then; until then the CSQ gives it, and stays.
+/// The modem reports its RSSI only now and then; until it does, the value derived from the CSQ stands.
 void DeriveRssi(CellBase& cell) {
     if (cell.m_nCSQ == 0 || cell.m_RSSI[0] != '\0') return;
     const long long rssi_dbm = cell.m_nCSQ * 2LL - 113;  // a garbled CSQ may be any number

@@ -1,4 +1,4 @@
-// The main loop of the engine: takes in what the modem says unasked, probes the signal, brings the link up
+// The main loop of the engine: takes in unsolicited lines of the modem, probes the signal, brings the link up
 // and watches it. Returns only to ask main for a hardware reset of the modem; main enters it again on the
 // same object. Main thread. The steps are functions of this file that log in Task's place.
 #include <unistd.h>

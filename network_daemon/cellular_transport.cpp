@@ -22,8 +22,8 @@ void Drain(const TracePlace& place, int fd, AtBlock& block) {
     while (ReadBlock(fd, block, kDrainWait_ms) > 0) TRACE_AT(place, kLogDebug, "Redundance:%s \n", block);
 }
 
-/// The line end is a write of its own, also behind a command that brings one along: some modems are asked
-/// that way.
+/// The line end is a write of its own, also after a command that already has one: some modems are asked that
+/// way.
 void WriteCommand(int fd, const char* command) {
     WriteSerial(fd, command, strlen(command));
     WriteSerial(fd, kLineEnd, kLineEndLength);

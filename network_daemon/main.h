@@ -27,7 +27,7 @@ struct Options {
 };
 
 /// Reads the command line into `options`; a text that doesn't fit is cut. False: the usage was asked for and
-/// has been printed; nothing behind that was read. Complaints about unknown options come from getopt, and
+/// has been printed; nothing after that was read. Complaints about unknown options come from getopt, and
 /// don't stop anything.
 bool read_options(int argc, char** argv, Options& options);
 
@@ -41,7 +41,7 @@ int join_bus();
 /// the bus library, with over 30 KB of stack. 0, always.
 int ravelin_deal_dbus_message(int length, unsigned char* bytes, void* context, busglue_reply reply);
 
-/// The fifteen items that the service gets to know of the modem; empty while there is no driver.
+/// The fifteen items about the modem that the service receives; empty while there is no driver.
 ByteArray BuildStatusTlv();
 
 // main_fifo.cpp: commands of the board's scripts
@@ -66,7 +66,7 @@ int reopen_port(const char* device);
 /// caller owns it.
 cc_cell::CellBase* build_driver(int vendor, int port_fd);
 
-/// Tells a driver its vendor where the engine's special cases have to know it. main does so once the object
+/// Gives a driver its vendor where the engine's special cases have to know it. main does so once the object
 /// is in pCell.
 void tell_vendor(cc_cell::CellBase& cell, int vendor);
 
@@ -112,5 +112,5 @@ void* thread_function_ota(void* cell);
 // main_gate.cpp: modules that a product doesn't allow
 
 /// Whether the identified module may run here. A file that is missing or broken restricts nothing. On a
-/// refusal the service has been told, and the driver is gone. Its lines are logged in `place`.
+/// refusal the service has been notified, and the driver is gone. Its lines are logged in `place`.
 bool pass_gate(const TracePlace& place, ConfigController& config);

@@ -1,4 +1,4 @@
-// What the system tells about the board, and where a modem has come back. Main thread.
+// What the system says about the board, and where a modem has come back. Main thread.
 #include <dirent.h>
 
 #include <cstdio>
@@ -36,7 +36,7 @@ const BoardWord* find_word(const BoardWord (&words)[N], const char* line) {
     return nullptr;
 }
 
-/// Board that one line of /proc/cpuinfo tells, or null. A line about the hardware that tells none may still
+/// Board that one line of /proc/cpuinfo names, or null. A line about the hardware that names none may still
 /// be about a part.
 const BoardWord* board_of_line(const char* line) {
     const BoardWord* found = nullptr;

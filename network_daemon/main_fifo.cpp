@@ -31,7 +31,7 @@ constexpr char kDhcpMark[] = "udhcpc";
 
 /// Printed with the scripts' "offline"; nothing counts it up.
 int32_t fifo_status_index = 0;
-/// When the scripts last told the modem's state, or when that was last found to be old.
+/// When the scripts last reported the modem's state, or when that was last found to be old.
 time_t fifo_status_time;
 
 struct ControlPipe {
@@ -39,7 +39,7 @@ struct ControlPipe {
     fd_set readable;       // for the next select, which leaves its answer here
     timeval timeout = {};  // the same
     // Ordinary messages leave their bytes behind, with zeros where they were cut: a message without a line
-    // end runs on into them. The byte behind the message's room is always zero.
+    // end runs on into them. The byte after the message's room is always zero.
     char message[kMessageSize + 1] = {};
 };
 

@@ -39,7 +39,7 @@ tm GetLocalTime();
 /// kUnknown: no such date or position, or a year outside 1800 to 2200.
 enum class SunDay { kNormal, kNeverRises, kNeverSets, kUnknown };
 
-/// In seconds since 00:00 UTC of the date. Far from Greenwich a time can lie before 0 or behind 86400.
+/// In seconds since 00:00 UTC of the date. Far from Greenwich a time can lie before 0 or after 86400.
 struct SunTimes {
     SunDay day;
     int32_t sunrise_seconds;  // both 0 unless `day` is kNormal
@@ -75,8 +75,8 @@ void set_thread_priority(pthread_attr_t* attributes, int priority);
 void SetMaxPriority();
 void SetMinPriority();
 
-/// Signal handler that says which signal came and ends the process with status 0; SIGPIPE is only told. It
-/// prints and exits from where it is called, so the program must not hold a lock of the C library when the
+/// Signal handler that prints which signal came and ends the process with status 0; SIGPIPE is only printed.
+/// It prints and exits from where it is called, so the program must not hold a lock of the C library when the
 /// signal comes.
 void HandleSignal(int signal_number);
 
@@ -125,10 +125,10 @@ std::string GetProcessExecutable(int pid);
 
 // Text and numbers: MkUtils_text.cpp
 
-/// Part of `path` behind the last "/".
+/// Part of `path` after the last "/".
 const char* GetBaseName(const char* path);
 
-/// Part of the base name behind its last dot; empty when it has none, or none but at its start.
+/// Part of the base name after its last dot; empty when it has no dot, or only one at its start.
 const char* GetExtension(const char* path);
 
 /// `text` from its first character that isn't white space.

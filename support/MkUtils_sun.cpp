@@ -62,7 +62,7 @@ double cosine_of_half_day(double declination, double latitude) {
            (std::cos(latitude) * std::cos(declination));
 }
 
-/// Finds the event before noon (`direction` -1) or behind it (1), in seconds since `midnight_days`.
+/// Finds the event before noon (`direction` -1) or after it (1), in seconds since `midnight_days`.
 SunDay find_event(double midnight_days, double latitude_degrees, double longitude_degrees, int direction,
                   int32_t& event_seconds) {
     const double mean_noon_seconds = kSecondsPerDay / 2 - longitude_degrees * kSecondsPerDegree;

@@ -23,7 +23,7 @@ struct BusFrame {
     uint16_t msg_id;
     uint16_t length;  // of the data
     uint16_t cmd;
-    uint8_t data[kBusDataLimit];  // zero behind `length`
+    uint8_t data[kBusDataLimit];  // zero after `length`
 };
 
 /// What DecodeDbusMsg answers for a frame that it refuses.

@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr int kDescriptorBound = 1024;  // what select is told to look at
+constexpr int kDescriptorBound = 1024;  // first argument of select
 static_assert(kDescriptorBound <= FD_SETSIZE);
 
 constexpr cc_t kReadTimeoutTenths = 150;  // a bare read on a silent line gives up after 15 seconds
@@ -119,7 +119,7 @@ bool wait_readable(int fd, timeval* timeout) {
     return select(kDescriptorBound, &descriptors, nullptr, nullptr, timeout) >= 1;
 }
 
-/// One read behind the `total` bytes collected; the new total. An error takes 1 off it, and a total that
+/// One read after the `total` bytes collected; the new total. An error takes 1 off it, and a total that
 /// errors have made negative still means the start of the buffer.
 int read_behind(int fd, char* buffer, int wanted, int total) {
     const int collected = std::max(total, 0);

@@ -16,7 +16,7 @@ ssize_t WriteSerial(int fd, const void* bytes, size_t count);
 
 /// Makes the line raw. `speed` in baud, `data_bits` 7 or 8, `stop_bits` 1 or 2, `parity` one of EeOoNnSs.
 /// 0 done; -1 attributes can't be read; -2 data bits, -3 parity, -4 stop bits not supported; -5 attributes
-/// can't be applied. On -1 to -4 nothing was applied behind the speed.
+/// can't be applied. On -1 to -4 nothing was applied after the speed.
 int SetupSerial(int fd, int speed, int data_bits, int stop_bits, char parity);
 
 /// Reads up to `wanted` bytes; returns when they are in or when `timeout_ms` has run out for the whole call,

@@ -3,8 +3,8 @@
 
 #include <cstdlib>
 
-/// Runs `command` and waits for its end. Its exit status tells nothing that the next look at the modem or the
-/// link doesn't tell better, so nobody gets it.
+/// Runs `command` and waits for its end. Its exit status is not returned: the next look at the modem or the
+/// link says more.
 inline void run_shell(const char* command) {
     const int status = system(command);
     (void)status;

@@ -15,7 +15,7 @@ size_t copy_text(char (&to)[N], const char* from, size_t limit = N - 1) {
     return copy_text(static_cast<char*>(to), (limit < N ? limit : N - 1) + 1, from);
 }
 
-/// Cuts the next field off `*rest` at any of `delimiters` and advances `*rest` behind the delimiter, or to
+/// Cuts the next field off `*rest` at any of `delimiters` and advances `*rest` past the delimiter, or to
 /// null at the last field. Adjacent delimiters yield empty fields. Null when `*rest` is null: nothing is
 /// left.
 char* next_field(char** rest, const char* delimiters);

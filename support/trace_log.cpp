@@ -140,7 +140,7 @@ void trace_init(int argc, char** argv) {
         const char* value = argv[i + 1];
         if (strcmp(word, "-DF") == 0) {
             add_name(&trace_file_list, value);
-            // The echo shows the word behind the value, not the value: visible outside, keep.
+            // The echo shows the word after the value, not the value: visible outside, keep.
             const char* behind = argv[i + 2];
             printf("Trace file %s\n", behind != nullptr ? behind : "(null)");
         } else if (strcmp(word, "-Df") == 0) {
@@ -172,7 +172,7 @@ void trace_log(const char* file, const char* function, int line, unsigned level,
 
     if (level <= kHighestForwardedLevel) {
         char copy[kLineSize];
-        // Without a prefix the forwarded part starts behind the length of the format: visible outside, keep.
+        // Without a prefix the forwarded part starts after the length of the format: visible outside, keep.
         forward(copy, sizeof(copy), text, line != 0 ? prefix_length : strlen(format));
     }
     if (is_listed_place(file, function) || is_below_threshold(level)) print(text);

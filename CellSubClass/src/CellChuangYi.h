@@ -1,4 +1,4 @@
-// Driver of ChuangYi modules on Innofidei chipsets. Main builds it and runs all of it.
+// Driver of ChuangYi modules on Innofidei chipsets. Main thread.
 #pragma once
 
 #include "cellular.h"

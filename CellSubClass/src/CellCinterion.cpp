@@ -58,7 +58,7 @@ int32_t CellCinterion::CheckServiceStatus() {
 }
 
 void CellCinterion::CheckTempStatus() {
-    m_Tempture = AskResult(*this, "AT^SCTM?").val3;  // whatever the answer was: 0 when it told no temperature
+    m_Tempture = AskResult(*this, "AT^SCTM?").val3;  // whatever the answer: 0 when it gave no temperature
     TRACE(kLogDebug, "m_Tempture[%d] temp.val[%d]\n", m_Tempture, m_Tempture);
 }
 

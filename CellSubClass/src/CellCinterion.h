@@ -1,4 +1,4 @@
-// Driver of Cinterion modules such as PLS83-W. Main builds it and runs all of it.
+// Driver of Cinterion modules such as PLS83-W. Main thread.
 #pragma once
 
 #include "cellular.h"

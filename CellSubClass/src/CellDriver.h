@@ -19,7 +19,7 @@ namespace cc_cell {
 
 // rows of prefixes
 
-/// Where one field behind a prefix goes. A row lists its fields in the modem's order.
+/// Where one field after a prefix goes. A row lists its fields in the modem's order.
 enum FieldTarget : uint8_t {
     kNoField,  // end of the list; a row without any field is only logged and gives hint 0
     kToVal,    // numbers of the record
@@ -56,7 +56,7 @@ constexpr bool AgreesWithPrefixTable(const AtRow (&rows)[N]) {
     return true;
 }
 
-/// A row that a text holds, and the text behind its prefix. Without a row nothing was found.
+/// A row that a text holds, and the text after its prefix. Without a row nothing was found.
 struct AtMatch {
     const AtRow* row;
     char* text;
@@ -72,19 +72,19 @@ AtMatch FindRow(const AtRow (&rows)[N], char* answer) {
     return FindRow(static_cast<const AtRow*>(rows), N, answer);
 }
 
-/// Logs a match as "%d %s\n", number and text behind the prefix; nothing without a row.
+/// Logs a match as "%d %s\n", number and text after the prefix; nothing without a row.
 void LogMatch(const TracePlace& place, unsigned level, const AtMatch& match);
 
-/// Cuts the fields off `match.text` as its row tells and fills record and object. The record without a row,
-/// and of a row without fields, is empty. Silent; the splitter of several numbers says itself when they ran
+/// Cuts the fields off `match.text` as its row says and fills record and object. The record without a row,
+/// and of a row without fields, is empty. Silent; the splitter of several numbers itself logs when they ran
 /// out.
 AtResult TakeFields(CellBase& cell, const AtMatch& match);
 
 // lists in one text
 
 /// Splits `text` (cut in place) into the first `count` of `slots`, each terminated; a field that is longer
-/// than its slot is cut. False when the text ends before the last slot is filled; the slots behind are empty
-/// then.
+/// than its slot is cut. False when the text ends before the last slot is filled; the slots after it
+/// are then empty.
 template <size_t Size>
 bool SplitIntoSlots(char* text, const char* delimiters, char (*slots)[Size], size_t count) {
     for (size_t i = 0; i < count; ++i) memset(slots[i], 0, Size);
@@ -103,7 +103,7 @@ bool SplitIntoSlots(char* text, const char* delimiters, char (&slots)[Count][Siz
     return SplitIntoSlots(text, delimiters, slots, Count);
 }
 
-/// Printable form of a text that may be missing, such as the rest behind the last field.
+/// Printable form of a text that may be missing, such as the rest after the last field.
 inline const char* OrNullWord(const char* text) {
     return text == nullptr ? "(null)" : text;
 }
@@ -126,7 +126,7 @@ int32_t AskRegistration(CellBase& cell);
 /// Asks for the ICCID; an answer with `hint` fills m_card_iccid, any other leaves it. Silent.
 void AskIccid(CellBase& cell, const char* command, int32_t hint);
 
-/// Asks "ATI" and stores at most `limit` characters behind `word` in m_fw_version, a blank or a line end in
+/// Asks "ATI" and stores at most `limit` characters after `word` in m_fw_version, a blank or a line end in
 /// front included; `otherwise` when the answer doesn't hold the word. Silent.
 void AskFirmware(CellBase& cell, const char* word, size_t limit, const char* otherwise);
 

@@ -1,4 +1,4 @@
-// Driver of Fibocom modules such as NL668 and MC116. Main builds it and runs all of it.
+// Driver of Fibocom modules such as NL668 and MC116. Main thread.
 #pragma once
 
 #include "cellular.h"

@@ -1,4 +1,4 @@
-// Driver of the Fibocom module LE370. Main builds it and runs all of it.
+// Driver of the Fibocom module LE370. Main thread.
 #pragma once
 
 #include "cellular.h"

@@ -1,5 +1,5 @@
 // Huawei ME909: the call is AT^NDISDUP, which also carries the SIM's PIN; the network type comes from the
-// unasked ^HCSQ alone.
+// unsolicited ^HCSQ alone.
 #include "CellHuaWei.h"
 
 #include <cstring>
@@ -64,7 +64,7 @@ int32_t CellHuaWei909s::DoConnect() {
     const int32_t result = CellBase::DoConnect();
     if (result == 0) return 0;
     char command[kCommandSize] = "AT^NDISDUP=1,1";
-    // Each parameter has its place only behind the one before it.
+    // A parameter can only be given when the one before it is.
     if (AppendQuoted(command, m_apn) && AppendQuoted(command, m_username) &&
         AppendQuoted(command, m_password) && AppendQuoted(command, m_card_pin)) {
         AppendQuotedNumber(command, m_auth_type);

@@ -1,4 +1,4 @@
-// Driver of Huawei modules of the ME909 kind. Main builds it and runs all of it.
+// Driver of Huawei modules of the ME909 kind. Main thread.
 #pragma once
 
 #include "cellular.h"

@@ -1,5 +1,5 @@
 // LYNQ: the data link is AT+NETOPEN, which takes no APN; the link test reads signal and network type from
-// AT+CPSI? on its way, and the end of the call leaves the radio on.
+// AT+CPSI? as a side effect, and the end of the call leaves the radio on.
 #include "CellLYNQ.h"
 
 #include <cstring>
@@ -12,7 +12,7 @@
 namespace cc_cell {
 namespace {
 
-// No blank behind the colons: one in the answer stays in the text.
+// No blank after the colons: one in the answer stays in the text.
 constexpr AtRow kRows[] = {
     {59, "ReSeRvEd:", {}, ""},
     {kHintLynqIccid, "+ICCID:", {kToText}, ",\r\n"},
@@ -32,7 +32,7 @@ constexpr char kInterfaceDown[] = "ifconfig wwan0 down";
 constexpr char kInterfaceUp[] = "ifconfig wwan0 up";
 constexpr char kSuccess[] = "SUCCESS";
 
-// Slots of "+CPSI:", counted from 0 behind the prefix.
+// Slots of "+CPSI:", counted from 0 after the prefix.
 constexpr size_t kCpsiSystem = 0;
 constexpr size_t kCpsiPcid = 5;
 constexpr size_t kCpsiBand = 6;
@@ -108,7 +108,7 @@ int32_t CellLYNQ::CheckServiceStatus() {
 
 int32_t CellLYNQ::DoConnect() {
     char* answer = AtRequest("AT+NETOPEN");
-    // The interface only carries anything when it comes up behind the call, whatever the module said to that.
+    // The interface carries traffic only when brought up after the call, whatever the module answered to it.
     run_shell(kInterfaceDown);
     run_shell(kInterfaceUp);
     const AtResult result = ParseAtResult(answer);

@@ -1,4 +1,4 @@
-// Driver of LYNQ modules. Main builds it and runs all of it.
+// Driver of LYNQ modules. Main thread.
 #pragma once
 
 #include "cellular.h"

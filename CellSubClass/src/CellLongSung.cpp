@@ -1,4 +1,4 @@
-// LongSung: reports its data link unasked by +DATASTATUS; service counts as present at all times, and the
+// LongSung: reports its data link by unsolicited +DATASTATUS; service always counts as present, and the
 // base's dial is all there is. Rows and reports stand in DataStatusDialect.h.
 #include "CellLongSung.h"
 

@@ -1,4 +1,4 @@
-// Driver of LongSung modules. Main builds it and runs all of it.
+// Driver of LongSung modules. Main thread.
 #pragma once
 
 #include "cellular.h"

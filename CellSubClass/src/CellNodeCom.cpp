@@ -1,5 +1,5 @@
-// NodeCom: reports its data link unasked by +DATASTATUS, yet is asked by AT+PKTSTATUS; the dial starts the
-// DHCP client itself, and so it is started twice. Rows and reports stand in DataStatusDialect.h.
+// NodeCom: reports its data link by unsolicited +DATASTATUS, yet is asked by AT+PKTSTATUS; the dial starts
+// the DHCP client itself, so that it is started twice. Rows and reports stand in DataStatusDialect.h.
 #include "CellNodeCom.h"
 
 #include <unistd.h>

@@ -1,4 +1,4 @@
-// Driver of NodeCom modules. Main builds it and runs all of it.
+// Driver of NodeCom modules. Main thread.
 #pragma once
 
 #include "cellular.h"

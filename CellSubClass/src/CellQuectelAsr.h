@@ -1,5 +1,4 @@
-// Driver of Quectel modules on ASR chipsets: EC200A, EC600M, EG800K, EC800K. Main builds it and runs all of
-// it.
+// Driver of Quectel modules on ASR chipsets: EC200A, EC600M, EG800K, EC800K. Main thread.
 #pragma once
 
 #include "cellular.h"

@@ -28,7 +28,7 @@ constexpr AtRow kRows[] = {
 };
 static_assert(AgreesWithPrefixTable(kRows));
 
-// The kind of network device on USB, and errors told by words.
+// The kind of network device on USB, and errors reported in words.
 constexpr const char* kSetUp[] = {"AT+qcfg=\"usbnet\",0", "AT+CMEE=2"};
 
 // Temperatures at which the module protects itself. The quotes are single, as this module takes them.
@@ -123,7 +123,7 @@ int32_t CellQuectelQcom::CheckServiceStatus() {
 }
 
 void CellQuectelQcom::CheckTempStatus() {
-    m_Tempture = AskResult(*this, "AT+QTEMP").val3;  // whatever the answer was: 0 when it told no temperature
+    m_Tempture = AskResult(*this, "AT+QTEMP").val3;  // whatever the answer: 0 when it gave no temperature
 }
 
 void CellQuectelQcom::ConfigThermalLimit() {

@@ -1,5 +1,5 @@
-// Driver of Quectel modules on Qualcomm chipsets, such as EG25 and EG21. Main builds it; the main thread runs
-// all of it but ModuleOtaTask and what that calls, which belong to the upgrade thread.
+// Driver of Quectel modules on Qualcomm chipsets, such as EG25 and EG21. Main thread, except for
+// ModuleOtaTask and what it calls, which run on the upgrade thread.
 #pragma once
 
 #include "cellular.h"

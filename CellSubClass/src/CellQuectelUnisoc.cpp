@@ -1,5 +1,5 @@
-// Quectel on Unisoc: the call is made and watched by AT+QNETDEVCTL, after AT+QICSGP has told the module who
-// dials.
+// Quectel on Unisoc: the call is made and watched by AT+QNETDEVCTL, after AT+QICSGP has given the module
+// the APN and the account.
 #include "CellQuectelUnisoc.h"
 
 #include <unistd.h>

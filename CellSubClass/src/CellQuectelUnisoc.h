@@ -1,4 +1,4 @@
-// Driver of Quectel modules on Unisoc chipsets: EC200G, EC200U. Main builds it and runs all of it.
+// Driver of Quectel modules on Unisoc chipsets: EC200G, EC200U. Main thread.
 #pragma once
 
 #include "cellular.h"

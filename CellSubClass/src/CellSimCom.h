@@ -1,4 +1,4 @@
-// Driver of SIMCom modules. Main builds it and runs all of it.
+// Driver of SIMCom modules. Main thread.
 #pragma once
 
 #include "cellular.h"

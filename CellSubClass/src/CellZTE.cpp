@@ -1,5 +1,5 @@
 // ZTE/Gosuncn: the call is AT+ZECMCALL, up when the module shows an address; the only family whose interface
-// depends on the board and whose signal texts carry their unit. Only the ME3630 tells its signal.
+// depends on the board and whose signal texts carry their unit. Only the ME3630 reports its signal.
 #include "CellZTE.h"
 
 #include <cstdio>
@@ -45,7 +45,7 @@ constexpr size_t kCellSlotSize = 16;
 constexpr size_t kCellPcid = 2;
 constexpr size_t kCellBand = 3;
 
-/// Stores a value with its unit, without the zeros that pad it behind its minus sign: "-098" is "-98dBm".
+/// Stores a value with its unit, without the zeros that pad it after its minus sign: "-098" is "-98dBm".
 template <size_t N>
 void StoreSignal(char (&to)[N], const char* value, const char* unit) {
     char text[kFieldSize + 4];
@@ -87,7 +87,7 @@ int32_t CellZTE3630::CheckConnection() {
     const AtResult result = ParseAtResult(answer);
     TRACE(kLogDebug, "AT+ZECMCALL checkconnection return %s\n", answer);
     if (result.type == kHintZecmcall && result.val == 1) return 1;
-    // This model shows no address; that it answers at all has to do.
+    // This model shows no address; that it answers at all has to be enough.
     if (m_ModuleName == kModelGm196 && ContainsText(answer, "OK") != nullptr) {
         TRACE(kLogDebug, "connection ok!!! \n");
         return 1;
@@ -153,7 +153,7 @@ int32_t CellZTE3630::DoConnect() {
     char command[kCommandSize] = "AT+ZECMCALL=1";
     if (AppendQuoted(command, m_apn)) {
         Append(command, ",1");
-        // Each parameter has its place only behind the one before it.
+        // A parameter can only be given when the one before it is.
         if (AppendQuoted(command, m_username) && AppendQuoted(command, m_password)) {
             AppendQuotedNumber(command, m_auth_type);
         }

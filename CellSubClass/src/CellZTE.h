@@ -1,5 +1,4 @@
-// Driver of ZTE/Gosuncn modules: ME3630, GM196, GM196H and others of that maker. Main builds it and runs all
-// of it.
+// Driver of ZTE/Gosuncn modules: ME3630, GM196, GM196H and others of that maker. Main thread.
 #pragma once
 
 #include "cellular.h"

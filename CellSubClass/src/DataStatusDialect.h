@@ -1,5 +1,5 @@
-// What LongSung and NodeCom modules word alike: they are told to report their state unasked, and report the
-// data link by "+DATASTATUS". Called from the drivers' overrides on the main thread; each place is the
+// What LongSung and NodeCom modules word alike: they are set to report their state unsolicited, and report
+// the data link by "+DATASTATUS". Called from the drivers' overrides on the main thread; each place is the
 // caller's.
 #pragma once
 

@@ -12,7 +12,7 @@ namespace {
 
 constexpr char kSlotEnds[] = ",\r";
 
-// Slots of the serving cell, counted from 0 behind "+QENG: ".
+// Slots of the serving cell, counted from 0 after "+QENG: ".
 constexpr size_t kServingPcid = 7;
 constexpr size_t kServingBand = 9;
 constexpr size_t kServingRsrp = 13;

@@ -15,17 +15,18 @@ void BuildContextCommand(const CellBase& cell, char (&command)[kCommandSize]);
 /// AskRegistration. The first test after a reset of m_check_service_times never succeeds. 1 or 0.
 int32_t AskRegistrationFromCreg(const TracePlace& place, CellBase& cell);
 
-/// Says what a record of a row that the families read alike has brought: network type, ICCID, "+QNETDEVCTL".
+/// Logs what a record has brought, for the rows that the families read alike: network type, ICCID,
+/// "+QNETDEVCTL".
 void LogQuectelRecord(const TracePlace& place, const CellBase& cell, const AtResult& result);
 
 /// Link test of the families that call by AT+QNETDEVCTL: 1 while the context is up, else 0 and a line with
 /// its state.
 int32_t CheckNetDevCtl(const TracePlace& place, CellBase& cell);
 
-/// Says what a cell report brought: text and length.
+/// Logs what a cell report brought: text and length.
 void LogCellReport(const TracePlace& place, const AtResult& result);
 
-/// Stores the serving cell that a "+QENG" record tells: m_pcid, m_band, m_RSRP_LEVEL, m_RSRP, m_SINR. A
+/// Stores the serving cell that a "+QENG" record holds: m_pcid, m_band, m_RSRP_LEVEL, m_RSRP, m_SINR. A
 /// record of something else changes nothing, and neither does a cell that isn't LTE, which is logged.
 void StoreServingCell(const TracePlace& place, CellBase& cell, AtResult& result);
 

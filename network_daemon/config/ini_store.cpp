@@ -40,14 +40,14 @@ size_t read_piece(FILE* file, char (&piece)[kPieceSize]) {
     return length;
 }
 
-/// Where the next entry goes: behind the last one.
+/// Where the next entry goes: after the last one.
 struct TableEnd {
     IniEntry* head = nullptr;
     IniEntry** link = &head;
 };
 
 /// False when key or value are too long as they stand in the line, or memory has run out. A line without "=",
-/// or with nothing at all behind it, is no entry and is skipped.
+/// or with nothing at all after it, is no entry and is skipped.
 bool append_line(TableEnd* table, char* line) {
     if (strchr(line, '=') == nullptr) return true;
     char* rest = line;

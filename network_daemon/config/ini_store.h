@@ -1,5 +1,5 @@
 // Store for text files of KEY=value lines, such as the settings of the link. A table is a snapshot of a file,
-// owned by the caller; values stay text. One thread at a time. Failures are told on standard error alone.
+// owned by the caller; values stay text. One thread at a time. Failures are reported on standard error only.
 #pragma once
 
 struct IniEntry {
@@ -30,6 +30,6 @@ int ini_save(IniEntry** table, const char* path);
 /// Frees a table; null is accepted.
 void ini_free(IniEntry* table);
 
-/// Trims white space at both ends in place: the end is overwritten, the result points behind that at the
-/// start.
+/// Trims white space at both ends in place: the end is overwritten, and the result points to the first
+/// character after the leading white space.
 char* str_trim(char* text);

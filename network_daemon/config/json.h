@@ -1,5 +1,5 @@
 // The one door to RapidJSON: include this, never RapidJSON's headers directly. It makes the library's
-// assertions fatal in every build: behind a failed one the library would read memory as something that it
+// assertions fatal in every build: after a failed one the library would read memory as something that it
 // isn't.
 #pragma once
 

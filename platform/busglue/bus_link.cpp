@@ -61,7 +61,7 @@ bool FrameFits(int length, const unsigned char* frame) {
 }
 
 bool IsFor(DBusMessage* message, const BusTarget& target) {
-    const char* interface = dbus_message_get_interface(message);  // a call may leave it away
+    const char* interface = dbus_message_get_interface(message);  // a call may omit it
     return dbus_message_has_path(message, target.path.c_str()) &&
            dbus_message_has_member(message, target.member.c_str()) &&
            (interface == nullptr || target.interface == interface);

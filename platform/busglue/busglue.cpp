@@ -30,7 +30,7 @@ void OpenLog() {
 
 int dbs_connect_init(const char* name, const busglue_descriptor* descriptor) {
     if (Link().Join(name, descriptor)) return 0;
-    errno = ENOTCONN;  // for a caller that tells by perror
+    errno = ENOTCONN;  // for a caller that reports by perror
     return kFailed;
 }
 

@@ -5,7 +5,7 @@
 // Names: "OCPP.Message" is something that the owner "OCPP" takes. Ours spells it on D-Bus as method Message
 // of interface busglue.OCPP, at path /busglue/OCPP of the bus name busglue.OCPP, with the frame as its one
 // argument of type ay and the answer as its one result; "ravelin.reset" as signal reset of interface
-// busglue.ravelin. docs/bus.md tells the rest.
+// busglue.ravelin. docs/bus.md has the rest.
 //
 // Threads: handlers and reply functions are called on threads of the library, several at a time at worst.
 #pragma once
