@@ -1,5 +1,5 @@
 // Costs of what the OCPP service asks for: frames, items, and a whole status answer from request to reply.
-// Run by hand, build/bench/bus_bench; bench/bus tells the figures of the real bus.
+// Run by hand, build/bench/bus_bench; bench/bus gives the figures of the real bus.
 #include <benchmark/benchmark.h>
 
 #include <vector>

@@ -1,4 +1,4 @@
-// A library to preload under the daemon: counts its passes and tells what a steady one costs. A pass is an
+// A library to preload under the daemon: counts its passes and reports what a steady one costs. A pass is an
 // opening of the status file, which the daemon rewrites once in each.
 //
 // Asked for by the environment: PASS_METER_REPORT is the file to write, PASS_METER_SKIP the passes to let go

@@ -1,5 +1,5 @@
 // Costs of what a steady pass does again and again: lines of the log, reading the settings, parsing an
-// answer. Run by hand, build/bench/ravelin_bench; bench/measure tells the figures of the whole daemon.
+// answer. Run by hand, build/bench/ravelin_bench; bench/measure gives the figures of the whole daemon.
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
 #include <unistd.h>
@@ -88,7 +88,7 @@ void LoadUsualSettings(benchmark::State& state) {
 }
 BENCHMARK(LoadUsualSettings);
 
-/// The parser that the families share, without one of its own behind it.
+/// The parser that the families share, with none of a family after it.
 class BaseCell : public cc_cell::CellBase {
   public:
     BaseCell() : CellBase(-1) {}

@@ -5,7 +5,7 @@
 #   *.help   the text of --help of a tool
 #   *.cpp    of the daemon: its usage text, its list of option letters, and the trace words
 #   others   a script, whose help is the comment at its head
-# PAGE has what no --help tells, as roff. Its first line is `.\" name - what it is`. For the daemon, whose usage is terse, it also
+# PAGE has what no --help says, as roff. Its first line is `.\" name - what it is`. For the daemon, whose usage is terse, it also
 # has a paragraph for each option after a line `.\" option -X`: one that is missing or has no option ends this with status 1,
 # so that usage and page can't part.
 

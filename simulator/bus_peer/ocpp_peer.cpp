@@ -55,7 +55,7 @@ Exit ComplainOf(CallResult result, const std::string& error) {
     }
 }
 
-/// The answers to the same question, asked as often as the options tell; the last one stays in `answer`.
+/// The answers to the same question, asked as often as the options say; the last one stays in `answer`.
 Exit Ask(BusClient& bus, const Options& options, const Bytes& question, Bytes* answer) {
     std::deque<DBusPendingCall*> calls;
     int asked = 0;

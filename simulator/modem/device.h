@@ -30,10 +30,10 @@ enum class DialResult { kStarted, kNoService, kRefused };
 enum Domain { kCircuit, kPacket, kEps, kDomainCount };
 constexpr const char* kDomainNames[kDomainCount] = {"CREG", "CGREG", "CEREG"};
 
-/// What a family may have something unsolicited to say about.
+/// What a family may report unsolicited.
 enum class Event { kBooted, kCardReady, kCardGone, kCallUp, kCallDown };
 
-/// What a family may tell about the radio without being asked.
+/// What a family may report about the radio unsolicited.
 enum class RadioReport { kSignal, kTechnology };
 
 /// Stat values of a registration, as the standard numbers them.

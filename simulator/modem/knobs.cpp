@@ -67,7 +67,7 @@ std::string AsLine(const std::string& bytes) {
 /// One turn at the knobs of a modem. Each knob is a member that takes the words after its name.
 class Knobs {
   public:
-    /// Knobs of a SIM mean the one in that holder. `reply` gets what a knob has to tell.
+    /// Knobs of a SIM mean the one in that holder. `reply` gets what a knob has to say.
     Knobs(Modem& modem, size_t holder, std::string* reply)
         : modem_(modem), device_(modem.device_), holder_(holder), reply_(reply) {}
 

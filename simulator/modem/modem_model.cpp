@@ -25,7 +25,7 @@ constexpr size_t kFloodBacklogBytes = 32UL * 1024;
 constexpr int64_t kFloodPauseMs = 10;
 constexpr std::string_view kLineEnd = "\r\n";
 
-/// Behind the first information line; an answer that has none gets one.
+/// After the first information line; an answer that has none gets one.
 std::string WithPercent(std::string bytes) {
     const size_t first_line_end = bytes.find(kLineEnd, kLineEnd.size());
     const bool has_information =

@@ -2,7 +2,7 @@
 // radio, SIM, registration, data call). Two users: the tool modem_sim, which puts it behind a pty in real
 // time, and the virtual-time runs, which drive it on their own clock.
 //
-// The model does no I/O and has no clock: each call is told the time in milliseconds, counted from anywhere,
+// The model does no I/O and has no clock: each call is given the time in milliseconds, counted from anywhere,
 // and a time that runs backwards counts as the last one. The same calls with the same times give the same
 // bytes. One thread at a time.
 #pragma once
@@ -133,7 +133,7 @@ class Modem : private Device::Host {
     bool line_is_too_long_ = false;
     int64_t last_answer_ms_ = 0;  ///< answers don't overtake each other
     bool is_answering_ = false;
-    std::string said_meanwhile_;  ///< what a command brought about is told after its answer
+    std::string said_meanwhile_;  ///< what a command brought about is reported after its answer
     std::optional<int64_t> next_flood_ms_;
     int64_t flood_start_ms_ = 0;
     int64_t flood_sent_bytes_ = 0;

@@ -1,4 +1,4 @@
-// What a modem tells people about itself: its state and knobs, one "name: value" a line.
+// What a modem shows people about itself: its state and knobs, one "name: value" a line.
 #include "simulator/modem/dialect.h"
 #include "simulator/modem/modem_model.h"
 #include "simulator/modem/text.h"

@@ -11,7 +11,7 @@ namespace modem_sim {
 
 class PinFile {
   public:
-    /// `on_level` is told of each 0 or 1 that is written.
+    /// `on_level` is called with each 0 or 1 that is written.
     explicit PinFile(std::function<void(int level)> on_level) : on_level_(std::move(on_level)) {}
     ~PinFile();
     PinFile(const PinFile&) = delete;

@@ -48,7 +48,7 @@ bool PtyPort::MakeMaster(std::string* error) {
         return false;
     }
     slave_path_ = path;
-    // Raw before the host comes, and opened once: from then on the master tells when nobody has the port
+    // Raw before the host comes, and opened once: from then on the master shows when nobody has the port
     // open.
     const int slave = open(path, O_RDWR | O_NOCTTY | O_CLOEXEC);
     termios attributes{};

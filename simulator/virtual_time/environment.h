@@ -70,7 +70,7 @@ class Environment {
     int64_t WritePort(int fd, const void* from, size_t size);
     /// Throws away what waits to be read.
     void FlushPort(int fd);
-    /// Makes the places of the ports in /dev of the private folder tell which are present.
+    /// Makes the entries in /dev of the private folder show which ports are present.
     void ShowPorts();
 
     // Typed input

@@ -306,7 +306,7 @@ int select(int count, fd_set* read_set, fd_set* write_set, fd_set* except_set, t
     }
     if (!AnyReady(world, sets))
         world->scheduler.Wait(deadline_us, [world, &sets] { return AnyReady(world, sets); });
-    // As on Linux, the argument tells the time that is left.
+    // As on Linux, the argument holds the time that is left.
     if (timeout != nullptr) *timeout = ToTimeval(std::max<int64_t>(deadline_us - world->now_us(), 0));
     return KeepReady(world, sets);
 }

@@ -49,7 +49,7 @@ std::vector<std::string> SplitLines(const std::string& text) {
     return lines;
 }
 
-// Lines that differ each time that a file is written, and tell nothing.
+// Lines that differ each time a file is written, and say nothing.
 bool IsClockLine(const std::string& line) {
     return line.rfind("Now=", 0) == 0 || line.rfind("Uptime=", 0) == 0;
 }

@@ -1,4 +1,4 @@
-// What scenario_run tells the preload library, by the environment.
+// What scenario_run passes to the preload library in the environment.
 #pragma once
 
 namespace virtual_time {

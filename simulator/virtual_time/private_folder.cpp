@@ -44,7 +44,7 @@ int LockFolder(const std::string& folder, int flags) {
     return -1;
 }
 
-// How long a folder is left alone whose lock is free: its process may be between making and locking it.
+// How long a folder with a free lock is left alone: its process may be between making and locking it.
 constexpr std::chrono::seconds kYouth{60};
 
 // Whether `folder` was made long before `own`, by the clock of the file system.

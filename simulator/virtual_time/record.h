@@ -20,7 +20,7 @@ struct RecordEntry {
     std::string text;  // escaped, so that it is one line of printable text
 };
 
-/// Every kind of entry; scenario_run.help tells what each means.
+/// Every kind of entry; scenario_run.help says what each means.
 const std::vector<std::string>& RecordKinds();
 bool IsRecordKind(const std::string& word);
 

@@ -1,5 +1,5 @@
-// A scenario: what is given, what happens when, and what is expected to be seen. The language is told, word
-// by word, in docs/virtual-time.md.
+// A scenario: what is given, what happens when, and what is expected to be seen. docs/virtual-time.md
+// describes the language, word by word.
 #pragma once
 
 #include <cstdint>

@@ -70,9 +70,9 @@ class Scheduler {
     /// Whether the caller holds the baton outside of an event, so that it may wait.
     bool MayWait() const;
 
-    /// To be told of each call that a program can make again and again without ever waiting. A thread that
-    /// overdoes it while the clock stands is made to wait a millisecond, so that a busy loop can't stop the
-    /// world.
+    /// To be called for each call that a program can make again and again without ever waiting. A thread
+    /// that overdoes it while the clock stands is made to wait a millisecond, so that a busy loop can't stop
+    /// the world.
     void CountCall();
 
     /// What to do when nothing will ever happen again. The default says so and aborts.

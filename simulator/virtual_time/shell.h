@@ -44,7 +44,7 @@ class Shell {
 
     const std::vector<Call>& calls() const { return calls_; }
 
-    /// Told of every command when it is run.
+    /// Called with every command when it is run.
     std::function<void(const Call&)> on_call;
 
   private:

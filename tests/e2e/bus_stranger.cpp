@@ -52,7 +52,7 @@ bool WaitForTheBus(DBusConnection* bus, DBusError* error) {
     return answer != nullptr;
 }
 
-/// The bus tells the sender of a signal with a destination that it was refused; one without is just not
+/// The bus informs the sender of a signal with a destination that it was refused; one without is just not
 /// delivered.
 bool ErrorCame(DBusConnection* bus, DBusError* error) {
     for (DBusMessage* message; (message = dbus_connection_pop_message(bus)) != nullptr;) {

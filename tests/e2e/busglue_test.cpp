@@ -219,7 +219,7 @@ class BusglueTest : public testing::Test {
                         " --dest=busglue.RAVELIN /busglue/RAVELIN busglue.RAVELIN.Message " + argument);
     }
 
-    /// What a client that keeps to no rule prints, for the words of its command line behind the address.
+    /// What a client that keeps to no rule prints, for the words of its command line after the address.
     std::string Stranger(const std::string& words) {
         return OutputOf(BUS_STRANGER " " + bus_.Address() + " " + words);
     }
@@ -394,7 +394,7 @@ TEST_F(BusglueTest, NoReplyComesFromAPeerThatIsAbsentOrVanishes) {
     EXPECT_GE(Send("OCPP.Message", {1}, nullptr), 0);  // a sender may not care
     EXPECT_EQ(WaitForPeer(peer), 0);
     EXPECT_TRUE(Eventually([&] { return !IsOwned(kPeerName); }));
-    // By now the bus has told us that neither will answer; the next call comes after that.
+    // By now the bus has reported that neither will answer; the next call comes after that.
     EXPECT_NE(CallByDbusSend("array:byte:1,2").find("02 01"), std::string::npos);
     EXPECT_EQ(replies.Count(), 0u);
 }

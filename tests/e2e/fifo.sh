@@ -12,7 +12,7 @@ not_logged() {
     ! logged "$1"
 }
 
-# tool ARGUMENT...: by $SH; its output is kept for "told".
+# tool ARGUMENT...: run by $SH; its output is kept for "told".
 tool() {
     $SH "$REPOSITORY/scripts/fifo" "$@" >/tmp/tool.out 2>&1
 }

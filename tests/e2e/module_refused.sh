@@ -1,6 +1,6 @@
 #!/bin/bash
 # A module that its product doesn't allow: the service hears of it, and then the process crashes. One that is allowed runs
-# on. When it crashes, a suite and a scenario tell, in virtual time.
+# on. When it crashes is for a suite and a scenario, in virtual time.
 . "$REPOSITORY/tests/e2e/e2e.bash"
 
 write_network_json() {

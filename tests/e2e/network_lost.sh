@@ -1,7 +1,7 @@
 #!/bin/bash
 # The network behind the link dies while the modem goes on calling the link up: nothing but the machine's own ping, grep,
 # awk and wc finds it out. The ladder is climbed to the switch of the SIM and the soft reset; then the network is back,
-# and so is the link. The hosts live in a network namespace behind a veth pair; tells how long each step took.
+# and so is the link. The hosts live in a network namespace behind a veth pair; prints how long each step took.
 . "$REPOSITORY/tests/e2e/e2e.bash"
 
 MODEM_LOG=/tmp/modem.log

@@ -1,5 +1,5 @@
-// The tool ocpp_peer against a process that holds the daemon's place on a real bus and answers what it is
-// told: every way in which an answer can be good, broken, late or missing.
+// The tool ocpp_peer against a process that holds the daemon's place on a real bus and answers as
+// specified: every way in which an answer can be good, broken, late or missing.
 #include <gtest/gtest.h>
 
 #include <atomic>

@@ -1,5 +1,5 @@
 #!/bin/bash
-# -h tells the usage and touches nothing: there is no bus, no settings file and no device here.
+# -h prints the usage and touches nothing: there is no bus, no settings file and no device here.
 . "$REPOSITORY/tests/e2e/e2e.bash"
 
 usage="usage: ravelin-mobile [option]

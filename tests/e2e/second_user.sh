@@ -33,7 +33,7 @@ root_sends() {
 user_sends() {
     SAID=$(as_user /tmp/bus_stranger "$RAVELIN_BUS_ADDRESS" "$@" 2>&1)
 }
-# user_gets ANSWER WORD...: the stranger is told so.
+# user_gets ANSWER WORD...: that is what the stranger is answered.
 user_gets() {
     local wanted=$1
     shift

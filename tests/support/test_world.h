@@ -40,7 +40,7 @@ class World {
     /// Runs `event` when the clock gets there, while the code under test waits. It must not wait itself.
     void At(double seconds_from_start, std::function<void()> event);
     /// Fails the test and ends the process when virtual time gets so far: a loop that should have ended. One
-    /// day unless told.
+    /// day unless specified.
     void EndAt(double seconds_from_start);
 
     // Files
@@ -117,8 +117,8 @@ class World {
     virtual_time::Environment environment_;
 };
 
-/// A modem that answers what it was told, 5 ms after the command. A command is what was written up to a line
-/// end; of the line ends behind it one belongs to the transport, any other to the command. Commands are
+/// A modem that answers as specified, 5 ms after the command. A command is what was written up to a line
+/// end; of the line ends after it one belongs to the transport, any other to the command. Commands are
 /// compared without line ends. An unknown command is answered with ERROR and fails the test.
 class ScriptedModem {
   public:

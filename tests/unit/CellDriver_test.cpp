@@ -55,7 +55,7 @@ class SomeCell : public CellBase {
 
 class CellDriverTest : public testing::Test {
   protected:
-    /// The record that a row makes of the text behind its prefix.
+    /// The record that a row makes of the text after its prefix.
     AtResult Take(const AtRow& row, const std::string& behind_prefix) {
         text = behind_prefix;
         return TakeFields(cell, AtMatch{&row, text.data()});

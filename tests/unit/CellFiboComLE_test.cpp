@@ -63,7 +63,7 @@ TEST_F(FiboComLeTest, InitializeWaitsBetweenItsSteps) {
     AnswerSetUp();
     cell.Initialize();
     ASSERT_EQ(6u, modem.exchanges.size());
-    const double gaps_seconds[] = {1, 1 + 3, 1 + 1, 1 + 1, 1};  // the answer, and the sleep behind it
+    const double gaps_seconds[] = {1, 1 + 3, 1 + 1, 1 + 1, 1};  // the answer, and the sleep after it
     for (size_t i = 0; i < 5; ++i) EXPECT_NEAR(gaps_seconds[i], GapBehind(i), 0.01) << i;
     EXPECT_NEAR(1 + 1, world.now_seconds() - modem.exchanges[5].at_seconds, 0.01);
 }

@@ -1,4 +1,4 @@
-// Module CellLongSung: the dialect of LongSung modules, beside what DataStatusDialect_test tells.
+// Module CellLongSung: the dialect of LongSung modules, beside what DataStatusDialect_test covers.
 #include "CellSubClass/src/CellLongSung.h"
 
 #include "driver_fixture.h"

@@ -1,4 +1,4 @@
-// Module CellNodeCom: the dialect of NodeCom modules, beside what DataStatusDialect_test tells.
+// Module CellNodeCom: the dialect of NodeCom modules, beside what DataStatusDialect_test covers.
 #include "CellSubClass/src/CellNodeCom.h"
 
 #include "driver_fixture.h"

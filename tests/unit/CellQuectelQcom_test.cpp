@@ -622,7 +622,7 @@ TEST_F(QuectelQcomTest, OnlyTheExactNameIsSupported) {
 struct UpgradeCase {
     const char* output;
     int32_t expected;
-    Texts log;  // behind the line that tells the command
+    Texts log;  // after the line that shows the command
 };
 
 TEST_F(QuectelQcomTest, LastTellingLineOfTheToolDecides) {

@@ -417,7 +417,7 @@ TEST(NetworkJson, LongListIsTakenWhole) {
 
 TEST(NetworkJson, EveryCutOfTheWorkedFileIsRefused) {
     std::string text = ReadFile(kWorkedFile);
-    text.erase(text.find_last_of('}'));  // behind it stands only the line end
+    text.erase(text.find_last_of('}'));  // only the line end follows it
     ASSERT_GT(text.size(), 1000u);
     for (size_t size = 0; size <= text.size(); ++size) {
         ASSERT_EQ(0, NetworkJson{}.FromJsonText(text.substr(0, size))) << size;

@@ -1,4 +1,4 @@
-// Module cellular_report: the frames that the daemon sends unasked, and what it makes of the replies.
+// Module cellular_report: the frames that the daemon sends unsolicited, and what it makes of the replies.
 #include "cellular_report.h"
 
 #include <gtest/gtest.h>

@@ -42,7 +42,7 @@ class CountStartsAfresh {
         RecordingCell cell(world, modem.fd());
         BringOnline(cell);
         cell.link_up = [] { return 0; };
-        cell.connect = 0;  // the first step behind the loss of the link
+        cell.connect = 0;  // the first step after the loss of the link
         cell.Task();
     }
 };
@@ -189,7 +189,7 @@ TEST_F(TaskLoop, HintsOfAnyBytesAreHarmless) {
     EXPECT_EQ(cell.Task(), -1);
     EXPECT_TRUE(world.Logged(7, "UNKOWN Hint:%s%n%d\r\n\n"));
     EXPECT_EQ(cell.CountOf("DealHint 5"),
-              1);  // the one that is cut short; behind a zero byte nothing is seen
+              1);  // the one that is cut short; after a zero byte nothing is seen
 }
 
 // ---- signal probe -----------------------------------------------------------------------------------------

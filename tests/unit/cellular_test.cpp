@@ -156,8 +156,8 @@ TEST(Cellular, ImsiAndIccidAreTheMembers) {
     EXPECT_EQ(cell.GetICCID(), cell.m_card_iccid);
 }
 
-/// Place of a virtual operation in its table, as a pointer to it tells: offset in bytes, in the lowest bit a
-/// mark on some processors.
+/// Place of a virtual operation in its table, by a pointer to it: offset in bytes, in the lowest bit a mark
+/// on some processors.
 template <typename Operation>
 size_t SlotOf(Operation operation) {
     ptrdiff_t words[2];

@@ -153,7 +153,7 @@ TEST_F(Transport, AnswersOfTheTwoFormsLieInBuffersOfTheirOwn) {
 constexpr char kPrompt[] = "\n=================================DBG MODE=================================";
 
 // The console never returns: it runs in a process of its own, which ends some time after the last line was
-// typed and then tells what the modem got. Standard output goes where the parent looks.
+// typed and then prints what the modem got. Standard output goes where the parent looks.
 class ConsoleDeathTest : public Transport {
   protected:
     void RunConsole(const std::vector<std::string>& typed) {

@@ -132,8 +132,8 @@ class DriverTest : public testing::Test {
         EXPECT_TRUE(world.LogOf("CheckServiceStatus").empty());
     }
 
-    /// The ICCID is asked by `command` behind the base's check, and 20 characters behind `prefix` are kept;
-    /// whatever the answer, the result is the base's. What stands behind the 256th byte isn't seen.
+    /// The ICCID is asked by `command` after the base's check, and 20 characters after `prefix` are kept;
+    /// whatever the answer, the result is the base's. What comes after the 256th byte isn't seen.
     void ExpectIccidFrom(const std::string& command, const std::string& prefix) {
         const std::string filler(256, ' ');
         const size_t seen_digits = 3;
@@ -160,8 +160,8 @@ class DriverTest : public testing::Test {
         EXPECT_EQ("AT+CPIN?", modem.Sent().back());
     }
 
-    /// The set-up keeps `limit` characters behind "Revision:" as the firmware text, whatever they are, and
-    /// `otherwise` without the word. What stands behind the 256th byte isn't seen.
+    /// The set-up keeps `limit` characters after "Revision:" as the firmware text, whatever they are, and
+    /// `otherwise` without the word. What comes after the 256th byte isn't seen.
     void ExpectFirmwareBehindRevision(size_t limit, const std::string& otherwise) {
         const std::string digits = " 123456789012345678901234567890";
         const struct {
@@ -184,7 +184,7 @@ class DriverTest : public testing::Test {
         }
     }
 
-    /// Seconds from the exchange `index` to the one behind it.
+    /// Seconds from the exchange `index` to the one after it.
     double GapBehind(size_t index) const {
         return modem.exchanges.at(index + 1).at_seconds - modem.exchanges.at(index).at_seconds;
     }
@@ -196,7 +196,7 @@ class DriverTest : public testing::Test {
         return cell.ParseAtResult(text.data());
     }
 
-    /// What Task does with a text that comes unasked.
+    /// What Task does with an unsolicited text.
     int32_t Hear(const std::string& unsolicited) { return cell.DealHint(Parse(unsolicited)); }
 
     void ExpectTexts(const std::vector<TextCase>& cases) {
@@ -215,7 +215,7 @@ class DriverTest : public testing::Test {
         }
     }
 
-    /// An exchange keeps 256 bytes: each answer stands behind so many others that its end, its value, its
+    /// An exchange keeps 256 bytes: each answer stands after so many others that its end, its value, its
     /// prefix or all of it is lost. A row whose prefix isn't whole leaves nothing; any other one leaves what
     /// an answer that ends there leaves.
     void ExpectCutAt256Bytes(const std::vector<CutCase>& cases) {

@@ -1,5 +1,6 @@
 // All that has to know a family of modems: the words that identify it, the factory, the table of prefixes,
-// the simulator and the page of dialects. A family that one of them lacks, or tells otherwise, is found here.
+// the simulator and the page of dialects. A family that one of them lacks or describes otherwise is found
+// here.
 #include <gtest/gtest.h>
 
 #include <fstream>

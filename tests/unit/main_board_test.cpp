@@ -1,4 +1,4 @@
-// Module main_board: the board by what the system tells, and the search for a ttyACM device.
+// Module main_board: the board by what the system says, and the search for a ttyACM device.
 #include <gtest/gtest.h>
 
 #include <cstring>

@@ -21,7 +21,7 @@
 using cc_cell::PlainCell;
 using test_support::World;
 
-// ---- calls that fail when told
+// ---- calls that fail on demand
 // ------------------------------------------------------------------------------------------
 
 namespace {
@@ -113,7 +113,7 @@ class FifoTest : public testing::Test {
         LetItRun();
     }
 
-    /// Pairs that reached handle_command, as their line at level 7 tells them.
+    /// Pairs that reached handle_command, as their line at level 7 shows them.
     Texts Pairs() const {
         Texts pairs;
         for (const std::string& text : world.LogOf("handle_command")) {
@@ -346,7 +346,7 @@ TEST_F(FifoTest, MessageWithoutLineEndRunsIntoTheTailOfAnEarlierOne) {
     Start();
     Send("SoftReset:1\n");
     cell.m_soft_reset_req = 0;
-    Send("SoftReset:");  // ten bytes; behind them stands the "1" of the earlier line
+    Send("SoftReset:");  // ten bytes; after them stands the "1" of the earlier line
     EXPECT_EQ(1, cell.m_soft_reset_req);
     EXPECT_TRUE(world.Logged(7, "[FIFO]fifo msg:SoftReset:1 \n"));
 }
@@ -355,7 +355,7 @@ TEST_F(FifoTest, ZerosOfAnEarlierCutEndWhatIsRunInto) {
     Start();
     Send("a:1 SoftReset:1\n");  // is cut to "a" "1" "SoftReset" "1"
     cell.m_soft_reset_req = 0;
-    Send("b:2 ");  // covers the first pair; behind it stands "SoftReset" without its colon
+    Send("b:2 ");  // covers the first pair; after it stands "SoftReset" without its colon
     EXPECT_TRUE(NothingRequested());
     const Texts pairs = {key_line("a", "1"), key_line("SoftReset", "1"), key_line("b", "2")};
     EXPECT_EQ(pairs, Pairs());
@@ -368,7 +368,7 @@ TEST_F(FifoTest, WordsThatWereNeverCutAreRunInto) {
     Send("x   Reset4G:1\n");
     cell.m_device_reset_req = 0;
     Send("SoftReset:");
-    // Behind the ten bytes: "G", then the zero that was a colon.
+    // After the ten bytes: "G", then the zero that was a colon.
     EXPECT_TRUE(world.Logged(7, "[FIFO]fifo msg:SoftReset:G \n"));
     EXPECT_TRUE(NothingRequested());
     EXPECT_EQ(key_line("SoftReset", "G"), Pairs().back());
@@ -568,7 +568,7 @@ TEST_F(FifoTest, EmptyReadMakesANewPipe) {
 
 TEST_F(FifoTest, FailedReadIsLoggedAndParsesNothing) {
     Start();
-    Send("a:Reset4G:1\n");  // leaves "Reset4G:1" uncut behind the zero of the first colon
+    Send("a:Reset4G:1\n");  // leaves "Reset4G:1" uncut after the zero of the first colon
     fail_next_read = true;
     Send("SoftReset:1\n");
     EXPECT_TRUE(NothingRequested());

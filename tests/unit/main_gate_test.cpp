@@ -143,7 +143,7 @@ TEST_F(GateTest, RefusedModuleIsReportedAndASecondLaterItsDriverIsGone) {
     EXPECT_EQ(nullptr, pCell);
 }
 
-/// The sanitizers that look at null pointers tell of it in their own way.
+/// The sanitizers that look at null pointers report it in their own way.
 #if defined(RAVELIN_SANITIZED)
 constexpr char kReport[] = "null pointer|SEGV";
 #define EXPECT_SEGMENTATION_FAULT(statement) EXPECT_DEATH(statement, kReport)

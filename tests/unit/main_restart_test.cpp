@@ -1,4 +1,4 @@
-// Module main_restart: what happens between two runs of Task, with an object whose Task ends when told.
+// Module main_restart: what happens between two runs of Task, with an object whose Task ends on demand.
 #include <gtest/gtest.h>
 #include <unistd.h>
 

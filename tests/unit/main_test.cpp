@@ -49,7 +49,7 @@ extern "C" void __wrap__ZN7cc_cell8CellBaseD2Ev(CellBase* cell) {
     __real__ZN7cc_cell8CellBaseD2Ev(cell);
 }
 
-// CellBase::SetVendorType: the driver is told its vendor when the other threads can see it.
+// CellBase::SetVendorType: the driver is given its vendor when the other threads can see it.
 extern "C" void __real__ZN7cc_cell8CellBase13SetVendorTypeEi(CellBase* cell, int32_t vendor_type);
 extern "C" void __wrap__ZN7cc_cell8CellBase13SetVendorTypeEi(CellBase* cell, int32_t vendor_type) {
     EXPECT_EQ(pCell, cell);
@@ -336,7 +336,7 @@ TEST_F(MainTest, CinterionIsToldItsPort) {
     EXPECT_LT(IndexOf("SetATPort /dev/ttyACM0\n"), IndexOf("--- STM32 BOARD --- \n"));
 }
 
-/// The sanitizers that look at null pointers tell of it in their own way.
+/// The sanitizers that look at null pointers report it in their own way.
 #if defined(RAVELIN_SANITIZED)
 #define EXPECT_SEGMENTATION_FAULT(statement) EXPECT_DEATH(statement, "null pointer|SEGV")
 #else

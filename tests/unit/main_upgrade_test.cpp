@@ -38,7 +38,7 @@ extern "C" int __wrap_dbs_send_method_async(busglue_send_record* record, busglue
 
 namespace {
 
-/// Its upgrade takes some time and ends as told.
+/// Its upgrade takes some time and ends as specified.
 class UpgradingCell : public PlainCell {
   public:
     using PlainCell::PlainCell;

@@ -1,5 +1,5 @@
 // Dialects of Huawei, LongSung, NodeCom, Cinterion and ChuangYi modems: every command that the daemon sends
-// is answered as that modem would, what they tell unasked, and the port that takes another name.
+// is answered as that modem would, what they report unsolicited, and the port that takes another name.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -63,7 +63,7 @@ bool Holds(const std::string& text, const std::string& part) {
     return text.find(part) != std::string::npos;
 }
 
-/// The commands in turn; each answer begins as told, and no command is unknown.
+/// The commands in turn; each answer begins as specified, and no command is unknown.
 void Converse(Desk& desk, const std::vector<Expected>& talk) {
     for (const Expected& each : talk) {
         EXPECT_EQ(each.answer, desk.Ask(each.command).substr(0, each.answer.size())) << each.command;

@@ -88,7 +88,7 @@ TEST(ModemDialect, QuectelQcomAnswersEveryCommandOfTheDaemon) {
     Modem modem{ModemOptions{}};
     int64_t now_ms = 0;
     for (const Expected& expected : kQuectelQcom) {
-        // the registration needs its time behind the set-up, as in the daemon
+        // the registration needs its time after the set-up, as in the daemon
         if (std::string(expected.command) == "AT+CREG?") now_ms += 5000;
         EXPECT_EQ(Exchange(modem, expected.command, &now_ms), expected.answer) << expected.command;
     }
@@ -159,7 +159,7 @@ constexpr Expected kQuectelAsr[] = {
     {"AT+CGREG?", "\r\n+CGREG: 0,1\r\n\r\nOK\r\n"},
     {"AT+QNWINFO", "\r\n+QNWINFO: \"FDD LTE\",\"46000\",\"LTE BAND 3\",1650\r\n\r\nOK\r\n"},
     {"AT+CSQ", "\r\n+CSQ: 23,99\r\n\r\nOK\r\n"},
-    // the call, which is reported behind the answer
+    // the call, which is reported after the answer
     {"AT+QNETDEVCTL?\r\n", "\r\n+QNETDEVCTL: 0,1,0,0\r\n\r\nOK\r\n"},
     {"AT+CGDCONT=1,\"IPV4V6\",\"CMNET\"", "\r\nOK\r\n"},
     {"AT+QNETDEVCTL=1,1,1\r\n", "\r\nOK\r\n\r\n+QNETDEVSTATUS: 1,1,0,1\r\n"},
@@ -212,7 +212,7 @@ void ExpectAnswers(const std::string& family, const Expected (&table)[N]) {
     Modem modem{ModemOptions{family, ""}};
     int64_t now_ms = 0;
     for (const Expected& expected : table) {
-        // the registration needs its time behind the set-up, as in the daemon
+        // the registration needs its time after the set-up, as in the daemon
         const std::string command = expected.command;
         if (command == "AT+CREG?" || command == "AT+CEREG?") now_ms += 5000;
         EXPECT_EQ(Exchange(modem, command, &now_ms), expected.answer) << family << " " << command;

@@ -96,8 +96,8 @@ class RecordingCell : public CellBase {
         return story;
     }
 
-    // What the operations find; one that isn't told runs as the engine has it, but for the link, which is up,
-    // and the settings, which don't change.
+    // What the operations find; one without a value here runs as the engine has it, but for the link, which
+    // is up, and the settings, which don't change.
     std::function<int32_t()> link_up;
     std::function<void()> settings;
     std::optional<int32_t> service;

@@ -38,7 +38,7 @@ struct ParseCase {
 class ParseTlv : public testing::TestWithParam<ParseCase> {};
 
 TEST_P(ParseTlv, GivesItemsAndWarning) {
-    // An exact copy: one byte read behind it is caught by the address sanitizer.
+    // An exact copy: one byte read after it is caught by the address sanitizer.
     const ByteArray bytes(GetParam().bytes);
     CaptureStderr();
     const TlvList list = ParseTlvBytes(bytes);

@@ -132,7 +132,7 @@ class TraceLog : public testing::Test {
         trace_stream = nullptr;
     }
 
-    /// Starts with these words behind the program's name; what that prints.
+    /// Starts with these words after the program's name; what that prints.
     static std::string Init(std::vector<const char*> words) {
         words.insert(words.begin(), "ravelin-mobile");
         std::vector<char*> vector;

@@ -1,5 +1,5 @@
-// ChuangYi modules on Innofidei chipsets: the call is a context that is activated by AT+CGACT; service is
-// told by AT+SYSINFO, the link by AT+RRCSTATE, and the host may write a subscriber number with AT+SCFG.
+// ChuangYi modules on Innofidei chipsets: the call is a context that is activated by AT+CGACT; AT+SYSINFO
+// gives the service, AT+RRCSTATE the link, and the host may write a subscriber number with AT+SCFG.
 #include "simulator/modem/dialects/families.h"
 
 namespace modem_sim {

@@ -1,5 +1,5 @@
-// Cinterion modules (PLS83-W and its relatives): the data call is AT^SWWAN, the cell is told by AT^SMONI and
-// the temperature by AT^SCTM. The AT port is a ttyACM device, which has another number after each restart.
+// Cinterion modules (PLS83-W and its relatives): the data call is AT^SWWAN; AT^SMONI gives the cell and
+// AT^SCTM the temperature. The AT port is a ttyACM device, which has another number after each restart.
 #include "simulator/modem/dialects/families.h"
 #include "simulator/modem/text.h"
 

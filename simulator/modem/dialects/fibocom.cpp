@@ -1,5 +1,5 @@
 // Fibocom modules NL668 and MC116: the network card exists in one USB mode only, which AT+GTUSBMODE sets and
-// a restart makes true; the data link is AT+GTRNDIS. Delivered with the echo on.
+// a restart puts into effect; the data link is AT+GTRNDIS. Delivered with the echo on.
 #include "simulator/modem/dialects/families.h"
 #include "simulator/modem/dialects/fibocom_rows.h"
 #include "simulator/modem/text.h"
@@ -10,7 +10,7 @@ namespace {
 
 constexpr std::string_view kModelWithoutRevision = "MC116";
 
-/// The MC116 tells its firmware with no word in front.
+/// The MC116 gives its firmware with no word in front.
 Outcome Introduce(Device& device, const Arguments&) {
     const char* const revision = device.model == kModelWithoutRevision ? "" : "Revision: ";
     return Filled(device, std::string("{maker}\n{model}\n") + revision + "{firmware}");

@@ -1,4 +1,4 @@
-// Fibocom LE370: as its relatives in USB mode and data link, with another mode for the network card; tells
+// Fibocom LE370: as its relatives in USB mode and data link, with another mode for the network card; gives
 // its cells by AT+GTCCINFO? and its signal by AT+CESQ. Delivered with the echo off, and with the name of the
 // command in front of the subscriber number.
 #include <algorithm>

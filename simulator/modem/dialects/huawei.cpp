@@ -10,7 +10,7 @@ namespace {
 constexpr char kLampSetting[] = "lamp";
 constexpr size_t kDialArgumentsMax = 7;
 
-/// rssi, rsrp, sinr, rsrq, each in steps from the weakest that the modem tells.
+/// rssi, rsrp, sinr, rsrq, each in steps from the weakest that the modem reports.
 std::string SignalLine(const Device& device) {
     if (!device.HasService()) return "^HCSQ: \"NOSERVICE\"";
     const Surroundings& air = device.air;

@@ -1,4 +1,4 @@
-// LYNQ L503: the data link is AT+NETOPEN, which takes nothing, and AT+CPSI? tells system, cell and signal.
+// LYNQ L503: the data link is AT+NETOPEN, which takes nothing, and AT+CPSI? gives system, cell and signal.
 // There is no blank after the colons, but for the state of the link.
 #include "simulator/modem/dialects/families.h"
 

@@ -1,5 +1,5 @@
 // Quectel modules on Qualcomm chipsets (EG25, EG21 and their relatives): the data call is a network card of
-// its own, dialled with AT$QCRMCALL and watched with AT+QNETDEVSTATUS; cells are told by AT+QENG.
+// its own, dialled with AT$QCRMCALL and watched with AT+QNETDEVSTATUS; AT+QENG gives the cells.
 #include <algorithm>
 
 #include "simulator/modem/dialects/families.h"

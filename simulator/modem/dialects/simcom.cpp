@@ -1,5 +1,5 @@
-// SIMCom modules: the data call is AT$QCRMCALL with APN and authentication in one command, and system and
-// cell are told by AT+CPSI?.
+// SIMCom modules: the data call is AT$QCRMCALL with APN and authentication in one command, and AT+CPSI?
+// gives system and cell.
 #include "simulator/modem/dialects/families.h"
 #include "simulator/modem/text.h"
 
@@ -19,7 +19,7 @@ enum CallArgument : size_t {
     kCallArguments = 10,
 };
 
-/// False for a kind of authentication that there isn't.
+/// False for a kind of authentication that doesn't exist.
 bool StoreContext(Device& device, const Arguments& arguments) {
     const std::string& kind = arguments[kAuthentication];
     const auto authentication = ParseInteger(kind.empty() ? "0" : kind, 0, 3);
