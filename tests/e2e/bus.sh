@@ -6,7 +6,7 @@ write_settings "ENABLE=true"
 export RAVELIN_BUS_ADDRESS=unix:path=/run/nothing
 start_daemon -d /dev/nothing
 await_end 10 255
-check "the reason is told" printed "DBUS initialize error!"
+check "the reason is given" printed "DBUS initialize error!"
 check "nothing else was begun" test ! -e /run/network/ravelin_fifo
 
 start_bus || fail "the bus doesn't start"

@@ -61,7 +61,7 @@ printf '\n4G_MODEM_STATUS:nonsense\n' >"$PIPE"
 unknown_twice() {
     [ "$(times_logged "[FIFO]4G_MODEM_STATUS:unknow")" -eq 2 ]
 }
-check "it is served, also behind binary nonsense" wait_for 5 unknown_twice
+check "it is served, also after binary nonsense" wait_for 5 unknown_twice
 rm "$PIPE"
 : >"$PIPE"
 interface=wwan0 /ubi/local/apps/network/udhcpc-lte leasefail
@@ -86,7 +86,7 @@ await_log 10 "Reset4G.sh start pin_rst"
 await_log 30 "Reset4G time=1"
 
 check "the tool leaves nothing beside the pipe" test "$(ls -d "$PIPE"*)" = "$PIPE"
-check "an unknown command is told apart" test "$(status_of tool -w 1 Nonsense:1)" -eq 1
+check "an unknown command is reported as such" test "$(status_of tool -w 1 Nonsense:1)" -eq 1
 check "in words" told "knows no such command"
 mkfifo /tmp/nobody
 check "a pipe without a reader doesn't hang the tool" test "$(status_of tool -p /tmp/nobody SoftReset:1)" -eq 2

@@ -36,7 +36,7 @@ fi
 if logged "soft exit" || logged "GetVendorType"; then
     fail "it went on"
 fi
-check "nothing was said behind the refusal but the confirmation" test "$(tail -n +1 "$LOG" |
+check "nothing was said after the refusal but the confirmation" test "$(tail -n +1 "$LOG" |
     sed '1,/not allowd/d' | grep -vc 'ocpp confirm')" -eq 0
 
 write_network_json '"EC200A", "eg25"'

@@ -47,7 +47,7 @@ await_new 15 "$LINK_IS_UP"
 mark_log
 check "a link that is back is seen in each pass" wait_for 15 seen_twice
 check "no check fails any more" not_newly_logged "Check connection. offline"
-check "online, as far as the status tells" wait_for 5 is_online
+check "online, as far as the status shows" wait_for 5 is_online
 check_descriptors "$before"
 
 /ubi/local/apps/network/if-lte "$SETTINGS" kill_dhcp

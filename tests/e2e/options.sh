@@ -12,11 +12,11 @@ usage="usage: ravelin-mobile [option]
 rmdir /run/network
 start_daemon -h
 await_end 10 0
-check "the usage is told" test "$(cat "$OUTPUT")" = "Log info write into file \" $LOG\"
+check "the usage is printed" test "$(cat "$OUTPUT")" = "Log info write into file \" $LOG\"
 $usage"
 check "nothing is made" test ! -e /run/network
 
 start_daemon -q -d /dev/nothing -h -c
 await_end 10 0
 check "an unknown option is complained about" printed "invalid option -- 'q'"
-check "and the usage is told" printed "usage: ravelin-mobile [option]"
+check "and the usage is printed" printed "usage: ravelin-mobile [option]"

@@ -16,4 +16,4 @@ say "pulled out"
 await_log 90 "No response! Reset device..."
 await_log 30 "check interface lte!!!"
 await_end 15 255
-check "the reason is told" logged "open device error. $MODEM_PORT"
+check "the reason is given" logged "open device error. $MODEM_PORT"

@@ -7,7 +7,7 @@ refused() {
     say "$1"
     start_daemon -c "$2"
     await_end 10 255
-    check "that is told" logged "config $2 don't exist"
+    check "that is reported" logged "config $2 don't exist"
 }
 
 refused "a missing file" /run/network/ifcfg-lte
@@ -28,7 +28,7 @@ refused "one value of 5000 characters" /run/network/ifcfg-lte
 read_only=$REPOSITORY/tests/data/ifcfg-lte
 check "a file can be read" grep -q APN=internet "$read_only"
 refused "but not written" "$read_only"
-check "standard error tells it, too" printed "Open ini file $read_only error!"
+check "on standard error, too" printed "Open ini file $read_only error!"
 cp "$read_only" $SETTINGS
 start_daemon -d /dev/nothing
 await_log 10 "wait device  /dev/nothing"

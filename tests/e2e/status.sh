@@ -42,7 +42,7 @@ serving_cell_is_known() {
 check "the serving cell is known after some passes" wait_for 60 serving_cell_is_known
 
 commit=$(sed -n 's/.*BUILD INFO: commit \([0-9a-f]*\) .*/\1/p' "$LOG")
-check "the build is told: $commit" test ${#commit} -eq 40
+check "the build is named: $commit" test ${#commit} -eq 40
 value() {
     sed -n "s/^$1  *//p" /tmp/peer.out
 }

@@ -102,7 +102,7 @@ go_through() {
     echo 1600.50 1.00 >/tmp/uptime
     kill "$(cat $STATE/daemon.pid)"
     await_said "the daemon was stopped after 600 seconds"
-    check "a daemon that is told to end is started again at once" wait_for 30 runs_are 12
+    check "a daemon that is asked to end is started again at once" wait_for 30 runs_are 12
     check "and short runs count anew" test "$(tr '\n' ' ' </tmp/slept)" = "5 10 "
     check "it runs" wait_for 30 runs_now
     : >/tmp/slept
@@ -132,12 +132,12 @@ go_through() {
     check "a stop is refused while a flash runs" init_ends 1 stop
     check "in words: $(cat /tmp/init.out)" grep -q "a flash of the modem is in progress, process" /tmp/init.out
     check "so is a restart" init_ends 1 restart
-    check "it runs, and the flash is told" runs_now
+    check "it runs, and the flash is reported" runs_now
     check "beside it" grep -q "a flash of the modem is in progress" /tmp/init.out
     kill -KILL "$(cat $STATE/daemon.pid)"
     await_said "waiting for its end"
     check "a start waits" init status
-    check "as is told" grep -q "waits for its next start" /tmp/init.out
+    check "as is reported" grep -q "waits for its next start" /tmp/init.out
     check "and a stop is refused" init_ends 1 stop
     check "but not one by force" init force-stop
     check "which the flash doesn't feel" flash_runs
@@ -200,7 +200,7 @@ go_through() {
     check "a file in the place of the directory" said "$NETWORK can't be made a directory"
     rm $NETWORK
 
-    # ---- how the unit tells of ends
+    # ---- how the unit reports ends
     start_anew
     for end in 255 SEGV KILL ""; do
         $HELPERS/ravelin-prepare start

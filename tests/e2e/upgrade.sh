@@ -48,7 +48,7 @@ for line in "[RAVELIN] get ocpp msg id=7 cmd=7600 length=28" "[OTA] TLVS size is
     "[OTA] reply ocpp ota msg id=7 cmd=7600 result:1" "[OTA] get ocpp msg , set ota run"; do
     await_log 15 "$line"
 done
-check "the tool was told its folder" wait_for 10 grep -qx -- "-f $TOOL_FOLDER" $TOOL_FOLDER/QFirehose.ran
+check "the tool was given its folder" wait_for 10 grep -qx -- "-f $TOOL_FOLDER" $TOOL_FOLDER/QFirehose.ran
 check "a second request is refused" peer_ends 1 upgrade EG21 QFirehose other
 check "in words" told "an upgrade is already running"
 check "but its texts are taken" logged "otaPath:other"

@@ -343,7 +343,7 @@ TEST_F(ZteTest, ShortAndLongListsOfTheSignal) {
     ReadSignal(Answer("+ZSRSP: \"1\",\"2\",\"3\",\"4\"\r\n+ZSRSP: \"5\",\"6\",\"7\",\"8\""));
     EXPECT_STREQ("1dBm", cell.m_RSRP) << "the first of two";
     ReadSignal("OK" + std::string(250, 'x') + "\"-98\",\"1\",\"2\",\"3\"");
-    EXPECT_STREQ("-98dBm", cell.m_RSRP) << "the 256 bytes end behind the value";
+    EXPECT_STREQ("-98dBm", cell.m_RSRP) << "the 256 bytes end after the value";
     EXPECT_STREQ("dB", cell.m_RSRQ);
 }
 

@@ -483,7 +483,7 @@ TEST_F(TimedRead, TenBytesThenSilenceGiveTenWhenTheTimeoutHasRunOut) {
     char buffer[256] = "";
     EXPECT_EQ(ReadSerialTimed(port_, buffer, sizeof(buffer), 30), 10);
     EXPECT_EQ(TakenMs(), 30);
-    EXPECT_EQ(std::string(buffer, 11), std::string("0123456789\0", 11)) << "nothing stored behind them";
+    EXPECT_EQ(std::string(buffer, 11), std::string("0123456789\0", 11)) << "nothing stored after them";
 }
 
 TEST_F(TimedRead, BytesThatComeInTurnsAreCollected) {
