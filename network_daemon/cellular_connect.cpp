@@ -1,7 +1,7 @@
 // Attaching: set-up of the modem, one step of the connect sequence, the dial, the soft reset. Connect decides
 // between waiting, soft reset, switch of the SIM, dialling and asking for a hardware reset of the modem; its
-// counters live in the object, so that they survive a return of Task. Main at start-up and after a hardware
-// reset, Task otherwise; main thread.
+// counters live in the object, so that they survive a return of Task. Called by main at start-up and after a
+// hardware reset, by Task otherwise; main thread.
 #include <unistd.h>
 
 #include <cstdio>
@@ -31,7 +31,7 @@ constexpr int kServiceChecks = 34;  // without service; the last one soft-resets
 constexpr int kSoftResetCycle = 9;
 constexpr int kSoftResetsBeforeDevice = 2;
 constexpr int kWeakestGoodCsq = 10;
-constexpr int kStatDenied = 3;  // registration denied: no reset of ours changes the network's mind
+constexpr int kStatDenied = 3;  // registration denied: no reset of ours makes the network accept us
 constexpr int kAttemptsPerDeviceReset = 5;
 constexpr int kLinkChecks = 30;  // each takes at least the second of its AT exchange
 

@@ -59,12 +59,12 @@ constexpr int kResetCycle = 10;  // and of ten the ninth asks for a hardware res
 constexpr int kResetCheck = 9;
 constexpr unsigned kSwitchPause_seconds = 5;
 
-// Outages of the OCPP service that a soft reset answers; beyond the second one, each further hour.
+// Outages of the OCPP service that lead to a soft reset; after the second one, every further hour does.
 constexpr int32_t kFirstOutage_seconds = 60;
 constexpr int32_t kSecondOutage_seconds = 30 * 60;
 constexpr int32_t kOutageStep_seconds = 60 * 60;
 
-/// How each number of replies shows in the log; the digit that stands first in this order decides.
+/// How each number of replies shows in the log. Digits are looked for in this order; the first found decides.
 struct ReplyRow {
     const char* digit;
     const char* line;
@@ -85,9 +85,9 @@ int RepliesOf(const char* line) {
     return -1;
 }
 
-/// Runs the probes until one gives another result than 0, and returns that result, 0 when none does. The word
-/// in the log says only whether exactly one reply came: two and three are as good, and the log says "FALSE"
-/// all the same. Readers of the log know it so.
+/// Runs the probes until one gives a result other than 0, and returns that result, or 0 when none does. The
+/// word in the log says only whether exactly one reply came: two and three are as good, yet the log says
+/// "FALSE". Readers of the log rely on it.
 template <size_t N>
 int RunProbes(const TracePlace& place, const Probe (&probes)[N]) {
     int replies = 0;

@@ -1,5 +1,5 @@
 // The settings of the link: /run/network/ifcfg-lte into the members, and the setters. The rest of the charger
-// rewrites the file while we run, and never this daemon: it is a live control channel, read anew in every
+// rewrites the file while we run, this daemon never does: it is a live control channel, read anew in every
 // online pass. Start-up, Task and Connect; main thread.
 #include <cstring>
 

@@ -1,7 +1,7 @@
 // What the daemon publishes about itself: text files under /run/network, rewritten from scratch in every pass
-// of Task and after each change of the link. Nothing in here reads them. A reader may meet a half-written
-// file; the next pass makes it whole. Failures go to standard error, not to the log, which would fill with
-// them. Main thread.
+// of Task and after each change of the link. Nothing in the daemon reads them. A reader may meet a
+// half-written file; the next pass makes it whole. Failures go to standard error, not to the log, which would
+// fill with them. Main thread.
 #include <cstdio>
 #include <cstring>
 #include <ctime>

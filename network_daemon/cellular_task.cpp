@@ -120,7 +120,7 @@ Verdict ManageLink(const TracePlace& place, CellBase& cell, int32_t& offline_cou
 }  // namespace
 
 int32_t CellBase::Task() {
-    // Lives as long as the process: failed checks add up over all runs of Task, and a good check clears none.
+    // Lives as long as the process: failed checks add up over all runs of Task, and a good one clears none.
     static int32_t offline_count = 0;
     uint32_t passes = 0;
     uint32_t last_probe_seconds = 0;

@@ -1,6 +1,6 @@
-// The exchange with the modem: one command, one fixed wait, one block of text. No final result code is looked
-// for; whatever came inside the wait is the answer, and the caller searches it. That wait paces the whole
-// engine. Main thread only: the answers lie in static buffers.
+// The exchange with the modem: one command, one fixed wait, one block of text. Nothing looks for a final
+// result code: whatever came within the wait is the answer, and the caller searches it. That wait paces the
+// whole engine. Main thread only: the answers lie in static buffers.
 #include <cstdio>
 #include <cstring>
 

@@ -13,7 +13,7 @@ constexpr int32_t ResultOf(Verdict verdict) {
     return verdict == Verdict::kNeedsDeviceReset ? 0 : 1;
 }
 
-/// What such a number says.
+/// The verdict that such a number stands for.
 constexpr Verdict VerdictOf(int32_t result) {
     return result == 0 ? Verdict::kNeedsDeviceReset : Verdict::kGoOn;
 }

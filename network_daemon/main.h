@@ -87,9 +87,9 @@ enum class RunEnd {
 /// found anew after each reset of a Cinterion modem, and `port_fd` is the descriptor of the reopened port.
 RunEnd run_task(const TracePlace& place, cc_cell::CellBase& cell, PathText& device, int& port_fd);
 
-/// Returns once no upgrade of the modem's firmware is running: a soft exit never cuts one off. Looks through
-/// pCell and, when a refused module has left no driver there, ends the process by SIGSEGV: what supervises
-/// the daemon is to see a crash then, not an exit status.
+/// Returns once no upgrade of the modem's firmware is running: a soft exit never cuts one off. Reads
+/// through pCell, so that after a refused module, which leaves no driver there, the process ends by SIGSEGV:
+/// the supervisor of the daemon is to see a crash then, not an exit status.
 void wait_for_upgrade(const TracePlace& place);
 
 // main_upgrade.cpp: the upgrade of the modem's firmware

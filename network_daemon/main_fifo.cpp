@@ -43,7 +43,7 @@ struct ControlPipe {
     char message[kMessageSize + 1] = {};
 };
 
-/// A descriptor that a set of select can't hold is as good as none.
+/// A descriptor that doesn't fit into select's set counts as none.
 int open_pipe() {
     const int fd = open(kPipePath, O_RDWR | O_NONBLOCK);  // own writer: no end of file between two others
     if (fd < FD_SETSIZE) return fd;

@@ -1,5 +1,5 @@
 // Whether this module may run on this product: network.json restricts one customer's product to a list of
-// modules. Main thread, once, when the driver stands and before it is used.
+// modules. Main thread, once, when the driver exists and before it is used.
 #include <unistd.h>
 
 #include "ConfigController.h"

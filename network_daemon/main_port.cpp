@@ -1,4 +1,4 @@
-// The modem's AT port as main holds it: opened at start-up with endless patience, and once after each reset.
+// The modem's AT port as main holds it: tried without end at start-up, and once after each reset.
 #include <unistd.h>
 
 #include "main.h"

@@ -83,8 +83,8 @@ void restart_modem(const TracePlace& place, CellBase& cell, PathText& device, in
     TRACE_AT(place, kLogProgress, "Reset4G time=%d\n", cell.m_reset4g_times);
 }
 
-/// Reads pCell and the flag from memory at each call. Without that the compiler, which sees where pCell was
-/// cleared, could put a trap or nothing at all in the place of the look through a null pointer.
+/// Reads pCell and the flag from memory at each call. Otherwise the compiler, which sees where pCell was
+/// cleared, could replace the read through a null pointer by a trap or by nothing at all.
 bool is_upgrade_running() {
     const CellBase* cell = *const_cast<CellBase* const volatile*>(&pCell);
     return *const_cast<const volatile uint8_t*>(&cell->m_ota_running) != 0;

@@ -42,8 +42,8 @@ int EncodeDbusMsg(unsigned char* buffer, int buffer_size, int msg_id, int cmd, c
 /// Checks and unpacks a frame. The number of data bytes, or a BusDecodeError and a `frame` of all zero.
 int DecodeDbusMsg(const unsigned char* bytes, int count, BusFrame* frame);
 
-/// CRC-16/MODBUS. The peers hold the number of bytes in 16 bits: of a longer frame only the rest of 65536 is
-/// checked.
+/// CRC-16/MODBUS. The peers hold the number of bytes in 16 bits: of a longer frame only as many as that
+/// number modulo 65536 are checked.
 uint16_t BusFrameCrc(const unsigned char* bytes, uint16_t count);
 
 // The table of the CRC's polynomial, low and high bytes. The executable exports both under these names.

@@ -25,6 +25,6 @@ int SetupSerial(int fd, int speed, int data_bits, int stop_bits, char parity);
 int ReadSerialTimed(int fd, char* buffer, int wanted, int timeout_ms);
 
 /// Like ReadSerialTimed, with `first_timeout_ms` for the first byte and `next_timeout_ms` afresh for each
-/// that follows. 0 when the first wait fails. A read that brings nothing doesn't end it; a hundred in a row
-/// do.
+/// that follows. 0 when the first wait fails. One read that brings nothing doesn't end it; a hundred in a
+/// row do.
 int ReadSerialTimed2(int fd, char* buffer, int wanted, int first_timeout_ms, int next_timeout_ms);

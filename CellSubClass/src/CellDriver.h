@@ -75,9 +75,9 @@ AtMatch FindRow(const AtRow (&rows)[N], char* answer) {
 /// Logs a match as "%d %s\n", number and text after the prefix; nothing without a row.
 void LogMatch(const TracePlace& place, unsigned level, const AtMatch& match);
 
-/// Cuts the fields off `match.text` as its row says and fills record and object. The record without a row,
-/// and of a row without fields, is empty. Silent; the splitter of several numbers itself logs when they ran
-/// out.
+/// Cuts the fields off `match.text` as its row says and fills record and object. The record is empty
+/// without a row, and for a row without fields. Silent, but the splitter of several numbers logs when they
+/// run out.
 AtResult TakeFields(CellBase& cell, const AtMatch& match);
 
 // lists in one text

@@ -22,7 +22,7 @@ constexpr char kInterfaceName[] = "wwan0";
 constexpr char kVendorName[] = "Huawei";
 constexpr char kFirmware[] = "ME909";
 
-/// First field of ^HCSQ: up to 128 characters, which leaves no room for a terminator then. Its reader
+/// First field of ^HCSQ: up to 128 characters, and a text of 128 has no room for a terminator. Its reader
 /// takes 63.
 void TakeHcsq(const AtMatch& match, AtResult& result) {
     char* rest = match.text;

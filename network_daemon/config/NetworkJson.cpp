@@ -62,7 +62,7 @@ void read_whitelist(const Value& root, WhitelistConfig& whitelist) {
     if (level != nullptr) read_list(*level, "allowedValues", whitelist.allowedValues);
 }
 
-/// A value that isn't a text is a mistake which nobody may overlook: GetString ends the process.
+/// A value that isn't a text is a mistake that must not go unnoticed: GetString ends the process.
 void read_priority(const Value& object, std::map<std::string, std::string>& priority) {
     const Value* found = find_object(object, "priority");
     if (found == nullptr) return;
