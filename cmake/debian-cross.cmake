@@ -14,6 +14,10 @@ if(NOT EXISTS "${CMAKE_SYSROOT}/usr/include")
         "run scripts/setup --board ${RAVELIN_BOARD_ARCH}")
 endif()
 set(CMAKE_LIBRARY_ARCHITECTURE ${RAVELIN_BOARD_TRIPLET})
+# The board's loader looks there by itself. CMake would learn that from the compiler, but reads its answer only up to a blank
+# in the sysroot's path, and then gives what it links a run path of its own.
+list(APPEND CMAKE_PLATFORM_IMPLICIT_LINK_DIRECTORIES
+    "${CMAKE_SYSROOT}/usr/lib/${RAVELIN_BOARD_TRIPLET}" "${CMAKE_SYSROOT}/lib/${RAVELIN_BOARD_TRIPLET}")
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
