@@ -221,7 +221,7 @@ class BusglueTest : public testing::Test {
 
     /// What a client that keeps to no rule prints, for the words of its command line after the address.
     std::string Stranger(const std::string& words) {
-        return OutputOf(BUS_STRANGER " " + bus_.Address() + " " + words);
+        return OutputOf("'" BUS_STRANGER "' " + bus_.Address() + " " + words);
     }
 
   private:

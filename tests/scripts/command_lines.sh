@@ -28,46 +28,50 @@ is_refusal() {
     [ $status -eq 2 ] && [ -z "$output" ] && [[ $errors != *$'\n'* && $errors == "$1: "*"; see --help" ]]
 }
 
-# Sets `commands`: how to run it. A script for the shell of a board is run by two of them.
-commands_of() {
-    commands=("$1")
+# Sets `program` and `shells`: what to run, and by which shells. A script for the shell of a board is run by two of them, all
+# else by itself.
+program_of() {
+    program=$1
+    shells=("")
     case " $TOOLS " in
-    *" $1 "*) commands=("$BUILD/$1") ;;
-    *) [ "$(head -n 1 "$COPY/$1")" != "#!/bin/sh" ] || commands=("dash $1" "busybox sh $1") ;;
+    *" $1 "*) program=$BUILD/$1 ;;
+    *) [ "$(head -n 1 "$COPY/$1")" != "#!/bin/sh" ] || shells=(dash "busybox sh") ;;
     esac
 }
 
 check_common() {
-    local name command
+    local name shell command
     name=$(name_of "$1")
-    commands_of "$1"
-    for command in "${commands[@]}"; do
-        # shellcheck disable=SC2086 # an interpreter and a script
-        run $command --help
+    program_of "$1"
+    for shell in "${shells[@]}"; do
+        command="$shell $program"
+        # shellcheck disable=SC2086 # none, or a shell and its applet
+        run $shell "$program" --help
         [ $status -eq 0 ] || fail "$command --help ends with $status"
         [[ $output == "usage: $name"* ]] || fail "$command --help doesn't begin with its usage: ${output%%$'\n'*}"
         [[ $output == *--help* && $output == *--version* ]] || fail "$command --help doesn't mention --help and --version"
         [ -z "$errors" ] || fail "$command --help complains: $errors"
         # shellcheck disable=SC2086
-        run $command --version
+        run $shell "$program" --version
         [ $status -eq 0 ] || fail "$command --version ends with $status"
         [ "$output" = "$name (ravelin-mobile) $VERSION" ] || fail "$command --version says $output"
         [ "$1" != packaging/board/QFirehose ] || continue # passes on to the maker's tool what it doesn't know
         # shellcheck disable=SC2086
-        run $command --bogus
+        run $shell "$program" --bogus
         is_refusal "$name" || fail "$command --bogus ends with $status and says \"$errors\""
     done
 }
 
 # refused FILE FAULT WORD...: FAULT is the whole line but for the name in front and "see --help" after it.
 refused() {
-    local file=$1 fault=$2 name command
+    local file=$1 fault=$2 name shell command
     shift 2
     name=$(name_of "$file")
-    commands_of "$file"
-    for command in "${commands[@]}"; do
+    program_of "$file"
+    for shell in "${shells[@]}"; do
+        command="$shell $program"
         # shellcheck disable=SC2086
-        run $command "$@"
+        run $shell "$program" "$@"
         [ $status -eq 2 ] || fail "$command $*: status $status, not 2"
         [ "$errors" = "$name: $fault; see --help" ] || fail "$command $*: says \"$errors\", not \"$fault\""
         [ -z "$output" ] || fail "$command $*: prints \"$output\""
