@@ -174,8 +174,8 @@ void handle_command(const char* key, const char* value) {
         TRACE(kLogProgress, "[FIFO]Reset4G:1\n");
         request(&CellBase::m_device_reset_req);
     } else if (is_same(key, "S84Reset4G") && is_same(value, "1")) {
-        TRACE(kLogProgress,
-              "[FIFO]S84Reset4G:1\n");  // main picks the script by vendor and board, not by this key
+        // main picks the script by vendor and board, not by this key
+        TRACE(kLogProgress, "[FIFO]S84Reset4G:1\n");
         request(&CellBase::m_device_reset_req);
     } else if (is_same(key, "SoftReset") && is_same(value, "1")) {
         TRACE(kLogProgress, "[FIFO]SoftReset:1\n");

@@ -6,18 +6,21 @@
 GO_ON=/tmp/go_on
 WRAPPER=$TOOL_FOLDER/QFirehose
 RAN=$TOOL_FOLDER/QFirehose.ran
+# What the wrapper prints, and what it complains of.
+PRINTED=/run/printed
+COMPLAINED=/run/complained
 MARKS=/run/ravelin-flash
 
 # flash WORD...: what it prints is kept, and its status.
 flash() {
     status=0
-    FAKE_QFIREHOSE="$*" "$SHELL_OF_BOARD" $WRAPPER -f $TOOL_FOLDER >/tmp/out 2>/tmp/err || status=$?
+    FAKE_QFIREHOSE="$*" "$SHELL_OF_BOARD" $WRAPPER -f $TOOL_FOLDER >$PRINTED 2>$COMPLAINED || status=$?
 }
 prints() {
-    [ "$(cat /tmp/out)" = "$1" ]
+    [ "$(cat $PRINTED)" = "$1" ]
 }
 says_nothing_that_the_daemon_judges_by() {
-    ! grep -E "successfully|Upgrade module fail" /tmp/out
+    ! grep -E "successfully|Upgrade module fail" $PRINTED
 }
 has_begun() {
     grep -q . $RAN 2>/dev/null
@@ -43,11 +46,11 @@ Upgrade module fail"
     flash say=one exit=3
     check "a failure comes through: $status" test $status -eq 3
     flash long=5000 succeed long=300
-    check "long lines come through" test "$(sed -n 's/^x*\(Upgrade.*\)/\1/p' /tmp/out)" = "Upgrade module successfully"
-    check "with all their letters, and a last line without an end" test "$(tr -cd x </tmp/out | wc -c)" -eq 5300
-    check "the same stands in the file" cmp /tmp/out $MARKS/output
+    check "long lines come through" test "$(sed -n 's/^x*\(Upgrade.*\)/\1/p' $PRINTED)" = "Upgrade module successfully"
+    check "with all their letters, and a last line without an end" test "$(tr -cd x <$PRINTED | wc -c)" -eq 5300
+    check "the same stands in the file" cmp $PRINTED $MARKS/output
     flash unheard_of
-    check "what it says of errors comes through apart" grep -q "unknown word: unheard_of" /tmp/err
+    check "what it says of errors comes through apart" grep -q "unknown word: unheard_of" $COMPLAINED
     check "no mark is left" test -z "$(ls $MARKS/flash.* 2>/dev/null)"
     check "anybody can see the marks, and nobody else what the tool said" \
         test "$(stat -c %a $MARKS $MARKS/output $MARKS/errors | tr '\n' ' ')" = "755 600 600 "
@@ -72,8 +75,8 @@ Upgrade module fail"
     kill -HUP "$tool" "$wrapper"
     kill -INT "$tool" "$wrapper"
     flash succeed
-    check "a second one is refused: $status, $(cat /tmp/out)" test $status -eq 75
-    check "in one line" test "$(wc -l </tmp/out)" -eq 1
+    check "a second one is refused: $status, $(cat $PRINTED)" test $status -eq 75
+    check "in one line" test "$(wc -l <$PRINTED)" -eq 1
     check "that doesn't look like a result" says_nothing_that_the_daemon_judges_by
     check "and isn't run" test "$(starts_of_the_tool)" -eq 1
     exec 8<&-
@@ -124,7 +127,7 @@ Upgrade module fail"
 
     mv $WRAPPER.real /tmp/real
     flash succeed
-    check "without the real tool: $status, $(cat /tmp/out)" test $status -eq 127
+    check "without the real tool: $status, $(cat $PRINTED)" test $status -eq 127
     check "in one line that doesn't look like a result" says_nothing_that_the_daemon_judges_by
     mv /tmp/real $WRAPPER.real
 }
