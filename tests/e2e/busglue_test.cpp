@@ -2,7 +2,7 @@
 // either forked children that use the library too ("OCPP"), or dbus-send, a stock client that knows nothing
 // of the library.
 
-#include "busglue.h"
+#include "platform/busglue/busglue.h"
 
 #include <gtest/gtest.h>
 #include <sys/prctl.h>
@@ -23,7 +23,7 @@
 #include <thread>
 #include <vector>
 
-#include "private_bus.h"
+#include "tests/e2e/private_bus.h"
 
 namespace {
 

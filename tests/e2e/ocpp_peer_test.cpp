@@ -8,9 +8,9 @@
 #include <sstream>
 #include <vector>
 
-#include "busglue.h"
-#include "private_bus.h"
+#include "platform/busglue/busglue.h"
 #include "simulator/bus_peer/frame.h"
+#include "tests/e2e/private_bus.h"
 
 using bus_peer::Bytes;
 using bus_peer::EncodeFrame;

@@ -3,8 +3,8 @@
 #include <cstring>
 #include <memory>
 
-#include "fuzz_check.h"
-#include "main.h"
+#include "network_daemon/main.h"
+#include "tests/fuzz/fuzz_check.h"
 
 using cc_cell::AtResult;
 using cc_cell::CellBase;

@@ -4,8 +4,8 @@
 #include <cstring>
 #include <vector>
 
-#include "dbus_util.h"
-#include "fuzz_check.h"
+#include "support/dbus_util.h"
+#include "tests/fuzz/fuzz_check.h"
 
 namespace {
 

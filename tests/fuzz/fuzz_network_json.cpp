@@ -6,8 +6,8 @@
 #include <algorithm>
 #include <string>
 
-#include "ConfigController.h"
-#include "fuzz_check.h"
+#include "network_daemon/config/ConfigController.h"
+#include "tests/fuzz/fuzz_check.h"
 
 namespace {
 

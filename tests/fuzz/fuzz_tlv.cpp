@@ -1,8 +1,8 @@
 // Any bytes as the items of an upgrade request.
 #include <algorithm>
 
-#include "fuzz_check.h"
-#include "tlv.h"
+#include "support/tlv.h"
+#include "tests/fuzz/fuzz_check.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
     const ByteArray input(bytes, bytes + size);

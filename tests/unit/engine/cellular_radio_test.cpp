@@ -1,0 +1,113 @@
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "network_daemon/cellular.h"
+#include "support/text_util.h"
+#include "tests/support/plain_cell.h"
+#include "tests/support/test_world.h"
+
+namespace cc_cell {
+namespace {
+
+using test_support::ScriptedModem;
+using test_support::World;
+
+class Radio : public testing::Test {
+  protected:
+    int32_t DealHint(int32_t type) {
+        AtResult result = {};
+        result.type = type;
+        return cell.DealHint(result);
+    }
+
+    World world;
+    ScriptedModem modem{world};
+    PlainCell cell{modem.fd()};
+};
+
+TEST_F(Radio, CsqIsStored) {
+    modem.On("AT+CSQ", "\r\n+CSQ: 23,99\r\n\r\nOK\r\n");
+    EXPECT_EQ(cell.ReadCSQ(), 1);
+    EXPECT_EQ(cell.m_nCSQ, 23);
+    EXPECT_EQ(modem.Sent(), std::vector<std::string>{"AT+CSQ"});
+}
+
+TEST_F(Radio, CsqStaysWithoutAnAnswer) {
+    modem.On("AT+CSQ", "\r\nERROR\r\n");
+    cell.m_nCSQ = 17;
+    EXPECT_EQ(cell.ReadCSQ(), 0);
+    EXPECT_EQ(cell.m_nCSQ, 17);
+}
+
+TEST_F(Radio, CsqStaysWhenTheModemIsSilent) {
+    modem.Mute(true);
+    cell.m_nCSQ = 17;
+    EXPECT_EQ(cell.ReadCSQ(), 0);
+    EXPECT_EQ(cell.m_nCSQ, 17);
+}
+
+TEST_F(Radio, AnnouncedTechnologyIsReadAnew) {
+    modem.On("AT+PSRAT", "\r\n+PSRAT: FDD LTE\r\n\r\nOK\r\n");
+    copy_text(cell.m_NetworkType, "GSM");
+    EXPECT_EQ(DealHint(kHintNwtypeind), 1);
+    EXPECT_STREQ(cell.m_NetworkType, "FDD LTE");
+    EXPECT_EQ(world.LogOf("DealHint"), std::vector<std::string>{"Network type FDD LTE\n"});
+    EXPECT_TRUE(world.Logged(5, "Network type FDD LTE\n"));
+}
+
+TEST_F(Radio, AnnouncedTechnologyIsAskedForEvenOfAModemWithoutTheCommand) {
+    modem.On("AT+PSRAT", "\r\nERROR\r\n");
+    copy_text(cell.m_NetworkType, "GSM");
+    EXPECT_EQ(DealHint(kHintNwtypeind), 1);
+    EXPECT_EQ(modem.Sent(), std::vector<std::string>{"AT+PSRAT"});
+    EXPECT_STREQ(cell.m_NetworkType, "GSM");
+    EXPECT_TRUE(world.LogOf("DealHint").empty());
+}
+
+TEST_F(Radio, TechnologyIsCutAt63) {
+    modem.On("AT+PSRAT", "+PSRAT: " + std::string(100, 'L'));
+    DealHint(kHintNwtypeind);
+    EXPECT_EQ(std::string(cell.m_NetworkType), std::string(63, 'L'));
+}
+
+TEST_F(Radio, OtherHintsAreLeftAlone) {
+    for (int32_t type = 0; type < kAtPrefixRows; ++type) {
+        if (type == kHintNwtypeind) continue;
+        EXPECT_EQ(DealHint(type), 0) << type;
+    }
+    EXPECT_TRUE(modem.Sent().empty());
+    EXPECT_TRUE(world.log.empty());
+}
+
+struct GenerationCase {
+    const char* network_type;
+    int generation;
+};
+
+TEST_F(Radio, GenerationByTheWordOfTheTechnology) {
+    cell.m_sim_ready = 1;
+    for (const GenerationCase& expected : {
+             GenerationCase{"LTE", 3},       GenerationCase{"\"FDD LTE\"", 3}, GenerationCase{"TDSCDMA", 2},
+             GenerationCase{"HSDPA", 2},     GenerationCase{"HSUPA", 2},       GenerationCase{"WCDMA", 2},
+             GenerationCase{"UMTS", 2},      GenerationCase{"EVDO", 2},        GenerationCase{"EHRPD", 2},
+             GenerationCase{"GPRS", 1},      GenerationCase{"EDGE", 1},        GenerationCase{"GSM", 1},
+             GenerationCase{"CDMA", 1},      GenerationCase{"CDMA1X", 1},      GenerationCase{"", 0},
+             GenerationCase{"NR5G", 0},      GenerationCase{"lte", 0},         GenerationCase{"GSM/LTE", 3},
+             GenerationCase{"EDGE/UMTS", 2}, GenerationCase{"CDMA/EVDO", 2},
+         }) {
+        copy_text(cell.m_NetworkType, expected.network_type);
+        EXPECT_EQ(cell.GetNetworkGeneration(), expected.generation) << expected.network_type;
+    }
+}
+
+TEST_F(Radio, GenerationIsUnknownWhileNoSimIsReady) {
+    copy_text(cell.m_NetworkType, "LTE");
+    cell.m_sim_ready = 0;
+    EXPECT_EQ(cell.GetNetworkGeneration(), 0);
+}
+
+}  // namespace
+}  // namespace cc_cell

@@ -1,0 +1,100 @@
+// Module main_port: the port at start-up, which may never show up, and after a reset.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include "network_daemon/main.h"
+#include "tests/support/stdin_closed.h"
+#include "tests/support/test_world.h"
+
+using test_support::ScriptedModem;
+using test_support::World;
+
+namespace {
+
+constexpr char kDevice[] = "/dev/ttyUSB2";
+constexpr char kWaitLine[] = "wait device  /dev/ttyUSB2 .\n";
+
+int WaitForPort() {
+    return wait_for_port(TracePlace{"network_daemon/main.cpp", "main", 1}, kDevice);
+}
+
+TEST(WaitForPort, PortThatIsThereIsTakenAtOnce) {
+    World world;
+    ScriptedModem modem(world, kDevice);
+    const int fd = WaitForPort();
+    EXPECT_GE(fd, 1);
+    EXPECT_EQ(0, world.now_ms());
+    EXPECT_TRUE(world.log.empty());
+    close(fd);
+}
+
+TEST(WaitForPort, AsksEveryTenSecondsInTheNameOfMain) {
+    World world;
+    ScriptedModem modem(world, kDevice);
+    modem.Plug(false);
+    world.At(15, [&] { modem.Plug(true); });
+    const int fd = WaitForPort();
+    EXPECT_GE(fd, 1);
+    EXPECT_EQ(20000, world.now_ms());
+    ASSERT_EQ(2u, world.log.size());
+    EXPECT_EQ(kWaitLine, world.log[1].text);
+    EXPECT_EQ("network_daemon/main.cpp", world.log[1].file);
+    EXPECT_EQ("main", world.log[1].function);
+    EXPECT_EQ(5u, world.log[1].level);
+    EXPECT_EQ(10.0, world.log[1].at_seconds);
+    close(fd);
+}
+
+TEST(WaitForPort, DeviceThatNeverShowsUpIsWaitedForInSilenceAfterTenLines) {
+    World world;
+    ScriptedModem modem(world, kDevice);
+    modem.Plug(false);
+    world.At(36000 - 5, [&] {
+        EXPECT_EQ(10, world.CountLogged(kWaitLine));
+        modem.Plug(true);
+    });
+    const int fd = WaitForPort();
+    EXPECT_EQ(36000 * 1000, world.now_ms());
+    EXPECT_EQ(10, world.CountLogged(kWaitLine));
+    close(fd);
+}
+
+TEST(WaitForPort, DescriptorZeroCountsAsAFailedOpen) {
+    World world;
+    ScriptedModem modem(world, kDevice);
+    const StdinClosed closed;
+    const int fd = WaitForPort();
+    EXPECT_GE(fd, 1);
+    EXPECT_EQ(1, world.CountLogged(kWaitLine));
+    EXPECT_EQ(10000, world.now_ms());
+    close(fd);
+    close(0);
+}
+
+TEST(ReopenPort, TriesOnce) {
+    World world;
+    ScriptedModem modem(world, kDevice);
+    modem.Plug(false);
+    EXPECT_LT(reopen_port(kDevice), 1);
+    EXPECT_EQ(0, world.now_ms());
+    modem.Plug(true);
+    const int fd = reopen_port(kDevice);
+    EXPECT_GE(fd, 1);
+    close(fd);
+}
+
+TEST(ReopenPort, DescriptorZeroCountsAsAFailedOpen) {
+    World world;
+    ScriptedModem modem(world, kDevice);
+    const StdinClosed closed;
+    EXPECT_EQ(0, reopen_port(kDevice));
+    close(0);
+}
+
+TEST(ReopenPort, FolderOpensNothing) {
+    World world;
+    EXPECT_LT(reopen_port("/dev/"), 1);
+}
+
+}  // namespace
