@@ -43,9 +43,9 @@ function(install_settings source folder name)
         FILES [==[${source}]==])" COMPONENT daemon)
 endfunction()
 
-# ---- the daemon and what stands around it on a board
-# In the build folder it finds the bus library beside itself, installed by the loader's own places. CMake's own way to
-# change that would leave an empty entry in the first, which is the current folder, whoever can write to that.
+# The daemon and what stands around it on a board. In the build folder it finds the bus library beside itself, installed
+# by the loader's own places. CMake's own way to change that would leave an empty entry in the first, which is the
+# current folder, whoever can write to that.
 set_target_properties(ravelin-mobile PROPERTIES BUILD_WITH_INSTALL_RPATH ON INSTALL_RPATH $ORIGIN)
 install(TARGETS ravelin-mobile RUNTIME DESTINATION ${CMAKE_INSTALL_SBINDIR} COMPONENT daemon)
 install(CODE "
@@ -72,17 +72,16 @@ install_with_paths(${PACKAGING}/systemd/ravelin-mobile.service ${RAVELIN_UNIT_DI
 # For boards whose init is BusyBox's, which take it into /etc/init.d themselves.
 install_with_paths(${PACKAGING}/init/ravelin-mobile ${RAVELIN_DATA_DIR}/init ravelin-mobile ${PROGRAM_PERMISSIONS})
 
-# ---- the pages, which a small board does without
+# The pages, which a small board does without
 install(FILES ${CMAKE_SOURCE_DIR}/README.md DESTINATION ${RAVELIN_DOC_DIR} COMPONENT doc)
 install(DIRECTORY ${CMAKE_SOURCE_DIR}/docs DESTINATION ${RAVELIN_DOC_DIR} COMPONENT doc
     FILES_MATCHING PATTERN *.md PATTERN *.svg PATTERN *.png)
 
-# ---- the open bus library: programs come with the name that they were linked to, so nobody needs more than this file
+# The open bus library: programs come with the name that they were linked to, so nobody needs more than this file
 if(RAVELIN_BUSGLUE STREQUAL "") # a board that brings its own has it already
     install(TARGETS busglue LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT busglue)
 endif()
 
-# ---- tools
 if(RAVELIN_TOOLS)
     set(TOOLS_DOC_DIR ${CMAKE_INSTALL_DATADIR}/doc/ravelin-mobile-tools)
     install(TARGETS modem_sim ocpp_peer RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)

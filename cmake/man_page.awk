@@ -68,10 +68,8 @@ function take_name(line) {
     summary = substr(line, length(name) + 4)
 }
 
-# ---- a text of --help
-
-# An item is a term at a margin of two, with what is said of it after two blanks or on the lines below. What stands deeper than
-# that is a line of its own.
+# In a text of --help an item is a term at a margin of two, with what is said of it after two blanks or on the lines
+# below. What stands deeper than that is a line of its own.
 function take_help(line, indent, text, at, said) {
     indent = indent_of(line)
     text = substr(line, indent + 1)
@@ -116,8 +114,7 @@ function take_help(line, indent, text, at, said) {
     after_blank = 0
 }
 
-# ---- the daemon's usage
-
+# The daemon's usage.
 function take_usage(line, word) {
     if (line ~ /kOptionLetters\[\] =/) letters = line
     if (match(line, /"-D[A-Za-z]"/)) trace[substr(line, RSTART + 1, RLENGTH - 2)] = 1
@@ -157,8 +154,7 @@ function check_options(i, option) {
     synopsis = synopsis "\n"
 }
 
-# ---- the files, in their order
-
+# The files, in their order.
 FNR == 1 {
     kind = FILENAME ~ /\.help$/ ? "help" : FILENAME ~ /\.cpp$/ ? "usage" : FILENAME ~ /\.man$/ ? "page" : "script"
     called = FILENAME

@@ -49,7 +49,7 @@ for file in $(find $product support platform/busglue -name '*.cpp' -o -name '*.h
     sed -E 's,^ *//.*,,; s/'"'"'\\?"'"'"'//g' "$file" | sed -E ':again; /"$/{N; s/"\n *"//; t again}'
 done >"$joined"
 
-# ---- commands of the daemon: the first word of each part of each pipeline that it gives to the shell
+# Commands of the daemon: the first word of each part of each pipeline that it gives to the shell
 # What is built at run time is known by its place; a new one has to be looked at.
 popens=$(grep -rlE '(^|[^p])popen\(' $product --include='*.cpp' | sort | tr '\n' ' ')
 [ "$popens" = "CellSubClass/src/CellQuectelQcom.cpp network_daemon/cellular_health.cpp " ] ||
@@ -66,7 +66,7 @@ echo sh >>"$work/code" # which runs them all
 tools_of daemon >"$work/page"
 compare "commands of the daemon" 8
 
-# ---- commands of the scripts: words in the place of a command that BusyBox knows as an applet
+# Commands of the scripts: words in the place of a command that BusyBox knows as an applet
 commands_of() {
     sed 's/^#.*//; s/[[:blank:]]#.*//' "$@" |
         sed -E 's/^[[:blank:]]*[^()"$'"'"']*\)[[:blank:]]*$//' |
@@ -83,14 +83,14 @@ done
 tools_of scripts >"$work/page"
 compare "commands of the scripts" 8
 
-# ---- hosts
+# Hosts
 web_host=$(sed -n 's/^#define WEB_HOST "\(.*\)"/\1/p' network_daemon/cellular_health.cpp)
 sed 's/" WEB_HOST "/'"$web_host"'/' network_daemon/cellular_health.cpp | grep -oE 'ping +[0-9a-z.]+' |
     awk 'NF == 2 && $2 ~ /[.]/ { print $2 }' >"$work/code"
 section "Hosts that are pinged" | column 1 >"$work/page"
 compare "hosts" 6
 
-# ---- boards
+# Boards
 {
     sed -n '/kHardwareWords\[\]/,/^};/p; /kPartWords\[\]/,/^};/p' network_daemon/main_board.cpp | grep -oE '\{"[^"]*"' | tr -d '{"'
     grep -oE 'strstr\(line, "[0-9][^"]*"\)' network_daemon/main_board.cpp | sed 's/.*"\(.*\)".*/\1/'
@@ -98,7 +98,7 @@ compare "hosts" 6
 section "Boards that are recognised" | column 2 | grep -vE '^/|Hardware|part' >"$work/page"
 compare "words of boards" 5
 
-# ---- ends of a run: a row for each place that ends it
+# Ends of a run: a row for each place that ends it
 for pair in "kExitDone 0" "kExitFailed 255"; do
     name=${pair% *}
     code=${pair#* }
@@ -112,13 +112,13 @@ if grep -rnE '[^a-z_]_?exit\(|abort\(' $product platform/busglue --include='*.cp
     complain "another end of a run than those of network_daemon/main.cpp"
 fi
 
-# ---- version texts
+# Version texts
 for version in "$(grep -oE 'tag V[0-9.]+' network_daemon/main.cpp)" \
     "$(sed -n 's/^constexpr char kReleaseText\[\] = "\(.*\)";/\1/p' network_daemon/main_bus.cpp)"; do
     [ -n "$version" ] && grep -qF "\`$version\`" $page || complain "$page doesn't name the version '$version'"
 done
 
-# ---- lines of a log, in blocks marked "log": the place exists, and the message is one of the texts that are printed there
+# Lines of a log, in blocks marked "log": the place exists, and the message is one of the texts that are printed there
 # A text becomes an expression: its conversions stand for anything.
 {
     grep -oE '"([^"\\]|\\.)*"' "$joined" | sed 's/^"//; s/"$//'

@@ -40,8 +40,7 @@ for file in "$FOLDER"/*.[18]; do
 done
 [ $pages -eq 6 ] || fail "$pages pages, not 6"
 
-# ---- what the programs say themselves
-
+# What the programs say themselves.
 for tool in modem/modem_sim bus_peer/ocpp_peer virtual_time/scenario_run; do
     mapfile -t options < <(sed -n 's/^  \(--[a-z]*\).*/\1/p' "$REPOSITORY/simulator/$tool.help")
     [ ${#options[@]} -ge 5 ] || fail "$tool.help: only ${#options[@]} options found"
@@ -53,8 +52,7 @@ has ravelin-board-setup.8 "ravelin-board-setup --remove [--dry-run] [--root DIR]
 has ravelin-mobile.8 "ravelin-mobile [-d device] [-c config] [-s script] [-t] [-h]" "-d device" "-c config" "-s script" \
     "-t Debug" "-h Prints" "-DF source" "-Df function" "-Dl level" "-DL file" "EXIT STATUS 0" "255" "SIGNALS"
 
-# ---- usage and page of the daemon hold each other
-
+# Usage and page of the daemon hold each other.
 # made SED_OF_USAGE SED_OF_PAGE: whether a page is made when the two are edited so.
 made() {
     sed "$1" "$REPOSITORY/network_daemon/main_options.cpp" >"$scratch/main_options.cpp"

@@ -11,7 +11,7 @@ DEFAULTS=/etc/default/ravelin-mobile
 SOURCE=/etc/ravelin/ifcfg-lte
 GO_ON=/tmp/go_on
 
-# ---- the doubles: the shortest way for each, first in the PATH
+# The doubles: the shortest way for each, first in the PATH
 mkdir -p $HELPERS /tmp/doubles /etc/default /etc/ravelin
 double() {
     { echo '#!/bin/sh' && cat; } >"$1"
@@ -160,7 +160,7 @@ go_through() {
     check "a wrong word" init_ends 2 begin
     check "is named" grep -q '"begin"' /tmp/init.out
 
-    # ---- what a start makes of /run/network
+    # What a start makes of /run/network
     start_anew
     chmod 777 $NETWORK
     echo secret >/tmp/precious
@@ -200,7 +200,7 @@ go_through() {
     check "a file in the place of the directory" said "$NETWORK can't be made a directory"
     rm $NETWORK
 
-    # ---- how the unit reports ends
+    # How the unit reports ends
     start_anew
     for end in 255 SEGV KILL ""; do
         $HELPERS/ravelin-prepare start

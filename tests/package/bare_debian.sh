@@ -26,7 +26,7 @@ step() {
     echo "==== $*"
 }
 
-# ---- a Debian of its own
+# A Debian of its own
 new_folder
 bare=$folder/bare
 packages=$folder/packages

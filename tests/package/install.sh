@@ -24,7 +24,7 @@ has_debug_information() {
     readelf --sections --wide "$1" | grep -q '\.debug_info'
 }
 
-# ---- under /usr
+# Under /usr
 stage=$folder/stage
 DESTDIR=$stage/daemon install --prefix /usr --component daemon --strip
 DESTDIR=$stage/busglue install --prefix /usr --component busglue
@@ -52,7 +52,7 @@ check "and only then" has_debug_information "$stage/tools/usr/bin/modem_sim"
 check "the scripts are looked for under /usr" \
     grep -qxF 'SOURCE="/usr/share/ravelin-mobile/board"' "$stage/daemon/usr/sbin/ravelin-board-setup"
 
-# ---- below a prefix with a blank
+# Below a prefix with a blank
 prefix="$folder/a prefix"
 install --prefix "$prefix"
 mkdir "$folder/board"

@@ -55,7 +55,7 @@ complained() {
     grep "${tried##*/}:[0-9]* .*\([Ii]nvalid\|[Ii]gnoring\|[Uu]nknown\|[Ff]ailed to parse\)" <<<"$port"
 }
 
-# ---- the file as a whole
+# The file as a whole
 echo 'SUBSYSTM=="tty", SYMLINK+="x"' >>"$tried"
 plug 2c7c 0125 02
 check "udev finds a fault that is made on purpose" complained
@@ -82,7 +82,7 @@ check "and keep ModemManager off" is_ignored
 check "with nothing for udev to complain about" refuses complained
 cp "$rules" "$tried"
 
-# ---- each rule of a port
+# Each rule of a port
 ports=$(sed -n 's/^SUBSYSTEM=="tty".*{idVendor}=="\(....\)".*{idProduct}=="\(....\)".*INTERFACE}=="\(..\)".*/\1 \2 \3/p' "$rules")
 check "there are rules of ports" test -n "$ports"
 while read -r vendor product interface; do
@@ -94,7 +94,7 @@ while read -r vendor product interface; do
     check "$vendor:$product: ModemManager is kept off that one too" is_ignored
 done <<<"$ports"
 
-# ---- devices that are none of ours
+# Devices that are none of ours
 for modem in "0403 6001" "12d1 1506" "19d2 0001"; do
     # shellcheck disable=SC2086 # vendor and product
     plug $modem 02

@@ -78,16 +78,14 @@ refused() {
     done
 }
 
-# ---- what all have
-
+# What all have.
 mapfile -t scripts < <(cd "$COPY" && find scripts bench simulator packaging -type f -perm -u+x | sort)
 [ ${#scripts[@]} -ge 15 ] || fail "only ${#scripts[@]} scripts found: ${scripts[*]}"
 for file in "${scripts[@]}" $TOOLS; do
     check_common "$file"
 done
 
-# ---- what is wrong, in each one's words
-
+# What is wrong, in each one's words.
 for file in bench/bus bench/measure scripts/{fifo,private-view,run,setup,test} simulator/QFirehose $TOOLS; do
     refused "$file" "unknown option --bogus" --bogus
 done
@@ -190,8 +188,7 @@ refused scenario_run "\"tests/scenarios\" is a folder and no file" tests/scenari
 refused scenario_run "\"nosuch\" can't be read: No such file or directory" nosuch
 refused scenario_run "\"nosuch\" can't be read: No such file or directory" --daemon nosuch bench/steady.scenario
 
-# ---- and none of them did anything
-
+# And none of them did anything.
 [ ! -s "$CALLS" ] || fail "a refused command line reached $(sort -u "$CALLS")"
 for folder in "$COPY"/build*; do
     [ ! -e "$folder" ] || fail "a refused command line made ${folder##*/}"

@@ -55,7 +55,7 @@ class Link : public testing::Test {
     RecordingCell cell{world, modem.fd()};
 };
 
-// ---- set-up -----------------------------------------------------------------------------------------------
+// Set-up
 
 TEST_F(Link, InitializeSendsInOrderWithARadioPause) {
     modem.SetInit();
@@ -96,7 +96,7 @@ TEST_F(Link, RunDhcpClientRunsTheScript) {
     EXPECT_EQ(LogOf("RunDhcpClient"), Lines{"0.000 5 Run DhcpClient!!!\n"});
 }
 
-// ---- soft reset -------------------------------------------------------------------------------------------
+// Soft reset
 
 TEST_F(Link, SoftResetStopsDhcpSetsUpReadsTheSimAndPublishes) {
     modem.SetInit();
@@ -132,7 +132,7 @@ TEST_F(Link, SoftResetIgnoresWhatSetUpAndSimSay) {
     EXPECT_TRUE(world.Exists(kStatusFile));
 }
 
-// ---- the base dial ----------------------------------------------------------------------------------------
+// The base dial
 
 TEST_F(Link, DialWithTheApnOfTheSettings) {
     modem.SetInit();
@@ -226,7 +226,7 @@ TEST_F(Link, DialOfTheBaseNeverFails) {
     EXPECT_EQ(cell.DoConnect(), 1);
 }
 
-// ---- service is there -------------------------------------------------------------------------------------
+// Service is there
 
 TEST_F(Link, ConnectDialsRunsDhcpAndWaitsForTheLink) {
     modem.SetInit();
@@ -308,7 +308,7 @@ TEST_F(Link, EachFifthAttemptResetsWhateverSucceededInBetween) {
     EXPECT_TRUE(world.Logged(5, "m_reconnect_times=  10 times,Reset device!\n"));
 }
 
-// ---- no service, one SIM ----------------------------------------------------------------------------------
+// No service, one SIM
 
 TEST_F(Link, WithoutServiceWaitsAndCounts) {
     cell.service = 0;
@@ -440,7 +440,7 @@ TEST_F(Link, CinterionWithoutASimAsksForAReset) {
     EXPECT_EQ(cell.m_check_service_times, 0);
 }
 
-// ---- no service, two SIMs ---------------------------------------------------------------------------------
+// No service, two SIMs
 
 TEST_F(Link, WithTwoSimsChecksWithoutServiceSwitchTheSimAndThenAskForAReset) {
     SkipSoftReset();

@@ -51,7 +51,7 @@ class Health : public testing::Test {
     RecordingCell cell{world, -1};
 };
 
-// ---- one probe --------------------------------------------------------------------------------------------
+// One probe
 
 TEST_F(Health, RepliesAreReadFromTheOutput) {
     const struct {
@@ -104,7 +104,7 @@ TEST_F(Health, AProbeThatCannotBeRunFails) {
     EXPECT_TRUE(world.Logged(3, "popen fail, stream is null\n"));
 }
 
-// ---- the chain of the network -----------------------------------------------------------------------------
+// The chain of the network
 
 TEST_F(Health, NetworkProbesAreTheseCommandsInThisOrder) {
     world.AnswerPopen(kAnyProbe, "0\n");
@@ -167,7 +167,7 @@ TEST_F(Health, AProbeThatCannotBeRunEndsTheChainWithSuccess) {
     EXPECT_EQ(world.LogOf("switchPingProc"), Lines{kMark + "ping1: FALSE \n"});
 }
 
-// ---- check of the network ---------------------------------------------------------------------------------
+// Check of the network
 
 TEST_F(Health, AnAnsweredProbeClearsTheCount) {
     world.AnswerPopen(kAnyProbe, "3\n");
@@ -297,7 +297,7 @@ TEST_F(Health, WithOneSimASoftResetWhileTheSignalIsNotPoor) {
     EXPECT_EQ(world.CountLogged("m_CSQ_weak_check_times= 1\n"), 5);
 }
 
-// ---- switch of the SIM ------------------------------------------------------------------------------------
+// Switch of the SIM
 
 TEST_F(Health, FirstSwitchSelectsThePrimarySim) {
     cell.SwitchSIMCard();
@@ -338,7 +338,7 @@ TEST_F(Health, SwitchComesBeforeTheSoftReset) {
     EXPECT_NEAR(world.shell[1].at_seconds, 5, 1e-6);
 }
 
-// ---- outage of the OCPP service ---------------------------------------------------------------------------
+// Outage of the OCPP service
 
 TEST_F(Health, ProjectProbesAreTheseCommandsInThisOrder) {
     world.AnswerPopen(kAnyProbe, "0\n");

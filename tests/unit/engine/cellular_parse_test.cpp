@@ -34,7 +34,7 @@ class Parse : public testing::Test {
     PlainCell cell{kNoPort};
 };
 
-// ---- ParseAtResult: numbers -------------------------------------------------------------------------------
+// ParseAtResult: numbers
 
 struct NumberCase {
     const char* name;
@@ -95,7 +95,7 @@ INSTANTIATE_TEST_SUITE_P(
                     NumberCase{"EmptyText", "", kHintUnknown}),
     [](const auto& test) { return std::string(test.param.name); });
 
-// ---- ParseAtResult: texts ---------------------------------------------------------------------------------
+// ParseAtResult: texts
 
 struct TextCase {
     const char* name;
@@ -200,7 +200,7 @@ TEST_F(Parse, StoresNothingInTheObject) {
     EXPECT_STREQ(cell.m_card_iccid, "");
 }
 
-// ---- ParseAtResult: lines of the log ----------------------------------------------------------------------
+// ParseAtResult: lines of the log
 
 struct LogCase {
     const char* name;
@@ -246,7 +246,7 @@ INSTANTIATE_TEST_SUITE_P(
         LogCase{"NoPrefix", "OK", 0, nullptr}),
     [](const auto& test) { return std::string(test.param.name); });
 
-// ---- ParseAtLine ------------------------------------------------------------------------------------------
+// ParseAtLine
 
 TEST_F(Parse, LineIsTheFirstTokenOfAnAnswerWithOk) {
     EXPECT_STREQ(cell.ParseAtLine(Cuttable("\r\n862000000000000\r\n\r\nOK\r\n").get()), "862000000000000");
@@ -262,7 +262,7 @@ TEST_F(Parse, LineIsNullWithoutOk) {
     EXPECT_EQ(cell.ParseAtLine(nullptr), nullptr);
 }
 
-// ---- StringSplitByNum -------------------------------------------------------------------------------------
+// StringSplitByNum
 
 std::string FieldOf(const std::string& source, const char* delimiters, int index) {
     return CellBase::StringSplitByNum(Cuttable(source).get(), delimiters, index);
@@ -333,7 +333,7 @@ TEST_F(Parse, SplitByNumBearsTheLargestIndex) {
     EXPECT_EQ(FieldOf("a,b", ",", INT32_MAX), "b");
 }
 
-// ---- StringSplitToGetValue --------------------------------------------------------------------------------
+// StringSplitToGetValue
 
 class SplitToValues : public Parse {
   protected:
@@ -420,7 +420,7 @@ TEST_F(SplitToValues, NoTargetsIsDone) {
     EXPECT_TRUE(world.log.empty());
 }
 
-// ---- ContainsText -----------------------------------------------------------------------------------------
+// ContainsText
 
 TEST_F(Parse, ContainsTextGivesThePositionOrNull) {
     const char* text = "\r\nOK\r\n";
@@ -430,7 +430,7 @@ TEST_F(Parse, ContainsTextGivesThePositionOrNull) {
     EXPECT_EQ(CellBase::ContainsText(text, nullptr), nullptr);
 }
 
-// ---- any text ---------------------------------------------------------------------------------------------
+// Any text
 
 // Pieces of answers in any mixture: under the sanitizers this finds what reads or writes beside a text.
 TEST_F(Parse, BearsAnyMixtureOfAnswers) {

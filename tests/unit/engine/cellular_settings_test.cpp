@@ -38,7 +38,7 @@ class Settings : public testing::Test {
     SettingsCell cell{world};
 };
 
-// ---- the file ---------------------------------------------------------------------------------------------
+// The file
 
 TEST_F(Settings, AllKeysAreTakenInOrderAndLogged) {
     Load(
@@ -228,7 +228,7 @@ TEST_F(Settings, KeysMatchInAnyCaseButTheFirstLetterIsACapital) {
     EXPECT_STREQ(cell.m_apn, "mixed");
 }
 
-// ---- APN --------------------------------------------------------------------------------------------------
+// APN
 
 TEST_F(Settings, ApnLosesItsQuotes) {
     const struct {
@@ -279,7 +279,7 @@ TEST_F(Settings, ApnMayHoldConversions) {
     EXPECT_TRUE(world.Logged(6, "APN = a%sb%n\n"));
 }
 
-// ---- setters ----------------------------------------------------------------------------------------------
+// Setters
 
 TEST_F(Settings, SettersStoreWhatFitsAndLogWhatTheyStored) {
     const std::string path(300, 'p');

@@ -42,7 +42,7 @@ class Sim : public testing::Test {
     PlainCell cell{modem.fd()};
 };
 
-// ---- IMEI -------------------------------------------------------------------------------------------------
+// IMEI
 
 TEST_F(Sim, ImeiIsABareLine) {
     modem.On("AT+CGSN", Answer("862000000000000"));
@@ -124,7 +124,7 @@ TEST_F(Sim, ImeiOfLynqWithoutQuotesStaysAsItIs) {
     EXPECT_STREQ(cell.m_csIMEI, "862000000000000");
 }
 
-// ---- IMSI -------------------------------------------------------------------------------------------------
+// IMSI
 
 TEST_F(Sim, ImsiIsTheFirstLine) {
     modem.On("AT+CIMI", "\r\n460001234567890\r\n\r\nOK\r\n");
@@ -158,7 +158,7 @@ TEST_F(Sim, ImsiOfFibocomKeepsItsBlank) {
     }
 }
 
-// ---- CheckSimCard -----------------------------------------------------------------------------------------
+// CheckSimCard
 
 TEST_F(Sim, CheckAsksInOrderAndFillsTheIdentity) {
     InsertSim();
@@ -284,7 +284,7 @@ TEST_F(Sim, IccidIsCutAt20) {
     EXPECT_STREQ(cell.m_card_iccid, "89860012345678901234");
 }
 
-// ---- carrier ----------------------------------------------------------------------------------------------
+// Carrier
 
 struct CarrierCase {
     const char* operator_text;
@@ -326,7 +326,7 @@ TEST_F(Sim, NoAnswerAboutTheOperatorKeepsTheCarrier) {
     EXPECT_EQ(cell.m_carrier_valid, 1);
 }
 
-// ---- the light test ---------------------------------------------------------------------------------------
+// The light test
 
 TEST_F(Sim, LightTestAsksForReadinessAlone) {
     modem.On("AT+CPIN?", Answer("+CPIN: READY"));

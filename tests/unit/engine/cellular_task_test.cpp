@@ -69,7 +69,7 @@ class TaskLoop : private CountStartsAfresh, public testing::Test {
     RecordingCell cell{world, modem.fd()};
 };
 
-// ---- requests of the pipe ---------------------------------------------------------------------------------
+// Requests of the pipe
 
 TEST_F(TaskLoop, DeviceResetRequestAtEntryReturnsBeforeAnyIo) {
     modem.Unsolicited(0, "RING\r\n");
@@ -119,7 +119,7 @@ TEST_F(TaskLoop, DeviceResetRequestWinsOverASoftResetInTheSamePass) {
     EXPECT_EQ(cell.m_soft_reset_req, 1);
 }
 
-// ---- unsolicited text -------------------------------------------------------------------------------------
+// Unsolicited text
 
 TEST_F(TaskLoop, HintIsParsedAndHandedToTheDriver) {
     BringOnline(cell);
@@ -192,7 +192,7 @@ TEST_F(TaskLoop, HintsOfAnyBytesAreHarmless) {
               1);  // the one that is cut short; after a zero byte nothing is seen
 }
 
-// ---- signal probe -----------------------------------------------------------------------------------------
+// Signal probe
 
 TEST_F(TaskLoop, SignalIsProbedAtOnceAndThenAfterMoreThanTenSeconds) {
     BringOnline(cell);
@@ -276,7 +276,7 @@ TEST_F(TaskLoop, ACinterionModemWhosePathIsGoneIsReset) {
     EXPECT_TRUE(world.Exists(kStatusFile));
 }
 
-// ---- disabled ---------------------------------------------------------------------------------------------
+// Disabled
 
 TEST_F(TaskLoop, DisabledLinkOnlyWaitsForTheSettings) {
     cell.csq_read = 1;
@@ -327,7 +327,7 @@ TEST_F(TaskLoop, DisablingWhileOnlineStillFillsInTheIdentity) {
     EXPECT_STREQ(cell.m_card_imsi, "460001234567890");
 }
 
-// ---- offline ----------------------------------------------------------------------------------------------
+// Offline
 
 TEST_F(TaskLoop, OfflineEachPassIsOneStepOfConnect) {
     cell.csq_read = 1;
@@ -346,7 +346,7 @@ TEST_F(TaskLoop, ConnectMayAskForAReset) {
     EXPECT_TRUE(world.Exists(kStatusFile));
 }
 
-// ---- online -----------------------------------------------------------------------------------------------
+// Online
 
 TEST_F(TaskLoop, SettingsAreReadInEachPassWithALink) {
     BringOnline(cell);
@@ -422,7 +422,7 @@ TEST_F(TaskLoop, OfflineNobodyLooksAtTemperatureAndSignal) {
     EXPECT_EQ(cell.CountOf("CheckSignalStatus"), 0);
 }
 
-// ---- health -----------------------------------------------------------------------------------------------
+// Health
 
 TEST_F(TaskLoop, WithOneSimAndNoProjectNothingPings) {
     BringOnline(cell);
@@ -484,7 +484,7 @@ TEST_F(TaskLoop, SoftResetOfTheHealthCheckLeadsBackThroughConnect) {
     EXPECT_EQ(world.Commands().front(), "echo 1 > /sys/class/gpio/gpio130/value");
 }
 
-// ---- link lost --------------------------------------------------------------------------------------------
+// Link lost
 
 TEST_F(TaskLoop, EleventhFailedCheckEndsTheOnlineState) {
     BringOnline(cell);

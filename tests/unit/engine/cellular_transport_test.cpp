@@ -148,7 +148,7 @@ TEST_F(Transport, AnswersOfTheTwoFormsLieInBuffersOfTheirOwn) {
     EXPECT_EQ(cell.AtRequest("AT+B"), of_short_form);
 }
 
-// ---- the console ------------------------------------------------------------------------------------------
+// The console
 
 constexpr char kPrompt[] = "\n=================================DBG MODE=================================";
 

@@ -123,7 +123,7 @@ class BusTest : public testing::Test {
     UpgradingCell cell{-1};
 };
 
-// ---- registration
+// Registration
 
 TEST_F(BusTest, JoinsUnderItsNameWithOneRowInEachTable) {
     EXPECT_EQ(0, join_bus());
@@ -170,7 +170,7 @@ TEST_F(BusTest, UpgradeRequestThatCameAsASignalStartsTheUpgrade) {
     EXPECT_EQ(1, cell.upgrades);
 }
 
-// ---- frames that are none
+// Frames that are none
 
 TEST_F(BusTest, FrameWithABadCrcGetsAnEmptyAnswerAndNoLogLine) {
     for (size_t at : {size_t{3}, size_t{7}, kUpgradeRequest.size() - 1}) {
@@ -199,7 +199,7 @@ TEST_F(BusTest, BrokenFrameWithoutACallerIsHarmless) {
     EXPECT_EQ(0, ravelin_deal_dbus_message(3, frame.data(), nullptr, nullptr));
 }
 
-// ---- no driver
+// No driver
 
 TEST_F(BusTest, StatusQueryWithoutADriverGetsStatus3OfAnUpgradeRequest) {
     pCell = nullptr;
@@ -217,7 +217,7 @@ TEST_F(BusTest, EveryCommandWithoutADriverGetsTheSame) {
     EXPECT_STREQ("", supportModule);
 }
 
-// ---- commands that ask for nothing
+// Commands that ask for nothing
 
 TEST_F(BusTest, OutcomeThatComesAsARequestIsOnlyLogged) {
     const struct {
@@ -248,7 +248,7 @@ TEST_F(BusTest, UnknownCommandGetsAnEmptyAnswerAfterTheFirstLine) {
     EXPECT_EQ(0, cell.m_ota_running);
 }
 
-// ---- status
+// Status
 
 Bytes Item(uint8_t type, const std::string& value) {
     Bytes item = {type, static_cast<uint8_t>(value.size())};
@@ -351,7 +351,7 @@ TEST_F(BusTest, StatusQueryDuringAnUpgradeIsAnsweredAsUsual) {
     EXPECT_EQ(0x0F, answer[9]);
 }
 
-// ---- upgrade requests
+// Upgrade requests
 
 TEST_F(BusTest, UpgradeRequestOfTheExample) {
     testing::internal::CaptureStdout();

@@ -21,8 +21,7 @@
 using cc_cell::PlainCell;
 using test_support::World;
 
-// ---- calls that fail on demand
-// ------------------------------------------------------------------------------------------
+// Calls that fail on demand
 
 namespace {
 bool fail_next_select = false;
@@ -136,8 +135,7 @@ class FifoTest : public testing::Test {
     PlainCell cell{-1};
 };
 
-// ---- the table of commands
-// ----------------------------------------------------------------------------------------------
+// The table of commands
 
 struct CommandCase {
     const char* name;
@@ -196,8 +194,7 @@ TEST_F(FifoTest, OfflineStillTellsIndexZeroAfterManyMessages) {
     EXPECT_EQ(2, world.CountLogged("[FIFO]4G_MODEM_STATUS:offline:index 0\n"));
 }
 
-// ---- lines
-// --------------------------------------------------------------------------------------------------------------
+// Lines
 
 TEST_F(FifoTest, SoftResetSetsTheRequestOnceHoweverOftenItIsAskedFor) {
     Start();
@@ -339,8 +336,7 @@ TEST_F(FifoTest, MessageCarriesSeveralLines) {
     EXPECT_TRUE(world.Logged(7, "[FIFO]fifo msg:a:1\nb:2\n\nc:3 \n"));
 }
 
-// ---- what a message without a line end runs into
-// ------------------------------------------------------------------------
+// What a message without a line end runs into
 
 TEST_F(FifoTest, MessageWithoutLineEndRunsIntoTheTailOfAnEarlierOne) {
     Start();
@@ -384,8 +380,7 @@ TEST_F(FifoTest, MessageWithLineEndRunsIntoNothing) {
     EXPECT_EQ(1u, Pairs().size());
 }
 
-// ---- bad input
-// ----------------------------------------------------------------------------------------------------------
+// Bad input
 
 TEST_F(FifoTest, BinaryBytesAreHarmless) {
     Start();
@@ -488,8 +483,7 @@ TEST_F(FifoTest, SeveralWritersAtOnce) {
     EXPECT_EQ(1, cell.m_soft_reset_req);
 }
 
-// ---- the pipe itself
-// ----------------------------------------------------------------------------------------------------
+// The pipe itself
 
 TEST_F(FifoTest, ThreadMakesThePipe) {
     const mode_t old_mask = umask(0);
