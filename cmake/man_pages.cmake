@@ -8,11 +8,14 @@ file(MAKE_DIRECTORY ${MAN_PAGE_FOLDER})
 set(MAN_PAGES)
 
 # add_man_page(NAME SECTION COMPONENT TEXT...): of TEXT, where the program says what it does, and docs/man/NAME.SECTION.man.
-# Installed with COMPONENT.
+# Installed with COMPONENT. TEXT may be a file that the build has made.
 function(add_man_page name section component)
     set(page ${MAN_PAGE_FOLDER}/${name}.${section})
-    list(TRANSFORM ARGN PREPEND ${CMAKE_SOURCE_DIR}/ OUTPUT_VARIABLE texts)
-    list(APPEND texts ${CMAKE_SOURCE_DIR}/docs/man/${name}.${section}.man)
+    set(texts)
+    foreach(text ${ARGN} docs/man/${name}.${section}.man)
+        cmake_path(ABSOLUTE_PATH text BASE_DIRECTORY ${CMAKE_SOURCE_DIR})
+        list(APPEND texts ${text})
+    endforeach()
     add_custom_command(OUTPUT ${page}
         COMMAND ${AWK_PROGRAM} -v name=${name} -v section=${section} -v version=${PROJECT_VERSION} -v page_file=${page}
                 -f ${MAN_PAGE_SCRIPT} ${texts}
@@ -25,7 +28,7 @@ add_man_page(ravelin-mobile 8 daemon network_daemon/main_options.cpp support/tra
 add_man_page(ravelin-board-setup 8 daemon packaging/board/ravelin-board-setup)
 if(RAVELIN_TOOLS)
     add_man_page(ravelin-fifo 1 tools scripts/fifo)
-    add_man_page(modem_sim 1 tools simulator/modem/modem_sim.help)
+    add_man_page(modem_sim 1 tools ${MODEM_SIM_HELP})
     add_man_page(ocpp_peer 1 tools simulator/bus_peer/ocpp_peer.help)
     add_man_page(scenario_run 1 tools simulator/virtual_time/scenario_run.help)
 endif()

@@ -14,24 +14,6 @@
 
 namespace cc_cell {
 
-/// Vendor type codes as CheckDevType returns them. 12 is not given out.
-enum VendorType : int {
-    kVendorUnknown = 0,
-    kVendorLongSung = 1,
-    kVendorChuangYi = 2,
-    kVendorNodeCom = 3,
-    kVendorHuaWei = 4,
-    kVendorZte = 5,
-    kVendorQuectelQcom = 6,
-    kVendorQuectelUnisoc = 7,
-    kVendorQuectelAsr = 8,
-    kVendorSimCom = 9,
-    kVendorCinterion = 10,
-    kVendorFibocom = 11,
-    kVendorLynq = 13,
-    kVendorFibocomLe = 14,
-};
-
 constexpr int kAnswerLimit = 256;                    // bytes of modem text that one read takes
 constexpr int kAnswerBufferSize = kAnswerLimit + 1;  // with the terminator
 constexpr int kFieldSize = 64;                       // one field of a comma-separated answer

@@ -4,10 +4,10 @@
 
 #include <cstring>
 
-#include "cellular.h"
-#include "cellular_port.h"
-#include "serial_port.h"
-#include "trace_log.h"
+#include "network_daemon/cellular.h"
+#include "network_daemon/cellular_port.h"
+#include "support/serial_port.h"
+#include "support/trace_log.h"
 
 namespace cc_cell {
 namespace {

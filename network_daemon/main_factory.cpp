@@ -1,19 +1,19 @@
 // Which driver belongs to which modem, and the object that all threads reach the driver through. Called by
 // main once.
-#include "CellChuangYi.h"
-#include "CellCinterion.h"
-#include "CellFiboCom.h"
-#include "CellFiboComLE.h"
-#include "CellHuaWei.h"
-#include "CellLYNQ.h"
-#include "CellLongSung.h"
-#include "CellNodeCom.h"
-#include "CellQuectelAsr.h"
-#include "CellQuectelQcom.h"
-#include "CellQuectelUnisoc.h"
-#include "CellSimCom.h"
-#include "CellZTE.h"
-#include "main.h"
+#include "CellSubClass/src/CellChuangYi.h"
+#include "CellSubClass/src/CellCinterion.h"
+#include "CellSubClass/src/CellFiboCom.h"
+#include "CellSubClass/src/CellFiboComLE.h"
+#include "CellSubClass/src/CellHuaWei.h"
+#include "CellSubClass/src/CellLYNQ.h"
+#include "CellSubClass/src/CellLongSung.h"
+#include "CellSubClass/src/CellNodeCom.h"
+#include "CellSubClass/src/CellQuectelAsr.h"
+#include "CellSubClass/src/CellQuectelQcom.h"
+#include "CellSubClass/src/CellQuectelUnisoc.h"
+#include "CellSubClass/src/CellSimCom.h"
+#include "CellSubClass/src/CellZTE.h"
+#include "network_daemon/main.h"
 
 cc_cell::CellBase* pCell = nullptr;
 

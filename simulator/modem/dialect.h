@@ -1,7 +1,7 @@
 // Dialects as data. A family of modems is a list of facts and a table of rows, each one command with what it
 // needs and what it answers. Rows that a few families share, and those that the 3GPP standard (TS 27.007)
 // gives to all modems, stand in tables of their own, which are searched after the family's. A new family is
-// one file in dialects/ and one line each in dialects/families.h and dialects/families.cpp.
+// one file in dialects/: the build finds it there (families.cmake).
 #pragma once
 
 #include <cstddef>
@@ -157,7 +157,7 @@ struct Family {
     Table<Row> (*shared_rows)() = nullptr;  ///< those of a few relatives
 };
 
-/// All families, in the order of --help.
+/// All families, in the order of --help: the default, and the others by name.
 const std::vector<const Family*>& AllFamilies();
 const Family* FindFamily(std::string_view name);
 

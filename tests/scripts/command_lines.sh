@@ -90,7 +90,7 @@ for file in bench/bus bench/measure scripts/{fifo,private-view,run,setup,test} s
     refused "$file" "unknown option --bogus" --bogus
 done
 
-families=$(sed -n 's/^ \{22\}\([a-z0-9_]*\):.*/\1/p' "$REPOSITORY/simulator/modem/modem_sim.help" | paste -sd' ')
+families=$("$BUILD/modem_sim" --help | sed -n 's/^ \{22\}\([a-z0-9_]*\):.*/\1/p' | paste -sd' ')
 boards=$(sed -n 's/.*"name": "\(arm[a-z0-9]*\)".*/\1/p' "$REPOSITORY/CMakePresets.json" | sort -u | paste -sd' ')
 simulated="is for the simulated modem and can't be combined with --device"
 

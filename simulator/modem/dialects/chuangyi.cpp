@@ -1,6 +1,6 @@
 // ChuangYi modules on Innofidei chipsets: the call is a context that is activated by AT+CGACT; AT+SYSINFO
 // gives the service, AT+RRCSTATE the link, and the host may write a subscriber number with AT+SCFG.
-#include "simulator/modem/dialects/families.h"
+#include "simulator/modem/dialect.h"
 
 namespace modem_sim {
 
@@ -49,7 +49,7 @@ constexpr Row kRows[] = {
 
 }  // namespace
 
-constexpr Family kChuangyiFamily = {
+extern constexpr Family kChuangyiFamily = {
     .name = "chuangyi",
     .maker = "Innofidei",
     .models = kModels,

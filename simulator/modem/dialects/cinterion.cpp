@@ -1,6 +1,6 @@
 // Cinterion modules (PLS83-W and its relatives): the data call is AT^SWWAN; AT^SMONI gives the cell and
 // AT^SCTM the temperature. The AT port is a ttyACM device, which has another number after each restart.
-#include "simulator/modem/dialects/families.h"
+#include "simulator/modem/dialect.h"
 #include "simulator/modem/text.h"
 
 namespace modem_sim {
@@ -54,7 +54,7 @@ constexpr Row kRows[] = {
 
 }  // namespace
 
-constexpr Family kCinterionFamily = {
+extern constexpr Family kCinterionFamily = {
     .name = "cinterion",
     .maker = "Cinterion",
     .models = kModels,

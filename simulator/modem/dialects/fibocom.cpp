@@ -1,6 +1,6 @@
 // Fibocom modules NL668 and MC116: the network card exists in one USB mode only, which AT+GTUSBMODE sets and
 // a restart puts into effect; the data link is AT+GTRNDIS. Delivered with the echo on.
-#include "simulator/modem/dialects/families.h"
+#include "simulator/modem/dialect.h"
 #include "simulator/modem/dialects/fibocom_rows.h"
 #include "simulator/modem/text.h"
 
@@ -49,7 +49,7 @@ constexpr Row kRows[] = {
 
 }  // namespace
 
-constexpr Family kFibocomFamily = {
+extern constexpr Family kFibocomFamily = {
     .name = "fibocom",
     .maker = "Fibocom",
     .models = kModels,

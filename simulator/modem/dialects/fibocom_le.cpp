@@ -3,7 +3,7 @@
 // command in front of the subscriber number.
 #include <algorithm>
 
-#include "simulator/modem/dialects/families.h"
+#include "simulator/modem/dialect.h"
 #include "simulator/modem/dialects/fibocom_rows.h"
 
 namespace modem_sim {
@@ -60,7 +60,7 @@ constexpr Row kRows[] = {
 
 }  // namespace
 
-constexpr Family kFibocomLeFamily = {
+extern constexpr Family kFibocomLeFamily = {
     .name = "fibocom_le",
     .maker = "Fibocom",
     .models = kModels,

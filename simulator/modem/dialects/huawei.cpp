@@ -1,7 +1,7 @@
 // Huawei modules of the ME909 kind: the data call is AT^NDISDUP, whose parameters follow one another, and is
 // watched with AT^NDISSTATQRY; the modem reports call and signal unsolicited, and the radio technology stands
 // in the report of the signal alone.
-#include "simulator/modem/dialects/families.h"
+#include "simulator/modem/dialect.h"
 
 namespace modem_sim {
 
@@ -68,7 +68,7 @@ constexpr Row kRows[] = {
 
 }  // namespace
 
-constexpr Family kHuaweiFamily = {
+extern constexpr Family kHuaweiFamily = {
     .name = "huawei",
     .maker = "Huawei Technologies Co., Ltd.",
     .models = kModels,

@@ -1,7 +1,7 @@
 // LongSung modules: there is no dial command, the modem calls as soon as it has been given a context; the
 // link is asked with AT+DATASTATUS and reported unsolicited by +DATASTATUS.
+#include "simulator/modem/dialect.h"
 #include "simulator/modem/dialects/data_status.h"
-#include "simulator/modem/dialects/families.h"
 
 namespace modem_sim {
 
@@ -25,7 +25,7 @@ constexpr Row kRows[] = {
 
 }  // namespace
 
-constexpr Family kLongsungFamily = {
+extern constexpr Family kLongsungFamily = {
     .name = "longsung",
     .maker = "LONGSUNG",
     .models = kModels,

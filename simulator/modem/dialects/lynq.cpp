@@ -1,6 +1,6 @@
 // LYNQ L503: the data link is AT+NETOPEN, which takes nothing, and AT+CPSI? gives system, cell and signal.
 // There is no blank after the colons, but for the state of the link.
-#include "simulator/modem/dialects/families.h"
+#include "simulator/modem/dialect.h"
 
 namespace modem_sim {
 
@@ -47,7 +47,7 @@ constexpr Row kRows[] = {
 
 }  // namespace
 
-constexpr Family kLynqFamily = {
+extern constexpr Family kLynqFamily = {
     .name = "lynq",
     .maker = "LYNQ",
     .models = kModels,

@@ -1,7 +1,7 @@
 // NodeCom modules: dialled with AT+ECMDUP, whose answer comes when the dial has ended; the link is reported
 // unsolicited by +DATASTATUS, and asked with AT+PKTSTATUS.
+#include "simulator/modem/dialect.h"
 #include "simulator/modem/dialects/data_status.h"
-#include "simulator/modem/dialects/families.h"
 
 namespace modem_sim {
 
@@ -24,7 +24,7 @@ constexpr Row kRows[] = {
 
 }  // namespace
 
-constexpr Family kNodecomFamily = {
+extern constexpr Family kNodecomFamily = {
     .name = "nodecom",
     .maker = "Nodecom",
     .models = kModels,

@@ -1,7 +1,7 @@
 // Quectel modules on ASR chipsets (EC200A, EC600M, EG800K, EC800K): AT+QNETDEVCTL is answered at once and
 // dials after the answer; if it was asked to, the module then reports the call as "+QNETDEVSTATUS:", which
 // on other Quectel modules is the answer to a question.
-#include "simulator/modem/dialects/families.h"
+#include "simulator/modem/dialect.h"
 #include "simulator/modem/dialects/quectel.h"
 
 namespace modem_sim {
@@ -41,7 +41,7 @@ constexpr Row kRows[] = {
 
 }  // namespace
 
-constexpr Family kQuectelAsrFamily = {
+extern constexpr Family kQuectelAsrFamily = {
     .name = "quectel_asr",
     .maker = "Quectel",
     .models = kModels,

@@ -2,7 +2,7 @@
 // its own, dialled with AT$QCRMCALL and watched with AT+QNETDEVSTATUS; AT+QENG gives the cells.
 #include <algorithm>
 
-#include "simulator/modem/dialects/families.h"
+#include "simulator/modem/dialect.h"
 #include "simulator/modem/dialects/quectel.h"
 #include "simulator/modem/text.h"
 
@@ -92,7 +92,7 @@ constexpr Row kRows[] = {
 
 }  // namespace
 
-constexpr Family kQuectelQcomFamily = {
+extern constexpr Family kQuectelQcomFamily = {
     .name = "quectel_qcom",
     .maker = "Quectel",
     .models = kModels,

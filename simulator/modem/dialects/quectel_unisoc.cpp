@@ -1,6 +1,6 @@
 // Quectel modules on Unisoc chipsets (EC200G, EC200U): AT+QNETDEVCTL is answered when the dial has ended, and
 // a refused one with an error; the call is never reported. The serial number has no quotes.
-#include "simulator/modem/dialects/families.h"
+#include "simulator/modem/dialect.h"
 #include "simulator/modem/dialects/quectel.h"
 
 namespace modem_sim {
@@ -29,7 +29,7 @@ constexpr Row kRows[] = {
 
 }  // namespace
 
-constexpr Family kQuectelUnisocFamily = {
+extern constexpr Family kQuectelUnisocFamily = {
     .name = "quectel_unisoc",
     .maker = "Quectel",
     .models = kModels,

@@ -1,6 +1,6 @@
 // SIMCom modules: the data call is AT$QCRMCALL with APN and authentication in one command, and AT+CPSI?
 // gives system and cell.
-#include "simulator/modem/dialects/families.h"
+#include "simulator/modem/dialect.h"
 #include "simulator/modem/text.h"
 
 namespace modem_sim {
@@ -70,7 +70,7 @@ constexpr Row kRows[] = {
 
 }  // namespace
 
-constexpr Family kSimcomFamily = {
+extern constexpr Family kSimcomFamily = {
     .name = "simcom",
     .maker = "SIMCOM INCORPORATED",
     .models = kModels,

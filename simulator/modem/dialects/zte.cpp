@@ -4,15 +4,20 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "simulator/modem/dialects/families.h"
+#include "simulator/modem/dialect.h"
 #include "simulator/modem/text.h"
 
 namespace modem_sim {
 
 namespace {
 
-constexpr char kModelMeasuring[] = "ME3630";
-constexpr char kModelWithoutAddress[] = "GM196";
+constexpr Model kModels[] = {
+    {"ME3630", "ME3630C1CV1.0B06"},
+    {"GM196", "GM196V1.0.0B09"},
+    {"GM196H", "GM196HV1.0.0B03"},
+};
+constexpr const char* kModelMeasuring = kModels[0].name;
+constexpr const char* kModelWithoutAddress = kModels[1].name;
 /// On, APN, kind of context, user name, password, kind of authentication.
 constexpr size_t kDialArgumentsMax = 6;
 
@@ -59,12 +64,6 @@ Outcome AskCell(Device& device, const Arguments&) {
     return Filled(device, "+ZCELLINFO: {area}," + system + ",{cell},{band},{channel}");
 }
 
-constexpr Model kModels[] = {
-    {kModelMeasuring, "ME3630C1CV1.0B06"},
-    {kModelWithoutAddress, "GM196V1.0.0B09"},
-    {"GM196H", "GM196HV1.0.0B03"},
-};
-
 constexpr Row kRows[] = {
     {"ATI", kNothing, "Manufacturer: {maker}\nModel: {model}\nRevision: {firmware}\nIMEI: {imei}"},
     {"AT+ZGETICCID", kCard, "+ZGETICCID: {iccid}"},
@@ -80,7 +79,7 @@ constexpr Row kRows[] = {
 
 }  // namespace
 
-constexpr Family kZteFamily = {
+extern constexpr Family kZteFamily = {
     .name = "zte",
     .maker = "GOSUNCN",
     .models = kModels,

@@ -1,0 +1,48 @@
+# find_families(SOURCE...): what the build has to know of the dialects: which families there are, and the models that --help
+# names. A family is a source with `extern constexpr Family kNAME = {`; the other sources are what relatives share. The default
+# comes first, the others by name. Sets, for the caller:
+#   FAMILIES_SOURCE  a source with AllFamilies() of dialect.h
+#   FAMILIES_HELP    the families with their models, as lines of --help
+set(DEFAULT_FAMILY quectel_qcom) # as in ModemOptions
+
+function(find_families)
+    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${ARGN})
+    set(names)
+    foreach(source ${ARGN})
+        file(READ ${source} text)
+        if(NOT text MATCHES "Family (k[A-Za-z0-9]+) = {")
+            continue()
+        endif()
+        set(object ${CMAKE_MATCH_1})
+        if(NOT text MATCHES "\n    \\.name = \"([a-z0-9_]+)\",")
+            message(FATAL_ERROR "${source}: ${object} has no line `.name = \"...\",`")
+        endif()
+        set(name ${CMAKE_MATCH_1})
+        if(NOT text MATCHES "\nconstexpr Model kModels\\[\\] = {([^;]*)}")
+            message(FATAL_ERROR "${source}: there is no `constexpr Model kModels[] = {{\"MODEL\"}, ...};`")
+        endif()
+        string(REGEX MATCHALL "{\"[^\"]+" models "${CMAKE_MATCH_1}")
+        list(TRANSFORM models REPLACE "^{\"" "")
+        list(JOIN models " " models)
+        list(APPEND names ${name})
+        set(object_of_${name} ${object})
+        set(models_of_${name} ${models})
+    endforeach()
+    list(REMOVE_ITEM names ${DEFAULT_FAMILY})
+    list(SORT names)
+    list(PREPEND names ${DEFAULT_FAMILY})
+
+    set(FAMILY_DECLARATIONS "")
+    set(FAMILY_ADDRESSES "")
+    set(lines)
+    foreach(name ${names})
+        string(APPEND FAMILY_DECLARATIONS "extern const Family ${object_of_${name}};\n")
+        string(APPEND FAMILY_ADDRESSES "        &${object_of_${name}},\n")
+        list(APPEND lines "                      ${name}: ${models_of_${name}}")
+    endforeach()
+    set(FAMILIES_SOURCE ${CMAKE_CURRENT_BINARY_DIR}/families.cpp)
+    configure_file(families.cpp.in ${FAMILIES_SOURCE} @ONLY)
+    list(JOIN lines "\n" FAMILIES_HELP)
+    set(FAMILIES_SOURCE ${FAMILIES_SOURCE} PARENT_SCOPE)
+    set(FAMILIES_HELP ${FAMILIES_HELP} PARENT_SCOPE)
+endfunction()
