@@ -9,7 +9,6 @@
 #include "MkUtils.h"
 #include "build_info.h"
 #include "cellular.h"
-#include "ini_store.h"
 #include "text_util.h"
 #include "trace_log.h"
 

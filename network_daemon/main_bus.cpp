@@ -11,7 +11,6 @@
 #include "busglue.h"
 #include "cellular_report.h"
 #include "dbus_util.h"
-#include "ini_store.h"
 #include "main.h"
 #include "text_util.h"
 

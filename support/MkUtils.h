@@ -14,6 +14,8 @@
 #include <ctime>
 #include <string>
 
+#include "text_util.h"
+
 // Clock: MkUtils.cpp
 
 /// Seconds since boot.
@@ -123,19 +125,13 @@ void DeleteOldestVideo(const char* folder);
 std::string GetProcessFolder(int pid);
 std::string GetProcessExecutable(int pid);
 
-// Text and numbers: MkUtils_text.cpp
+// Text and numbers: MkUtils_text.cpp; the trims of both ends of a text come with text_util.h
 
 /// Part of `path` after the last "/".
 const char* GetBaseName(const char* path);
 
 /// Part of the base name after its last dot; empty when it has no dot, or only one at its start.
 const char* GetExtension(const char* path);
-
-/// `text` from its first character that isn't white space.
-char* TrimStart(char* text);
-
-/// Cuts white space off the end of `text`, in place, and returns `text`.
-char* TrimEnd(char* text);
 
 /// A size for people: "512 bytes", "1.5 KB", "2.0 MB", "3.4 GB", by steps of 1024.
 std::string GetSizeText(uint64_t size_bytes);

@@ -52,7 +52,7 @@ char* ReadSmallFile(const char* path) {
         fclose(file);
     }
     buffer[length] = '\0';
-    return TrimEnd(buffer);
+    return trim_end(buffer);
 }
 
 int RunCommand(const char* command, char* output, size_t count) {

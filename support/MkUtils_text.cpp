@@ -1,7 +1,6 @@
 // Text and numbers of MkUtils.
 #include <strings.h>
 
-#include <cctype>
 #include <cerrno>
 #include <charconv>
 #include <cstdio>
@@ -17,10 +16,6 @@ constexpr uint64_t kMegabyte = 1024 * kKilobyte;
 constexpr uint64_t kGigabyte = 1024 * kMegabyte;
 
 constexpr uint32_t kHashSeed = 5381;
-
-bool is_space(char c) {
-    return isspace(static_cast<unsigned char>(c)) != 0;
-}
 
 template <size_t N>
 bool is_one_of(const char* text, const char* const (&words)[N]) {
@@ -41,17 +36,6 @@ const char* GetExtension(const char* path) {
     const char* name = GetBaseName(path);
     const char* dot = strrchr(name, '.');
     return dot == nullptr || dot == name ? name + strlen(name) : dot + 1;
-}
-
-char* TrimStart(char* text) {
-    while (is_space(*text)) ++text;
-    return text;
-}
-
-char* TrimEnd(char* text) {
-    char* end = text + strlen(text);
-    while (end > text && is_space(end[-1])) *--end = '\0';
-    return text;
 }
 
 std::string GetSizeText(uint64_t size_bytes) {

@@ -1,9 +1,18 @@
 #include "text_util.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
+
+namespace {
+
+bool is_space(char c) {
+    return isspace(static_cast<unsigned char>(c)) != 0;
+}
+
+}  // namespace
 
 size_t copy_text(char* to, size_t size, const char* from) {
     if (size == 0) return 0;
@@ -34,4 +43,19 @@ int32_t parse_number(const char* text) {
     const long value = strtol(text, nullptr, 10);
     using limits = std::numeric_limits<int32_t>;
     return static_cast<int32_t>(std::clamp<long>(value, limits::min(), limits::max()));
+}
+
+char* trim_start(char* text) {
+    while (is_space(*text)) ++text;
+    return text;
+}
+
+char* trim_end(char* text) {
+    char* end = text + strlen(text);
+    while (end > text && is_space(end[-1])) *--end = '\0';
+    return text;
+}
+
+char* str_trim(char* text) {
+    return trim_start(trim_end(text));
 }

@@ -1,5 +1,5 @@
 // The few text operations that everything else is built from: one bounded copy, one field splitter, one
-// number reader. Modem text is cut in place; none of these allocates or logs.
+// number reader, one trim. Text is cut in place; none of these allocates or logs.
 #pragma once
 
 #include <cstddef>
@@ -26,3 +26,12 @@ char* next_token(char** rest, const char* delimiters);
 /// Base-10 number at the start of `text`, white space in front skipped; 0 when there is none or `text` is
 /// null. A number beyond the range saturates.
 int32_t parse_number(const char* text);
+
+/// `text` from its first character that isn't white space.
+char* trim_start(char* text);
+
+/// Cuts white space off the end of `text`, in place, and returns `text`.
+char* trim_end(char* text);
+
+/// Both: cuts the end in place, and returns `text` from its first character that isn't white space.
+char* str_trim(char* text);

@@ -17,10 +17,6 @@ static_assert(sizeof(IniEntry::key) == kTextLengthMax + 1 && sizeof(IniEntry::va
 
 enum class LineRule { kUpperCaseOnly, kAny };
 
-bool is_space(char c) {
-    return isspace(static_cast<unsigned char>(c)) != 0;
-}
-
 bool is_upper(char c) {
     return isupper(static_cast<unsigned char>(c)) != 0;
 }
@@ -205,11 +201,4 @@ void ini_free(IniEntry* table) {
         free(table);
         table = next;
     }
-}
-
-char* str_trim(char* text) {
-    char* end = text + strlen(text);
-    while (end > text && is_space(end[-1])) *--end = '\0';
-    while (is_space(*text)) ++text;
-    return text;
 }

@@ -29,7 +29,3 @@ int ini_save(IniEntry** table, const char* path);
 
 /// Frees a table; null is accepted.
 void ini_free(IniEntry* table);
-
-/// Trims white space at both ends in place: the end is overwritten, and the result points to the first
-/// character after the leading white space.
-char* str_trim(char* text);

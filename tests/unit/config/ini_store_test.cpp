@@ -427,33 +427,4 @@ TEST_F(IniStore, SaveMeasuresTheTrimmedKey) {
     EXPECT_EQ(Read(), key + "=1\n");
 }
 
-// Trimming
-
-TEST(StrTrim, TakesWhiteSpaceFromBothEnds) {
-    const struct {
-        const char* text;
-        const char* expected;
-    } cases[] = {
-        {"", ""},
-        {" ", ""},
-        {" \t\n\v\f\r", ""},
-        {"a", "a"},
-        {" a", "a"},
-        {"a ", "a"},
-        {"\t a b \r\n", "a b"},
-        {"\xA0 a\xA0", "\xA0 a\xA0"},
-        {"  x\x01 ", "x\x01"},
-    };
-    for (const auto& c : cases) {
-        std::string text = c.text;
-        EXPECT_STREQ(str_trim(text.data()), c.expected) << '"' << c.text << '"';
-    }
-}
-
-TEST(StrTrim, WorksInsideTheGivenText) {
-    char text[] = "  ab  ";
-    EXPECT_EQ(str_trim(text), text + 2);
-    EXPECT_EQ(std::string(text, sizeof(text)), std::string("  ab\0\0\0", 7)) << "the end is overwritten";
-}
-
 }  // namespace

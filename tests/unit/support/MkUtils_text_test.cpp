@@ -22,23 +22,6 @@ TEST(MkUtilsText, ExtensionIsBehindTheLastDotOfTheName) {
     EXPECT_STREQ("", GetExtension(""));
 }
 
-struct TrimCase {
-    const char *text, *start, *end;
-};
-
-TEST(MkUtilsText, TrimsWorkOnOneEndEach) {
-    const TrimCase cases[] = {{"", "", ""},
-                              {" \t\n\v\f\r", "", ""},
-                              {" a b ", "a b ", " a b"},
-                              {"a", "a", "a"},
-                              {"\xA0x\xA0", "\xA0x\xA0", "\xA0x\xA0"}};
-    for (const TrimCase& test : cases) {
-        std::string text = test.text;
-        EXPECT_STREQ(test.start, TrimStart(text.data()));
-        EXPECT_STREQ(test.end, TrimEnd(text.data()));
-    }
-}
-
 struct SizeCase {
     uint64_t size_bytes;
     const char* expected;

@@ -1,5 +1,5 @@
 // The text operations under everything else: bounds, empty fields, skipped delimiters, numbers at their
-// limits.
+// limits, white space at the ends.
 #include "support/text_util.h"
 
 #include <gtest/gtest.h>
@@ -127,6 +127,41 @@ TEST(ParseNumber, TakesTheNumberAtTheStart) {
     for (const auto& c : cases) {
         EXPECT_EQ(parse_number(c.text), c.expected) << (c.text != nullptr ? c.text : "null");
     }
+}
+
+TEST(Trim, TakesWhiteSpaceFromTheEndThatItNames) {
+    const struct {
+        const char *text, *start, *end, *both;
+    } cases[] = {
+        {"", "", "", ""},
+        {" ", "", "", ""},
+        {" \t\n\v\f\r", "", "", ""},
+        {"a", "a", "a", "a"},
+        {" a", "a", " a", "a"},
+        {"a ", "a ", "a", "a"},
+        {"\t a b \r\n", "a b \r\n", "\t a b", "a b"},
+        {"\xA0 a\xA0", "\xA0 a\xA0", "\xA0 a\xA0", "\xA0 a\xA0"},
+        {"  x\x01 ", "x\x01 ", "  x\x01", "x\x01"},
+    };
+    for (const auto& c : cases) {
+        std::string text = c.text;
+        EXPECT_STREQ(trim_start(text.data()), c.start) << '"' << c.text << '"';
+        EXPECT_STREQ(trim_end(text.data()), c.end) << '"' << c.text << '"';
+        text = c.text;
+        EXPECT_STREQ(str_trim(text.data()), c.both) << '"' << c.text << '"';
+    }
+}
+
+TEST(Trim, WorksInsideTheGivenText) {
+    char text[] = "  ab  ";
+    EXPECT_EQ(str_trim(text), text + 2);
+    EXPECT_EQ(std::string(text, sizeof(text)), std::string("  ab\0\0\0", 7)) << "the end is overwritten";
+}
+
+TEST(Trim, DoesNotLookInFrontOfTheText) {
+    char text[] = "    ";
+    EXPECT_STREQ(trim_end(text + 2), "");
+    EXPECT_STREQ(text, "  ");
 }
 
 }  // namespace
