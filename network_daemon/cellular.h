@@ -119,6 +119,8 @@ class CellBase {
     virtual int32_t DoConnect();
 
     /// Recognises a text of the modem. Cuts the text in place: it can be parsed only once. Null gives type 0.
+    /// What the text says goes to the record alone; but a driver whose row holds the network type stores that
+    /// in m_NetworkType, and not in the record.
     virtual AtResult ParseAtResult(char* text);
 
     /// First line of an answer that consists of one bare line and "OK"; null without "OK". Cuts the text in

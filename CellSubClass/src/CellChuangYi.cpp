@@ -82,11 +82,9 @@ int32_t CellChuangYi::DoConnect() {
 }
 
 AtResult CellChuangYi::ParseAtResult(char* text) {
-    AtResult result = CellBase::ParseAtResult(text);
-    if (result.type != kHintUnknown || text == nullptr) return result;
-    const AtMatch match = FindRow(kRows, text);
+    const AtMatch match = Recognise(*this, kRows, text);
     LogMatch(TRACE_HERE, kLogProgress, match);
-    result = TakeFields(*this, match);
+    const AtResult result = TakeFields(match);
     if (result.type == kHintRrcstate) {
         TRACE(kLogProgress, "Connect Status: stat=%d AcT=%d\n", result.val, result.val2);
     }

@@ -14,7 +14,7 @@ constexpr AtRow kRows[] = {
     {kHintSwwanEcho, "^SWWAN?", {}, ""},  // with its question mark only the echo of the query
     {kHintCinterionCcid, "+CCID: ", {kToText}, "\n\r"},
     {kHintSctm, "^SCTM:", {kToVal, kToVal2, kToVal3}, ",\r\n"},
-    {kHintSmoni, "^SMONI: ", {kToNetworkType}, ",\n\r"},
+    {kHintSmoni, "^SMONI: ", {kHintOnly}, ",\n\r"},  // network type
 };
 static_assert(AgreesWithPrefixTable(kRows));
 
@@ -43,7 +43,7 @@ int32_t CellCinterion::DisConnect() {
 }
 
 int32_t CellCinterion::CheckConnection() {
-    AskResult(*this, "AT^SMONI");  // the parser stores the network type
+    AskNetworkType(*this, "AT^SMONI");
     return ContainsText(AtRequest("AT^SWWAN?"), "1,1,1") != nullptr;
 }
 
@@ -70,14 +70,15 @@ int32_t CellCinterion::DoConnect() {
 }
 
 AtResult CellCinterion::ParseAtResult(char* text) {
-    AtResult result = CellBase::ParseAtResult(text);
-    if (result.type != kHintUnknown || text == nullptr) return result;
-    const AtMatch match = FindRow(kRows, text);
+    const AtMatch match = Recognise(*this, kRows, text);
     LogMatch(TRACE_HERE, kLogDebug, match);
     if (match.Is(kHintSctm)) TRACE(kLogDebug, "SCTM:%s\n", match.text);
-    result = TakeFields(*this, match);
+    const AtResult result = TakeFields(match);
     if (result.type == kHintCinterionCcid) TRACE(kLogProgress, "ICCID:%s\n", result.common_str);
-    if (result.type == kHintSmoni) TRACE(kLogDebug, "Network type:%s\n", m_NetworkType);
+    if (result.type == kHintSmoni) {
+        StoreNetworkType(*this, match);
+        TRACE(kLogDebug, "Network type:%s\n", m_NetworkType);
+    }
     return result;
 }
 

@@ -69,9 +69,15 @@ void LogMatch(const TracePlace& place, unsigned level, const AtMatch& match) {
     if (match.row != nullptr) TRACE_AT(place, level, "%d %s\n", match.row->number, match.text);
 }
 
-AtResult TakeFields(CellBase& cell, const AtMatch& match) {
+AtMatch Recognise(CellBase& cell, const AtRow* rows, size_t count, char* answer) {
+    const AtResult base = cell.CellBase::ParseAtResult(answer);
+    if (base.type != kHintUnknown || answer == nullptr) return {nullptr, nullptr, base};
+    return FindRow(rows, count, answer);
+}
+
+AtResult TakeFields(const AtMatch& match) {
+    if (match.row == nullptr) return match.base;
     AtResult result = {};
-    if (match.row == nullptr) return result;
     const AtRow& row = *match.row;
     const size_t count = CountFields(row);
     if (count == 0) return result;
@@ -84,9 +90,6 @@ AtResult TakeFields(CellBase& cell, const AtMatch& match) {
         case kToText:
             copy_text(result.common_str, next_field(&rest, row.field_ends));
             break;
-        case kToNetworkType:
-            copy_text(cell.m_NetworkType, next_field(&rest, row.field_ends));
-            break;
         default:
             if (count == 1) {
                 StoreNumber(result, row.fields[0], next_field(&rest, row.field_ends));
@@ -98,8 +101,18 @@ AtResult TakeFields(CellBase& cell, const AtMatch& match) {
     return result;
 }
 
+char* StoreNetworkType(CellBase& cell, const AtMatch& match) {
+    char* rest = match.text;
+    copy_text(cell.m_NetworkType, next_field(&rest, match.row->field_ends));
+    return rest;
+}
+
 AtResult AskResult(CellBase& cell, const char* command) {
     return cell.ParseAtResult(cell.AtRequest(command));
+}
+
+void AskNetworkType(CellBase& cell, const char* command) {
+    cell.ParseAtResult(cell.AtRequest(command));
 }
 
 int32_t AskRegistration(CellBase& cell) {

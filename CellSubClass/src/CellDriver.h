@@ -28,10 +28,9 @@ enum FieldTarget : uint8_t {
     kToVal4,
     kToVal5,
     kToVal6,
-    kToNowhere,      // a number that nobody wants
-    kToText,         // common_str, at most 127 characters
-    kToNetworkType,  // m_NetworkType of the object, at most 63 characters
-    kHintOnly,       // the record gets its type; whatever else there is, the driver does by name
+    kToNowhere,  // a number that nobody wants
+    kToText,     // common_str, at most 127 characters
+    kHintOnly,   // the record gets its type; whatever else there is, the driver does by name
 };
 
 constexpr size_t kMostRowFields = 7;
@@ -56,10 +55,11 @@ constexpr bool AgreesWithPrefixTable(const AtRow (&rows)[N]) {
     return true;
 }
 
-/// A row that a text holds, and the text after its prefix. Without a row nothing was found.
+/// What a text was recognised by: a row of the driver, or the base. Neither: nothing was found.
 struct AtMatch {
     const AtRow* row;
-    char* text;
+    char* text;          // after the row's prefix
+    AtResult base = {};  // without a row: what the base's parser made of the text
 
     bool Is(int32_t hint) const { return row != nullptr && row->number == hint; }
 };
@@ -72,13 +72,26 @@ AtMatch FindRow(const AtRow (&rows)[N], char* answer) {
     return FindRow(static_cast<const AtRow*>(rows), N, answer);
 }
 
+AtMatch Recognise(CellBase& cell, const AtRow* rows, size_t count, char* answer);
+
+/// How each driver's ParseAtResult begins: the base's parser goes first, and only what it doesn't know is
+/// searched for `rows`. Null gives no match. Logs what that parser logs.
+template <size_t N>
+AtMatch Recognise(CellBase& cell, const AtRow (&rows)[N], char* answer) {
+    return Recognise(cell, static_cast<const AtRow*>(rows), N, answer);
+}
+
 /// Logs a match as "%d %s\n", number and text after the prefix; nothing without a row.
 void LogMatch(const TracePlace& place, unsigned level, const AtMatch& match);
 
-/// Cuts the fields off `match.text` as its row says and fills record and object. The record is empty
-/// without a row, and for a row without fields. Silent, but the splitter of several numbers logs when they
-/// run out.
-AtResult TakeFields(CellBase& cell, const AtMatch& match);
+/// The record of a match: the base's, or what the fields say that its row cuts off `match.text`; empty for
+/// a row without fields. Writes nothing else. Silent, but the splitter of several numbers logs when they run
+/// out.
+AtResult TakeFields(const AtMatch& match);
+
+/// Stores the first field of a match as m_NetworkType, at most 63 characters of it; what follows the field,
+/// or null. Nothing else that a driver parses goes to the object instead of the record. Silent.
+char* StoreNetworkType(CellBase& cell, const AtMatch& match);
 
 // lists in one text
 
@@ -117,7 +130,11 @@ void SendAll(CellBase& cell, const char* const (&commands)[N]) {
 }
 
 /// Sends `command` and has the driver parse the answer.
-AtResult AskResult(CellBase& cell, const char* command);
+[[nodiscard]] AtResult AskResult(CellBase& cell, const char* command);
+
+/// The same for a question whose row holds the network type: the parse has stored it, and the record says
+/// no more.
+void AskNetworkType(CellBase& cell, const char* command);
 
 /// The two-step registration test: "AT+CEREG?", then "AT+CGREG?". Stores each stat that came in m_CEREG and
 /// m_CGREG. 1 registered at home or roaming, 0 not or no answer. Silent.

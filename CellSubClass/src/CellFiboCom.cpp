@@ -93,11 +93,9 @@ int32_t CellFiboCOM::DoConnect() {
 }
 
 AtResult CellFiboCOM::ParseAtResult(char* text) {
-    AtResult result = CellBase::ParseAtResult(text);
-    if (result.type != kHintUnknown || text == nullptr) return result;
-    const AtMatch match = FindRow(kRows, text);
+    const AtMatch match = Recognise(*this, kRows, text);
     LogMatch(TRACE_HERE, kLogDebug, match);
-    result = TakeFields(*this, match);
+    const AtResult result = TakeFields(match);
     if (result.type == kHintFibocomCcid) TRACE(kLogProgress, "CCID:%s\n", result.common_str);
     if (result.type == kHintFibocomGtrndis) TRACE(kLogDebug, "GTRNDIS: connect_type=%d\n", result.val);
     return result;

@@ -128,11 +128,9 @@ int32_t CellFiboLE370::DoConnect() {
 }
 
 AtResult CellFiboLE370::ParseAtResult(char* text) {
-    AtResult result = CellBase::ParseAtResult(text);
-    if (result.type != kHintUnknown || text == nullptr) return result;
-    const AtMatch match = FindRow(kRows, text);
+    const AtMatch match = Recognise(*this, kRows, text);
     LogMatch(TRACE_HERE, kLogDebug, match);
-    result = TakeFields(*this, match);
+    AtResult result = TakeFields(match);
     switch (result.type) {
         case kHintFibocomLeCcid:
             TRACE(kLogProgress, "CCID:%s\n", result.common_str);

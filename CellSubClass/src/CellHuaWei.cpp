@@ -74,11 +74,9 @@ int32_t CellHuaWei909s::DoConnect() {
 }
 
 AtResult CellHuaWei909s::ParseAtResult(char* text) {
-    AtResult result = CellBase::ParseAtResult(text);
-    if (result.type != kHintUnknown || text == nullptr) return result;
-    const AtMatch match = FindRow(kRows, text);
+    const AtMatch match = Recognise(*this, kRows, text);
     LogMatch(TRACE_HERE, kLogProgress, match);
-    result = TakeFields(*this, match);
+    AtResult result = TakeFields(match);
     if (result.type == kHintNdisstatqry) TRACE(kLogProgress, "Connect Status:%d\n", result.val);
     if (result.type == kHintHcsq) TakeHcsq(match, result);
     return result;

@@ -119,11 +119,9 @@ int32_t CellLYNQ::DoConnect() {
 }
 
 AtResult CellLYNQ::ParseAtResult(char* text) {
-    AtResult result = CellBase::ParseAtResult(text);
-    if (result.type != kHintUnknown || text == nullptr) return result;
-    const AtMatch match = FindRow(kRows, text);
+    const AtMatch match = Recognise(*this, kRows, text);
     if (match.row != nullptr) TRACE(kLogDebug, "%s %s\n", match.row->prefix.data(), match.text);
-    result = TakeFields(*this, match);
+    const AtResult result = TakeFields(match);
     switch (result.type) {
         case kHintLynqIccid:
             TRACE(kLogProgress, "ICCID:%s\n", result.common_str);

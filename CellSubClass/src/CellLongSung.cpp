@@ -26,8 +26,6 @@ int32_t CellLongSung::CheckConnection() {
 }
 
 AtResult CellLongSung::ParseAtResult(char* text) {
-    const AtResult result = CellBase::ParseAtResult(text);
-    if (result.type != kHintUnknown || text == nullptr) return result;
     return ParseDataStatus(TRACE_HERE, *this, text);
 }
 

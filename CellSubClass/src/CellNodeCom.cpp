@@ -42,8 +42,6 @@ int32_t CellNodeCom::DoConnect() {
 }
 
 AtResult CellNodeCom::ParseAtResult(char* text) {
-    const AtResult result = CellBase::ParseAtResult(text);
-    if (result.type != kHintUnknown || text == nullptr) return result;
     return ParseDataStatus(TRACE_HERE, *this, text);
 }
 

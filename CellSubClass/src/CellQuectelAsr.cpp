@@ -12,7 +12,7 @@ namespace {
 
 constexpr AtRow kRows[] = {
     {34, "ReSeRvEd:", {}, ""},
-    {kHintQnwinfo, "+QNWINFO: ", {kToNetworkType}, ",\n\r"},
+    {kHintQnwinfo, "+QNWINFO: ", {kHintOnly}, ",\n\r"},  // network type
     {kHintQcrmcall, "$QCRMCALL: ", {}, ""},
     {kHintQnetdevstatus, "+QNETDEVSTATUS:", {}, ""},
     {kHintQccid, "+QCCID: ", {kToText}, "\n\r"},
@@ -78,7 +78,7 @@ void CellQueAsr::CheckNeighbourSignal() {
 }
 
 int32_t CellQueAsr::ReadCSQ() {
-    AskResult(*this, "AT+QNWINFO");  // the parser stores the network type
+    AskNetworkType(*this, "AT+QNWINFO");
     return CellBase::ReadCSQ();
 }
 
@@ -90,13 +90,9 @@ int32_t CellQueAsr::DoConnect() {
 }
 
 AtResult CellQueAsr::ParseAtResult(char* text) {
-    AtResult result = CellBase::ParseAtResult(text);
-    if (result.type != kHintUnknown || text == nullptr) return result;
-    const AtMatch match = FindRow(kRows, text);
+    const AtMatch match = Recognise(*this, kRows, text);
     LogMatch(TRACE_HERE, kLogDebug, match);
-    result = TakeFields(*this, match);
-    LogQuectelRecord(TRACE_HERE, *this, result);
-    return result;
+    return TakeQuectelFields(TRACE_HERE, *this, match);
 }
 
 }  // namespace cc_cell

@@ -18,7 +18,7 @@ namespace {
 
 constexpr AtRow kRows[] = {
     {34, "ReSeRvEd:", {}, ""},
-    {kHintQnwinfo, "+QNWINFO: ", {kToNetworkType}, ",\n\r"},
+    {kHintQnwinfo, "+QNWINFO: ", {kHintOnly}, ",\n\r"},  // network type
     {kHintQcrmcall, "$QCRMCALL: ", {kToVal}, ",\n\r"},
     {kHintQnetdevstatus, "+QNETDEVSTATUS:", {kToVal, kToVal2, kToVal3, kToVal4}, ",\r"},
     {kHintQccid, "+QCCID: ", {kToText}, "\n\r"},
@@ -176,7 +176,7 @@ void CellQuectelQcom::CheckNeighbourSignal() {
 }
 
 int32_t CellQuectelQcom::ReadCSQ() {
-    AskResult(*this, "AT+QNWINFO");  // the parser stores the network type
+    AskNetworkType(*this, "AT+QNWINFO");
     return CellBase::ReadCSQ();
 }
 
@@ -197,14 +197,10 @@ int32_t CellQuectelQcom::DoConnect() {
 }
 
 AtResult CellQuectelQcom::ParseAtResult(char* text) {
-    AtResult result = CellBase::ParseAtResult(text);
-    if (result.type != kHintUnknown || text == nullptr) return result;
-    const AtMatch match = FindRow(kRows, text);
+    const AtMatch match = Recognise(*this, kRows, text);
     LogMatch(TRACE_HERE, kLogDebug, match);
     if (match.Is(kHintQcrmcall)) TRACE(kLogProgress, "AT$QCRMCALL=1,1 return %s\n", match.text);
-
-    result = TakeFields(*this, match);
-    LogQuectelRecord(TRACE_HERE, *this, result);
+    const AtResult result = TakeQuectelFields(TRACE_HERE, *this, match);
     switch (result.type) {
         case kHintQnetdevstatus:
             TRACE(kLogDebug, "QNETDEVSTATUS: on_off=%d,state=%d,roam_status=%d,inst=%d\n", result.val,

@@ -14,7 +14,7 @@ namespace {
 
 constexpr AtRow kRows[] = {
     {34, "ReSeRvEd:", {}, ""},
-    {kHintQnwinfo, "+QNWINFO: ", {kToNetworkType}, ",\n\r"},
+    {kHintQnwinfo, "+QNWINFO: ", {kHintOnly}, ",\n\r"},  // network type
     {kHintQcrmcall, "$QCRMCALL: ", {kToVal}, ",\n\r"},  // nothing here asks for it
     {kHintQnetdevstatus, "+QNETDEVSTATUS:", {}, ""},
     {kHintQccid, "+QCCID: ", {kToText}, "\n\r"},
@@ -87,7 +87,7 @@ void CellEC200G::CheckNeighbourSignal() {
 }
 
 int32_t CellEC200G::ReadCSQ() {
-    AskResult(*this, "AT+QNWINFO");  // the parser stores the network type
+    AskNetworkType(*this, "AT+QNWINFO");
     return CellBase::ReadCSQ();
 }
 
@@ -104,14 +104,10 @@ int32_t CellEC200G::DoConnect() {
 }
 
 AtResult CellEC200G::ParseAtResult(char* text) {
-    AtResult result = CellBase::ParseAtResult(text);
-    if (result.type != kHintUnknown || text == nullptr) return result;
-    const AtMatch match = FindRow(kRows, text);
+    const AtMatch match = Recognise(*this, kRows, text);
     LogMatch(TRACE_HERE, kLogDebug, match);
     if (match.Is(kHintQcrmcall)) TRACE(kLogProgress, "AT$QCRMCALL=1,1 return %s\n", match.text);
-    result = TakeFields(*this, match);
-    LogQuectelRecord(TRACE_HERE, *this, result);
-    return result;
+    return TakeQuectelFields(TRACE_HERE, *this, match);
 }
 
 }  // namespace cc_cell

@@ -30,12 +30,8 @@ bool IsCallUp(const AtResult& result) {
     return result.type == kHintSimcomQcrmcall && result.val == 1;
 }
 
-/// "+CPSI: LTE,Online,460-00,...": the network type into the object, and 1 into the record for "Online".
-void TakeCpsi(const AtMatch& match, CellBase& cell, AtResult& result) {
-    char* rest = match.text;
-    copy_text(cell.m_NetworkType, next_field(&rest, match.row->field_ends));
-    const char* state = next_field(&rest, match.row->field_ends);
-    result.val = state != nullptr && strcasecmp(state, "Online") == 0;
+bool IsOnlineWord(const char* word) {
+    return word != nullptr && strcasecmp(word, "Online") == 0;
 }
 
 }  // namespace
@@ -72,8 +68,8 @@ int32_t CellSimCom::CheckServiceStatus() {
 }
 
 int32_t CellSimCom::ReadCSQ() {
-    AskResult(*this, "AT+CPSI?");  // the parser stores the network type
-    AtRequest("AT+CGACT?");        // for the log alone
+    AskNetworkType(*this, "AT+CPSI?");
+    AtRequest("AT+CGACT?");  // for the log alone
     return CellBase::ReadCSQ();
 }
 
@@ -91,19 +87,19 @@ int32_t CellSimCom::DoConnect() {
 }
 
 AtResult CellSimCom::ParseAtResult(char* text) {
-    AtResult result = CellBase::ParseAtResult(text);
-    if (result.type != kHintUnknown || text == nullptr) return result;
-    const AtMatch match = FindRow(kRows, text);
+    const AtMatch match = Recognise(*this, kRows, text);
     LogMatch(TRACE_HERE, kLogDebug, match);
-    result = TakeFields(*this, match);
+    AtResult result = TakeFields(match);
     switch (result.type) {
         case kHintSimcomQcrmcall:
             TRACE(kLogProgress, "Online check :%d\n", result.val);
             break;
-        case kHintSimcomCpsi:
-            TakeCpsi(match, *this, result);
+        case kHintSimcomCpsi: {
+            char* rest = StoreNetworkType(*this, match);
+            result.val = IsOnlineWord(next_field(&rest, match.row->field_ends));
             TRACE(kLogProgress, "Network type:%s\n", m_NetworkType);
             break;
+        }
         case kHintSimcomIccid:
             TRACE(kLogProgress, "ICCID :%s\n", result.common_str);
             break;

@@ -15,7 +15,7 @@ namespace {
 constexpr AtRow kRows[] = {
     {28, "ReSeRvEd:", {}, ""},
     {kHintZgeticcid, "+ZGETICCID: ", {kToText}, "\n\r"},
-    {kHintZpas, "+ZPAS: ", {kToNetworkType}, ",\n\r"},
+    {kHintZpas, "+ZPAS: ", {kHintOnly}, ",\n\r"},  // network type
     {kHintZecmcall, "+ZECMCALL: ", {kHintOnly}, ""},
     {kHintZcellinfo, "+ZCELLINFO: ", {kToText}, "\n\r"},
 };
@@ -82,7 +82,7 @@ int32_t CellZTE3630::DisConnect() {
 }
 
 int32_t CellZTE3630::CheckConnection() {
-    AskResult(*this, "AT+ZPAS?");  // the parser stores the network type
+    AskNetworkType(*this, "AT+ZPAS?");
     char* answer = AtRequest("AT+ZECMCALL?");
     const AtResult result = ParseAtResult(answer);
     TRACE(kLogDebug, "AT+ZECMCALL checkconnection return %s\n", answer);
@@ -169,16 +169,15 @@ int32_t CellZTE3630::DoConnect() {
 }
 
 AtResult CellZTE3630::ParseAtResult(char* text) {
-    AtResult result = CellBase::ParseAtResult(text);
-    if (result.type != kHintUnknown || text == nullptr) return result;
-    const AtMatch match = FindRow(kRows, text);
+    const AtMatch match = Recognise(*this, kRows, text);
     LogMatch(TRACE_HERE, kLogDebug, match);
-    result = TakeFields(*this, match);
+    AtResult result = TakeFields(match);
     switch (result.type) {
         case kHintZgeticcid:
             TRACE(kLogProgress, "ICCID:%s\n", result.common_str);
             break;
         case kHintZpas:
+            StoreNetworkType(*this, match);
             TRACE(kLogDebug, "Network type:%s\n", m_NetworkType);
             break;
         case kHintZecmcall:  // an address has dots, "IPV4" alone has none

@@ -6,9 +6,9 @@
 namespace cc_cell {
 
 AtResult ParseDataStatus(const TracePlace& place, CellBase& cell, char* text) {
-    const AtMatch match = FindRow(kDataStatusRows, text);
+    const AtMatch match = Recognise(cell, kDataStatusRows, text);
     LogMatch(place, kLogProgress, match);
-    const AtResult result = TakeFields(cell, match);
+    const AtResult result = TakeFields(match);
     if (result.type == kHintDataStatus) TRACE_AT(place, kLogProgress, "Connect Status:%d\n", result.val);
     return result;
 }

@@ -19,7 +19,7 @@ static_assert(AgreesWithPrefixTable(kDataStatusRows));
 constexpr const char* kReportUnasked[] = {"AT+SIGNALIND=1", "AT+NWTYPEIND=1", "AT+URCIND=1", "AT+PSDIALIND=1",
                                           "AT+DATASTATUSEN=1"};
 
-/// Recognises a row of kDataStatusRows in a text that the base didn't know.
+/// ParseAtResult of both, with the rows of kDataStatusRows.
 AtResult ParseDataStatus(const TracePlace& place, CellBase& cell, char* text);
 
 /// Set-up common to both: the base's, the reports, and `name` as maker and firmware. The result of the base.

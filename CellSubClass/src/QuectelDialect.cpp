@@ -41,9 +41,11 @@ int32_t AskRegistrationFromCreg(const TracePlace& place, CellBase& cell) {
     return AskRegistration(cell);
 }
 
-void LogQuectelRecord(const TracePlace& place, const CellBase& cell, const AtResult& result) {
+AtResult TakeQuectelFields(const TracePlace& place, CellBase& cell, const AtMatch& match) {
+    const AtResult result = TakeFields(match);
     switch (result.type) {
         case kHintQnwinfo:
+            StoreNetworkType(cell, match);
             TRACE_AT(place, kLogDebug, "Network type:%s\n", cell.m_NetworkType);
             break;
         case kHintQccid:
@@ -56,6 +58,7 @@ void LogQuectelRecord(const TracePlace& place, const CellBase& cell, const AtRes
         default:
             break;
     }
+    return result;
 }
 
 int32_t CheckNetDevCtl(const TracePlace& place, CellBase& cell) {

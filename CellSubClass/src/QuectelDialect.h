@@ -15,9 +15,9 @@ void BuildContextCommand(const CellBase& cell, char (&command)[kCommandSize]);
 /// AskRegistration. The first test after a reset of m_check_service_times never succeeds. 1 or 0.
 int32_t AskRegistrationFromCreg(const TracePlace& place, CellBase& cell);
 
-/// Logs what a record has brought, for the rows that the families read alike: network type, ICCID,
-/// "+QNETDEVCTL".
-void LogQuectelRecord(const TracePlace& place, const CellBase& cell, const AtResult& result);
+/// TakeFields, and what the families make of their record alike: the network type is stored, and it, the ICCID and
+/// "+QNETDEVCTL" are logged.
+AtResult TakeQuectelFields(const TracePlace& place, CellBase& cell, const AtMatch& match);
 
 /// Link test of the families that call by AT+QNETDEVCTL: 1 while the context is up, else 0 and a line with
 /// its state.

@@ -43,9 +43,7 @@ class SomeCell : public CellBase {
     const char* GetInterfaceName() override { return "wwan0"; }
     int32_t CheckConnection() override { return 0; }
     AtResult ParseAtResult(char* text) override {
-        const AtResult result = CellBase::ParseAtResult(text);
-        if (result.type != kHintUnknown) return result;
-        return TakeFields(*this, FindRow(kSomeRows, text));
+        return TakeFields(Recognise(*this, kSomeRows, text));
     }
 
     static constexpr AtRow kSomeRows[] = {
@@ -58,7 +56,7 @@ class CellDriverTest : public testing::Test {
     /// The record that a row makes of the text after its prefix.
     AtResult Take(const AtRow& row, const std::string& behind_prefix) {
         text = behind_prefix;
-        return TakeFields(cell, AtMatch{&row, text.data()});
+        return TakeFields(AtMatch{&row, text.data()});
     }
 
     World world;
@@ -93,7 +91,7 @@ TEST_F(CellDriverTest, WithoutARowThereIsNoMatchNoLineAndNoHint) {
     EXPECT_FALSE(match.Is(kHintRrcstate));
     LogMatch(kDriverPlace, 7, match);
     EXPECT_TRUE(world.log.empty());
-    EXPECT_EQ(kHintUnknown, TakeFields(cell, match).type);
+    EXPECT_EQ(kHintUnknown, TakeFields(match).type);
 }
 
 TEST_F(CellDriverTest, MatchIsLoggedInTheDriversName) {
@@ -105,6 +103,28 @@ TEST_F(CellDriverTest, MatchIsLoggedInTheDriversName) {
     EXPECT_EQ("SomeOperation", world.log[0].function);
     EXPECT_EQ(12, world.log[0].line);
     EXPECT_EQ(5u, world.log[0].level);
+}
+
+TEST_F(CellDriverTest, TheBaseGoesFirstAndItsRecordStays) {
+    char answer[] = "+RRCSTATE: 1,7\r\n+CEREG: 0,5\r\n";
+    const AtMatch match = Recognise(cell, kRows, answer);
+    EXPECT_EQ(nullptr, match.row);
+    const AtResult result = TakeFields(match);
+    EXPECT_EQ(kHintCereg, result.type);
+    EXPECT_EQ(5, result.val2);
+}
+
+TEST_F(CellDriverTest, WhatTheBaseDoesNotKnowIsSearchedForTheRows) {
+    char answer[] = "+RRCSTATE: 1,7\r\n";
+    const AtMatch match = Recognise(cell, kRows, answer);
+    EXPECT_TRUE(match.Is(kHintRrcstate));
+    EXPECT_EQ(7, TakeFields(match).val2);
+}
+
+TEST_F(CellDriverTest, NoTextIsNoMatch) {
+    const AtMatch match = Recognise(cell, kRows, nullptr);
+    EXPECT_EQ(nullptr, match.row);
+    EXPECT_EQ(kHintUnknown, TakeFields(match).type);
 }
 
 // What a row fills
@@ -169,14 +189,22 @@ TEST_F(CellDriverTest, TextIsTheFirstFieldCutTo127) {
     EXPECT_EQ(std::string(127, 'x'), Take(row, std::string(200, 'x')).common_str);
 }
 
-TEST_F(CellDriverTest, NetworkTypeGoesToTheObjectCutTo63) {
-    constexpr AtRow row = {kHintQnwinfo, "+QNWINFO: ", {kToNetworkType}, ",\n\r"};
-    EXPECT_EQ(kHintQnwinfo, Take(row, "\"FDD LTE\",\"46001\"\r\n").type);
-    EXPECT_STREQ("\"FDD LTE\"", cell.m_NetworkType);
-    Take(row, std::string(100, 'x'));
-    EXPECT_EQ(std::string(63, 'x'), cell.m_NetworkType);
-    Take(row, "");
-    EXPECT_STREQ("", cell.m_NetworkType);
+TEST_F(CellDriverTest, NetworkTypeIsTheFirstFieldCutTo63) {
+    constexpr AtRow row = {kHintQnwinfo, "+QNWINFO: ", {kHintOnly}, ",\n\r"};
+    const struct {
+        std::string behind_prefix, network_type;
+        const char* rest;
+    } cases[] = {
+        {"\"FDD LTE\",\"46001\"\r\n", "\"FDD LTE\"", "\"46001\"\r\n"},
+        {std::string(100, 'x'), std::string(63, 'x'), nullptr},
+        {"LTE\r\n", "LTE", "\n"},
+        {"", "", nullptr},
+    };
+    for (const auto& test : cases) {
+        text = test.behind_prefix;
+        EXPECT_STREQ(test.rest, StoreNetworkType(cell, AtMatch{&row, text.data()})) << test.behind_prefix;
+        EXPECT_EQ(test.network_type, cell.m_NetworkType);
+    }
 }
 
 // Slots
