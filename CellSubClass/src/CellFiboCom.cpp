@@ -29,7 +29,6 @@ constexpr char kModelMc116[] = "MC116";
 constexpr char kOtherFirmware[] = "NL668x";
 constexpr size_t kRevisionLimit = 23;
 constexpr unsigned kRadioOffPause_seconds = 2;
-constexpr unsigned kRadioOnPause_seconds = 1;
 constexpr unsigned kDialPause_seconds = 1;
 
 }  // namespace
@@ -39,10 +38,7 @@ const char* CellFiboCOM::GetInterfaceName() {
 }
 
 int32_t CellFiboCOM::Initialize() {
-    AtRequest("AT+CFUN=0");
-    sleep(kRadioOffPause_seconds);
-    AtRequest("AT+CFUN=1");
-    sleep(kRadioOnPause_seconds);
+    RestartRadio(*this, kRadioOffPause_seconds);
     EnsureUsbMode(TRACE_HERE, *this, kUsbMode);
     copy_text(m_vendor_name, kVendorName);
     AskFirmware(*this, "Revision:", kRevisionLimit,

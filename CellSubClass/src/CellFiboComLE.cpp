@@ -28,7 +28,6 @@ constexpr char kVendorName[] = "Fibcom";
 constexpr char kFirmware[] = "LE370";
 constexpr char kUsbMode[] = "32";
 constexpr unsigned kRadioOffPause_seconds = 3;
-constexpr unsigned kRadioOnPause_seconds = 1;
 constexpr unsigned kDialPause_seconds = 1;
 constexpr int kLongAnswer_seconds = 10;
 
@@ -61,10 +60,7 @@ int32_t CellFiboLE370::Initialize() {
     copy_text(m_fw_version, kFirmware);
     TRACE(kLogProgress, "m_ModuleName = %s \n", m_ModuleName.c_str());
 
-    AtRequest("AT+CFUN=0");
-    sleep(kRadioOffPause_seconds);
-    AtRequest("AT+CFUN=1");
-    sleep(kRadioOnPause_seconds);
+    RestartRadio(*this, kRadioOffPause_seconds);
     CellBase::DoConnect();
     sleep(kDialPause_seconds);
     WriteStatusFiles();

@@ -8,10 +8,18 @@
 namespace cc_cell {
 namespace {
 
+constexpr unsigned kRadioOnPause_seconds = 1;
 constexpr unsigned kRestartPause_seconds = 20;
 constexpr int kDialWait_seconds = 10;
 
 }  // namespace
+
+void RestartRadio(CellBase& cell, unsigned off_seconds) {
+    cell.AtRequest("AT+CFUN=0");
+    sleep(off_seconds);
+    cell.AtRequest("AT+CFUN=1");
+    sleep(kRadioOnPause_seconds);
+}
 
 void EnsureUsbMode(const TracePlace& place, CellBase& cell, const char* mode) {
     const char* answer = cell.AtRequest("AT+gtusbmode?");

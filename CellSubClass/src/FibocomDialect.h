@@ -1,11 +1,14 @@
-// What the two Fibocom families word alike: the USB mode that decides what the module offers the host, and
-// the data link by AT+GTRNDIS. Called from the drivers' overrides on the main thread; each place is the
-// caller's.
+// What the two Fibocom families word alike: the restart of the radio in the set-up, the USB mode that decides
+// what the module offers the host, and the data link by AT+GTRNDIS. Called from the drivers' overrides on the
+// main thread; each place is the caller's.
 #pragma once
 
 #include "CellDriver.h"
 
 namespace cc_cell {
+
+/// Switches the radio off, and on again after `off_seconds`; then gives the module a second.
+void RestartRadio(CellBase& cell, unsigned off_seconds);
 
 /// Asks for the USB mode; unless the answer holds `mode` anywhere, sets it, restarts the module and waits for
 /// it. Whether the mode took effect isn't looked at.
