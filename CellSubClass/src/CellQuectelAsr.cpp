@@ -4,7 +4,6 @@
 
 #include "CellDriver.h"
 #include "QuectelDialect.h"
-#include "text_util.h"
 #include "trace_log.h"
 
 namespace cc_cell {
@@ -12,23 +11,25 @@ namespace {
 
 constexpr AtRow kRows[] = {
     {34, "ReSeRvEd:", {}, ""},
-    {kHintQnwinfo, "+QNWINFO: ", {kHintOnly}, ",\n\r"},  // network type
+    kQnwinfoRow,
     {kHintQcrmcall, "$QCRMCALL: ", {}, ""},
     {kHintQnetdevstatus, "+QNETDEVSTATUS:", {}, ""},
-    {kHintQccid, "+QCCID: ", {kToText}, "\n\r"},
-    {kHintQnetdevctl, "+QNETDEVCTL:", {kToVal, kToVal4, kToVal3, kToVal2}, ",\r"},  // val2 is the state
+    kQccidRow,
+    kQnetdevctlRow,
     {kHintQtemp, "+QTEMP:", {}, ""},
-    {kHintQeng, "+QENG: ", {kToText}, "\n\r"},
+    kQengRow,
 };
 static_assert(AgreesWithPrefixTable(kRows));
 
-constexpr const char* kSetUp[] = {"AT+qcfg=\"usbnet\",1", "AT+CMEE=2"};
+constexpr QuectelSetUp kSetUp = {
+    "AT+qcfg=\"usbnet\",1",  // usb_command
+    false,                   // takes_context
+    "QuectelAsr",            // maker
+    20,                      // revision_limit
+    "EC200x",                // unknown_firmware
+};
 
 constexpr char kInterfaceName[] = "wwan0";
-constexpr char kVendorName[] = "QuectelAsr";
-constexpr char kUnknownFirmware[] = "EC200x";
-constexpr size_t kRevisionLimit = 20;
-constexpr int kLongAnswer_seconds = 10;
 constexpr size_t kNeighbourSlots = 13;
 constexpr size_t kNeighbourRsrp = 4;
 
@@ -39,13 +40,7 @@ const char* CellQueAsr::GetInterfaceName() {
 }
 
 int32_t CellQueAsr::Initialize() {
-    const int32_t result = CellBase::Initialize();
-    if (result == 0) return 0;
-    SendAll(*this, kSetUp);
-    AskFirmware(*this, "Revision:", kRevisionLimit, kUnknownFirmware);
-    copy_text(m_vendor_name, kVendorName);
-    TRACE(kLogProgress, "m_ModuleName = %s \n", m_ModuleName.c_str());
-    return result;
+    return InitializeQuectel(TRACE_HERE, *this, kSetUp);
 }
 
 int32_t CellQueAsr::DisConnect() {
@@ -66,15 +61,11 @@ int32_t CellQueAsr::CheckServiceStatus() {
 }
 
 void CellQueAsr::CheckSignalStatus() {
-    AtResult result = AskResult(*this, "AT+QENG=\"servingcell\"\r\n");
-    LogCellReport(TRACE_HERE, result);
-    StoreServingCell(TRACE_HERE, *this, result);
+    ReadServingCell(TRACE_HERE, *this);
 }
 
 void CellQueAsr::CheckNeighbourSignal() {
-    AtResult result = ParseAtResult(AtRequest_xs("AT+QENG=\"neighbourcell\"\r\n", kLongAnswer_seconds));
-    LogCellReport(TRACE_HERE, result);
-    StoreNeighbourCell(TRACE_HERE, *this, result, kNeighbourSlots, kNeighbourRsrp);
+    ReadNeighbourCell(TRACE_HERE, *this, kNeighbourSlots, kNeighbourRsrp);
 }
 
 int32_t CellQueAsr::ReadCSQ() {

@@ -18,18 +18,23 @@ namespace {
 
 constexpr AtRow kRows[] = {
     {34, "ReSeRvEd:", {}, ""},
-    {kHintQnwinfo, "+QNWINFO: ", {kHintOnly}, ",\n\r"},  // network type
-    {kHintQcrmcall, "$QCRMCALL: ", {kToVal}, ",\n\r"},
+    kQnwinfoRow,
+    kQcrmcallRow,
     {kHintQnetdevstatus, "+QNETDEVSTATUS:", {kToVal, kToVal2, kToVal3, kToVal4}, ",\r"},
-    {kHintQccid, "+QCCID: ", {kToText}, "\n\r"},
+    kQccidRow,
     {kHintQnetdevctl, "+QNETDEVCTL:", {}, ""},
     {kHintQtemp, "+QTEMP:", {kToVal3, kToVal, kToVal2}, ",\n\r"},  // baseband, crystal, amplifier
-    {kHintQeng, "+QENG: ", {kToText}, "\n\r"},
+    kQengRow,
 };
 static_assert(AgreesWithPrefixTable(kRows));
 
-// The kind of network device on USB, and errors reported in words.
-constexpr const char* kSetUp[] = {"AT+qcfg=\"usbnet\",0", "AT+CMEE=2"};
+constexpr QuectelSetUp kSetUp = {
+    "AT+qcfg=\"usbnet\",0",  // usb_command
+    true,                    // takes_context
+    "Qcom",                  // maker
+    18,                      // revision_limit
+    "Qcom",                  // unknown_firmware
+};
 
 // Temperatures at which the module protects itself. The quotes are single, as this module takes them.
 constexpr const char* kThermalLimits[] = {
@@ -39,33 +44,14 @@ constexpr const char* kThermalLimits[] = {
 };
 
 constexpr char kInterfaceName[] = "wwan0";
-constexpr char kVendorName[] = "Qcom";
-constexpr size_t kRevisionLimit = 18;
 constexpr int kHotBaseband_celsius = 94;
-constexpr unsigned kSetUpPause_seconds = 1;
-constexpr int kLongAnswer_seconds = 10;
+constexpr int kCallAnswer_seconds = 10;
 constexpr size_t kNeighbourSlots = 13;
 constexpr size_t kNeighbourRsrp = 5;
 
 constexpr char kUnloadNetworkDriver[] = "rmmod qmi_wwan_q.ko";
 constexpr char kLoadNetworkDriver[] = "insmod /ubi/local/modules/qmi_wwan_q.ko";
 constexpr unsigned kUnloadPause_seconds = 3;
-
-#define OTA_DIRECTORY "/media/mmcblk0p1/firmware_modules/CellularOTA"
-constexpr char kOtaDirectory[] = OTA_DIRECTORY;
-constexpr char kOtaTool[] = OTA_DIRECTORY "/QFirehose";
-#undef OTA_DIRECTORY
-constexpr char kOtaModel[] = "EG21";
-constexpr size_t kOtaLineSize = 512;
-
-enum OtaResult : int32_t {
-    kOtaNotStarted = -2,
-    kOtaSaidNeither = -1,
-    kOtaUpgraded = 0,
-    kOtaFailed = 1,
-    kOtaNotSupported = 2,
-    kOtaFileMissing = 3,
-};
 
 }  // namespace
 
@@ -80,19 +66,7 @@ const char* CellQuectelQcom::GetInterfaceName() {
 }
 
 int32_t CellQuectelQcom::Initialize() {
-    const int32_t result = CellBase::Initialize();
-    if (result == 0) return 0;
-    SendAll(*this, kSetUp);
-    sleep(kSetUpPause_seconds);
-
-    char command[kCommandSize];
-    BuildContextCommand(*this, command);
-    TRACE(kLogDebug, "%s", command);
-    AtRequest(command);
-    AskFirmware(*this, "Revision:", kRevisionLimit, kVendorName);
-    copy_text(m_vendor_name, kVendorName);
-    TRACE(kLogProgress, "m_ModuleName = %s \n", m_ModuleName.c_str());
-    return result;
+    return InitializeQuectel(TRACE_HERE, *this, kSetUp);
 }
 
 int32_t CellQuectelQcom::DisConnect() {
@@ -131,11 +105,83 @@ void CellQuectelQcom::ConfigThermalLimit() {
 }
 
 void CellQuectelQcom::CheckSignalStatus() {
-    AtResult result = AskResult(*this, "AT+QENG=\"servingcell\"\r\n");
+    AtResult result = AskResult(*this, kAskServingCell);
+    // Not the line of the other families: visible outside, keep.
     TRACE(kLogDebug, "AT+QENG common str:%s, len: %d \r\n", result.common_str,
           static_cast<int>(strlen(result.common_str)));
     StoreServingCell(TRACE_HERE, *this, result);
 }
+
+void CellQuectelQcom::CheckNeighbourSignal() {
+    ReadNeighbourCell(TRACE_HERE, *this, kNeighbourSlots, kNeighbourRsrp);
+}
+
+int32_t CellQuectelQcom::ReadCSQ() {
+    AskNetworkType(*this, "AT+QNWINFO");
+    return CellBase::ReadCSQ();
+}
+
+int32_t CellQuectelQcom::DoConnect() {
+    const int32_t result = CellBase::DoConnect();
+    if (result == 0) return 0;
+    SendContextAtDial(TRACE_HERE, *this);
+    const AtResult call = ParseAtResult(AtRequest_xs("AT$QCRMCALL=1,1", kCallAnswer_seconds));
+    TRACE(kLogDebug, "QCRMCALL return type:%d \r\n", call.val);
+    // A failed call is no failure of the dial: CheckConnection finds it.
+    if (call.type != kHintQcrmcall || call.val != 1) TRACE(kLogProgress, "QCRMCALL=1,1 fail:%d\n", call.val);
+    return result;
+}
+
+AtResult CellQuectelQcom::ParseAtResult(char* text) {
+    const AtMatch match = Recognise(*this, kRows, text);
+    LogMatch(TRACE_HERE, kLogDebug, match);
+    if (match.Is(kHintQcrmcall)) TRACE(kLogProgress, "AT$QCRMCALL=1,1 return %s\n", match.text);
+    const AtResult result = TakeQuectelFields(TRACE_HERE, *this, match);
+    switch (result.type) {
+        case kHintQnetdevstatus:
+            TRACE(kLogDebug, "QNETDEVSTATUS: on_off=%d,state=%d,roam_status=%d,inst=%d\n", result.val,
+                  result.val2, result.val3, result.val4);
+            break;
+        case kHintQtemp: {
+            const int32_t baseband = result.val3;
+            if (baseband == 0) TRACE(kLogProgress, "query baseband temperature Failed!\n");
+            if (baseband > kHotBaseband_celsius)
+                TRACE(kLogHeat, "query baseband temperature %d!\n", baseband);
+            if (result.val == 0) TRACE(kLogProgress, "query XO temperature Failed!\n");
+            if (result.val2 == 0) TRACE(kLogProgress, "query PA temperature Failed!\n");
+            TRACE(kLogDebug, "Quectel Temp Baseband(%d),XO(%d),PA(%d)\n", baseband, result.val, result.val2);
+            break;
+        }
+        default:
+            break;
+    }
+    return result;
+}
+
+// The upgrade: from here on, everything runs on the upgrade thread, while the operations above go on on the
+// main thread, and nothing is locked. It may read m_ModuleName, which nothing writes any more; the other
+// members, the AT port and its static answers belong to the main thread. In this file because its lines in
+// the log name it.
+
+namespace {
+
+#define OTA_DIRECTORY "/media/mmcblk0p1/firmware_modules/CellularOTA"
+constexpr char kOtaDirectory[] = OTA_DIRECTORY;
+constexpr char kOtaTool[] = OTA_DIRECTORY "/QFirehose";
+#undef OTA_DIRECTORY
+constexpr char kOtaModel[] = "EG21";
+constexpr size_t kOtaLineSize = 512;
+
+enum OtaResult : int32_t {
+    kOtaNotStarted = -2,
+    kOtaSaidNeither = -1,
+    kOtaUpgraded = 0,
+    kOtaFailed = 1,
+    kOtaNotSupported = 2,
+    kOtaFileMissing = 3,
+};
+
+}  // namespace
 
 int32_t CellQuectelQcom::ModuleOtaTask() {
     if (!IsOtaUpgradPathExist()) {
@@ -166,59 +212,6 @@ int32_t CellQuectelQcom::ModuleOtaTask() {
         }
     }
     pclose(output);
-    return result;
-}
-
-void CellQuectelQcom::CheckNeighbourSignal() {
-    AtResult result = ParseAtResult(AtRequest_xs("AT+QENG=\"neighbourcell\"\r\n", kLongAnswer_seconds));
-    LogCellReport(TRACE_HERE, result);
-    StoreNeighbourCell(TRACE_HERE, *this, result, kNeighbourSlots, kNeighbourRsrp);
-}
-
-int32_t CellQuectelQcom::ReadCSQ() {
-    AskNetworkType(*this, "AT+QNWINFO");
-    return CellBase::ReadCSQ();
-}
-
-int32_t CellQuectelQcom::DoConnect() {
-    const int32_t result = CellBase::DoConnect();
-    if (result == 0) return 0;
-    char command[kCommandSize];
-    BuildContextCommand(*this, command);
-    TRACE(kLogDebug, "%s", command);
-    TRACE(kLogProgress, "AT+QICSGP=1,1 done\n");
-    AtRequest(command);
-
-    const AtResult call = ParseAtResult(AtRequest_xs("AT$QCRMCALL=1,1", kLongAnswer_seconds));
-    TRACE(kLogDebug, "QCRMCALL return type:%d \r\n", call.val);
-    // A failed call is no failure of the dial: CheckConnection finds it.
-    if (call.type != kHintQcrmcall || call.val != 1) TRACE(kLogProgress, "QCRMCALL=1,1 fail:%d\n", call.val);
-    return result;
-}
-
-AtResult CellQuectelQcom::ParseAtResult(char* text) {
-    const AtMatch match = Recognise(*this, kRows, text);
-    LogMatch(TRACE_HERE, kLogDebug, match);
-    if (match.Is(kHintQcrmcall)) TRACE(kLogProgress, "AT$QCRMCALL=1,1 return %s\n", match.text);
-    const AtResult result = TakeQuectelFields(TRACE_HERE, *this, match);
-    switch (result.type) {
-        case kHintQnetdevstatus:
-            TRACE(kLogDebug, "QNETDEVSTATUS: on_off=%d,state=%d,roam_status=%d,inst=%d\n", result.val,
-                  result.val2, result.val3, result.val4);
-            break;
-        case kHintQtemp: {
-            const int32_t baseband = result.val3;
-            if (baseband == 0) TRACE(kLogProgress, "query baseband temperature Failed!\n");
-            if (baseband > kHotBaseband_celsius)
-                TRACE(kLogHeat, "query baseband temperature %d!\n", baseband);
-            if (result.val == 0) TRACE(kLogProgress, "query XO temperature Failed!\n");
-            if (result.val2 == 0) TRACE(kLogProgress, "query PA temperature Failed!\n");
-            TRACE(kLogDebug, "Quectel Temp Baseband(%d),XO(%d),PA(%d)\n", baseband, result.val, result.val2);
-            break;
-        }
-        default:
-            break;
-    }
     return result;
 }
 

@@ -1,5 +1,4 @@
-// Driver of Quectel modules on Qualcomm chipsets, such as EG25 and EG21. Main thread, except for
-// ModuleOtaTask and what it calls, which run on the upgrade thread.
+// Driver of Quectel modules on Qualcomm chipsets, such as EG25 and EG21. Main thread, but for the upgrade.
 #pragma once
 
 #include "cellular.h"
@@ -20,15 +19,16 @@ class CellQuectelQcom : public CellBase {
     void CheckTempStatus() override;
     void ConfigThermalLimit() override;
     void CheckSignalStatus() override;
-
-    /// Runs the upgrade tool of the maker, for minutes. 0 upgraded, 1 the tool failed, 2 not for this model,
-    /// 3 tool or its directory missing, -1 the tool said neither, -2 it could not be started.
-    int32_t ModuleOtaTask() override;
     void CheckNeighbourSignal() override;
     int32_t ReadCSQ() override;
     int32_t DoConnect() override;
     AtResult ParseAtResult(char* text) override;
 
+    // On the upgrade thread.
+
+    /// Runs the upgrade tool of the maker, for minutes. 0 upgraded, 1 the tool failed, 2 not for this model,
+    /// 3 tool or its directory missing, -1 the tool said neither, -2 it could not be started.
+    int32_t ModuleOtaTask() override;
     bool IsSupportModuleOTA();
     bool IsOtaUpgradPathExist();
 };

@@ -2,11 +2,8 @@
 // the APN and the account.
 #include "CellQuectelUnisoc.h"
 
-#include <unistd.h>
-
 #include "CellDriver.h"
 #include "QuectelDialect.h"
-#include "text_util.h"
 #include "trace_log.h"
 
 namespace cc_cell {
@@ -14,24 +11,25 @@ namespace {
 
 constexpr AtRow kRows[] = {
     {34, "ReSeRvEd:", {}, ""},
-    {kHintQnwinfo, "+QNWINFO: ", {kHintOnly}, ",\n\r"},  // network type
-    {kHintQcrmcall, "$QCRMCALL: ", {kToVal}, ",\n\r"},  // nothing here asks for it
+    kQnwinfoRow,
+    kQcrmcallRow,  // nothing here asks for it
     {kHintQnetdevstatus, "+QNETDEVSTATUS:", {}, ""},
-    {kHintQccid, "+QCCID: ", {kToText}, "\n\r"},
-    {kHintQnetdevctl, "+QNETDEVCTL:", {kToVal, kToVal4, kToVal3, kToVal2}, ",\r"},  // val2 is the state
+    kQccidRow,
+    kQnetdevctlRow,
     {kHintQtemp, "+QTEMP:", {}, ""},
-    {kHintQeng, "+QENG: ", {kToText}, "\n\r"},
+    kQengRow,
 };
 static_assert(AgreesWithPrefixTable(kRows));
 
-constexpr const char* kSetUp[] = {"AT+qcfg=\"usbnet\",1", "AT+CMEE=2"};
+constexpr QuectelSetUp kSetUp = {
+    "AT+qcfg=\"usbnet\",1",  // usb_command
+    true,                    // takes_context
+    "Quectel",               // maker
+    20,                      // revision_limit
+    "EC200-Uni",             // unknown_firmware
+};
 
 constexpr char kInterfaceName[] = "wwan0";
-constexpr char kVendorName[] = "Quectel";
-constexpr char kUnknownFirmware[] = "EC200-Uni";
-constexpr size_t kRevisionLimit = 20;
-constexpr unsigned kSetUpPause_seconds = 1;
-constexpr int kLongAnswer_seconds = 10;
 constexpr size_t kNeighbourSlots = 12;
 constexpr size_t kNeighbourRsrp = 4;
 
@@ -42,19 +40,7 @@ const char* CellEC200G::GetInterfaceName() {
 }
 
 int32_t CellEC200G::Initialize() {
-    const int32_t result = CellBase::Initialize();
-    if (result == 0) return 0;
-    SendAll(*this, kSetUp);
-    sleep(kSetUpPause_seconds);
-
-    char command[kCommandSize];
-    BuildContextCommand(*this, command);
-    TRACE(kLogDebug, "%s", command);
-    AtRequest(command);
-    AskFirmware(*this, "Revision:", kRevisionLimit, kUnknownFirmware);
-    copy_text(m_vendor_name, kVendorName);
-    TRACE(kLogProgress, "m_ModuleName = %s \n", m_ModuleName.c_str());
-    return result;
+    return InitializeQuectel(TRACE_HERE, *this, kSetUp);
 }
 
 int32_t CellEC200G::DisConnect() {
@@ -75,15 +61,11 @@ int32_t CellEC200G::CheckServiceStatus() {
 }
 
 void CellEC200G::CheckSignalStatus() {
-    AtResult result = AskResult(*this, "AT+QENG=\"servingcell\"\r\n");
-    LogCellReport(TRACE_HERE, result);
-    StoreServingCell(TRACE_HERE, *this, result);
+    ReadServingCell(TRACE_HERE, *this);
 }
 
 void CellEC200G::CheckNeighbourSignal() {
-    AtResult result = ParseAtResult(AtRequest_xs("AT+QENG=\"neighbourcell\"\r\n", kLongAnswer_seconds));
-    LogCellReport(TRACE_HERE, result);
-    StoreNeighbourCell(TRACE_HERE, *this, result, kNeighbourSlots, kNeighbourRsrp);
+    ReadNeighbourCell(TRACE_HERE, *this, kNeighbourSlots, kNeighbourRsrp);
 }
 
 int32_t CellEC200G::ReadCSQ() {
@@ -94,11 +76,7 @@ int32_t CellEC200G::ReadCSQ() {
 int32_t CellEC200G::DoConnect() {
     const int32_t result = CellBase::DoConnect();
     if (result == 0) return 0;
-    char command[kCommandSize];
-    BuildContextCommand(*this, command);
-    TRACE(kLogDebug, "%s", command);
-    TRACE(kLogProgress, "AT+QICSGP=1,1 done\n");
-    AtRequest(command);
+    SendContextAtDial(TRACE_HERE, *this);
     AtRequest("AT+QNETDEVCTL=1,1,1\r\n");  // a failed call is found by CheckConnection
     return result;
 }

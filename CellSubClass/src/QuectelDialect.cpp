@@ -1,6 +1,8 @@
 // What the three Quectel families word alike; see QuectelDialect.h.
 #include "QuectelDialect.h"
 
+#include <unistd.h>
+
 #include <cassert>
 #include <cstdio>
 #include <cstring>
@@ -23,11 +25,45 @@ constexpr size_t kServingSlotSize = 16;
 constexpr size_t kNeighbourPcid = 3;
 constexpr size_t kNeighbourSlotSize = 24;
 
-}  // namespace
+constexpr unsigned kSetUpPause_seconds = 1;
+constexpr int kNeighbourAnswer_seconds = 10;
 
-void BuildContextCommand(const CellBase& cell, char (&command)[kCommandSize]) {
+/// The command that gives APN and account to the module, with a line end of its own. Cut to what fits.
+void BuildContextCommand(const TracePlace& place, const CellBase& cell, char (&command)[kCommandSize]) {
     snprintf(command, kCommandSize, "AT+QICSGP=1,1,\"%s\",\"%s\",\"%s\",%d\r\n", cell.m_apn, cell.m_username,
              cell.m_password, cell.m_auth_type);
+    TRACE_AT(place, kLogDebug, "%s", command);
+}
+
+void LogCellReport(const TracePlace& place, const AtResult& result) {
+    TRACE_AT(place, kLogDebug, "AT+QENG common str:%s, len: %d!!!\r\n", result.common_str,
+             static_cast<int>(strlen(result.common_str)));
+}
+
+}  // namespace
+
+int32_t InitializeQuectel(const TracePlace& place, CellBase& cell, const QuectelSetUp& set_up) {
+    const int32_t result = cell.CellBase::Initialize();
+    if (result == 0) return 0;
+    cell.AtRequest(set_up.usb_command);
+    cell.AtRequest("AT+CMEE=2");  // errors are reported in words
+    if (set_up.takes_context) {
+        sleep(kSetUpPause_seconds);
+        char command[kCommandSize];
+        BuildContextCommand(place, cell, command);
+        cell.AtRequest(command);
+    }
+    AskFirmware(cell, "Revision:", set_up.revision_limit, set_up.unknown_firmware);
+    copy_text(cell.m_vendor_name, set_up.maker);
+    TRACE_AT(place, kLogProgress, "m_ModuleName = %s \n", CellBase::m_ModuleName.c_str());
+    return result;
+}
+
+void SendContextAtDial(const TracePlace& place, CellBase& cell) {
+    char command[kCommandSize];
+    BuildContextCommand(place, cell, command);
+    TRACE_AT(place, kLogProgress, "AT+QICSGP=1,1 done\n");  // before it is: visible outside, keep
+    cell.AtRequest(command);
 }
 
 int32_t AskRegistrationFromCreg(const TracePlace& place, CellBase& cell) {
@@ -68,11 +104,6 @@ int32_t CheckNetDevCtl(const TracePlace& place, CellBase& cell) {
     return 0;
 }
 
-void LogCellReport(const TracePlace& place, const AtResult& result) {
-    TRACE_AT(place, kLogDebug, "AT+QENG common str:%s, len: %d!!!\r\n", result.common_str,
-             static_cast<int>(strlen(result.common_str)));
-}
-
 void StoreServingCell(const TracePlace& place, CellBase& cell, AtResult& result) {
     if (result.type != kHintQeng) return;
     if (CellBase::ContainsText(result.common_str, "LTE") == nullptr) {
@@ -96,9 +127,17 @@ void StoreServingCell(const TracePlace& place, CellBase& cell, AtResult& result)
     copy_text(cell.m_SINR, slots[kServingSinr]);
 }
 
-void StoreNeighbourCell(const TracePlace& place, CellBase& cell, AtResult& result, size_t slot_count,
-                        size_t rsrp_slot) {
+void ReadServingCell(const TracePlace& place, CellBase& cell) {
+    AtResult result = AskResult(cell, kAskServingCell);
+    LogCellReport(place, result);
+    StoreServingCell(place, cell, result);
+}
+
+void ReadNeighbourCell(const TracePlace& place, CellBase& cell, size_t slot_count, size_t rsrp_slot) {
     assert(slot_count <= kMostNeighbourSlots && rsrp_slot < slot_count);
+    AtResult result =
+        cell.ParseAtResult(cell.AtRequest_xs("AT+QENG=\"neighbourcell\"\r\n", kNeighbourAnswer_seconds));
+    LogCellReport(place, result);
     if (result.type != kHintQeng) return;
     char slots[kMostNeighbourSlots][kNeighbourSlotSize];
     if (!SplitIntoSlots(result.common_str, kSlotEnds, slots, slot_count)) {

@@ -42,9 +42,7 @@ class SomeCell : public CellBase {
     using CellBase::CellBase;
     const char* GetInterfaceName() override { return "wwan0"; }
     int32_t CheckConnection() override { return 0; }
-    AtResult ParseAtResult(char* text) override {
-        return TakeFields(Recognise(*this, kSomeRows, text));
-    }
+    AtResult ParseAtResult(char* text) override { return TakeFields(Recognise(*this, kSomeRows, text)); }
 
     static constexpr AtRow kSomeRows[] = {
         {kHintCinterionCcid, "+CCID: ", {kToText}, "\n\r"},
