@@ -84,7 +84,7 @@ void WakeUp(const TracePlace& place, int fd, AtBlock& answer) {
 /// Asks for the maker and throws the answer away, together with all that the modem had queued before it.
 void Flush(const TracePlace& place, int fd, AtBlock& answer) {
     Write(place, fd, kAskMaker);
-    while (ReadBlock(fd, answer, kFlushWait_ms) > 0) TRACE_AT(place, kLogDebug, "rest :%s \n", answer);
+    while (ReadBlock(fd, answer, kFlushWait_ms)) TRACE_AT(place, kLogDebug, "rest :%s \n", answer);
 }
 
 const MakerRow* FindMaker(const char* answer) {

@@ -9,13 +9,13 @@ namespace cc_cell {
 
 using AtBlock = char[kAnswerBufferSize];
 
-/// Reads up to kAnswerLimit bytes for all of `wait_ms` and terminates them after the last byte read, so that
-/// nothing of an earlier block shows. The number of bytes; 0 or less, and an empty text, on silence or
-/// error.
-inline int ReadBlock(int fd, AtBlock& block, int wait_ms) {
+/// Reads up to kAnswerLimit bytes for all of `wait_ms` into `block` and terminates them, so that nothing of
+/// an earlier block shows: on silence and error the text is empty. Whether anything came, which a text that
+/// begins with a NUL byte doesn't show.
+inline bool ReadBlock(int fd, AtBlock& block, int wait_ms) {
     const int count = ReadSerialTimed(fd, block, kAnswerLimit, wait_ms);
     block[count > 0 ? count : 0] = '\0';
-    return count;
+    return count > 0;
 }
 
 }  // namespace cc_cell

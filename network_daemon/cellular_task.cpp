@@ -29,7 +29,7 @@ bool IsDisabled(const CellBase& cell) {
 
 void TakeHint(const TracePlace& place, CellBase& cell) {
     AtBlock hint;
-    if (ReadBlock(cell.m_cell_fd, hint, kHintWait_ms) <= 0) return;
+    if (!ReadBlock(cell.m_cell_fd, hint, kHintWait_ms)) return;
     TRACE_AT(place, kLogDebug, "Auto  hint:%s\n", hint);
     const AtResult result = cell.ParseAtResult(hint);
     if (result.type == kHintUnknown) {

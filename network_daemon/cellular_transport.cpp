@@ -19,7 +19,7 @@ constexpr int kAnswerWait_ms = 1000;
 
 /// Drops what arrived since the last read: late parts of an earlier answer and unsolicited lines alike.
 void Drain(const TracePlace& place, int fd, AtBlock& block) {
-    while (ReadBlock(fd, block, kDrainWait_ms) > 0) TRACE_AT(place, kLogDebug, "Redundance:%s \n", block);
+    while (ReadBlock(fd, block, kDrainWait_ms)) TRACE_AT(place, kLogDebug, "Redundance:%s \n", block);
 }
 
 /// The line end is a write of its own, also after a command that already has one: some modems are asked that
@@ -31,7 +31,6 @@ void WriteCommand(int fd, const char* command) {
 
 /// Leaves the answer in `answer`, empty on silence, after a failed write and on a dead port.
 void Exchange(const TracePlace& place, int fd, const char* command, AtBlock& answer, int wait_ms) {
-    memset(answer, 0, sizeof answer);
     Drain(place, fd, answer);
     WriteCommand(fd, command);
     ReadBlock(fd, answer, wait_ms);
@@ -67,7 +66,7 @@ void CellBase::DebugTerminal() {
         }
         line[strcspn(line, kLineEnd)] = '\0';
         WriteCommand(m_cell_fd, line);
-        while (ReadBlock(m_cell_fd, block, kAnswerWait_ms) > 0) {
+        while (ReadBlock(m_cell_fd, block, kAnswerWait_ms)) {
             printf("%s", block);
             fflush(stdout);
         }

@@ -77,6 +77,7 @@ int board_version_info() {
     return cc_cell::kBoardA35;
 }
 
+// Here, though only the restart looks for a modem: its lines in the log say "main_board.cpp:read_devname".
 int read_devname(const char* directory, PathText& result) {
     DIR* entries = opendir(directory);
     if (entries == nullptr) {

@@ -72,6 +72,15 @@ TEST_F(Transport, DroppedBlockShowsNothingOfALongerOneBeforeIt) {
     EXPECT_TRUE(world.Logged(7, "Redundance:" + std::string(10, 'c') + " \n"));
 }
 
+TEST_F(Transport, BlockThatBeginsWithANulByteIsDroppedLikeAnyOther) {
+    modem.On("ATI", std::string(256, 'a') + std::string(256, '\0') + std::string(10, 'c'));
+    modem.On("AT", "\r\nOK\r\n");
+    cell.AtRequest("ATI");
+    EXPECT_STREQ(cell.AtRequest("AT"), "\r\nOK\r\n");
+    EXPECT_TRUE(world.Logged(7, "Redundance: \n"));
+    EXPECT_TRUE(world.Logged(7, "Redundance:" + std::string(10, 'c') + " \n"));
+}
+
 TEST_F(Transport, CommandWithItsOwnLineEndGetsASecondOne) {
     modem.On("AT+QNETDEVCTL?", "\r\nOK\r\n");
     cell.AtRequest("AT+QNETDEVCTL?\r\n");
