@@ -39,8 +39,7 @@ const char* const kPeerName = "busglue.OCPP";
 constexpr size_t kOnTheirWay = 64;
 constexpr size_t kWaiting = 256;
 
-// what arrives, by handler and reply functions that carry no context of ours
-
+/// What arrives, by handler and reply functions that carry no context of ours.
 struct Inbox {
     void Add(int length, const unsigned char* bytes) {
         std::lock_guard<std::mutex> lock(mutex);
@@ -145,14 +144,13 @@ int Send(const char* destination, Bytes frame, busglue_send_reply reply) {
 
 Bytes Pattern(int length, int seed = 0) {
     Bytes bytes(static_cast<size_t>(length));
-    for (size_t i = 0; i < bytes.size(); i++) {
+    for (size_t i = 0; i < bytes.size(); ++i) {
         bytes[i] = static_cast<unsigned char>(i * 7 + i / 251 + static_cast<size_t>(seed));
     }
     return bytes;
 }
 
-// the bus and its peers
-
+/// A bus of its own, and peers on it.
 class BusglueTest : public testing::Test {
   protected:
     void SetUp() override { StartBus(); }
@@ -192,6 +190,18 @@ class BusglueTest : public testing::Test {
         return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     }
 
+    /// A peer of this name that works once the daemon's part is there.
+    pid_t StartCaller(const std::string& name, const std::function<int()>& work) {
+        return StartPeer([this, name, work] {
+            if (Join(name.c_str(), "P.Message", AnswerEmpty) < 0) return 2;
+            return AwaitOwner(kDaemonName) ? work() : 3;
+        });
+    }
+
+    void ExpectGoodEnds(const std::vector<pid_t>& peers) {
+        for (const pid_t peer : peers) EXPECT_EQ(WaitForPeer(peer), 0);
+    }
+
     /// What dbus-send prints.
     std::string DbusSend(const std::string& words) {
         return OutputOf("dbus-send --bus=" + bus_.Address() + " " + words);
@@ -208,7 +218,7 @@ class BusglueTest : public testing::Test {
     size_t SendUntilRefused(size_t limit) {
         size_t taken = 0;
         Eventually([&] {
-            while (taken <= limit && Send("OCPP.Message", {1}, TakeReply) >= 0) taken++;
+            while (taken <= limit && Send("OCPP.Message", {1}, TakeReply) >= 0) ++taken;
             return taken >= limit;
         });
         return taken;
@@ -356,20 +366,14 @@ TEST_F(BusglueTest, FramesOfEverySizeArriveWholeAndAreAnsweredWhole) {
     std::vector<pid_t> peers;
     const std::vector<int> lengths = {0, 1, 11, 1024, 4096, kLargestFrame};
     for (int length : lengths) {
-        peers.push_back(StartPeer([&] {
-            if (Join(("P" + std::to_string(length)).c_str(), "P.Message", AnswerEmpty) < 0) {
-                return 2;
-            }
-            Bytes frame = Pattern(length);
-            const bool is_answered = AwaitOwner(kDaemonName) &&
-                                     Send("RAVELIN.Message", frame, TakeReply) >= 0 && replies.WaitFor(1);
-            return is_answered && replies.All()[0] == Reversed(length, frame.data()) ? 0 : 3;
+        peers.push_back(StartCaller("P" + std::to_string(length), [length] {
+            const Bytes frame = Pattern(length);
+            const bool is_answered = Send("RAVELIN.Message", frame, TakeReply) >= 0 && replies.WaitFor(1);
+            return is_answered && replies.All()[0] == Reversed(length, frame.data()) ? 0 : 4;
         }));
     }
     ASSERT_GE(JoinAsDaemon(AnswerReversed), 0);
-    for (pid_t peer : peers) {
-        EXPECT_EQ(WaitForPeer(peer), 0);
-    }
+    ExpectGoodEnds(peers);
     for (const Bytes& frame : requests.All()) {
         EXPECT_EQ(frame, Pattern(static_cast<int>(frame.size())));
     }
@@ -433,22 +437,16 @@ TEST_F(BusglueTest, RepliesThatNeverComeMakeRoomAfterTheirTime) {
 
 TEST_F(BusglueTest, CallersThatVanishBeforeTheirAnswerAreHarmless) {
     std::vector<pid_t> peers;
-    for (int number = 0; number < 4; number++) {
-        peers.push_back(StartPeer([this, number] {
-            if (Join(("P" + std::to_string(number)).c_str(), "P.Message", AnswerEmpty) < 0) {
-                return 2;
-            }
-            if (!AwaitOwner(kDaemonName)) return 3;
-            for (int i = 0; i < 50; i++) {
+    for (int number = 0; number < 4; ++number) {
+        peers.push_back(StartCaller("P" + std::to_string(number), [] {
+            for (int i = 0; i < 50; ++i) {
                 Send("RAVELIN.Message", Pattern(kLargestFrame), TakeReply);
             }
             return replies.WaitFor(1) ? 0 : 4;  // and goes, with the others on their way
         }));
     }
     ASSERT_GE(JoinAsDaemon(AnswerReversed), 0);
-    for (pid_t peer : peers) {
-        EXPECT_EQ(WaitForPeer(peer), 0);
-    }
+    ExpectGoodEnds(peers);
     EXPECT_NE(CallByDbusSend("array:byte:1,2").find("02 01"), std::string::npos);
 }
 
@@ -514,13 +512,9 @@ TEST_F(BusglueTest, FourPeersAtOnceAreAllAnswered) {
     constexpr int kPeers = 4;
     constexpr size_t kRequests = 2500;
     std::vector<pid_t> peers;
-    for (int number = 0; number < kPeers; number++) {
-        peers.push_back(StartPeer([this, number] {
-            if (Join(("P" + std::to_string(number)).c_str(), "P.Message", AnswerEmpty) < 0) {
-                return 2;
-            }
-            if (!AwaitOwner(kDaemonName)) return 3;
-            for (size_t i = 0; i < kRequests; i++) {
+    for (int number = 0; number < kPeers; ++number) {
+        peers.push_back(StartCaller("P" + std::to_string(number), [] {
+            for (size_t i = 0; i < kRequests; ++i) {
                 while (Send("RAVELIN.Message", Pattern(64, static_cast<int>(i)), TakeReply) < 0) {
                     std::this_thread::sleep_for(milliseconds(1));
                 }
@@ -529,9 +523,7 @@ TEST_F(BusglueTest, FourPeersAtOnceAreAllAnswered) {
         }));
     }
     ASSERT_GE(JoinAsDaemon(AnswerReversed), 0);
-    for (pid_t peer : peers) {
-        EXPECT_EQ(WaitForPeer(peer), 0);
-    }
+    ExpectGoodEnds(peers);
 }
 
 TEST_F(BusglueTest, SignalsOfTheProcessKeepTheirDefaultAction) {
@@ -545,7 +537,7 @@ TEST_F(BusglueTest, SignalsOfTheProcessKeepTheirDefaultAction) {
 
 TEST(LogSend, HandsTheTextToSyslogFromAnyThreadAlsoBeforeJoining) {
     std::vector<std::thread> threads;
-    for (int number = 0; number < 4; number++) {
+    for (int number = 0; number < 4; ++number) {
         threads.emplace_back([] { log_send("100 %s %n done"); });
     }
     for (std::thread& thread : threads) {

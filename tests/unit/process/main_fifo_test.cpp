@@ -1,139 +1,20 @@
-// Module main_fifo: commands through a real pipe in the private folder, read by the real thread in virtual
-// time. Calls of select and read can be made to fail once.
-#include <fcntl.h>
-#include <gtest/gtest.h>
-#include <pthread.h>
-#include <sys/resource.h>
-#include <sys/select.h>
-#include <sys/stat.h>
+// Module main_fifo: what comes through the pipe. Commands, the lines and words that they stand in, and input
+// that is none. The pipe itself: main_fifo_pipe_test.cpp.
 #include <unistd.h>
 
-#include <cerrno>
-#include <filesystem>
-#include <memory>
+#include <algorithm>
 #include <string>
-#include <vector>
+
+#include <gtest/gtest.h>
 
 #include "network_daemon/main.h"
-#include "tests/support/plain_cell.h"
-#include "tests/support/test_world.h"
+#include "tests/support/fifo_fixture.h"
 
-using cc_cell::PlainCell;
 using test_support::World;
 
-// Calls that fail on demand
-
-namespace {
-bool fail_next_select = false;
-bool fail_next_read = false;
-bool empty_next_read = false;
-
-bool take(bool& flag) {
-    const bool was = flag;
-    flag = false;
-    return was;
-}
-}  // namespace
-
-extern "C" int __real_select(int count, fd_set* reads, fd_set* writes, fd_set* excepts, timeval* timeout);
-extern "C" int __wrap_select(int count, fd_set* reads, fd_set* writes, fd_set* excepts, timeval* timeout) {
-    const int ready = __real_select(count, reads, writes, excepts, timeout);
-    if (!take(fail_next_select)) return ready;
-    errno = EINTR;
-    return -1;
-}
-
-extern "C" ssize_t __real_read(int fd, void* to, size_t size);
-extern "C" ssize_t __wrap_read(int fd, void* to, size_t size) {
-    if (take(empty_next_read)) return 0;
-    if (!take(fail_next_read)) return __real_read(fd, to, size);
-    char lost[512];
-    EXPECT_GT(__real_read(fd, lost, sizeof lost), 0);
-    errno = EAGAIN;
-    return -1;
-}
-
 namespace {
 
-using Texts = std::vector<std::string>;
-
-constexpr char kPipe[] = "/run/network/ravelin_fifo";
-constexpr char kRemovePipe[] = "rm -rf /run/network/ravelin_fifo";
-constexpr char kGone[] = "[FIFO]RAVELIN_FIFO does not exist.\n";
-constexpr char kReadError[] = "[FIFO]fifo read error\n";
-constexpr char kSource[] = "network_daemon/main_fifo.cpp";
-constexpr unsigned kListenSeconds = 5;
 constexpr size_t kMessageSize = 512;
-
-int open_descriptors() {
-    int count = 0;
-    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
-        static_cast<void>(entry);
-        ++count;
-    }
-    return count;
-}
-
-std::string key_line(const std::string& key, const std::string& value) {
-    return "[FIFO]fifo Key: " + key + ", Value: " + value + "\n";
-}
-
-class FifoTest : public testing::Test {
-  protected:
-    FifoTest() {
-        fail_next_select = fail_next_read = empty_next_read = false;
-        pCell = &cell;
-        world.EndAt(3600);
-    }
-    ~FifoTest() override { pCell = nullptr; }
-
-    /// The thread goes on until the end of the test, when its world stops.
-    void Start() {
-        pthread_t thread;
-        ASSERT_EQ(0, pthread_create(&thread, nullptr, thread_function_pipe, nullptr));
-        ASSERT_EQ(0, pthread_detach(thread));
-        LetItRun();
-    }
-
-    static void LetItRun() { usleep(1000); }
-
-    int OpenToWrite() { return open(kPipe, O_WRONLY | O_NONBLOCK | O_CLOEXEC); }
-
-    static void Write(int fd, const std::string& text) {
-        EXPECT_EQ(static_cast<ssize_t>(text.size()), write(fd, text.data(), text.size()));
-    }
-
-    /// One write, and time for the thread to take it.
-    void Send(const std::string& text) {
-        const int fd = OpenToWrite();
-        ASSERT_LE(0, fd) << "nobody reads the pipe";
-        Write(fd, text);
-        close(fd);
-        LetItRun();
-    }
-
-    /// Pairs that reached handle_command, as their line at level 7 shows them.
-    Texts Pairs() const {
-        Texts pairs;
-        for (const std::string& text : world.LogOf("handle_command")) {
-            if (text.rfind("[FIFO]fifo Key: ", 0) == 0) pairs.push_back(text);
-        }
-        return pairs;
-    }
-
-    Texts Visible() const {  // what a log without debug lines shows
-        Texts texts;
-        for (const World::LogLine& line : world.log) {
-            if (line.level < 7) texts.push_back(line.text);
-        }
-        return texts;
-    }
-
-    bool NothingRequested() const { return cell.m_soft_reset_req == 0 && cell.m_device_reset_req == 0; }
-
-    World world;
-    PlainCell cell{-1};
-};
 
 // The table of commands
 
@@ -232,7 +113,7 @@ TEST_F(FifoTest, ResetDuringAnUpgradeIsLoggedAndDropped) {
     const Texts visible = {"[FIFO]Reset4G:1\n", "[FIFO]S84Reset4G:1\n", "[FIFO]SoftReset:1\n"};
     EXPECT_EQ(visible, Visible());
     cell.m_ota_running = 0;
-    sleep(2 * kListenSeconds);
+    sleep(2 * kListen_seconds);
     EXPECT_TRUE(NothingRequested()) << "dropped, not kept";
 }
 
@@ -244,7 +125,7 @@ TEST_F(FifoTest, ResetBeforeTheModemIsFoundIsLoggedAndDropped) {
     const Texts visible = {"[FIFO]Reset4G:1\n", "[FIFO]SoftReset:1\n"};
     EXPECT_EQ(visible, Visible());
     pCell = &cell;
-    sleep(2 * kListenSeconds);
+    sleep(2 * kListen_seconds);
     EXPECT_TRUE(NothingRequested()) << "dropped, not kept";
     Send("Reset4G:1\n");
     EXPECT_EQ(1, cell.m_device_reset_req);
@@ -477,260 +358,10 @@ TEST_F(FifoTest, SeveralWritersAtOnce) {
     EXPECT_EQ(pairs, Pairs());
     close(third);
     close(one);
-    sleep(2 * kListenSeconds);
+    sleep(2 * kListen_seconds);
     EXPECT_EQ(0, world.CountLogged(kReadError)) << "the last writer leaves no end of file";
     Send("SoftReset:1\n");
     EXPECT_EQ(1, cell.m_soft_reset_req);
-}
-
-// The pipe itself
-
-TEST_F(FifoTest, ThreadMakesThePipe) {
-    const mode_t old_mask = umask(0);
-    world.Write(kPipe, "left by an earlier run");
-    Start();
-    umask(old_mask);
-    EXPECT_EQ(Texts{kRemovePipe}, world.Commands());
-    struct stat info = {};
-    ASSERT_EQ(0, stat(kPipe, &info));
-    EXPECT_TRUE(S_ISFIFO(info.st_mode));
-    EXPECT_EQ(0660u, info.st_mode & 07777);
-    EXPECT_TRUE(world.log.empty());
-}
-
-TEST_F(FifoTest, SilenceIsSilent) {
-    Start();
-    sleep(600);
-    EXPECT_TRUE(world.log.empty());
-    EXPECT_EQ(1u, world.shell.size());
-}
-
-TEST_F(FifoTest, DeletedPipeIsMissedWithinFiveSecondsAndMadeAnew) {
-    Start();
-    sleep(7);
-    world.Remove(kPipe);
-    const double removed_seconds = world.now_seconds();
-    sleep(kListenSeconds);
-    EXPECT_EQ(Texts{kGone}, Visible());
-    ASSERT_EQ(1u, world.log.size());
-    EXPECT_EQ(3u, world.log[0].level);
-    EXPECT_EQ(kSource, world.log[0].file);
-    EXPECT_EQ("thread_function_pipe", world.log[0].function);
-    EXPECT_LE(world.log[0].at_seconds, removed_seconds + kListenSeconds);
-    const Texts commands = {kRemovePipe, kRemovePipe};
-    EXPECT_EQ(commands, world.Commands());
-    Send("SoftReset:1\n");
-    EXPECT_EQ(1, cell.m_soft_reset_req);
-}
-
-TEST_F(FifoTest, RebuildsLoseNoDescriptor) {
-    Start();
-    const int before = open_descriptors();
-    for (int i = 0; i < 20; ++i) {
-        world.Remove(kPipe);
-        sleep(kListenSeconds);
-    }
-    EXPECT_EQ(20, world.CountLogged(kGone));
-    EXPECT_EQ(before, open_descriptors());
-}
-
-TEST_F(FifoTest, FailedSelectMakesANewPipe) {
-    Start();
-    const int before = open_descriptors();
-    fail_next_select = true;
-    sleep(2 * kListenSeconds);
-    const Texts log = {"[FIFO]fifo select error\n"};
-    EXPECT_EQ(log, world.LogOf("thread_function_pipe"));
-    EXPECT_EQ(3u, world.log[0].level);
-    EXPECT_EQ(2u, world.shell.size());
-    EXPECT_EQ(before, open_descriptors());
-    Send("SoftReset:1\n");
-    EXPECT_EQ(1, cell.m_soft_reset_req);
-}
-
-TEST_F(FifoTest, EmptyReadMakesANewPipe) {
-    Start();
-    const int before = open_descriptors();
-    empty_next_read = true;
-    Send("SoftReset:1\n");
-    EXPECT_EQ(Texts{kReadError}, Visible());
-    EXPECT_EQ(3u, world.log[0].level);
-    EXPECT_EQ(2u, world.shell.size());
-    EXPECT_EQ(before, open_descriptors());
-    EXPECT_TRUE(NothingRequested());
-}
-
-TEST_F(FifoTest, FailedReadIsLoggedAndParsesNothing) {
-    Start();
-    Send("a:Reset4G:1\n");  // leaves "Reset4G:1" uncut after the zero of the first colon
-    fail_next_read = true;
-    Send("SoftReset:1\n");
-    EXPECT_TRUE(NothingRequested());
-    EXPECT_EQ(Texts{key_line("a", "Reset4G:1")}, Pairs());
-    EXPECT_EQ("[FIFO]fifo msg:a \n", world.log.back().text) << "what the buffer held";
-    EXPECT_EQ(1u, world.shell.size()) << "no new pipe";
-    Send("SoftReset:1\n");
-    EXPECT_EQ(1, cell.m_soft_reset_req);
-}
-
-TEST_F(FifoTest, MissingFolderAtTheStartIsTriedAgainEveryFiveSeconds) {
-    world.Remove("/run/network");
-    Start();
-    const Texts at_once = {"[FIFO]fifo creating error\n", kGone};
-    EXPECT_EQ(at_once, world.LogOf("thread_function_pipe")) << "the first select waits for nothing";
-    EXPECT_EQ(0, world.log[1].at_seconds);
-    EXPECT_EQ(3u, world.log[0].level);
-    sleep(2 * kListenSeconds);
-    EXPECT_EQ(3, world.CountLogged(kGone)) << "now, after 5 and after 10 seconds";
-    world.MakeFolder("/run/network");
-    sleep(kListenSeconds);
-    Send("SoftReset:1\n");
-    EXPECT_EQ(1, cell.m_soft_reset_req);
-}
-
-/// Something at the path that rm can't take away.
-class BlockedPathTest : public FifoTest {
-  protected:
-    void Block(std::function<void()> put_in_the_way) {
-        const auto shared = std::make_shared<std::function<void()>>(std::move(put_in_the_way));
-        world.OnSystem(kRemovePipe, [this, shared] {
-            if (blocked) (*shared)();
-        });
-    }
-    bool blocked = true;
-};
-
-TEST_F(BlockedPathTest, FolderInTheWayAtTheStartIsWaitedFor) {
-    Block([this] { world.MakeFolder(kPipe); });
-    Start();
-    sleep(60);
-    EXPECT_EQ(Texts{"[FIFO]fifo creating error\n"}, Visible());
-    EXPECT_EQ(1u, world.shell.size());
-    blocked = false;
-    world.Remove(kPipe);
-    sleep(kListenSeconds);
-    Send("SoftReset:1\n");
-    EXPECT_EQ(1, cell.m_soft_reset_req);
-}
-
-TEST_F(BlockedPathTest, FolderInTheWayOfARebuildIsWaitedForInSilence) {
-    blocked = false;
-    Block([this] { world.MakeFolder(kPipe); });
-    Start();
-    const int with_pipe = open_descriptors();
-    blocked = true;
-    world.Remove(kPipe);
-    sleep(60);
-    EXPECT_EQ(Texts{kGone}, Visible());
-    EXPECT_EQ(with_pipe - 1, open_descriptors()) << "the old pipe is closed, and there is no new one";
-    blocked = false;
-    world.Remove(kPipe);
-    sleep(kListenSeconds);
-    EXPECT_EQ(with_pipe, open_descriptors());
-    Send("SoftReset:1\n");
-    EXPECT_EQ(1, cell.m_soft_reset_req);
-}
-
-TEST_F(BlockedPathTest, FileInTheWayOfARebuildIsReadToItsEnd) {
-    blocked = false;
-    int files = 0;
-    Block([this, &files] {
-        world.Write(kPipe, "SoftReset:1\n");
-        blocked = ++files < 3;
-    });
-    Start();
-    const int before = open_descriptors();
-    blocked = true;
-    world.Remove(kPipe);
-    sleep(kListenSeconds);
-    EXPECT_EQ(1, cell.m_soft_reset_req) << "a file is as good as a message";
-    EXPECT_EQ(3, world.CountLogged(kReadError)) << "its end makes a new pipe";
-    EXPECT_EQ(before, open_descriptors());
-    Send("Reset4G:1\n");
-    EXPECT_EQ(1, cell.m_device_reset_req);
-}
-
-TEST_F(FifoTest, PipeReplacedByAFileIsNotMissedUntilTheFileGoes) {
-    Start();
-    world.Remove(kPipe);
-    world.Write(kPipe, "SoftReset:1\n");
-    sleep(60);
-    EXPECT_TRUE(world.log.empty());
-    EXPECT_EQ("SoftReset:1\n", world.Read(kPipe));
-    world.Remove(kPipe);
-    sleep(kListenSeconds);
-    EXPECT_EQ(Texts{kGone}, Visible());
-    Send("SoftReset:1\n");
-    EXPECT_EQ(1, cell.m_soft_reset_req);
-}
-
-TEST_F(FifoTest, PipeReplacedByAFolderIsNotMissedUntilTheFolderGoes) {
-    Start();
-    world.Remove(kPipe);
-    world.MakeFolder(kPipe);
-    sleep(60);
-    EXPECT_TRUE(world.log.empty());
-    world.Remove(kPipe);
-    sleep(kListenSeconds);
-    Send("SoftReset:1\n");
-    EXPECT_EQ(1, cell.m_soft_reset_req);
-}
-
-TEST_F(FifoTest, PipeWithoutRightsStaysInUse) {
-    Start();
-    const int fd = OpenToWrite();
-    ASSERT_LE(0, fd);
-    ASSERT_EQ(0, chmod(world.RealPath(kPipe).c_str(), 0));
-    sleep(2 * kListenSeconds);
-    Write(fd, "SoftReset:1\n");
-    LetItRun();
-    close(fd);
-    EXPECT_EQ(1, cell.m_soft_reset_req);
-    EXPECT_EQ(0, world.CountLogged(kGone));
-}
-
-TEST_F(FifoTest, PipeThatCanNotBeOpenedAtTheStartIsTriedAgainWhenItGoes) {
-    rlimit old_limit = {};
-    ASSERT_EQ(0, getrlimit(RLIMIT_NOFILE, &old_limit));
-    world.OnSystem(kRemovePipe, [&old_limit] {
-        const rlimit no_more = {0, old_limit.rlim_max};
-        setrlimit(RLIMIT_NOFILE, &no_more);
-    });
-    world.At(0.0005, [&old_limit] { setrlimit(RLIMIT_NOFILE, &old_limit); });
-    Start();
-    world.OnSystem(kRemovePipe, [] {});
-    sleep(60);
-    EXPECT_EQ(Texts{"[FIFO] fifo open error\n"}, Visible());
-    EXPECT_EQ(3u, world.log[0].level);
-    world.Remove(kPipe);
-    sleep(kListenSeconds);
-    Send("SoftReset:1\n");
-    EXPECT_EQ(1, cell.m_soft_reset_req);
-}
-
-TEST_F(FifoTest, DescriptorBeyondTheSetOfSelectCountsAsNone) {
-    rlimit old_limit = {};
-    ASSERT_EQ(0, getrlimit(RLIMIT_NOFILE, &old_limit));
-    constexpr rlim_t kManyDescriptors = FD_SETSIZE + 64;
-    if (old_limit.rlim_max < kManyDescriptors) GTEST_SKIP() << "so many descriptors can't be had";
-    const rlimit limit = {std::max(old_limit.rlim_cur, kManyDescriptors), old_limit.rlim_max};
-    ASSERT_EQ(0, setrlimit(RLIMIT_NOFILE, &limit));
-    std::vector<int> held;
-    while (held.empty() || held.back() < FD_SETSIZE) held.push_back(dup(STDERR_FILENO));
-    const int before = open_descriptors();
-    Start();
-    EXPECT_EQ(Texts{"[FIFO] fifo open error\n"}, Visible());
-    world.Remove(kPipe);
-    sleep(3 * kListenSeconds);
-    EXPECT_EQ(1, world.CountLogged(kGone));
-    EXPECT_EQ(before, open_descriptors());
-    for (const int fd : held) close(fd);
-    sleep(1);  // so many calls cost some virtual time
-    world.Remove(kPipe);
-    sleep(kListenSeconds);
-    Send("SoftReset:1\n");
-    EXPECT_EQ(1, cell.m_soft_reset_req);
-    setrlimit(RLIMIT_NOFILE, &old_limit);
 }
 
 }  // namespace

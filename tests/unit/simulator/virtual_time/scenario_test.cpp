@@ -225,7 +225,7 @@ TEST(Record, EntriesComeBackAsTheyWere) {
     for (const RecordEntry& entry : entries) text += virtual_time::FormatEntry(entry);
     const std::vector<RecordEntry> again = ParseRecord(text);
     ASSERT_EQ(entries.size(), again.size());
-    for (size_t i = 0; i < entries.size(); i++) {
+    for (size_t i = 0; i < entries.size(); ++i) {
         EXPECT_EQ(entries[i].at_us, again[i].at_us);
         EXPECT_EQ(entries[i].kind, again[i].kind);
         EXPECT_EQ(entries[i].text, again[i].text);
