@@ -6,6 +6,7 @@
 // Nothing is locked: see the groups of members for who writes what.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
@@ -149,6 +150,15 @@ class CellBase {
     /// (their targets are empty); 0 when source, delimiters, targets or one of the targets is null.
     static int StringSplitToGetValue(char* source, const char* delimiters, int count, char* const* targets,
                                      int size);
+
+    /// The same with the first `count` of `fields` as targets.
+    template <size_t N>
+    static int StringSplitToGetValue(char* source, const char* delimiters, int count,
+                                     char (&fields)[N][kFieldSize]) {
+        char* targets[N];
+        for (size_t i = 0; i < N; ++i) targets[i] = fields[i];
+        return StringSplitToGetValue(source, delimiters, count, targets, kFieldSize);
+    }
 
     /// Position of `needle` in `haystack`, or null, also when either is null.
     static const char* ContainsText(const char* haystack, const char* needle);

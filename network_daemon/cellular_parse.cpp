@@ -44,8 +44,6 @@ constexpr char kFieldDelimiters[] = ",\r\n";
 constexpr char kCommaDelimiter[] = ",";  // of announcements of calls, which stand on a line of their own
 constexpr size_t kDelimitersSize = 64;
 
-using FieldTexts = char[kMostFields][kFieldSize];
-
 /// First base row whose prefix stands anywhere in `text`, and in `values` the text after it; -1 for none.
 /// The lower row wins when a text holds two.
 int FindBaseRow(char* text, char** values) {
@@ -59,23 +57,17 @@ int FindBaseRow(char* text, char** values) {
     return -1;
 }
 
-void SplitFields(char* values, const char* delimiters, int count, FieldTexts& fields) {
-    char* targets[kMostFields];
-    for (int i = 0; i < kMostFields; ++i) targets[i] = fields[i];
-    CellBase::StringSplitToGetValue(values, delimiters, count, targets, kFieldSize);
-}
-
 /// Fills the first `count` of val to val4; a missing field reads as 0.
 void FillNumbers(char* values, const char* delimiters, int count, AtResult& result) {
-    FieldTexts fields = {};
-    SplitFields(values, delimiters, count, fields);
+    char fields[kMostFields][kFieldSize] = {};
+    CellBase::StringSplitToGetValue(values, delimiters, count, fields);
     int32_t* const numbers[] = {&result.val, &result.val2, &result.val3, &result.val4};
     for (int i = 0; i < count; ++i) *numbers[i] = parse_number(fields[i]);
 }
 
 void FillOperator(char* values, AtResult& result) {
-    FieldTexts fields = {};
-    SplitFields(values, kFieldDelimiters, 5, fields);
+    char fields[kMostFields][kFieldSize] = {};
+    CellBase::StringSplitToGetValue(values, kFieldDelimiters, kMostFields, fields);
     result.val = parse_number(fields[0]);
     result.val2 = parse_number(fields[1]);
     copy_text(result.carrier, fields[2]);

@@ -48,9 +48,7 @@ void StoreNumber(AtResult& result, FieldTarget target, const char* field) {
 
 void StoreNumbers(AtResult& result, const AtRow& row, size_t count, char* text) {
     char fields[kMostRowFields][kFieldSize] = {};
-    char* targets[kMostRowFields];
-    for (size_t i = 0; i < kMostRowFields; ++i) targets[i] = fields[i];
-    CellBase::StringSplitToGetValue(text, row.field_ends, static_cast<int>(count), targets, kFieldSize);
+    CellBase::StringSplitToGetValue(text, row.field_ends, static_cast<int>(count), fields);
     for (size_t i = 0; i < count; ++i) StoreNumber(result, row.fields[i], fields[i]);
 }
 

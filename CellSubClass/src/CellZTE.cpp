@@ -113,9 +113,7 @@ void CellZTE3630::CheckSignalStatus() {
         return;
     }
     char fields[kSignalFields][kFieldSize];
-    char* targets[kSignalFields];
-    for (int i = 0; i < kSignalFields; ++i) targets[i] = fields[i];
-    if (StringSplitToGetValue(answer, "\"", kSignalFields, targets, kFieldSize) == 0) {
+    if (StringSplitToGetValue(answer, "\"", kSignalFields, fields) == 0) {
         TRACE(kLogDetail, "AT+ZSRSP? get value fail!!! \n");
         return;
     }
