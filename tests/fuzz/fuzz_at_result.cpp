@@ -5,6 +5,7 @@
 
 #include "network_daemon/main.h"
 #include "tests/fuzz/fuzz_check.h"
+#include "tests/support/vendors.h"
 
 using cc_cell::AtResult;
 using cc_cell::CellBase;
@@ -12,7 +13,6 @@ using cc_cell::CellBase;
 namespace {
 
 constexpr int kNoPort = -1;
-constexpr int kMostVendor = 31;  // above every code that is given out
 
 template <size_t N>
 bool IsTerminated(const char (&text)[N]) {
@@ -38,6 +38,6 @@ void ParseWith(int vendor, const uint8_t* bytes, size_t size) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
     size = std::min<size_t>(size, cc_cell::kAnswerLimit);
-    for (int vendor = 1; vendor <= kMostVendor; ++vendor) ParseWith(vendor, bytes, size);
+    for (const test_support::Vendor& vendor : test_support::kVendors) ParseWith(vendor.code, bytes, size);
     return 0;
 }

@@ -65,12 +65,15 @@ check "and none in the rules" refuses complained
 
 check "the name isn't one that is looked for when a Cinterion modem comes back" refuses grep 'SYMLINK+="[^"]*ttyACM' "$rules"
 
+# The families that are named, and all others: from that line to the next comment in words, or blank line.
 families=$("$BUILD/modem_sim" --help | sed -n 's/^ \{22\}\([a-z0-9_]*\):.*/\1/p')
-check "there are thirteen families" test "$(wc -w <<<"$families")" -eq 13
-for family in $families; do
-    # From the family's line to the next comment in words, or blank line.
-    lines=$(sed -n "/^# family $family\(:\|\$\)/,/^\$/p" "$rules" | sed '1d' | sed '/^# /,$d')
-    check "$family has a rule of its port, or one to be completed" grep -q 'SYMLINK+="ravelin-at"' <<<"$lines"
+mapfile -t headings < <(sed -n 's/^# \(family [a-z0-9_]*\|any other family\)\(: .*\|$\)/\1/p' "$rules")
+check "nine families and all others have their lines" test ${#headings[@]} -ge 10
+check "the last of them are those of all others" test "${headings[-1]}" = "any other family"
+for heading in "${headings[@]}"; do
+    check "$heading: one that the simulator knows" grep -qxF "${heading#family }" <<<"$families"$'\nany other family'
+    lines=$(sed -n "/^# $heading\(:\|\$\)/,/^\$/p" "$rules" | sed '1d' | sed '/^# /,$d')
+    check "$heading has a rule of its port, or one to be completed" grep -q 'SYMLINK+="ravelin-at"' <<<"$lines"
 done
 
 # The lines to be completed are rules once they are.
