@@ -52,8 +52,6 @@ void StoreNumbers(AtResult& result, const AtRow& row, size_t count, char* text) 
     for (size_t i = 0; i < count; ++i) StoreNumber(result, row.fields[i], fields[i]);
 }
 
-}  // namespace
-
 AtMatch FindRow(const AtRow* rows, size_t count, char* answer) {
     for (size_t i = 0; i < count; ++i) {
         // A prefix is a literal, and so terminated.
@@ -62,6 +60,8 @@ AtMatch FindRow(const AtRow* rows, size_t count, char* answer) {
     }
     return {nullptr, nullptr};
 }
+
+}  // namespace
 
 void LogMatch(const TracePlace& place, unsigned level, const AtMatch& match) {
     if (match.row != nullptr) TRACE_AT(place, level, "%d %s\n", match.row->number, match.text);

@@ -64,18 +64,11 @@ struct AtMatch {
     bool Is(int32_t hint) const { return row != nullptr && row->number == hint; }
 };
 
-AtMatch FindRow(const AtRow* rows, size_t count, char* answer);
-
-/// First of `rows` whose prefix stands anywhere in `answer`. Silent.
-template <size_t N>
-AtMatch FindRow(const AtRow (&rows)[N], char* answer) {
-    return FindRow(static_cast<const AtRow*>(rows), N, answer);
-}
-
 AtMatch Recognise(CellBase& cell, const AtRow* rows, size_t count, char* answer);
 
-/// How each driver's ParseAtResult begins: the base's parser goes first, and only what it doesn't know is
-/// searched for `rows`. Null gives no match. Logs what that parser logs.
+/// How each driver's ParseAtResult begins: the base's parser goes first; what it doesn't know is recognised
+/// by the first of `rows` whose prefix stands anywhere in it. Null gives no match. Logs what that parser
+/// logs.
 template <size_t N>
 AtMatch Recognise(CellBase& cell, const AtRow (&rows)[N], char* answer) {
     return Recognise(cell, static_cast<const AtRow*>(rows), N, answer);

@@ -67,24 +67,24 @@ class CellDriverTest : public testing::Test {
 
 TEST_F(CellDriverTest, RowIsFoundAnywhereInTheAnswer) {
     char answer[] = "\r\n+RRCSTATE: 1,7\r\n\r\nOK\r\n";
-    const AtMatch match = FindRow(kRows, answer);
+    const AtMatch match = Recognise(cell, kRows, answer);
     EXPECT_TRUE(match.Is(kHintRrcstate));
     EXPECT_STREQ(" 1,7\r\n\r\nOK\r\n", match.text);
 }
 
 TEST_F(CellDriverTest, LowerRowWinsWhereverItStands) {
     char answer[] = "+SYSINFO: 2\r\n+RRCSTATE: 1\r\n";
-    EXPECT_TRUE(FindRow(kRows, answer).Is(kHintRrcstate));
+    EXPECT_TRUE(Recognise(cell, kRows, answer).Is(kHintRrcstate));
 }
 
 TEST_F(CellDriverTest, NothingBehindThePrefixIsAnEmptyText) {
     char answer[] = "+RRCSTATE:";
-    EXPECT_STREQ("", FindRow(kRows, answer).text);
+    EXPECT_STREQ("", Recognise(cell, kRows, answer).text);
 }
 
 TEST_F(CellDriverTest, WithoutARowThereIsNoMatchNoLineAndNoHint) {
     char answer[] = "\r\nOK\r\n";
-    const AtMatch match = FindRow(kRows, answer);
+    const AtMatch match = Recognise(cell, kRows, answer);
     EXPECT_EQ(nullptr, match.row);
     EXPECT_FALSE(match.Is(kHintRrcstate));
     LogMatch(kDriverPlace, 7, match);
@@ -94,7 +94,7 @@ TEST_F(CellDriverTest, WithoutARowThereIsNoMatchNoLineAndNoHint) {
 
 TEST_F(CellDriverTest, MatchIsLoggedInTheDriversName) {
     char answer[] = "+RRCSTATE: 1,7 %s%n";
-    LogMatch(kDriverPlace, 5, FindRow(kRows, answer));
+    LogMatch(kDriverPlace, 5, Recognise(cell, kRows, answer));
     ASSERT_EQ(1u, world.log.size());
     EXPECT_EQ("21  1,7 %s%n\n", world.log[0].text);
     EXPECT_EQ("CellSubClass/src/CellSome.cpp", world.log[0].file);
@@ -110,13 +110,6 @@ TEST_F(CellDriverTest, TheBaseGoesFirstAndItsRecordStays) {
     const AtResult result = TakeFields(match);
     EXPECT_EQ(kHintCereg, result.type);
     EXPECT_EQ(5, result.val2);
-}
-
-TEST_F(CellDriverTest, WhatTheBaseDoesNotKnowIsSearchedForTheRows) {
-    char answer[] = "+RRCSTATE: 1,7\r\n";
-    const AtMatch match = Recognise(cell, kRows, answer);
-    EXPECT_TRUE(match.Is(kHintRrcstate));
-    EXPECT_EQ(7, TakeFields(match).val2);
 }
 
 TEST_F(CellDriverTest, NoTextIsNoMatch) {
