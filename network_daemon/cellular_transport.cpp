@@ -31,6 +31,7 @@ void WriteCommand(int fd, const char* command) {
 
 /// Leaves the answer in `answer`, empty on silence, after a failed write and on a dead port.
 void Exchange(const TracePlace& place, int fd, const char* command, AtBlock& answer, int wait_ms) {
+    memset(answer, 0, sizeof answer);  // after a NUL byte of this answer stands nothing of the last one
     Drain(place, fd, answer);
     WriteCommand(fd, command);
     ReadBlock(fd, answer, wait_ms);
