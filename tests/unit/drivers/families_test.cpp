@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <map>
@@ -270,20 +269,6 @@ TEST(Families, EachHasItsTwoStories) {
                 << path << " has no line `modem " << family->name << "`";
         }
     }
-}
-
-TEST(Families, EachDriverHasItsSuite) {
-    const std::string drivers = "CellSubClass/src/";
-    int count = 0;
-    for (const auto& entry :
-         std::filesystem::directory_iterator(std::string(RAVELIN_SOURCE_DIR "/") + drivers)) {
-        const std::string name = entry.path().stem();
-        if (entry.path().extension() != ".cpp" || name.find("Cell") != 0) continue;
-        const std::string suite = "tests/unit/drivers/" + name + "_test.cpp";
-        EXPECT_NE("", TextOf(suite)) << drivers << name << ".cpp has no suite: " << suite << " is missing";
-        ++count;
-    }
-    EXPECT_GE(count, static_cast<int>(std::size(kVendors)));
 }
 
 TEST(Families, PageTellsTheRowsOfTheEngineInFront) {

@@ -1,0 +1,92 @@
+// What every driver makes of the texts that its modem sends unasked.
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "tests/support/driver_fixture.h"
+
+using namespace cc_cell;
+
+namespace {
+
+struct ReportRow {
+    VendorType family;
+    std::vector<int32_t> hints;  // that the driver acts on; all others are the engine's
+};
+
+const ReportRow kReports[] = {
+    {kVendorLongSung, {kHintDataStatus}},
+    {kVendorChuangYi, {kHintDataStatus}},  // though no row of its own gives it
+    {kVendorNodeCom, {kHintDataStatus}},
+    {kVendorHuaWei, {kHintHcsq}},
+    {kVendorZte, {kHintZpas}},
+    {kVendorQuectelQcom, {}},
+    {kVendorQuectelUnisoc, {}},
+    {kVendorQuectelAsr, {}},
+    {kVendorSimCom, {}},
+    {kVendorCinterion, {kHintZpas}},  // though no row of its own gives it
+    {kVendorFibocom, {}},
+    {kVendorLynq, {}},
+    {kVendorFibocomLe, {}},
+};
+
+bool HasHint(const ReportRow& row, int32_t hint) {
+    return std::find(row.hints.begin(), row.hints.end(), hint) != row.hints.end();
+}
+
+class ReportTest : public FamilyTest<ReportRow> {
+  protected:
+    ReportTest() : FamilyTest(kReports) {}
+
+    int32_t Deal(int32_t hint, int32_t value) {
+        AtResult record = {};
+        record.type = hint;
+        record.val = value;
+        return cell.DealHint(record);
+    }
+};
+
+TEST_P(ReportTest, HintsOfTheFamilyAreActedOnAndOthersChangeNothing) {
+    for (int32_t hint = 0; hint < kAtPrefixRows; ++hint) {
+        if (hint == kHintNwtypeind) continue;
+        copy_text(cell.m_NetworkType, "before");
+        cell.m_online = 0;
+        EXPECT_EQ(HasHint(*row, hint) ? 1 : 0, Deal(hint, 1)) << hint;
+        EXPECT_EQ(hint == kHintDataStatus && HasHint(*row, hint) ? 1 : 0, cell.m_online) << hint;
+        // The text of a record begins where its number stands.
+        EXPECT_STREQ(hint == kHintHcsq && HasHint(*row, hint) ? "\x01" : "before", cell.m_NetworkType)
+            << hint;
+    }
+    EXPECT_EQ(Texts{}, modem.Sent());
+}
+
+TEST_P(ReportTest, ChangeOfTheRadioTechnologyIsTheEngines) {
+    modem.On("AT+PSRAT", Answer("+PSRAT: LTE FDD"));
+    EXPECT_EQ(1, Hear("\r\n+NWTYPEIND: 7\r\n"));
+    EXPECT_EQ(Texts{"AT+PSRAT"}, modem.Sent());
+    EXPECT_STREQ("LTE FDD", cell.m_NetworkType);
+    EXPECT_EQ(0, Hear("+CREG: 1,1"));
+    EXPECT_EQ(0, Hear("RING"));
+    EXPECT_EQ(1u, modem.exchanges.size());
+    EXPECT_STREQ("LTE FDD", cell.m_NetworkType);
+    EXPECT_EQ(0, cell.m_online);
+}
+
+INSTANTIATE_TEST_SUITE_P(, ReportTest, testing::ValuesIn(EachFamily()), FamilyOfTest);
+
+class DataStatusReportTest : public ReportTest {};
+
+TEST_P(DataStatusReportTest, StatusOtherThan0IsOnline) {
+    for (const int32_t status : {1, 0, 2, 0, -1, 0, 256, 0}) {
+        EXPECT_EQ(1, Deal(kHintDataStatus, status)) << status;
+        EXPECT_EQ(status != 0 ? 1 : 0, cell.m_online) << status;
+        EXPECT_EQ(status != 0 ? 1 : 0, cell.IsOnline()) << status;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    , DataStatusReportTest,
+    testing::ValuesIn(FamiliesWhere(kReports, [](const auto& row) { return HasHint(row, kHintDataStatus); })),
+    FamilyOfTest);
+
+}  // namespace
