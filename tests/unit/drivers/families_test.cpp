@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <map>
@@ -149,6 +150,21 @@ TEST(Families, EachVendorHasADriverAndOneSimulatedFamily) {
         EXPECT_NE(nullptr, modem_sim::FindFamily(names[vendor.code]))
             << vendor.name << " is given to more than one simulated family: " << names[vendor.code];
     }
+}
+
+TEST(Families, FactoryIncludesEachDriver) {
+    const std::string factory = TextOf("network_daemon/main_factory.cpp");
+    size_t count = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(RAVELIN_SOURCE_DIR "/CellSubClass/src")) {
+        const std::string name = entry.path().filename();
+        if (entry.path().extension() != ".h" || name.find("Cell") != 0 || name == "CellDriver.h") continue;
+        EXPECT_TRUE(Holds(factory, "/" + name + "\""))
+            << "CellSubClass/src/" << name
+            << " is the header of a driver that network_daemon/main_factory.cpp "
+            << "doesn't build";
+        ++count;
+    }
+    EXPECT_GE(count, std::size(kVendors));
 }
 
 TEST(Families, EachRowOfThePrefixTableHasAReader) {
