@@ -480,7 +480,8 @@ TEST_F(ModemTool, HelpListsEveryFamilyWithItsModelsAndEveryKnobAndNoOther) {
         for (const std::string& model : modem_sim::Modem::Models(family)) line += " " + model;
         expected_families.push_back(line);
     }
-    EXPECT_EQ(families, expected_families);
+    EXPECT_EQ(families, expected_families) << "simulator/modem/families.cmake reads them from the dialects: "
+                                              "a kModels holds names as they are typed";
     EXPECT_EQ(knobs, modem_sim::Modem::KnobNames());
 }
 
