@@ -2,6 +2,7 @@
 // for a family, and has its data in a table with a row a family (see FamilyTest in driver_fixture.h).
 #pragma once
 
+#include <cstring>
 #include <memory>
 #include <ostream>
 #include <string>
@@ -13,30 +14,26 @@
 
 namespace cc_cell {
 
-struct FamilyName {
+/// Drivers whose source isn't named after their vendor code.
+struct SourceName {
     VendorType family;
-    const char* name;  // of the driver's source, after "Cell"
+    const char* name;  // after "Cell"
 };
 
-constexpr FamilyName kFamilyNames[] = {
-    {kVendorLongSung, "LongSung"},
-    {kVendorChuangYi, "ChuangYi"},
-    {kVendorNodeCom, "NodeCom"},
-    {kVendorHuaWei, "HuaWei"},
+constexpr SourceName kSourceNames[] = {
     {kVendorZte, "ZTE"},
-    {kVendorQuectelQcom, "QuectelQcom"},
-    {kVendorQuectelUnisoc, "QuectelUnisoc"},
-    {kVendorQuectelAsr, "QuectelAsr"},
-    {kVendorSimCom, "SimCom"},
-    {kVendorCinterion, "Cinterion"},
     {kVendorFibocom, "FiboCom"},
     {kVendorLynq, "LYNQ"},
     {kVendorFibocomLe, "FiboComLE"},
 };
 
+/// Name of the driver's source, after "Cell".
 inline std::string NameOf(VendorType family) {
-    for (const FamilyName& each : kFamilyNames) {
+    for (const SourceName& each : kSourceNames) {
         if (each.family == family) return each.name;
+    }
+    for (const test_support::Vendor& vendor : test_support::kVendors) {
+        if (vendor.code == family) return vendor.name + strlen("kVendor");
     }
     return "Code" + std::to_string(static_cast<int>(family));
 }
