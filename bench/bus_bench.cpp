@@ -1,16 +1,16 @@
 // Costs of what the OCPP service asks for: frames, items, and a whole status answer from request to reply.
 // Run by hand, build/bench/bus_bench; bench/bus gives the figures of the real bus.
-#include <benchmark/benchmark.h>
-
 #include <vector>
 
-#include "busglue.h"
-#include "cellular.h"
-#include "dbus_util.h"
-#include "main.h"
-#include "silent_output.h"
-#include "text_util.h"
-#include "tlv.h"
+#include <benchmark/benchmark.h>
+
+#include "bench/silent_output.h"
+#include "network_daemon/cellular.h"
+#include "network_daemon/main.h"
+#include "platform/busglue/busglue.h"
+#include "support/dbus_util.h"
+#include "support/text_util.h"
+#include "support/tlv.h"
 
 // What the bus library does is not ours to measure here.
 int dbs_connect_init(const char*, const busglue_descriptor*) {
@@ -103,12 +103,12 @@ void TakeAnswer(int length, unsigned char* bytes, void* context) {
 void StatusAnswer(benchmark::State& state) {
     const SilentOutput silent;
     BaseCell cell;
-    copy_text(cell.m_vendor_name, "Qcom");
-    copy_text(cell.m_fw_version, "EG25GGBR07A08M2G");
-    copy_text(cell.m_csIMEI, "867698041122330");
-    copy_text(cell.m_card_iccid, "89860012317001122334");
-    copy_text(cell.m_carrier, "\"CHINA MOBILE\"");
-    copy_text(cell.m_card_imsi, "460001112223334");
+    CopyText(cell.m_vendor_name, "Qcom");
+    CopyText(cell.m_fw_version, "EG25GGBR07A08M2G");
+    CopyText(cell.m_csIMEI, "867698041122330");
+    CopyText(cell.m_card_iccid, "89860012317001122334");
+    CopyText(cell.m_carrier, "\"CHINA MOBILE\"");
+    CopyText(cell.m_card_imsi, "460001112223334");
     pCell = &cell;
     unsigned char query[] = {0xFF, 0x6A, 0xA6, 0x00, 0x07, 0x00, 0x04, 0x76, 0x03, 0x7B, 0x92};
     int length = 0;

@@ -1,6 +1,5 @@
 // Costs of what a steady pass does again and again: lines of the log, reading the settings, parsing an
 // answer. Run by hand, build/bench/ravelin_bench; bench/measure gives the figures of the whole daemon.
-#include <benchmark/benchmark.h>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -8,13 +7,15 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "busglue.h"
-#include "cellular.h"
-#include "ini_store.h"
-#include "silent_output.h"
-#include "text_util.h"
-#include "trace_log.h"
-#include "trace_log_state.h"
+#include <benchmark/benchmark.h>
+
+#include "bench/silent_output.h"
+#include "network_daemon/cellular.h"
+#include "network_daemon/config/ini_store.h"
+#include "platform/busglue/busglue.h"
+#include "support/text_util.h"
+#include "support/trace_log.h"
+#include "support/trace_log_state.h"
 
 /// The forwarder belongs to the bus library; what it costs is not ours to measure.
 void log_send(const char* text) {
@@ -101,7 +102,7 @@ void ParseAnswer(benchmark::State& state, const char* answer) {
     BaseCell cell;
     char text[cc_cell::kAnswerBufferSize];
     for (auto _ : state) {
-        copy_text(text, answer);  // the parser cuts it
+        CopyText(text, answer);  // the parser cuts it
         benchmark::DoNotOptimize(cell.ParseAtResult(text));
     }
 }

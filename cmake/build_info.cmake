@@ -23,7 +23,7 @@ if(CMAKE_SCRIPT_MODE_FILE)
     else()
         string(TIMESTAMP stamp "%Y%m%d%H%M" UTC) # honours SOURCE_DATE_EPOCH
     endif()
-    set(source "#include \"build_info.h\"
+    set(source "#include \"support/build_info.h\"
 
 const char kBuildCommit[41] = \"${commit}\";
 const char kBuildCommitShort[8] = \"${commit_short}\";

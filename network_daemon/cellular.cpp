@@ -1,11 +1,11 @@
 // CellBase itself: what a new object holds, and the operations that do little or nothing unless a driver
 // overrides them. Main builds the object and runs the operations; the bus handlers read the identity texts,
 // and the upgrade thread calls ModuleOtaTask.
-#include "cellular.h"
+#include "network_daemon/cellular.h"
 
 #include <cstring>
 
-#include "text_util.h"
+#include "support/text_util.h"
 
 namespace cc_cell {
 namespace {
@@ -41,7 +41,7 @@ const char* CellBase::GetICCID() {
 
 int32_t CellBase::SetIMSI(const char* imsi) {
     if (imsi == nullptr) return 0;
-    copy_text(m_card_imsi, imsi);
+    CopyText(m_card_imsi, imsi);
     return 1;
 }
 

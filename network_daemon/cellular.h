@@ -10,8 +10,8 @@
 #include <cstdint>
 #include <string>
 
-#include "at_table.h"
-#include "board.h"
+#include "network_daemon/at_table.h"
+#include "network_daemon/board.h"
 
 namespace cc_cell {
 
@@ -286,7 +286,7 @@ class CellBase {
     int32_t m_board = kBoardUnknown;
     char m_RSRP_LEVEL[10];  // what "SignalLevel=" shows
 
-    /// Model that CheckDevType found. Written once, before any object or second user of it exists.
+    // Model that CheckDevType found. Written once, before any object or second user of it exists.
     static std::string& m_ModuleName;
 };
 

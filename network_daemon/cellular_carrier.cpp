@@ -1,9 +1,9 @@
 // Carriers by their operator text; see cellular_carrier.h.
-#include "cellular_carrier.h"
+#include "network_daemon/cellular_carrier.h"
 
 #include <cstring>
 
-#include "text_util.h"
+#include "support/text_util.h"
 
 namespace cc_cell {
 namespace {
@@ -30,7 +30,7 @@ int32_t CarrierCodeOf(const char* operator_text) {
 }  // namespace
 
 void StoreCarrier(CellBase& cell, const char* operator_text) {
-    copy_text(cell.m_carrier, operator_text);
+    CopyText(cell.m_carrier, operator_text);
     cell.m_carrier_code = CarrierCodeOf(operator_text);
     cell.m_carrier_valid = cell.m_carrier_code != 0;
 }

@@ -2,18 +2,19 @@
 // between waiting, soft reset, switch of the SIM, dialling and asking for a hardware reset of the modem; its
 // counters live in the object, so that they survive a return of Task. Called by main at start-up and after a
 // hardware reset, by Task otherwise; main thread.
+#include "network_daemon/cellular.h"
+
 #include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
 
-#include "MkUtils.h"
-#include "cellular.h"
-#include "cellular_carrier.h"
-#include "cellular_verdict.h"
-#include "shell.h"
-#include "text_util.h"
-#include "trace_log.h"
+#include "network_daemon/cellular_carrier.h"
+#include "network_daemon/cellular_verdict.h"
+#include "support/MkUtils.h"
+#include "support/shell.h"
+#include "support/text_util.h"
+#include "support/trace_log.h"
 
 namespace cc_cell {
 namespace {
@@ -172,7 +173,7 @@ int32_t CellBase::Initialize() {
     AtRequest("AT+CFUN=1");
     AtRequest("AT+MODODR=2");
     const char* meid = ParseAtLine(AtRequest("AT+MEID"));
-    if (meid != nullptr) copy_text(m_meid, meid);
+    if (meid != nullptr) CopyText(m_meid, meid);
     WriteStatusFiles();
     return 1;
 }
@@ -180,7 +181,7 @@ int32_t CellBase::Initialize() {
 void CellBase::SoftReset() {
     TRACE(kLogProgress, "Soft reset!\n");
     TRACE(kLogProgress, "kill udhcpc lte!!!\n");
-    run_shell(kCommandDhcpKill);
+    RunShell(kCommandDhcpKill);
     Initialize();
     CheckSimCard();
     m_online = 0;

@@ -2,17 +2,18 @@
 // count of failed checks, the switch of the SIM, and the soft reset for an outage of the OCPP service. Task
 // calls the checks in its online passes, Connect the rungs for two SIMs; main thread. A probe holds up the
 // whole loop until its pipeline ends.
+#include "network_daemon/cellular.h"
+
 #include <unistd.h>
 
 #include <cstdio>
 #include <cstring>
 
-#include "board.h"
-#include "cellular.h"
-#include "cellular_verdict.h"
-#include "shell.h"
-#include "text_util.h"
-#include "trace_log.h"
+#include "network_daemon/board.h"
+#include "network_daemon/cellular_verdict.h"
+#include "support/shell.h"
+#include "support/text_util.h"
+#include "support/trace_log.h"
 
 namespace cc_cell {
 namespace {
@@ -114,9 +115,7 @@ int pingCheck(const char* command) {
     }
     char line[kPingLineSize] = "";
     int replies = -1;
-    while (replies < 0 && fgets(line, sizeof line, stream) != nullptr) {
-        replies = RepliesOf(line);
-    }
+    while (replies < 0 && fgets(line, sizeof line, stream) != nullptr) replies = RepliesOf(line);
     if (replies >= 0) TRACE(kLogDebug, "%s", kReplies[replies].line);
     TRACE(kLogDebug, "pingCheck, file_buf is: %s\n", line);
     pclose(stream);
@@ -134,7 +133,7 @@ int32_t CellBase::CheckNetwork() {
         m_CSQ_weak_check_times = 0;
         return ResultOf(Verdict::kGoOn);
     }
-    const int32_t rsrp_dbm = parse_number(m_RSRP);
+    const int32_t rsrp_dbm = ParseNumber(m_RSRP);
     TRACE(kLogDebug, "The wireless network signal is weak,m_nCSQ=:%d,NetType=%d\n", m_nCSQ, generation);
     ++m_CSQ_weak_check_times;
 
@@ -181,12 +180,12 @@ void CellBase::SwitchSIMCard() {
     const bool is_a35 = board_cpu_info() == kBoardA35;
     if (m_Primary_SIM != 0) {
         TRACE(kLogRecovery, "The wireless network signal is weak, Switch to a secondary SIM card!\n");
-        run_shell(is_a35 ? "echo 0 > /sys/class/gpio/gpio182/value"
-                         : "echo 0 > /sys/class/gpio/gpio130/value");
+        RunShell(is_a35 ? "echo 0 > /sys/class/gpio/gpio182/value"
+                        : "echo 0 > /sys/class/gpio/gpio130/value");
     } else {
         TRACE(kLogRecovery, "The wireless network signal is weak, Switch to a Primary SIM card!\n");
-        run_shell(is_a35 ? "echo 1 > /sys/class/gpio/gpio182/value"
-                         : "echo 1 > /sys/class/gpio/gpio130/value");
+        RunShell(is_a35 ? "echo 1 > /sys/class/gpio/gpio182/value"
+                        : "echo 1 > /sys/class/gpio/gpio130/value");
     }
     sleep(kSwitchPause_seconds);
     m_Primary_SIM = m_Primary_SIM == 0;

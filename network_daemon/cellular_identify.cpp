@@ -1,10 +1,11 @@
 // Which modem sits behind the port: asked once per process start, on the main thread, before any driver
 // object exists. So the port is used directly here, and not through AtRequest.
+#include "network_daemon/cellular.h"
+
 #include <unistd.h>
 
 #include <cstring>
 
-#include "network_daemon/cellular.h"
 #include "network_daemon/cellular_port.h"
 #include "support/serial_port.h"
 #include "support/trace_log.h"
@@ -124,8 +125,9 @@ int CheckDevType(int fd) {
         CellBase::m_ModuleName = maker->word;
     }
     // Only this family's driver can upgrade the modem, and it does so by the module's name.
-    if (vendor == kVendorQuectelQcom)
+    if (vendor == kVendorQuectelQcom) {
         TRACE(kLogProgress, "[OTA] m_ModuleName = %s \n", CellBase::m_ModuleName.c_str());
+    }
     return vendor;
 }
 

@@ -1,12 +1,13 @@
 // Text of the modem in, record out: the rows of AtPrefixTable that every family shares, and the splitters
 // that drivers build theirs from. Nothing here talks to the modem or stores anything in the object. Main
 // thread only: StringSplitByNum keeps its result in a static buffer.
+#include "network_daemon/cellular.h"
+
 #include <cstring>
 #include <string_view>
 
-#include "cellular.h"
-#include "text_util.h"
-#include "trace_log.h"
+#include "support/text_util.h"
+#include "support/trace_log.h"
 
 namespace cc_cell {
 namespace {
@@ -62,17 +63,17 @@ void FillNumbers(char* values, const char* delimiters, int count, AtResult& resu
     char fields[kMostFields][kFieldSize] = {};
     CellBase::StringSplitToGetValue(values, delimiters, count, fields);
     int32_t* const numbers[] = {&result.val, &result.val2, &result.val3, &result.val4};
-    for (int i = 0; i < count; ++i) *numbers[i] = parse_number(fields[i]);
+    for (int i = 0; i < count; ++i) *numbers[i] = ParseNumber(fields[i]);
 }
 
 void FillOperator(char* values, AtResult& result) {
     char fields[kMostFields][kFieldSize] = {};
     CellBase::StringSplitToGetValue(values, kFieldDelimiters, kMostFields, fields);
-    result.val = parse_number(fields[0]);
-    result.val2 = parse_number(fields[1]);
-    copy_text(result.carrier, fields[2]);
-    result.act = parse_number(fields[3]);
-    result.extra = parse_number(fields[4]);
+    result.val = ParseNumber(fields[0]);
+    result.val2 = ParseNumber(fields[1]);
+    CopyText(result.carrier, fields[2]);
+    result.act = ParseNumber(fields[3]);
+    result.extra = ParseNumber(fields[4]);
 }
 
 }  // namespace
@@ -88,22 +89,22 @@ AtResult CellBase::ParseAtResult(char* text) {
     char* token = nullptr;
     switch (row) {
         case kHintCsq:
-            token = next_token(&values, kFieldDelimiters);
-            result.val = parse_number(token);
+            token = NextToken(&values, kFieldDelimiters);
+            result.val = ParseNumber(token);
             break;
         case kHintPsrat:
-            token = next_token(&values, kLineDelimiters);
-            copy_text(result.common_str, token);
+            token = NextToken(&values, kLineDelimiters);
+            CopyText(result.common_str, token);
             TRACE(kLogDebug, "PSRAT:%s\n", result.common_str);
             break;
         case kHintSimtest:
-            token = next_token(&values, kFieldDelimiters);
-            result.val = parse_number(token);
+            token = NextToken(&values, kFieldDelimiters);
+            result.val = ParseNumber(token);
             if (token != nullptr) TRACE(kLogProgress, "SIMTYPE :%s : %d\n", token, result.val);
             break;
         case kHintIccid:
-            token = next_token(&values, kFieldDelimiters);
-            copy_text(result.common_str, token);
+            token = NextToken(&values, kFieldDelimiters);
+            CopyText(result.common_str, token);
             if (token != nullptr) TRACE(kLogProgress, "ICCID :%s\n", result.common_str);
             break;
         case kHintCreg:
@@ -130,8 +131,8 @@ AtResult CellBase::ParseAtResult(char* text) {
             FillNumbers(values, kFieldDelimiters, 2, result);
             break;
         case kHintCgsn:
-            token = next_token(&values, kLineDelimiters);
-            copy_text(result.common_str, token);
+            token = NextToken(&values, kLineDelimiters);
+            CopyText(result.common_str, token);
             if (token != nullptr) TRACE(kLogProgress, "IMEI :%s\n", result.common_str);
             break;
         default:  // the announcement of a new radio technology, and row 0: the prefix says it all
@@ -142,7 +143,7 @@ AtResult CellBase::ParseAtResult(char* text) {
 
 char* CellBase::ParseAtLine(char* text) {
     if (ContainsText(text, "OK") == nullptr) return nullptr;
-    return next_token(&text, kLineDelimiters);
+    return NextToken(&text, kLineDelimiters);
 }
 
 char* CellBase::StringSplitByNum(char* source, const char* delimiters, int index) {
@@ -151,7 +152,7 @@ char* CellBase::StringSplitByNum(char* source, const char* delimiters, int index
     if (source == nullptr || delimiters == nullptr) return nullptr;
     memset(field, 0, sizeof field);
     char kept_delimiters[kDelimitersSize];
-    copy_text(kept_delimiters, delimiters);
+    CopyText(kept_delimiters, delimiters);
 
     char* rest = source;
     char* token = nullptr;
@@ -160,9 +161,9 @@ char* CellBase::StringSplitByNum(char* source, const char* delimiters, int index
             TRACE(kLogDebug, "StringSplitByNum[%d]:pResult do not have valid data\n", taken);
             break;  // the last field stands in for the missing one
         }
-        token = next_field(&rest, kept_delimiters);
+        token = NextField(&rest, kept_delimiters);
     }
-    copy_text(field, token);
+    CopyText(field, token);
     return field;
 }
 
@@ -178,7 +179,7 @@ int CellBase::StringSplitToGetValue(char* source, const char* delimiters, int co
         memset(targets[i], 0, target_size);
     }
     char kept_delimiters[kDelimitersSize];
-    copy_text(kept_delimiters, delimiters);
+    CopyText(kept_delimiters, delimiters);
 
     char* rest = source;
     for (int taken = 0; taken < count; ++taken) {
@@ -186,7 +187,7 @@ int CellBase::StringSplitToGetValue(char* source, const char* delimiters, int co
             TRACE(kLogProgress, "StringSplitToGetValue[%d]:pResult do not have valid data\n", taken);
             break;
         }
-        copy_text(targets[taken], target_size, next_field(&rest, kept_delimiters));
+        CopyText(targets[taken], target_size, NextField(&rest, kept_delimiters));
     }
     return 1;
 }

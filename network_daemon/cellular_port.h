@@ -2,8 +2,8 @@
 // before a command, and unsolicited lines. Main thread.
 #pragma once
 
-#include "cellular.h"
-#include "serial_port.h"
+#include "network_daemon/cellular.h"
+#include "support/serial_port.h"
 
 namespace cc_cell {
 

@@ -1,8 +1,9 @@
 // What the modem tells about the radio: signal, radio technology and its generation. Task probes the signal
 // and hands over announcements; main thread.
-#include "cellular.h"
-#include "text_util.h"
-#include "trace_log.h"
+#include "network_daemon/cellular.h"
+
+#include "support/text_util.h"
+#include "support/trace_log.h"
 
 namespace cc_cell {
 namespace {
@@ -33,7 +34,7 @@ int32_t CellBase::DealHint(AtResult result) {
     // the question answers something else, and the text stays.
     const AtResult technology = ParseAtResult(AtRequest("AT+PSRAT"));
     if (technology.type == kHintPsrat) {
-        copy_text(m_NetworkType, technology.common_str);
+        CopyText(m_NetworkType, technology.common_str);
         TRACE(kLogProgress, "Network type %s\n", m_NetworkType);
     }
     return 1;

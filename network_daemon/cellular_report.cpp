@@ -1,12 +1,12 @@
 // Reports to the OCPP service that nobody asked for: the outcome of an upgrade, and a modem that may not run
 // here. The upgrade thread and main send them; the replies come in on threads of the bus library and only
 // reach the log.
-#include "cellular_report.h"
+#include "network_daemon/cellular_report.h"
 
-#include "busglue.h"
-#include "cellular.h"
-#include "dbus_util.h"
-#include "trace_log.h"
+#include "network_daemon/cellular.h"
+#include "platform/busglue/busglue.h"
+#include "support/dbus_util.h"
+#include "support/trace_log.h"
 
 namespace {
 

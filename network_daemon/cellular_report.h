@@ -2,8 +2,8 @@
 // the service to what the daemon has sent.
 #pragma once
 
-#include "dbus_util.h"
-#include "trace_log.h"
+#include "support/dbus_util.h"
+#include "support/trace_log.h"
 
 /// Command numbers of the frames.
 enum OcppCommand : int {

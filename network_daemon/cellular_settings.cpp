@@ -1,12 +1,13 @@
 // The settings of the link: /run/network/ifcfg-lte into the members, and the setters. The rest of the charger
 // rewrites the file while we run, this daemon never does: it is a live control channel, read anew in every
 // online pass. Start-up, Task and Connect; main thread.
+#include "network_daemon/cellular.h"
+
 #include <cstring>
 
-#include "cellular.h"
-#include "ini_store.h"
-#include "text_util.h"
-#include "trace_log.h"
+#include "network_daemon/config/ini_store.h"
+#include "support/text_util.h"
+#include "support/trace_log.h"
 
 namespace cc_cell {
 namespace {
@@ -23,7 +24,7 @@ enum class Switch { kAbsent, kOff, kOn };
 Switch TakeSwitch(const IniEntry* settings, const char* key, uint8_t& member) {
     const char* value = ini_get(settings, key);
     if (value == nullptr) return Switch::kAbsent;
-    member = parse_number(value) >= 1;
+    member = ParseNumber(value) >= 1;
     return member != 0 ? Switch::kOn : Switch::kOff;
 }
 
@@ -39,15 +40,16 @@ void CellBase::GetLTEcfg() {
     if (const char* apn = ini_get(settings, "APN")) SetAPN(apn);
     if (const char* username = ini_get(settings, "USERNAME")) SetUsername(username);
     if (const char* password = ini_get(settings, "PASSWORD")) SetPassword(password);
-    if (const char* auth_type = ini_get(settings, "AUTH_TYPE")) SetAuthType(parse_number(auth_type));
+    if (const char* auth_type = ini_get(settings, "AUTH_TYPE")) SetAuthType(ParseNumber(auth_type));
     if (const char* pin = ini_get(settings, "CARD_PIN")) SetCardPin(pin);
     TakeSwitch(settings, "AUTOCONNECT", m_auto_connect);
-    if (TakeSwitch(settings, "DoubleSIM", m_double_sim) == Switch::kOn)
+    if (TakeSwitch(settings, "DoubleSIM", m_double_sim) == Switch::kOn) {
         TRACE(kLogAnnounce, "DoubleSIM ENABLE !!!\n");
+    }
     if (TakeSwitch(settings, "ORLA", m_orla_project) == Switch::kOn) {
         TRACE(QuietWhileOnline(*this), "ORLA PROJECT !!!\n");
         // The outage of the OCPP service concerns this project alone, and only while the file names it.
-        if (const char* offline = ini_get(settings, "OFFLINE")) SetOFFLINE(parse_number(offline));
+        if (const char* offline = ini_get(settings, "OFFLINE")) SetOFFLINE(ParseNumber(offline));
     }
     if (TakeSwitch(settings, "BRACKEN_PROJECT", m_bracken_project) == Switch::kOn) {
         TRACE(QuietWhileOnline(*this), "BRACKEN PROJECT !!!\n");
@@ -67,12 +69,12 @@ void CellBase::GetLTEcfg() {
 
 void CellBase::SetAPN(const char* apn) {
     char input[sizeof m_apn];
-    copy_text(input, apn);
+    CopyText(input, apn);
     TRACE(QuietWhileOnline(*this), "input apn = %s\n", input);
     if (strchr(input, '\'') == nullptr) {
-        copy_text(m_apn, input);
+        CopyText(m_apn, input);
     } else if (const char* quoted = StringSplitByNum(input, "'\r", 2)) {
-        copy_text(m_apn, quoted);
+        CopyText(m_apn, quoted);
         TRACE(kLogDebug, "real apn is:%s\n", m_apn);
     } else {
         TRACE(QuietWhileOnline(*this), "SetAPN: get APN fail\n");
@@ -81,17 +83,17 @@ void CellBase::SetAPN(const char* apn) {
 }
 
 void CellBase::SetEnable(const char* enable) {
-    copy_text(m_enable, enable);
+    CopyText(m_enable, enable);
     TRACE(QuietWhileOnline(*this), "Enable = %s\n", m_enable);
 }
 
 void CellBase::SetUsername(const char* username) {
-    copy_text(m_username, username);
+    CopyText(m_username, username);
     TRACE(QuietWhileOnline(*this), "username = %s\n", m_username);
 }
 
 void CellBase::SetPassword(const char* password) {
-    copy_text(m_password, password);
+    CopyText(m_password, password);
     TRACE(kLogDebug, "password = %s\n", m_password);
 }
 
@@ -101,7 +103,7 @@ void CellBase::SetAuthType(int32_t auth_type) {
 }
 
 void CellBase::SetCardPin(const char* pin) {
-    copy_text(m_card_pin, pin);
+    CopyText(m_card_pin, pin);
     TRACE(QuietWhileOnline(*this), "PIN = %s\n", m_card_pin);
 }
 
@@ -131,17 +133,17 @@ void CellBase::SetCell_fd(int cell_fd) {
 }
 
 void CellBase::SetATPort(const char* path) {
-    copy_text(m_at_port, path);
+    CopyText(m_at_port, path);
     TRACE(kLogDetail, "AtPort = %s\n", m_at_port);
 }
 
 void CellBase::SetDhcpcScript(const char* path) {
-    copy_text(m_dhcpc_script, path);
+    CopyText(m_dhcpc_script, path);
     TRACE(kLogDebug, "udhcpc script = %s\n", m_dhcpc_script);
 }
 
 void CellBase::SetRsrpLevel(const char* rsrp) {
-    copy_text(m_RSRP_LEVEL, rsrp);
+    CopyText(m_RSRP_LEVEL, rsrp);
 }
 
 }  // namespace cc_cell

@@ -1,14 +1,15 @@
 // SIM and identity: IMEI, IMSI, ICCID, carrier and the readiness of the SIM. Modems word these answers
 // differently, and the differences by family that the base knows are here. Start-up, each soft reset and
 // Task; main thread.
+#include "network_daemon/cellular.h"
+
 #include <unistd.h>
 
 #include <cstring>
 
-#include "cellular.h"
-#include "cellular_carrier.h"
-#include "text_util.h"
-#include "trace_log.h"
+#include "network_daemon/cellular_carrier.h"
+#include "support/text_util.h"
+#include "support/trace_log.h"
 
 namespace cc_cell {
 namespace {
@@ -46,15 +47,15 @@ bool TakeImsi(const TracePlace& place, CellBase& cell, char* answer, const char*
     if (PutsPrefixBeforeImsi(cell.m_vendor_type)) {
         const char* imsi = ValueBehindColon(answer);
         if (imsi != nullptr) {
-            copy_text(cell.m_card_imsi, imsi);
+            CopyText(cell.m_card_imsi, imsi);
         } else {
             TRACE_AT(place, kLogProgress, "%s", failure);
         }
         return true;
     }
-    const char* imsi = next_token(&answer, kLineDelimiters);
+    const char* imsi = NextToken(&answer, kLineDelimiters);
     if (imsi == nullptr || strncmp(imsi, kAskImsi, strlen(kAskImsi)) == 0) return false;
-    copy_text(cell.m_card_imsi, imsi);
+    CopyText(cell.m_card_imsi, imsi);
     return true;
 }
 
@@ -89,7 +90,7 @@ int32_t CellBase::CheckCardIMEI() {
             if (with_prefix.type != kHintCgsn) return 0;
             TRACE(kLogDebug, "CheckCardIMEI IMEI res.common_str= %s\n", with_prefix.common_str);
             imei = with_prefix.common_str;
-            copy_text(m_csIMEI, imei);
+            CopyText(m_csIMEI, imei);
             if (strchr(imei, '"') != nullptr) imei = TextBetweenQuotes(with_prefix.common_str);
             break;
         case kVendorFibocom:
@@ -99,12 +100,12 @@ int32_t CellBase::CheckCardIMEI() {
         default:
             imei = ParseAtLine(answer);
             if (imei == nullptr) return 0;
-            copy_text(m_csIMEI, imei);
+            CopyText(m_csIMEI, imei);
             if (m_vendor_type == kVendorLynq) imei = TextBetweenQuotes(m_csIMEI);
             break;
     }
     if (imei != nullptr) {
-        copy_text(m_csIMEI, imei);
+        CopyText(m_csIMEI, imei);
     } else {
         TRACE(kLogProgress, "CheckCardIMEI: get IMEI fail !\n");
     }
@@ -143,7 +144,7 @@ int32_t CellBase::CheckSimCard() {
     const AtResult sim_type = ParseAtResult(AtRequest("AT+SIMTEST?"));
     if (sim_type.type == kHintSimtest) m_sim_type = sim_type.val;
     const AtResult iccid = ParseAtResult(AtRequest("AT^ICCID?"));
-    if (iccid.type == kHintIccid) copy_text(m_card_iccid, iccid.common_str);
+    if (iccid.type == kHintIccid) CopyText(m_card_iccid, iccid.common_str);
     const AtResult carrier = ParseAtResult(AtRequest("AT+COPS?"));
     if (carrier.type == kHintCops) StoreCarrier(*this, carrier.carrier);
     return kSimReady;

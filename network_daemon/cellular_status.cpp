@@ -2,15 +2,16 @@
 // of Task and after each change of the link. Nothing in the daemon reads them. A reader may meet a
 // half-written file; the next pass makes it whole. Failures go to standard error, not to the log, which would
 // fill with them. Main thread.
+#include "network_daemon/cellular.h"
+
 #include <cstdio>
 #include <cstring>
 #include <ctime>
 
-#include "MkUtils.h"
-#include "build_info.h"
-#include "cellular.h"
-#include "text_util.h"
-#include "trace_log.h"
+#include "support/MkUtils.h"
+#include "support/build_info.h"
+#include "support/text_util.h"
+#include "support/trace_log.h"
 
 namespace cc_cell {
 namespace {

@@ -1,15 +1,16 @@
 // The main loop of the engine: takes in unsolicited lines of the modem, probes the signal, brings the link up
 // and watches it. Returns only to ask main for a hardware reset of the modem; main enters it again on the
 // same object. Main thread. The steps are functions of this file that log in Task's place.
+#include "network_daemon/cellular.h"
+
 #include <unistd.h>
 
 #include <cstring>
 
-#include "MkUtils.h"
-#include "cellular.h"
-#include "cellular_port.h"
-#include "cellular_verdict.h"
-#include "trace_log.h"
+#include "network_daemon/cellular_port.h"
+#include "network_daemon/cellular_verdict.h"
+#include "support/MkUtils.h"
+#include "support/trace_log.h"
 
 namespace cc_cell {
 namespace {

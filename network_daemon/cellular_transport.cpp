@@ -1,13 +1,14 @@
 // The exchange with the modem: one command, one fixed wait, one block of text. Nothing looks for a final
 // result code: whatever came within the wait is the answer, and the caller searches it. That wait paces the
 // whole engine. Main thread only: the answers lie in static buffers.
+#include "network_daemon/cellular.h"
+
 #include <cstdio>
 #include <cstring>
 
-#include "cellular.h"
-#include "cellular_port.h"
-#include "serial_port.h"
-#include "trace_log.h"
+#include "network_daemon/cellular_port.h"
+#include "support/serial_port.h"
+#include "support/trace_log.h"
 
 namespace cc_cell {
 namespace {

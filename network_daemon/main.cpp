@@ -1,7 +1,7 @@
 // The life of one run of the daemon, in order: options, settings, bus, port, identification, driver,
 // bring-up, and then Task until the process is ended from outside. Main thread; what happens on others is
 // started here.
-#include "main.h"
+#include "network_daemon/main.h"
 
 #include <pthread.h>
 
@@ -9,12 +9,12 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "ConfigController.h"
-#include "build_info.h"
-#include "busglue.h"
-#include "ini_store.h"
-#include "serial_port.h"
-#include "shell.h"
+#include "network_daemon/config/ConfigController.h"
+#include "network_daemon/config/ini_store.h"
+#include "platform/busglue/busglue.h"
+#include "support/build_info.h"
+#include "support/serial_port.h"
+#include "support/shell.h"
 
 using namespace cc_cell;
 
@@ -24,7 +24,7 @@ constexpr int kExitDone = 0;
 constexpr int kExitFailed = -1;
 constexpr char kMakeNetworkDirectory[] = "mkdir /run/network/ -p";
 
-int find_board() {
+int FindBoard() {
     const int board = board_cpu_info();
     return board != kBoardUnknown ? board : board_version_info();
 }
@@ -34,7 +34,7 @@ int find_board() {
 IniEntry* settings = nullptr;
 
 /// Starts the thread that listens to the board's scripts; it lives as long as the process.
-void start_pipe_thread() {
+void StartPipeThread() {
     pthread_t thread;
     errno = pthread_create(&thread, nullptr, thread_function_pipe, nullptr);
     if (errno != 0) {
@@ -49,8 +49,8 @@ void start_pipe_thread() {
 }
 
 /// From the new object to the first attempt at a link. What fails here is left to the retries of Task.
-void bring_up(CellBase& cell, const char* script) {
-    cell.SetBoard(find_board());
+void BringUp(CellBase& cell, const char* script) {
+    cell.SetBoard(FindBoard());
     cell.GetLTEcfg();
     cell.Initialize();
     cell.CheckSimCard();
@@ -68,13 +68,13 @@ int main(int argc, char** argv) {
     Options options;
     ConfigController config;
     trace_init(argc, argv);
-    if (!read_options(argc, argv, options)) return kExitDone;
+    if (!ReadOptions(argc, argv, options)) return kExitDone;
     settings = ini_load(options.config);
     if (settings == nullptr) {
         TRACE(kLogAnnounce, "config %s don't exist\n", options.config);
         return kExitFailed;
     }
-    if (join_bus() < 0) {
+    if (JoinBus() < 0) {
         perror("DBUS initialize error!\n");
         exit(kExitFailed);
     }
@@ -83,20 +83,20 @@ int main(int argc, char** argv) {
           kBuildStamp);
     TRACE(kLogProgress, "dev = %s, config = %s, script = %s\n", options.device, options.config,
           options.script);
-    run_shell(kMakeNetworkDirectory);
+    RunShell(kMakeNetworkDirectory);
 
     // What must work without a modem starts here: the wait for the port has no end.
-    start_pipe_thread();
+    StartPipeThread();
     int port_fd = wait_for_port(TRACE_HERE, options.device);
     TRACE(kLogProgress, "open device  %s  ok!\n", options.device);
     const int vendor = CheckDevType(port_fd);
     if (vendor == kVendorCinterion) TRACE(kLogAnnounce, "Cell Device CellCinterion!\n");
-    pCell = build_driver(vendor, port_fd);
+    pCell = BuildDriver(vendor, port_fd);
     if (pCell == nullptr) {
         TRACE(kLogAnnounce, "Unknow Cell Device!\n");
         return kExitDone;
     }
-    tell_vendor(*pCell, vendor);
+    TellVendor(*pCell, vendor);
 
     if (pass_gate(TRACE_HERE, config)) {
         TRACE(kLogAnnounce, "GetVendorType=%d!\n", pCell->m_vendor_type);
@@ -104,7 +104,7 @@ int main(int argc, char** argv) {
             TRACE(kLogProgress, "SetATPort %s\n", options.device);
             pCell->SetATPort(options.device);
         }
-        bring_up(*pCell, options.script);
+        BringUp(*pCell, options.script);
         if (options.debug_terminal) pCell->DebugTerminal();
         if (run_task(TRACE_HERE, *pCell, options.device, port_fd) == RunEnd::kPortLost) {
             ini_free(settings);

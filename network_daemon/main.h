@@ -6,11 +6,11 @@
 
 #include <cstdint>
 
-#include "board.h"
-#include "busglue.h"
-#include "cellular.h"
-#include "tlv.h"
-#include "trace_log.h"
+#include "network_daemon/board.h"
+#include "network_daemon/cellular.h"
+#include "platform/busglue/busglue.h"
+#include "support/tlv.h"
+#include "support/trace_log.h"
 
 class ConfigController;
 
@@ -29,13 +29,13 @@ struct Options {
 /// Reads the command line into `options`; a text that doesn't fit is cut. False: the usage was asked for and
 /// has been printed; nothing after that was read. Complaints about unknown options come from getopt, and
 /// don't stop anything.
-bool read_options(int argc, char** argv, Options& options);
+bool ReadOptions(int argc, char** argv, Options& options);
 
 // main_bus.cpp: the message bus
 
 /// Joins the message bus under the daemon's name. From here on the handlers can be called, on threads of the
 /// bus library. Negative: failed.
-int join_bus();
+int JoinBus();
 
 /// Takes one frame of the OCPP service, acts, and answers through `reply`, which may be null. On a thread of
 /// the bus library, with over 30 KB of stack. 0, always.
@@ -58,17 +58,17 @@ void handle_command(const char* key, const char* value);
 int wait_for_port(const TracePlace& place, const char* device);
 
 /// Opens `device` at the first try and sets the line up. The descriptor, or a value below 1.
-int reopen_port(const char* device);
+int ReopenPort(const char* device);
 
 // main_factory.cpp: modem to driver
 
 /// Builds the one driver object for what CheckDevType found. Null for a vendor that has no driver. The
 /// caller owns it.
-cc_cell::CellBase* build_driver(int vendor, int port_fd);
+cc_cell::CellBase* BuildDriver(int vendor, int port_fd);
 
 /// Gives a driver its vendor where the engine's special cases have to know it. main does so once the object
 /// is in pCell.
-void tell_vendor(cc_cell::CellBase& cell, int vendor);
+void TellVendor(cc_cell::CellBase& cell, int vendor);
 
 // main_board.cpp: where a modem went; what board this is, see board.h
 

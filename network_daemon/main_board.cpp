@@ -1,11 +1,12 @@
 // What the system says about the board, and where a modem has come back. Main thread.
+#include "network_daemon/main.h"
+
 #include <dirent.h>
 
 #include <cstdio>
 #include <cstring>
 
-#include "main.h"
-#include "text_util.h"
+#include "support/text_util.h"
 
 namespace {
 
@@ -29,7 +30,7 @@ constexpr BoardWord kPartWords[] = {
 };
 
 template <size_t N>
-const BoardWord* find_word(const BoardWord (&words)[N], const char* line) {
+const BoardWord* FindWord(const BoardWord (&words)[N], const char* line) {
     for (const BoardWord& row : words) {
         if (strstr(line, row.word) != nullptr) return &row;
     }
@@ -38,10 +39,10 @@ const BoardWord* find_word(const BoardWord (&words)[N], const char* line) {
 
 /// Board that one line of /proc/cpuinfo names, or null. A line about the hardware that names none may still
 /// be about a part.
-const BoardWord* board_of_line(const char* line) {
+const BoardWord* BoardOfLine(const char* line) {
     const BoardWord* found = nullptr;
-    if (strstr(line, "Hardware") != nullptr) found = find_word(kHardwareWords, line);
-    if (found == nullptr && strstr(line, "part") != nullptr) found = find_word(kPartWords, line);
+    if (strstr(line, "Hardware") != nullptr) found = FindWord(kHardwareWords, line);
+    if (found == nullptr && strstr(line, "part") != nullptr) found = FindWord(kPartWords, line);
     return found;
 }
 
@@ -55,7 +56,7 @@ int board_cpu_info() {
     }
     const BoardWord* found = nullptr;
     char line[kLineSize];
-    while (found == nullptr && fgets(line, sizeof line, file) != nullptr) found = board_of_line(line);
+    while (found == nullptr && fgets(line, sizeof line, file) != nullptr) found = BoardOfLine(line);
     fclose(file);
     if (found == nullptr) return cc_cell::kBoardUnknown;
     TRACE(kLogProgress, "%s", found->announcement);
@@ -86,7 +87,7 @@ int read_devname(const char* directory, PathText& result) {
     }
     while (const dirent* entry = readdir(entries)) {
         if (strstr(entry->d_name, "ttyACM") == nullptr) continue;
-        copy_text(result, entry->d_name);
+        CopyText(result, entry->d_name);
         TRACE(kLogProgress, "entry->d_name:  %s \n", entry->d_name);
     }
     TRACE(kLogProgress, "read_devname return:  %s\n", result);

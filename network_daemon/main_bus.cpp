@@ -1,18 +1,19 @@
 // The daemon's end of the message bus: its name, the tables of what it serves, and the dispatch of what the
-// OCPP service asks for. The tables live as long as the process. All but join_bus runs on threads of the bus
+// OCPP service asks for. The tables live as long as the process. All but JoinBus runs on threads of the bus
 // library, beside main and without a lock: a status answer may hold a half-written text.
+#include "network_daemon/main.h"
+
 #include <pthread.h>
 
 #include <cstdio>
 #include <cstring>
 #include <iterator>
 
-#include "build_info.h"
-#include "busglue.h"
-#include "cellular_report.h"
-#include "dbus_util.h"
-#include "main.h"
-#include "text_util.h"
+#include "network_daemon/cellular_report.h"
+#include "platform/busglue/busglue.h"
+#include "support/build_info.h"
+#include "support/dbus_util.h"
+#include "support/text_util.h"
 
 using cc_cell::CellBase;
 
@@ -37,27 +38,27 @@ struct Caller {
 };
 
 /// An answer of length 0 is a real one, with an empty message.
-void answer(const Caller& caller, unsigned char* frame, int length) {
+void Answer(const Caller& caller, unsigned char* frame, int length) {
     if (caller.reply != nullptr) caller.reply(length, frame, caller.context);
 }
 
-void answer_nothing(const Caller& caller) {
+void AnswerNothing(const Caller& caller) {
     unsigned char frame[1] = {};
-    answer(caller, frame, 0);
+    Answer(caller, frame, 0);
 }
 
-void answer_data(const Caller& caller, OcppCommand cmd, const unsigned char* data, size_t count) {
+void AnswerData(const Caller& caller, OcppCommand cmd, const unsigned char* data, size_t count) {
     unsigned char frame[kAnswerFrameSize];
     const int length = EncodeDbusMsg(frame, sizeof frame, caller.msg_id, cmd, data, static_cast<int>(count));
-    answer(caller, frame, length);
+    Answer(caller, frame, length);
 }
 
-void answer_upgrade(const Caller& caller, UpgradeAnswer status) {
+void AnswerUpgrade(const Caller& caller, UpgradeAnswer status) {
     const unsigned char data[] = {status};
-    answer_data(caller, kOcppUpgrade, data, sizeof data);
+    AnswerData(caller, kOcppUpgrade, data, sizeof data);
 }
 
-void answer_status(const Caller& caller) {
+void AnswerStatus(const Caller& caller) {
     ByteArray data = BuildStatusTlv();
     if (data.empty()) {
         printf("No data was returned.\n");
@@ -65,20 +66,20 @@ void answer_status(const Caller& caller) {
     } else {
         data.insert(data.begin(), kStatusItems);
     }
-    answer_data(caller, kOcppStatus, data.data(), data.size());
+    AnswerData(caller, kOcppStatus, data.data(), data.size());
 }
 
 /// Bounded by the array: another thread may be rewriting the text, and its terminator may be missing for a
 /// moment.
 template <size_t N>
-void add_text(TlvList& list, uint8_t type, const char (&text)[N]) {
+void AddText(TlvList& list, uint8_t type, const char (&text)[N]) {
     AddTlvItem(list, type, static_cast<uint8_t>(strnlen(text, N)), text);
 }
 
 /// Up to the first zero, should the value hold one.
-void keep_text(ParameterText& text, const TlvItem& item) {
+void KeepText(ParameterText& text, const TlvItem& item) {
     static_assert(sizeof text > UINT8_MAX);  // the longest value fits
-    copy_text(text, std::string(item.value.begin(), item.value.end()).c_str());
+    CopyText(text, std::string(item.value.begin(), item.value.end()).c_str());
 }
 
 /// Keeps the three texts of an upgrade request. One that doesn't bring them is not refused: the upgrade works
@@ -96,9 +97,9 @@ void take_upgrade_parameters(const TracePlace& place, const BusFrame& frame) {
         TRACE_AT(place, kLogProgress, "[OTA] TLVS parameter error");
         return;
     }
-    keep_text(supportModule, items[0]);
-    keep_text(otatool, items[1]);
-    keep_text(otaPath, items[2]);
+    KeepText(supportModule, items[0]);
+    KeepText(otatool, items[1]);
+    KeepText(otaPath, items[2]);
     TRACE_AT(place, kLogProgress, "[OTA] TLVS supportModule:%s otatool:%s otaPath:%s \r\n", supportModule,
              otatool, otaPath);
 }
@@ -119,36 +120,36 @@ void deal_upgrade_request(const TracePlace& place, const Caller& caller, const B
                           CellBase& cell) {
     if (frame.data[0] != kRequestMark) {
         TRACE_AT(place, kLogProgress, "[OTA] get ocpp unknown msg\n");
-        answer_upgrade(caller, kBadRequest);
+        AnswerUpgrade(caller, kBadRequest);
         return;
     }
     if (frame.length > 1) take_upgrade_parameters(place, frame);
     if (cell.m_ota_running) {
         TRACE_AT(place, kLogProgress, "[OTA] get ocpp msg , ota is on going\n");
-        answer_upgrade(caller, kAlreadyRunning);
+        AnswerUpgrade(caller, kAlreadyRunning);
         return;
     }
     start_upgrade(place, cell);
     TRACE_AT(place, kLogProgress, "[OTA] reply ocpp ota msg id=%x cmd=%x result:%d\n",
              static_cast<unsigned>(caller.msg_id), static_cast<unsigned>(kOcppUpgrade), kAccepted);
     TRACE_AT(place, kLogProgress, "[OTA] get ocpp msg , set ota run\n");
-    answer_upgrade(caller, kAccepted);
+    AnswerUpgrade(caller, kAccepted);
 }
 
 /// A message that came as a signal: the same dispatch, and nobody to answer.
-int deal_dbus_signal(int length, unsigned char* bytes) {
+int DealDbusSignal(int length, unsigned char* bytes) {
     ravelin_deal_dbus_message(length, bytes, nullptr, nullptr);
     return 0;
 }
 
-constexpr busglue_signal_row kSignals[] = {{"ravelin.reset", deal_dbus_signal}, {nullptr, nullptr}};
+constexpr busglue_signal_row kSignals[] = {{"ravelin.reset", DealDbusSignal}, {nullptr, nullptr}};
 constexpr busglue_method_row kMethods[] = {{"RAVELIN.Message", ravelin_deal_dbus_message},
                                            {nullptr, nullptr}};
 constexpr busglue_descriptor kDescriptor = {kSignals, kMethods};
 
 }  // namespace
 
-int join_bus() {
+int JoinBus() {
     return dbs_connect_init(kBusName, &kDescriptor);
 }
 
@@ -157,29 +158,29 @@ int ravelin_deal_dbus_message(int length, unsigned char* bytes, void* context, b
     const int count = DecodeDbusMsg(bytes, length, &frame);
     const Caller caller = {frame.msg_id, context, reply};
     if (count < 0) {
-        answer_nothing(caller);
+        AnswerNothing(caller);
         return 0;
     }
     TRACE(kLogProgress, "[RAVELIN] get ocpp msg id=%x cmd=%x length=%d\n", frame.msg_id, frame.cmd, count);
     CellBase* cell = pCell;
     if (cell == nullptr) {
         TRACE(kLogProgress, "[OTA] pCell == NULL, no action \r\n");
-        answer_upgrade(caller, kNoDriver);  // whatever was asked
+        AnswerUpgrade(caller, kNoDriver);  // whatever was asked
         return 0;
     }
     switch (frame.cmd) {
         case kOcppUpgradeOutcome:
             log_outcome_reply(TRACE_HERE, frame);
-            answer_nothing(caller);
+            AnswerNothing(caller);
             break;
         case kOcppStatus:
-            answer_status(caller);
+            AnswerStatus(caller);
             break;
         case kOcppUpgrade:
             deal_upgrade_request(TRACE_HERE, caller, frame, *cell);
             break;
         default:
-            answer_nothing(caller);
+            AnswerNothing(caller);
             break;
     }
     return 0;
@@ -191,20 +192,20 @@ ByteArray BuildStatusTlv() {
     const char* firmware = str_trim(cell->m_fw_version);  // for good: the member loses its blanks too
     const auto room = static_cast<size_t>(std::end(cell->m_fw_version) - firmware);
     TlvList list;
-    add_text(list, 1, cell->m_vendor_name);
+    AddText(list, 1, cell->m_vendor_name);
     AddTlvItem(list, 2, static_cast<uint8_t>(strnlen(firmware, room)), firmware);
-    add_text(list, 3, cell->m_csIMEI);
-    add_text(list, 4, cell->m_card_iccid);
-    add_text(list, 5, cell->m_Primary_SIM ? "1" : "2");
-    add_text(list, 6, cell->m_carrier);
-    add_text(list, 7, cell->m_pcid);
-    add_text(list, 8, cell->m_RSRP);
-    add_text(list, 9, cell->m_band);
-    add_text(list, 10, cell->m_neighbour_pcid);
-    add_text(list, 11, cell->m_neighbour_rsrp);
-    add_text(list, 12, cell->m_SINR);
-    add_text(list, 13, kReleaseText);
-    add_text(list, 14, kBuildCommit);
-    add_text(list, 15, cell->m_card_imsi);
+    AddText(list, 3, cell->m_csIMEI);
+    AddText(list, 4, cell->m_card_iccid);
+    AddText(list, 5, cell->m_Primary_SIM ? "1" : "2");
+    AddText(list, 6, cell->m_carrier);
+    AddText(list, 7, cell->m_pcid);
+    AddText(list, 8, cell->m_RSRP);
+    AddText(list, 9, cell->m_band);
+    AddText(list, 10, cell->m_neighbour_pcid);
+    AddText(list, 11, cell->m_neighbour_rsrp);
+    AddText(list, 12, cell->m_SINR);
+    AddText(list, 13, kReleaseText);
+    AddText(list, 14, kBuildCommit);
+    AddText(list, 15, cell->m_card_imsi);
     return EncodeTlvList(list);
 }

@@ -1,5 +1,7 @@
 // Which driver belongs to which modem, and the object that all threads reach the driver through. Called by
 // main once.
+#include "network_daemon/main.h"
+
 #include "CellSubClass/src/CellChuangYi.h"
 #include "CellSubClass/src/CellCinterion.h"
 #include "CellSubClass/src/CellFiboCom.h"
@@ -13,7 +15,6 @@
 #include "CellSubClass/src/CellQuectelUnisoc.h"
 #include "CellSubClass/src/CellSimCom.h"
 #include "CellSubClass/src/CellZTE.h"
-#include "network_daemon/main.h"
 
 cc_cell::CellBase* pCell = nullptr;
 
@@ -29,27 +30,27 @@ struct DriverRow {
 };
 
 template <class Driver>
-CellBase* build(int port_fd) {
+CellBase* Build(int port_fd) {
     return new Driver(port_fd);
 }
 
 constexpr DriverRow kDrivers[] = {
-    {cc_cell::kVendorLongSung, build<cc_cell::CellLongSung>, false},
-    {cc_cell::kVendorChuangYi, build<cc_cell::CellChuangYi>, false},
-    {cc_cell::kVendorNodeCom, build<cc_cell::CellNodeCom>, false},
-    {cc_cell::kVendorHuaWei, build<cc_cell::CellHuaWei909s>, false},
-    {cc_cell::kVendorZte, build<cc_cell::CellZTE3630>, true},
-    {cc_cell::kVendorQuectelQcom, build<cc_cell::CellQuectelQcom>, true},
-    {cc_cell::kVendorQuectelUnisoc, build<cc_cell::CellEC200G>, true},
-    {cc_cell::kVendorQuectelAsr, build<cc_cell::CellQueAsr>, true},
-    {cc_cell::kVendorSimCom, build<cc_cell::CellSimCom>, false},
-    {cc_cell::kVendorCinterion, build<cc_cell::CellCinterion>, true},
-    {cc_cell::kVendorFibocom, build<cc_cell::CellFiboCOM>, true},
-    {cc_cell::kVendorLynq, build<cc_cell::CellLYNQ>, true},
-    {cc_cell::kVendorFibocomLe, build<cc_cell::CellFiboLE370>, true},
+    {cc_cell::kVendorLongSung, Build<cc_cell::CellLongSung>, false},
+    {cc_cell::kVendorChuangYi, Build<cc_cell::CellChuangYi>, false},
+    {cc_cell::kVendorNodeCom, Build<cc_cell::CellNodeCom>, false},
+    {cc_cell::kVendorHuaWei, Build<cc_cell::CellHuaWei909s>, false},
+    {cc_cell::kVendorZte, Build<cc_cell::CellZTE3630>, true},
+    {cc_cell::kVendorQuectelQcom, Build<cc_cell::CellQuectelQcom>, true},
+    {cc_cell::kVendorQuectelUnisoc, Build<cc_cell::CellEC200G>, true},
+    {cc_cell::kVendorQuectelAsr, Build<cc_cell::CellQueAsr>, true},
+    {cc_cell::kVendorSimCom, Build<cc_cell::CellSimCom>, false},
+    {cc_cell::kVendorCinterion, Build<cc_cell::CellCinterion>, true},
+    {cc_cell::kVendorFibocom, Build<cc_cell::CellFiboCOM>, true},
+    {cc_cell::kVendorLynq, Build<cc_cell::CellLYNQ>, true},
+    {cc_cell::kVendorFibocomLe, Build<cc_cell::CellFiboLE370>, true},
 };
 
-const DriverRow* find_row(int vendor) {
+const DriverRow* FindRow(int vendor) {
     for (const DriverRow& row : kDrivers) {
         if (row.vendor == vendor) return &row;
     }
@@ -58,12 +59,12 @@ const DriverRow* find_row(int vendor) {
 
 }  // namespace
 
-CellBase* build_driver(int vendor, int port_fd) {
-    const DriverRow* row = find_row(vendor);
+CellBase* BuildDriver(int vendor, int port_fd) {
+    const DriverRow* row = FindRow(vendor);
     return row == nullptr ? nullptr : row->build(port_fd);
 }
 
-void tell_vendor(CellBase& cell, int vendor) {
-    const DriverRow* row = find_row(vendor);
+void TellVendor(CellBase& cell, int vendor) {
+    const DriverRow* row = FindRow(vendor);
     if (row != nullptr && row->knows_vendor) cell.SetVendorType(vendor);
 }

@@ -2,6 +2,8 @@
 // for the life of the process: makes it, listens, and makes it anew when it goes away or breaks. Started by
 // main before the modem's port is opened; all of this file runs on that one thread, so its state needs no
 // lock. What it asks of the driver are two one-byte requests, which Task polls.
+#include "network_daemon/main.h"
+
 #include <fcntl.h>
 #include <sys/select.h>
 #include <sys/stat.h>
@@ -11,8 +13,7 @@
 #include <cstring>
 #include <ctime>
 
-#include "main.h"
-#include "shell.h"
+#include "support/shell.h"
 
 namespace {
 
@@ -44,14 +45,14 @@ struct ControlPipe {
 };
 
 /// A descriptor that doesn't fit into select's set counts as none.
-int open_pipe() {
+int OpenPipe() {
     const int fd = open(kPipePath, O_RDWR | O_NONBLOCK);  // own writer: no end of file between two others
     if (fd < FD_SETSIZE) return fd;
     close(fd);
     return kNoPipe;
 }
 
-void arm(ControlPipe& pipe) {
+void Arm(ControlPipe& pipe) {
     pipe.timeout = {kListen_seconds, 0};
     FD_ZERO(&pipe.readable);
     if (pipe.fd != kNoPipe) FD_SET(pipe.fd, &pipe.readable);
@@ -61,42 +62,42 @@ void arm(ControlPipe& pipe) {
 /// it returns leads to the next try.
 void make_first_pipe(const TracePlace& place, ControlPipe& pipe) {
     FD_ZERO(&pipe.readable);
-    run_shell(kRemovePipe);
+    RunShell(kRemovePipe);
     if (mkfifo(kPipePath, kPipeMode) != 0) {
         TRACE_AT(place, kLogError, "[FIFO]fifo creating error\n");
         return;
     }
-    pipe.fd = open_pipe();
+    pipe.fd = OpenPipe();
     if (pipe.fd == kNoPipe) {
         TRACE_AT(place, kLogError, "[FIFO] fifo open error\n");
         return;
     }
-    arm(pipe);
+    Arm(pipe);
 }
 
 /// Goes on with whatever comes of it; if that is no pipe, the path is looked at again after a time-out.
-void rebuild(ControlPipe& pipe) {
+void Rebuild(ControlPipe& pipe) {
     if (pipe.fd != kNoPipe) close(pipe.fd);
-    run_shell(kRemovePipe);
+    RunShell(kRemovePipe);
     mkfifo(kPipePath, kPipeMode);
-    pipe.fd = open_pipe();
-    arm(pipe);
+    pipe.fd = OpenPipe();
+    Arm(pipe);
 }
 
 void look_after(const TracePlace& place, ControlPipe& pipe) {
     if (access(kPipePath, F_OK) != 0) {
         TRACE_AT(place, kLogError, "[FIFO]RAVELIN_FIFO does not exist.\n");
-        rebuild(pipe);
+        Rebuild(pipe);
         return;
     }
     const time_t now = time(nullptr);
     if (difftime(now, fifo_status_time) > kStatusAge_seconds) fifo_status_time = now;
-    arm(pipe);
+    Arm(pipe);
 }
 
 /// Cuts `text` at blanks and each word at its first ":"; a word without one is no pair. strtok_r and no
 /// splitter of ours: the zeros that it leaves decide what a later message runs into.
-void handle_words(char* text) {
+void HandleWords(char* text) {
     char* rest = nullptr;
     for (char* key = strtok_r(text, " ", &rest); key != nullptr; key = strtok_r(nullptr, " ", &rest)) {
         char* separator = strchr(key, ':');
@@ -108,13 +109,13 @@ void handle_words(char* text) {
 
 /// Handles the lines in the first `count` bytes; the last one, without a line end, up to the next zero. A
 /// failed read has no lines.
-void handle_lines(char* text, ssize_t count) {
+void HandleLines(char* text, ssize_t count) {
     size_t left = count > 0 ? static_cast<size_t>(count) : 0;
     while (left > 0) {
         void* line_end = memchr(text, '\n', left);
         if (line_end != nullptr) *static_cast<char*>(line_end) = '\0';
         const size_t length = strnlen(text, left);
-        if (length > 0) handle_words(text);
+        if (length > 0) HandleWords(text);
         const size_t step = length > 0 ? length : 1;  // over the line's text, or over its end
         text += step;
         left -= step;
@@ -125,7 +126,7 @@ void take_message(const TracePlace& place, ControlPipe& pipe) {
     const ssize_t count = read(pipe.fd, pipe.message, kMessageSize);
     if (count == 0) {
         TRACE_AT(place, kLogError, "[FIFO]fifo read error\n");
-        rebuild(pipe);
+        Rebuild(pipe);
         return;
     }
     TRACE_AT(place, kLogDebug, "[FIFO]fifo msg:%s \n", pipe.message);
@@ -133,21 +134,21 @@ void take_message(const TracePlace& place, ControlPipe& pipe) {
         TRACE_AT(place, kLogDetail, "%s\n", pipe.message);
         memset(pipe.message, 0, sizeof pipe.message);
     } else {
-        handle_lines(pipe.message, count);
+        HandleLines(pipe.message, count);
     }
-    arm(pipe);
+    Arm(pipe);
 }
 
-bool is_same(const char* text, const char* other) {
+bool IsSame(const char* text, const char* other) {
     return strcmp(text, other) == 0;
 }
 
 void note_modem_status(const TracePlace& place, const char* value) {
-    if (is_same(value, "online")) {
+    if (IsSame(value, "online")) {
         fifo_status_index = 0;
         fifo_status_time = time(nullptr);
         TRACE_AT(place, kLogDebug, "[FIFO]4G_MODEM_STATUS:online\n");
-    } else if (is_same(value, "offline")) {
+    } else if (IsSame(value, "offline")) {
         fifo_status_time = time(nullptr);
         TRACE_AT(place, kLogProgress, "[FIFO]4G_MODEM_STATUS:offline:index %d\n", fifo_status_index);
     } else {
@@ -157,7 +158,7 @@ void note_modem_status(const TracePlace& place, const char* value) {
 
 /// A request that comes before there is a driver, or while its modem is being upgraded, is dropped and not
 /// kept for later.
-void request(uint8_t CellBase::*which) {
+void Request(uint8_t CellBase::*which) {
     CellBase* const cell = pCell;
     if (cell != nullptr && cell->m_ota_running == 0) cell->*which = 1;
 }
@@ -166,20 +167,20 @@ void request(uint8_t CellBase::*which) {
 
 void handle_command(const char* key, const char* value) {
     TRACE(kLogDebug, "[FIFO]fifo Key: %s, Value: %s\n", key, value);
-    if (is_same(key, "4G_MODEM_STATUS")) {
+    if (IsSame(key, "4G_MODEM_STATUS")) {
         note_modem_status(TRACE_HERE, value);
-    } else if (is_same(key, "orla_ip_list") && is_same(value, "noexist")) {
+    } else if (IsSame(key, "orla_ip_list") && IsSame(value, "noexist")) {
         TRACE(kLogProgress, "[FIFO]orla_ip_list:noexist\n");
-    } else if (is_same(key, "Reset4G") && is_same(value, "1")) {
+    } else if (IsSame(key, "Reset4G") && IsSame(value, "1")) {
         TRACE(kLogProgress, "[FIFO]Reset4G:1\n");
-        request(&CellBase::m_device_reset_req);
-    } else if (is_same(key, "S84Reset4G") && is_same(value, "1")) {
+        Request(&CellBase::m_device_reset_req);
+    } else if (IsSame(key, "S84Reset4G") && IsSame(value, "1")) {
         // main picks the script by vendor and board, not by this key
         TRACE(kLogProgress, "[FIFO]S84Reset4G:1\n");
-        request(&CellBase::m_device_reset_req);
-    } else if (is_same(key, "SoftReset") && is_same(value, "1")) {
+        Request(&CellBase::m_device_reset_req);
+    } else if (IsSame(key, "SoftReset") && IsSame(value, "1")) {
         TRACE(kLogProgress, "[FIFO]SoftReset:1\n");
-        request(&CellBase::m_soft_reset_req);
+        Request(&CellBase::m_soft_reset_req);
     }
 }
 
@@ -193,7 +194,7 @@ void* thread_function_pipe(void*) {
             look_after(TRACE_HERE, pipe);
         } else if (ready < 0) {
             TRACE(kLogError, "[FIFO]fifo select error\n");
-            rebuild(pipe);
+            Rebuild(pipe);
         } else {
             take_message(TRACE_HERE, pipe);
         }

@@ -1,10 +1,11 @@
 // Whether this module may run on this product: network.json restricts one customer's product to a list of
 // modules. Main thread, once, when the driver exists and before it is used.
+#include "network_daemon/main.h"
+
 #include <unistd.h>
 
-#include "ConfigController.h"
-#include "cellular_report.h"
-#include "main.h"
+#include "network_daemon/cellular_report.h"
+#include "network_daemon/config/ConfigController.h"
 
 namespace {
 
@@ -23,8 +24,9 @@ bool pass_gate(const TracePlace& place, ConfigController& config) {
         return true;
     }
     const NetworkJson& network = config.m_network_json;
-    if (network.customer_name != kRestrictedCustomer || network.product_name != kRestrictedProduct)
+    if (network.customer_name != kRestrictedCustomer || network.product_name != kRestrictedProduct) {
         return true;
+    }
     TRACE_AT(place, kLogProgress, "[whitelist] halden project,moduleName: %s \n",
              CellBase::m_ModuleName.c_str());
     if (config.CheckWhitelistLimitModule(CellBase::m_ModuleName) != 0) {

@@ -1,10 +1,11 @@
 // The command line. Called by main before anything else runs.
+#include "network_daemon/main.h"
+
 #include <unistd.h>
 
 #include <cstdio>
 
-#include "main.h"
-#include "text_util.h"
+#include "support/text_util.h"
 
 namespace {
 
@@ -21,19 +22,19 @@ constexpr char kUsage[] =
 
 }  // namespace
 
-bool read_options(int argc, char** argv, Options& options) {
+bool ReadOptions(int argc, char** argv, Options& options) {
     for (;;) {
         switch (getopt(argc, argv, kOptionLetters)) {
             case -1:
                 return true;
             case 'd':
-                copy_text(options.device, optarg);
+                CopyText(options.device, optarg);
                 break;
             case 'c':
-                copy_text(options.config, optarg);
+                CopyText(options.config, optarg);
                 break;
             case 's':
-                copy_text(options.script, optarg);
+                CopyText(options.script, optarg);
                 break;
             case 't':
                 options.debug_terminal = true;

@@ -1,8 +1,9 @@
 // The modem's AT port as main holds it: tried without end at start-up, and once after each reset.
+#include "network_daemon/main.h"
+
 #include <unistd.h>
 
-#include "main.h"
-#include "serial_port.h"
+#include "support/serial_port.h"
 
 namespace {
 
@@ -16,11 +17,11 @@ constexpr unsigned kWait_seconds = 10;
 
 /// Descriptor 0 counts as a failure too. It isn't given back: it keeps its number taken, so that the next try
 /// gets another one.
-bool is_open(int fd) {
+bool IsOpen(int fd) {
     return fd >= 1;
 }
 
-void set_up_line(int fd) {
+void SetUpLine(int fd) {
     SetupSerial(fd, kSpeed_baud, kDataBits, kStopBits, kParity);
 }
 
@@ -28,17 +29,17 @@ void set_up_line(int fd) {
 
 int wait_for_port(const TracePlace& place, const char* device) {
     int fd = OpenSerial(device);
-    for (int failures = 1; !is_open(fd); ++failures) {
+    for (int failures = 1; !IsOpen(fd); ++failures) {
         if (failures <= kWaitsToldOf) TRACE_AT(place, kLogProgress, "wait device  %s .\n", device);
         sleep(kWait_seconds);
         fd = OpenSerial(device);
     }
-    set_up_line(fd);
+    SetUpLine(fd);
     return fd;
 }
 
-int reopen_port(const char* device) {
+int ReopenPort(const char* device) {
     const int fd = OpenSerial(device);
-    if (is_open(fd)) set_up_line(fd);
+    if (IsOpen(fd)) SetUpLine(fd);
     return fd;
 }

@@ -1,13 +1,14 @@
 // The last rung of the recovery ladder: when Task gives up, the modem is reset by a script of the board, the
 // port is opened anew, and Task goes on, on the same object. Main thread.
+#include "network_daemon/main.h"
+
 #include <unistd.h>
 
 #include <cstring>
 
-#include "main.h"
-#include "serial_port.h"
-#include "shell.h"
-#include "text_util.h"
+#include "support/serial_port.h"
+#include "support/shell.h"
+#include "support/text_util.h"
 
 namespace {
 
@@ -34,50 +35,50 @@ void find_cinterion_port(const TracePlace& place, CellBase& cell, PathText& devi
     PathText name = {};
     memset(device, 0, sizeof device);
     read_devname(kDeviceDirectory, name);
-    const size_t length = copy_text(device, kDevicePrefix);
-    copy_text(device + length, sizeof device - length, name);
+    const size_t length = CopyText(device, kDevicePrefix);
+    CopyText(device + length, sizeof device - length, name);
     cell.SetATPort(device);
     TRACE_AT(place, kLogProgress, "Task SetATPort %s\n", device);
 }
 
 /// Whether this reset takes the power away: every third one on a ZTE modem.
-bool is_power_reset(const CellBase& cell) {
+bool IsPowerReset(const CellBase& cell) {
     return cell.m_vendor_type == cc_cell::kVendorZte && cell.m_reset4g_times % 3 == 2;
 }
 
-bool has_board_script(int board) {
+bool HasBoardScript(int board) {
     return board == cc_cell::kBoardStm32 || board == cc_cell::kBoardA35 || board == cc_cell::kBoardA53;
 }
 
 /// Runs no script while an upgrade is running, which may have begun since Task gave up.
 void reset_modem(const TracePlace& place, CellBase& cell, PathText& device) {
     if (cell.m_vendor_type == cc_cell::kVendorCinterion) {
-        if (!cell.m_ota_running) run_shell(kResetByBoardScript);
+        if (!cell.m_ota_running) RunShell(kResetByBoardScript);
         find_cinterion_port(place, cell, device);
-    } else if (has_board_script(cell.m_board)) {
+    } else if (HasBoardScript(cell.m_board)) {
         TRACE_AT(place, kLogProgress, "etc init.d S84Reset4G.sh start \n");
-        if (!cell.m_ota_running) run_shell(kResetByBoardScript);
+        if (!cell.m_ota_running) RunShell(kResetByBoardScript);
     } else if (cell.m_ota_running) {
         return;
-    } else if (is_power_reset(cell)) {
+    } else if (IsPowerReset(cell)) {
         TRACE_AT(place, kLogProgress, "Reset4G.sh start pin_power\n");
-        run_shell(kResetByPower);
+        RunShell(kResetByPower);
     } else {
         TRACE_AT(place, kLogProgress, "Reset4G.sh start pin_rst\n");
-        run_shell(kResetByPin);
+        RunShell(kResetByPin);
     }
 }
 
 /// Takes the modem down and brings it up again, up to the moment when its port can be opened.
 void restart_modem(const TracePlace& place, CellBase& cell, PathText& device, int port_fd) {
     TRACE_AT(place, kLogProgress, "kill udhcpc lte!!!\n");
-    run_shell(cc_cell::kCommandDhcpKill);
+    RunShell(cc_cell::kCommandDhcpKill);
     CloseSerial(port_fd);
     sleep(kPauseBeforeReset_seconds);
     reset_modem(place, cell, device);
     sleep(kPauseAfterReset_seconds);
     TRACE_AT(place, kLogProgress, "check interface lte!!!\n");
-    run_shell(kCheckInterface);
+    RunShell(kCheckInterface);
     sleep(kInterfacePause_seconds);
     ++cell.m_reset4g_times;
     TRACE_AT(place, kLogProgress, "Reset4G time=%d\n", cell.m_reset4g_times);
@@ -85,7 +86,7 @@ void restart_modem(const TracePlace& place, CellBase& cell, PathText& device, in
 
 /// Reads pCell and the flag from memory at each call. Otherwise the compiler, which sees where pCell was
 /// cleared, could replace the read through a null pointer by a trap or by nothing at all.
-bool is_upgrade_running() {
+bool IsUpgradeRunning() {
     const CellBase* cell = *const_cast<CellBase* const volatile*>(&pCell);
     return *const_cast<const volatile uint8_t*>(&cell->m_ota_running) != 0;
 }
@@ -102,7 +103,7 @@ RunEnd run_task(const TracePlace& place, CellBase& cell, PathText& device, int& 
             continue;
         }
         restart_modem(place, cell, device, port_fd);
-        port_fd = reopen_port(device);
+        port_fd = ReopenPort(device);
         if (port_fd < 1) {
             TRACE_AT(place, kLogError, "open device error. %s\n", device);
             return RunEnd::kPortLost;
@@ -114,7 +115,7 @@ RunEnd run_task(const TracePlace& place, CellBase& cell, PathText& device, int& 
 }
 
 void wait_for_upgrade(const TracePlace& place) {
-    while (is_upgrade_running()) {
+    while (IsUpgradeRunning()) {
         TRACE_AT(place, kLogProgress, "[OTA] module ota run\n");
         sleep(kUpgradePauseAtExit_seconds);
     }

@@ -1,8 +1,9 @@
 // The upgrade of the modem's firmware: one thread for each accepted request, beside Task, which shares the
 // modem with it and doesn't stop. m_ota_running is the only record of it: the bus handler sets it, this
 // thread clears it last.
-#include "cellular_report.h"
-#include "main.h"
+#include "network_daemon/main.h"
+
+#include "network_daemon/cellular_report.h"
 
 ParameterText supportModule;
 ParameterText otatool;
@@ -26,7 +27,7 @@ constexpr Outcome kOutcomes[] = {
 };
 constexpr const Outcome& kFailed = kOutcomes[1];  // also for what a driver doesn't explain further
 
-const Outcome& outcome_of(int32_t result) {
+const Outcome& OutcomeOf(int32_t result) {
     for (const Outcome& outcome : kOutcomes) {
         if (outcome.result == result) return outcome;
     }
@@ -39,7 +40,7 @@ void* thread_function_ota(void* argument) {
     auto* cell = static_cast<cc_cell::CellBase*>(argument);
     if (!cell->m_ota_running) return nullptr;
     TRACE(kLogProgress, "[OTA] run ota task\n");
-    const Outcome& outcome = outcome_of(cell->ModuleOtaTask());
+    const Outcome& outcome = OutcomeOf(cell->ModuleOtaTask());
     TRACE(kLogProgress, "%s", outcome.line);
     cell->ReplyOcppUpgradeStatus(kOcppDestination, kReportMsgId, kOcppUpgradeOutcome, outcome.status);
     for (char* text : {supportModule, otatool, otaPath}) text[0] = '\0';

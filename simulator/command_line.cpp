@@ -20,8 +20,9 @@ std::string OptionProblem(int result, char* const* argv) {
                " wants a value that isn't empty";
     }
     const bool is_long = optopt < ' ';
-    if (result == ':')
+    if (result == ':') {
         return (is_long ? word : std::string("-") + static_cast<char>(optopt)) + " wants a value";
+    }
     if (!is_long) return std::string("unknown option -") + static_cast<char>(optopt);
     const std::string name = word.substr(0, word.find('='));
     return optopt != 0 ? name + " takes no value" : "unknown option " + name;
@@ -76,7 +77,7 @@ std::string ReadCommandLine(int argc, char** argv, std::vector<ToolOption> optio
     options.push_back(FlagOption("help", &common->help));
     options.push_back(FlagOption("version", &common->version));
     std::vector<option> known;
-    for (size_t i = 0; i < options.size(); i++) {
+    for (size_t i = 0; i < options.size(); ++i) {
         const int has_value = options[i].has_value ? required_argument : no_argument;
         known.push_back({options[i].name, has_value, nullptr, static_cast<int>(i) + 1});
     }
@@ -88,8 +89,9 @@ std::string ReadCommandLine(int argc, char** argv, std::vector<ToolOption> optio
         const ToolOption& taken = options[static_cast<size_t>(result == 'h' ? help : result - 1)];
         const std::string value = taken.has_value ? optarg : "";
         problem = taken.take(value);
-        if (!problem.empty())
+        if (!problem.empty()) {
             return std::string("--") + taken.name + " " + problem + ", not \"" + value + "\"";
+        }
     }
     common->words.assign(argv + optind, argv + argc);
     return "";

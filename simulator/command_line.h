@@ -11,9 +11,9 @@ constexpr int kStatusWrongCommandLine = 2;
 /// One option, spelt --name, and what becomes of its value.
 struct ToolOption {
     const char* name;
-    bool has_value;  ///< which must not be empty
-    /// What is wrong with the value, to follow the name; empty when nothing is. Called with "" where there is
-    /// none.
+    bool has_value;  // which must not be empty
+    // What is wrong with the value, to follow the name; empty when nothing is. Called with "" where there is
+    // none.
     std::function<std::string(const std::string& value)> take;
 };
 
@@ -26,9 +26,9 @@ ToolOption NumberOption(const char* name, int least, int most, int* number);
 
 /// What a tool's options have in common.
 struct CommonOptions {
-    bool help = false;  ///< --help or -h
+    bool help = false;  // --help or -h
     bool version = false;
-    std::vector<std::string> words;  ///< what is no option
+    std::vector<std::string> words;  // what is no option
 
     bool asks_for_text() const { return help || version; }
 };

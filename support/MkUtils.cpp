@@ -1,4 +1,4 @@
-#include "MkUtils.h"
+#include "support/MkUtils.h"
 
 #include <sys/sysinfo.h>
 

@@ -14,7 +14,7 @@
 #include <ctime>
 #include <string>
 
-#include "text_util.h"
+#include "support/text_util.h"
 
 // Clock: MkUtils.cpp
 

@@ -1,4 +1,6 @@
 // Files, commands and processes of MkUtils.
+#include "support/MkUtils.h"
+
 #include <unistd.h>
 
 #include <climits>
@@ -6,15 +8,14 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "MkUtils.h"
-#include "text_util.h"
+#include "support/text_util.h"
 
 namespace {
 
 constexpr size_t kMountLineSize = 2000;
 constexpr size_t kSmallFileSize = 1024;  // with the terminator
 
-std::string read_process_link(int pid, const char* name) {
+std::string ReadProcessLink(int pid, const char* name) {
     char link[64];
     snprintf(link, sizeof(link), "/proc/%d/%s", pid, name);
     char target[PATH_MAX];
@@ -35,8 +36,8 @@ bool IsMounted(const char* mount_point) {
         at_line_start = strchr(line, '\n') != nullptr;
         if (!is_start) continue;
         char* rest = line;
-        next_token(&rest, " \t\n");
-        const char* point = next_token(&rest, " \t\n");
+        NextToken(&rest, " \t\n");
+        const char* point = NextToken(&rest, " \t\n");
         found = point != nullptr && strcmp(point, mount_point) == 0;
     }
     fclose(mounts);
@@ -52,7 +53,7 @@ char* ReadSmallFile(const char* path) {
         fclose(file);
     }
     buffer[length] = '\0';
-    return trim_end(buffer);
+    return TrimEnd(buffer);
 }
 
 int RunCommand(const char* command, char* output, size_t count) {
@@ -74,9 +75,9 @@ void DeleteOldestVideo(const char* folder) {
 }
 
 std::string GetProcessFolder(int pid) {
-    return read_process_link(pid, "cwd");
+    return ReadProcessLink(pid, "cwd");
 }
 
 std::string GetProcessExecutable(int pid) {
-    return read_process_link(pid, "exe");
+    return ReadProcessLink(pid, "exe");
 }

@@ -1,4 +1,6 @@
 // Network interfaces of MkUtils.
+#include "support/MkUtils.h"
+
 #include <net/if.h>
 #include <netinet/in.h>
 #include <sys/ioctl.h>
@@ -8,20 +10,19 @@
 #include <cstdio>
 #include <cstring>
 
-#include "MkUtils.h"
-#include "text_util.h"
+#include "support/text_util.h"
 
 namespace {
 
 constexpr size_t kInterfaceLimit = 16;  // 512 bytes of list on a 32-bit board
 
 /// A request about the interface that `entry` names. False when the system refuses.
-bool ask(int fd, unsigned long request, ifreq& entry) {
+bool Ask(int fd, unsigned long request, ifreq& entry) {
     return ioctl(fd, request, &entry) == 0;
 }
 
-bool ask_address(int fd, unsigned long request, ifreq entry, char (&text)[INET_ADDRSTRLEN]) {
-    if (!ask(fd, request, entry)) return false;
+bool AskAddress(int fd, unsigned long request, ifreq entry, char (&text)[INET_ADDRSTRLEN]) {
+    if (!Ask(fd, request, entry)) return false;
     sockaddr_in address{};
     memcpy(&address, &entry.ifr_addr, sizeof(address));  // the mask lies in the same place
     return inet_ntop(AF_INET, &address.sin_addr, text, sizeof(text)) != nullptr;
@@ -30,7 +31,7 @@ bool ask_address(int fd, unsigned long request, ifreq entry, char (&text)[INET_A
 /// Calls `take(fd, entry)` for each interface that fits, last one first; 0 when one of the calls gave true,
 /// else -1.
 template <typename Take>
-int walk_interfaces(const char* name_part, Take take) {
+int WalkInterfaces(const char* name_part, Take take) {
     const int fd = socket(AF_INET, SOCK_DGRAM, 0);
     if (fd < 0) return -1;
     ifreq entries[kInterfaceLimit] = {};
@@ -54,20 +55,20 @@ int walk_interfaces(const char* name_part, Take take) {
 
 int GetInterfaceAddress(char (&address)[INET_ADDRSTRLEN], char (&mask)[INET_ADDRSTRLEN],
                         const char* name_part) {
-    return walk_interfaces(name_part, [&](int fd, const ifreq& entry) {
+    return WalkInterfaces(name_part, [&](int fd, const ifreq& entry) {
         char entry_address[INET_ADDRSTRLEN];
         char entry_mask[INET_ADDRSTRLEN];
-        if (!ask_address(fd, SIOCGIFADDR, entry, entry_address)) return false;
-        if (!ask_address(fd, SIOCGIFNETMASK, entry, entry_mask)) return false;
-        copy_text(address, entry_address);
-        copy_text(mask, entry_mask);
+        if (!AskAddress(fd, SIOCGIFADDR, entry, entry_address)) return false;
+        if (!AskAddress(fd, SIOCGIFNETMASK, entry, entry_mask)) return false;
+        CopyText(address, entry_address);
+        CopyText(mask, entry_mask);
         return true;
     });
 }
 
 int GetInterfaceMac(unsigned char (&mac)[kMacSize], const char* name_part) {
-    return walk_interfaces(name_part, [&](int fd, ifreq entry) {
-        if (!ask(fd, SIOCGIFHWADDR, entry)) return false;
+    return WalkInterfaces(name_part, [&](int fd, ifreq entry) {
+        if (!Ask(fd, SIOCGIFHWADDR, entry)) return false;
         memcpy(mac, entry.ifr_hwaddr.sa_data, kMacSize);
         return true;
     });

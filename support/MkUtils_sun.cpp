@@ -1,24 +1,24 @@
 // Sunrise and sunset of MkUtils: position of the sun after Meeus, "Astronomical Algorithms", chapter 25 (low
 // accuracy), with the equation of time of chapter 28.
-#include <cmath>
+#include "support/MkUtils.h"
 
-#include "MkUtils.h"
+#include <cmath>
 
 namespace {
 
 constexpr double kPi = 3.14159265358979323846;
 constexpr double kRadians = kPi / 180;
 constexpr double kSecondsPerDay = 86400;
-constexpr double kSecondsPerDegree = 240;       // of the earth's turn
-constexpr double kHorizonDegrees = -50.0 / 60;  // refraction 34', half a sun 16'
-constexpr double kJulianDay2000 = 2451545.0;    // noon of 2000-01-01
+constexpr double kSecondsPerDegree = 240;        // of the earth's turn
+constexpr double kHorizon_degrees = -50.0 / 60;  // refraction 34', half a sun 16'
+constexpr double kJulianDay2000 = 2451545.0;     // noon of 2000-01-01
 constexpr double kDaysPerCentury = 36525;
 constexpr int kFirstYear = 1800;  // the series of the sun's position drift off outside
 constexpr int kLastYear = 2200;
 constexpr int kRefinements = 3;  // the sun moves on: each round takes its position at the time found
 
 /// Days from 2000-01-01 12:00 UTC to 00:00 UTC of a date of the Gregorian calendar.
-double days_since_2000(int year, int month, int day) {
+double DaysSince2000(int year, int month, int day) {
     // March begins the year, so that the leap day is its last one.
     const int64_t y = month > 2 ? year : int64_t{year} - 1;
     const int months_since_march = (month + 9) % 12;
@@ -33,7 +33,7 @@ struct SunPosition {
     double equation_of_time_seconds;  // by which a sundial is ahead of the clock
 };
 
-SunPosition sun_position(double days) {
+SunPosition PositionOfSun(double days) {
     const double t = days / kDaysPerCentury;
     const double mean_longitude = std::fmod(280.46646 + t * (36000.76983 + t * 0.0003032), 360) * kRadians;
     const double mean_anomaly = std::fmod(357.52911 + t * (35999.05029 - t * 0.0001537), 360) * kRadians;
@@ -57,19 +57,19 @@ SunPosition sun_position(double days) {
 }
 
 /// Cosine of the angle by which the earth turns between noon and the event; outside -1 to 1 there is none.
-double cosine_of_half_day(double declination, double latitude) {
-    return (std::sin(kHorizonDegrees * kRadians) - std::sin(latitude) * std::sin(declination)) /
+double CosineOfHalfDay(double declination, double latitude) {
+    return (std::sin(kHorizon_degrees * kRadians) - std::sin(latitude) * std::sin(declination)) /
            (std::cos(latitude) * std::cos(declination));
 }
 
 /// Finds the event before noon (`direction` -1) or after it (1), in seconds since `midnight_days`.
-SunDay find_event(double midnight_days, double latitude_degrees, double longitude_degrees, int direction,
-                  int32_t& event_seconds) {
+SunDay FindEvent(double midnight_days, double latitude_degrees, double longitude_degrees, int direction,
+                 int32_t& event_seconds) {
     const double mean_noon_seconds = kSecondsPerDay / 2 - longitude_degrees * kSecondsPerDegree;
     double seconds = mean_noon_seconds;
     for (int round = 0; round < kRefinements; ++round) {
-        const SunPosition sun = sun_position(midnight_days + seconds / kSecondsPerDay);
-        const double cosine = cosine_of_half_day(sun.declination, latitude_degrees * kRadians);
+        const SunPosition sun = PositionOfSun(midnight_days + seconds / kSecondsPerDay);
+        const double cosine = CosineOfHalfDay(sun.declination, latitude_degrees * kRadians);
         if (cosine > 1) return SunDay::kNeverRises;
         if (cosine < -1) return SunDay::kNeverSets;
         const double half_day_seconds = std::acos(cosine) / kRadians * kSecondsPerDegree;
@@ -79,7 +79,7 @@ SunDay find_event(double midnight_days, double latitude_degrees, double longitud
     return SunDay::kNormal;
 }
 
-bool is_valid(int year, int month, int day, double latitude_degrees, double longitude_degrees) {
+bool IsValid(int year, int month, int day, double latitude_degrees, double longitude_degrees) {
     return year >= kFirstYear && year <= kLastYear && month >= 1 && month <= 12 && day >= 1 && day <= 31 &&
            std::fabs(latitude_degrees) <= 90 && std::fabs(longitude_degrees) <= 180;  // a NaN fails too
 }
@@ -87,12 +87,12 @@ bool is_valid(int year, int month, int day, double latitude_degrees, double long
 }  // namespace
 
 SunTimes GetSunTimes(int year, int month, int day, double latitude_degrees, double longitude_degrees) {
-    if (!is_valid(year, month, day, latitude_degrees, longitude_degrees)) return {SunDay::kUnknown, 0, 0};
-    const double midnight_days = days_since_2000(year, month, day);
+    if (!IsValid(year, month, day, latitude_degrees, longitude_degrees)) return {SunDay::kUnknown, 0, 0};
+    const double midnight_days = DaysSince2000(year, month, day);
     SunTimes times{};
-    times.day = find_event(midnight_days, latitude_degrees, longitude_degrees, -1, times.sunrise_seconds);
+    times.day = FindEvent(midnight_days, latitude_degrees, longitude_degrees, -1, times.sunrise_seconds);
     if (times.day != SunDay::kNormal) return times;
-    times.day = find_event(midnight_days, latitude_degrees, longitude_degrees, 1, times.sunset_seconds);
+    times.day = FindEvent(midnight_days, latitude_degrees, longitude_degrees, 1, times.sunset_seconds);
     if (times.day != SunDay::kNormal) times.sunrise_seconds = times.sunset_seconds = 0;
     return times;
 }

@@ -1,4 +1,6 @@
 // Text and numbers of MkUtils.
+#include "support/MkUtils.h"
+
 #include <strings.h>
 
 #include <cerrno>
@@ -6,8 +8,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-
-#include "MkUtils.h"
 
 namespace {
 
@@ -18,7 +18,7 @@ constexpr uint64_t kGigabyte = 1024 * kMegabyte;
 constexpr uint32_t kHashSeed = 5381;
 
 template <size_t N>
-bool is_one_of(const char* text, const char* const (&words)[N]) {
+bool IsOneOf(const char* text, const char* const (&words)[N]) {
     for (const char* word : words) {
         if (strcasecmp(text, word) == 0) return true;
     }
@@ -77,8 +77,8 @@ bool GetEnvironmentFlag(const char* name, bool otherwise) {
     static constexpr const char* kNo[] = {"0", "n", "no", "false", "off"};
     const char* text = getenv(name);
     if (text == nullptr) return otherwise;
-    if (is_one_of(text, kYes)) return true;
-    return is_one_of(text, kNo) ? false : otherwise;
+    if (IsOneOf(text, kYes)) return true;
+    return IsOneOf(text, kNo) ? false : otherwise;
 }
 
 int32_t GetEnvironmentNumber(const char* name, int32_t otherwise) {

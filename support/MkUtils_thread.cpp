@@ -1,4 +1,6 @@
 // Thread attributes, priority of the process and the signal handler of MkUtils.
+#include "support/MkUtils.h"
+
 #include <sched.h>
 
 #include <cassert>
@@ -6,11 +8,9 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "MkUtils.h"
-
 namespace {
 
-const char* policy_name(int policy) {
+const char* PolicyName(int policy) {
     switch (policy) {
         case SCHED_FIFO:
             return "SCHED_FIFO";
@@ -23,7 +23,7 @@ const char* policy_name(int policy) {
     }
 }
 
-void set_process_priority(int priority, const char* failure) {
+void SetProcessPriority(int priority, const char* failure) {
     if (priority == -1) {
         puts(failure);
         exit(1);
@@ -42,7 +42,7 @@ int get_thread_policy(pthread_attr_t* attributes) {
     int policy = 0;
     const int rs = pthread_attr_getschedpolicy(attributes, &policy);
     assert(rs == 0);
-    printf("policy = %s\n", policy_name(policy));
+    printf("policy = %s\n", PolicyName(policy));
     return policy;
 }
 
@@ -79,11 +79,11 @@ void set_thread_priority(pthread_attr_t* attributes, int priority) {
 }
 
 void SetMaxPriority() {
-    set_process_priority(sched_get_priority_max(SCHED_FIFO), "sched_get_priority_max() failed");
+    SetProcessPriority(sched_get_priority_max(SCHED_FIFO), "sched_get_priority_max() failed");
 }
 
 void SetMinPriority() {
-    set_process_priority(sched_get_priority_min(SCHED_FIFO), "sched_get_priority_min() failed");
+    SetProcessPriority(sched_get_priority_min(SCHED_FIFO), "sched_get_priority_min() failed");
 }
 
 void HandleSignal(int signal_number) {

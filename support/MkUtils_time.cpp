@@ -1,12 +1,12 @@
 // Wall clock of MkUtils.
-#include "MkUtils.h"
+#include "support/MkUtils.h"
 
 namespace {
 
 constexpr int64_t kMicrosecondsPerSecond = 1000000;
 
 /// In units of `unit_us` microseconds.
-int32_t time_difference(const timeval& earlier, const timeval& later, int64_t unit_us) {
+int32_t TimeDifference(const timeval& earlier, const timeval& later, int64_t unit_us) {
     int64_t seconds = 0;
     int64_t difference_us = 0;
     if (__builtin_sub_overflow(later.tv_sec, earlier.tv_sec, &seconds) ||
@@ -22,11 +22,11 @@ int32_t time_difference(const timeval& earlier, const timeval& later, int64_t un
 }  // namespace
 
 int32_t GetTimeDifferenceMs(const timeval& earlier, const timeval& later) {
-    return time_difference(earlier, later, 1000);
+    return TimeDifference(earlier, later, 1000);
 }
 
 int32_t GetTimeDifferenceUs(const timeval& earlier, const timeval& later) {
-    return time_difference(earlier, later, 1);
+    return TimeDifference(earlier, later, 1);
 }
 
 tm GetLocalTime() {

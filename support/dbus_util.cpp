@@ -1,10 +1,10 @@
 // See dbus_util.h.
-#include "dbus_util.h"
+#include "support/dbus_util.h"
 
 #include <cstddef>
 #include <cstring>
 
-#include "trace_log.h"
+#include "support/trace_log.h"
 
 namespace {
 
@@ -25,7 +25,7 @@ constexpr int kLengthLimit = kBusDataLimit + kCmdAndCrcSize;
 constexpr uint16_t kReflectedPolynomial = 0xA001;  // 0x8005, bits reversed
 constexpr uint16_t kCrcStart = 0xFFFF;
 
-constexpr uint16_t crc_table_entry(size_t index) {
+constexpr uint16_t CrcTableEntry(size_t index) {
     auto entry = static_cast<uint16_t>(index);
     for (int bit = 0; bit < 8; ++bit) {
         const bool carry = (entry & 1) != 0;
@@ -35,23 +35,23 @@ constexpr uint16_t crc_table_entry(size_t index) {
 }
 
 /// One byte of every table entry: the low one with `shift` 0, the high one with 8.
-constexpr std::array<uint8_t, 256> crc_table_half(int shift) {
+constexpr std::array<uint8_t, 256> CrcTableHalf(int shift) {
     std::array<uint8_t, 256> half{};
-    for (size_t i = 0; i < half.size(); ++i) half[i] = static_cast<uint8_t>(crc_table_entry(i) >> shift);
+    for (size_t i = 0; i < half.size(); ++i) half[i] = static_cast<uint8_t>(CrcTableEntry(i) >> shift);
     return half;
 }
 
-void put_u16(unsigned char* at, unsigned value) {
+void PutU16(unsigned char* at, unsigned value) {
     at[0] = static_cast<unsigned char>(value >> 8);
     at[1] = static_cast<unsigned char>(value);
 }
 
-uint16_t get_u16(const unsigned char* at) {
+uint16_t GetU16(const unsigned char* at) {
     return static_cast<uint16_t>(at[0] << 8 | at[1]);
 }
 
 /// Bare hexadecimal, without a place: it continues the line of the log call before it.
-void dump_debug(const unsigned char* bytes, int count) {
+void DumpDebug(const unsigned char* bytes, int count) {
     trace_hexdump("", "", 0, kLogDebug, bytes, count);
 }
 
@@ -59,8 +59,8 @@ void dump_debug(const unsigned char* bytes, int count) {
 
 // Computed at compile time. The header declares them extern, which makes them plain data of the executable.
 extern "C" {
-constexpr std::array<uint8_t, 256> CRCH = crc_table_half(0);
-constexpr std::array<uint8_t, 256> CRCL = crc_table_half(8);
+constexpr std::array<uint8_t, 256> CRCH = CrcTableHalf(0);
+constexpr std::array<uint8_t, 256> CRCL = CrcTableHalf(8);
 }
 
 uint16_t BusFrameCrc(const unsigned char* bytes, uint16_t count) {
@@ -80,7 +80,7 @@ int EncodeDbusMsg(unsigned char* buffer, int buffer_size, int msg_id, int cmd, c
     TRACE(kLogDebug,
           "Encode dbus msg. msg_id=%04X cmd=%04X dat_length %d\n pdat = ", static_cast<unsigned>(msg_id),
           static_cast<unsigned>(cmd), data_length);
-    dump_debug(data, readable ? data_length : 0);
+    DumpDebug(data, readable ? data_length : 0);
 
     const int64_t frame_size = static_cast<int64_t>(data_length) + kBusFrameOverhead;
     if (frame_size > buffer_size || !readable) {
@@ -91,15 +91,15 @@ int EncodeDbusMsg(unsigned char* buffer, int buffer_size, int msg_id, int cmd, c
 
     const int frame_length = static_cast<int>(frame_size);
     memcpy(buffer, kMagic, sizeof(kMagic));
-    put_u16(buffer + kMsgIdAt, static_cast<unsigned>(msg_id));
-    put_u16(buffer + kLengthAt, static_cast<unsigned>(frame_length - kBytesBeforeCmd));
-    put_u16(buffer + kCmdAt, static_cast<unsigned>(cmd));
+    PutU16(buffer + kMsgIdAt, static_cast<unsigned>(msg_id));
+    PutU16(buffer + kLengthAt, static_cast<unsigned>(frame_length - kBytesBeforeCmd));
+    PutU16(buffer + kCmdAt, static_cast<unsigned>(cmd));
     if (data_length > 0) memcpy(buffer + kDataAt, data, static_cast<size_t>(data_length));
     const int checked = frame_length - kBytesBeforeCmd + kCheckedBesideLength;
-    put_u16(buffer + kDataAt + data_length, BusFrameCrc(buffer + kMsgIdAt, static_cast<uint16_t>(checked)));
+    PutU16(buffer + kDataAt + data_length, BusFrameCrc(buffer + kMsgIdAt, static_cast<uint16_t>(checked)));
 
     TRACE(kLogDebug, "Encoded msg. length %d\n pdat = ", frame_length);
-    dump_debug(buffer, frame_length);
+    DumpDebug(buffer, frame_length);
     return frame_length;
 }
 
@@ -108,14 +108,14 @@ int DecodeDbusMsg(const unsigned char* bytes, int count, BusFrame* frame) {
     if (count < kBusFrameOverhead) return kBusFrameShort;
     if (memcmp(bytes, kMagic, sizeof(kMagic)) != 0) return kBusFrameMagic;
 
-    const int length = get_u16(bytes + kLengthAt);
+    const int length = GetU16(bytes + kLengthAt);
     if (length > kLengthLimit || length != count - kBytesBeforeCmd) return kBusFrameLength;
     const uint16_t crc = BusFrameCrc(bytes + kMsgIdAt, static_cast<uint16_t>(length + kCheckedBesideLength));
     const int data_length = length - kCmdAndCrcSize;
-    if (crc != get_u16(bytes + kDataAt + data_length)) return kBusFrameCrc;
+    if (crc != GetU16(bytes + kDataAt + data_length)) return kBusFrameCrc;
 
-    frame->msg_id = get_u16(bytes + kMsgIdAt);
-    frame->cmd = get_u16(bytes + kCmdAt);
+    frame->msg_id = GetU16(bytes + kMsgIdAt);
+    frame->cmd = GetU16(bytes + kCmdAt);
     frame->length = static_cast<uint16_t>(data_length);
     memcpy(frame->data, bytes + kDataAt, static_cast<size_t>(data_length));
     return data_length;

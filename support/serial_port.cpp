@@ -1,9 +1,10 @@
-#include "serial_port.h"
+#include "support/serial_port.h"
 
 #include <fcntl.h>
 #include <sys/select.h>
 #include <termios.h>
 #include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <climits>
@@ -19,12 +20,12 @@ constexpr cc_t kReadTimeoutTenths = 150;  // a bare read on a silent line gives 
 // A port that has gone is always readable and brings nothing; waits that are set afresh would never run out.
 constexpr int kDeadPortReads = 100;
 
-constexpr int kSpeedsBaud[] = {230400, 115200, 57600, 38400, 19200, 9600, 4800, 2400, 1200, 300};
+constexpr int kSpeeds_baud[] = {230400, 115200, 57600, 38400, 19200, 9600, 4800, 2400, 1200, 300};
 
 /// Sets the speed if it is one of the table. The baud number itself goes to the setters, not a speed
 /// constant: a system library that knows constants only refuses it, and the port keeps the speed that it had.
-void apply_speed(int fd, termios* attributes, int speed) {
-    for (const int row : kSpeedsBaud) {
+void ApplySpeed(int fd, termios* attributes, int speed) {
+    for (const int row : kSpeeds_baud) {
         tcflush(fd, TCIOFLUSH);
         if (row != speed) continue;
         cfsetispeed(attributes, static_cast<speed_t>(row));
@@ -35,14 +36,14 @@ void apply_speed(int fd, termios* attributes, int speed) {
 }
 
 /// CREAD, CLOCAL and the hardware flow control stay as they were.
-void make_raw(termios* attributes) {
+void MakeRaw(termios* attributes) {
     attributes->c_lflag &= ~static_cast<tcflag_t>(ISIG | ICANON | ECHO | ECHOE);
     attributes->c_oflag &= ~static_cast<tcflag_t>(OPOST | OLCUC | ONLCR | OCRNL | ONOCR | ONLRET);
     attributes->c_iflag &= ~static_cast<tcflag_t>(IGNBRK | INLCR | IGNCR | ICRNL | IXON | IXANY | IXOFF);
     attributes->c_cflag &= ~static_cast<tcflag_t>(CSIZE);
 }
 
-bool set_data_bits(termios* attributes, int data_bits) {
+bool SetDataBits(termios* attributes, int data_bits) {
     switch (data_bits) {
         case 7:
             attributes->c_cflag |= CS7;
@@ -55,7 +56,7 @@ bool set_data_bits(termios* attributes, int data_bits) {
     }
 }
 
-bool set_parity(termios* attributes, char parity) {
+bool SetParity(termios* attributes, char parity) {
     switch (parity) {
         case 'E':
         case 'e':
@@ -85,7 +86,7 @@ bool set_parity(termios* attributes, char parity) {
     return true;
 }
 
-bool set_stop_bits(termios* attributes, int stop_bits) {
+bool SetStopBits(termios* attributes, int stop_bits) {
     switch (stop_bits) {
         case 1:
             attributes->c_cflag &= ~static_cast<tcflag_t>(CSTOPB);
@@ -98,20 +99,20 @@ bool set_stop_bits(termios* attributes, int stop_bits) {
     }
 }
 
-timeval to_timeval(int timeout_ms) {
+timeval ToTimeval(int timeout_ms) {
     timeval timeout = {};
     timeout.tv_sec = timeout_ms / 1000;
     timeout.tv_usec = static_cast<suseconds_t>(timeout_ms % 1000) * 1000;
     return timeout;
 }
 
-bool is_left(const timeval& timeout) {
+bool IsLeft(const timeval& timeout) {
     return timeout.tv_sec > 0 || timeout.tv_usec > 0;
 }
 
 /// Waits until there is something to read, or the port has failed; false when the wait ended otherwise. What
 /// is left of the time-out is stored in it: select of Linux does that.
-bool wait_readable(int fd, timeval* timeout) {
+bool WaitReadable(int fd, timeval* timeout) {
     if (fd < 0 || fd >= kDescriptorBound) return false;  // a descriptor set has no room for it
     fd_set descriptors;
     FD_ZERO(&descriptors);
@@ -121,7 +122,7 @@ bool wait_readable(int fd, timeval* timeout) {
 
 /// One read after the `total` bytes collected; the new total. An error takes 1 off it, and a total that
 /// errors have made negative still means the start of the buffer.
-int read_behind(int fd, char* buffer, int wanted, int total) {
+int ReadBehind(int fd, char* buffer, int wanted, int total) {
     const int collected = std::max(total, 0);
     const ssize_t result = read(fd, buffer + collected, static_cast<size_t>(std::max(wanted - collected, 0)));
     if (result < 0) return total > INT_MIN ? total - 1 : total;
@@ -145,21 +146,21 @@ ssize_t WriteSerial(int fd, const void* bytes, size_t count) {
 int SetupSerial(int fd, int speed, int data_bits, int stop_bits, char parity) {
     termios attributes = {};
     tcgetattr(fd, &attributes);
-    apply_speed(fd, &attributes, speed);
+    ApplySpeed(fd, &attributes, speed);
     if (tcgetattr(fd, &attributes) != 0) {
         fprintf(stderr, "SetupSerial 1. errno = %d\n", errno);
         return -1;
     }
-    make_raw(&attributes);
-    if (!set_data_bits(&attributes, data_bits)) {
+    MakeRaw(&attributes);
+    if (!SetDataBits(&attributes, data_bits)) {
         fprintf(stderr, "Unsupported data size\n");
         return -2;
     }
-    if (!set_parity(&attributes, parity)) {
+    if (!SetParity(&attributes, parity)) {
         fprintf(stderr, "Unsupported parity\n");
         return -3;
     }
-    if (!set_stop_bits(&attributes, stop_bits)) {
+    if (!SetStopBits(&attributes, stop_bits)) {
         fprintf(stderr, "Unsupported stop bits\n");
         return -4;
     }
@@ -174,26 +175,26 @@ int SetupSerial(int fd, int speed, int data_bits, int stop_bits, char parity) {
 }
 
 int ReadSerialTimed(int fd, char* buffer, int wanted, int timeout_ms) {
-    timeval left = to_timeval(timeout_ms);
+    timeval left = ToTimeval(timeout_ms);
     int total = 0;
     do {
-        if (!wait_readable(fd, &left)) break;
-        total = read_behind(fd, buffer, wanted, total);
-    } while (is_left(left) && total < wanted);
+        if (!WaitReadable(fd, &left)) break;
+        total = ReadBehind(fd, buffer, wanted, total);
+    } while (IsLeft(left) && total < wanted);
     return total;
 }
 
 int ReadSerialTimed2(int fd, char* buffer, int wanted, int first_timeout_ms, int next_timeout_ms) {
-    timeval left = to_timeval(first_timeout_ms);
-    if (!wait_readable(fd, &left)) return 0;
+    timeval left = ToTimeval(first_timeout_ms);
+    if (!WaitReadable(fd, &left)) return 0;
     int total = 0;
     int empty_reads = 0;  // in a row
     do {
         const int before = total;
-        total = read_behind(fd, buffer, wanted, total);
+        total = ReadBehind(fd, buffer, wanted, total);
         if (total >= wanted) break;
         empty_reads = total > before ? 0 : empty_reads + 1;
-        left = to_timeval(next_timeout_ms);
-    } while (empty_reads < kDeadPortReads && wait_readable(fd, &left) && is_left(left));
+        left = ToTimeval(next_timeout_ms);
+    } while (empty_reads < kDeadPortReads && WaitReadable(fd, &left) && IsLeft(left));
     return total;
 }

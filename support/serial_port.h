@@ -3,6 +3,7 @@
 #pragma once
 
 #include <sys/types.h>
+
 #include <cstddef>
 
 /// Opens a terminal read-write, blocking, not as controlling terminal. The descriptor, or a value below 1.

@@ -5,7 +5,7 @@
 
 /// Runs `command` and waits for its end. Its exit status is not returned: the next look at the modem or the
 /// link says more.
-inline void run_shell(const char* command) {
+inline void RunShell(const char* command) {
     const int status = system(command);
     (void)status;
 }

@@ -1,4 +1,4 @@
-#include "text_util.h"
+#include "support/text_util.h"
 
 #include <algorithm>
 #include <cctype>
@@ -8,13 +8,13 @@
 
 namespace {
 
-bool is_space(char c) {
+bool IsSpace(char c) {
     return isspace(static_cast<unsigned char>(c)) != 0;
 }
 
 }  // namespace
 
-size_t copy_text(char* to, size_t size, const char* from) {
+size_t CopyText(char* to, size_t size, const char* from) {
     if (size == 0) return 0;
     const size_t length = from == nullptr ? 0 : strnlen(from, size - 1);
     if (length > 0) memcpy(to, from, length);
@@ -22,11 +22,11 @@ size_t copy_text(char* to, size_t size, const char* from) {
     return length;
 }
 
-char* next_field(char** rest, const char* delimiters) {
+char* NextField(char** rest, const char* delimiters) {
     return strsep(rest, delimiters);
 }
 
-char* next_token(char** rest, const char* delimiters) {
+char* NextToken(char** rest, const char* delimiters) {
     if (*rest == nullptr) return nullptr;
     *rest += strspn(*rest, delimiters);
     if (**rest == '\0') {
@@ -36,26 +36,26 @@ char* next_token(char** rest, const char* delimiters) {
     return strsep(rest, delimiters);
 }
 
-int32_t parse_number(const char* text) {
+int32_t ParseNumber(const char* text) {
     if (text == nullptr) return 0;
     // Saturates by itself at the range of long, which is 64 bits on some boards and 32 on others. The clamp
     // makes it the same number on all: what a modem says beyond 32 bits means the same to each.
     const long value = strtol(text, nullptr, 10);
-    using limits = std::numeric_limits<int32_t>;
-    return static_cast<int32_t>(std::clamp<long>(value, limits::min(), limits::max()));
+    using Limits = std::numeric_limits<int32_t>;
+    return static_cast<int32_t>(std::clamp<long>(value, Limits::min(), Limits::max()));
 }
 
-char* trim_start(char* text) {
-    while (is_space(*text)) ++text;
+char* TrimStart(char* text) {
+    while (IsSpace(*text)) ++text;
     return text;
 }
 
-char* trim_end(char* text) {
+char* TrimEnd(char* text) {
     char* end = text + strlen(text);
-    while (end > text && is_space(end[-1])) *--end = '\0';
+    while (end > text && IsSpace(end[-1])) *--end = '\0';
     return text;
 }
 
 char* str_trim(char* text) {
-    return trim_start(trim_end(text));
+    return TrimStart(TrimEnd(text));
 }

@@ -1,5 +1,5 @@
 // See tlv.h. Called by the bus handlers, on threads of the bus library.
-#include "tlv.h"
+#include "support/tlv.h"
 
 #include <cctype>
 #include <cstdio>
@@ -8,15 +8,15 @@ namespace {
 
 constexpr size_t kHeadSize = 2;  // type and length
 
-void print_head(const TlvItem& item) {
+void PrintHead(const TlvItem& item) {
     printf("Type: %d, Length: %d, Value: ", item.type, item.length);
 }
 
-void print_hex(const ByteArray& bytes) {
+void PrintHex(const ByteArray& bytes) {
     for (const uint8_t byte : bytes) printf("%x ", byte);
 }
 
-void end_line() {
+void EndLine() {
     putchar('\n');
     fflush(stdout);
 }
@@ -76,7 +76,7 @@ TlvList ParseTlvBytes(const ByteArray& bytes) {
 }
 
 void PrintTlvItem(const TlvItem& item) {
-    print_head(item);
+    PrintHead(item);
     for (const uint8_t byte : item.value) {
         if (isprint(byte)) {
             putchar(byte);
@@ -84,19 +84,19 @@ void PrintTlvItem(const TlvItem& item) {
             printf("\\x%02x", byte);
         }
     }
-    end_line();
+    EndLine();
 }
 
 void PrintTlvItemHex(const TlvItem& item) {
-    print_head(item);
-    print_hex(item.value);
-    end_line();
+    PrintHead(item);
+    PrintHex(item.value);
+    EndLine();
 }
 
 void PrintTlvBytes(const ByteArray& bytes) {
     fputs("Assembled TLV Data: ", stdout);
-    print_hex(bytes);
-    end_line();
+    PrintHex(bytes);
+    EndLine();
     const TlvList list = ParseTlvBytes(bytes);
     fputs("\nParsed TLVs:\n", stdout);
     for (const TlvItem& item : list) PrintTlvItem(item);

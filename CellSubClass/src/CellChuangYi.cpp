@@ -1,16 +1,16 @@
 // ChuangYi on Innofidei: asks for service by AT+SYSINFO and for the link by AT+RRCSTATE instead of the
 // registration commands; gives the module no APN; the only family whose IMSI can be written.
-#include "CellChuangYi.h"
+#include "CellSubClass/src/CellChuangYi.h"
 
 #include <unistd.h>
 
 #include <cstdio>
 #include <cstring>
 
-#include "CellDriver.h"
-#include "DataStatusDialect.h"
-#include "text_util.h"
-#include "trace_log.h"
+#include "CellSubClass/src/CellDriver.h"
+#include "CellSubClass/src/DataStatusDialect.h"
+#include "support/text_util.h"
+#include "support/trace_log.h"
 
 namespace cc_cell {
 namespace {
@@ -58,8 +58,8 @@ int32_t CellChuangYi::SetIMSI(const char* imsi) {
 int32_t CellChuangYi::Initialize() {
     const int32_t result = CellBase::Initialize();
     if (result == 0) return 0;
-    copy_text(m_fw_version, kVendorName);
-    copy_text(m_vendor_name, kVendorName);
+    CopyText(m_fw_version, kVendorName);
+    CopyText(m_vendor_name, kVendorName);
     TRACE(kLogProgress, "m_ModuleName = %s \n", m_ModuleName.c_str());
     return result;
 }

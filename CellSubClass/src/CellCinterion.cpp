@@ -1,10 +1,10 @@
 // Cinterion PLS83-W: the data link is AT^SWWAN, whose answer is searched and not parsed; the AT port is a
 // ttyACM device that goes away when the modem is in trouble.
-#include "CellCinterion.h"
+#include "CellSubClass/src/CellCinterion.h"
 
-#include "CellDriver.h"
-#include "text_util.h"
-#include "trace_log.h"
+#include "CellSubClass/src/CellDriver.h"
+#include "support/text_util.h"
+#include "support/trace_log.h"
 
 namespace cc_cell {
 namespace {
@@ -32,7 +32,7 @@ int32_t CellCinterion::Initialize() {
     const int32_t result = CellBase::Initialize();
     if (result == 0) return 0;
     AtRequest("AT^SCTM=1,1");
-    copy_text(m_vendor_name, kVendorName);
+    CopyText(m_vendor_name, kVendorName);
     AskFirmware(*this, "REVISION", kRevisionLimit, kVendorName);
     TRACE(kLogProgress, "m_ModuleName = %s \n", m_ModuleName.c_str());
     return result;

@@ -1,7 +1,7 @@
 // Driver of Cinterion modules such as PLS83-W. Main thread.
 #pragma once
 
-#include "cellular.h"
+#include "network_daemon/cellular.h"
 
 namespace cc_cell {
 

@@ -1,12 +1,12 @@
 // What the drivers share; see CellDriver.h.
-#include "CellDriver.h"
+#include "CellSubClass/src/CellDriver.h"
 
 #include <unistd.h>
 
 #include <cstdio>
 #include <cstring>
 
-#include "text_util.h"
+#include "support/text_util.h"
 
 namespace cc_cell {
 namespace {
@@ -21,7 +21,7 @@ size_t CountFields(const AtRow& row) {
 }
 
 void StoreNumber(AtResult& result, FieldTarget target, const char* field) {
-    const int32_t value = parse_number(field);
+    const int32_t value = ParseNumber(field);
     switch (target) {
         case kToVal:
             result.val = value;
@@ -86,11 +86,11 @@ AtResult TakeFields(const AtMatch& match) {
         case kHintOnly:
             break;
         case kToText:
-            copy_text(result.common_str, next_field(&rest, row.field_ends));
+            CopyText(result.common_str, NextField(&rest, row.field_ends));
             break;
         default:
             if (count == 1) {
-                StoreNumber(result, row.fields[0], next_field(&rest, row.field_ends));
+                StoreNumber(result, row.fields[0], NextField(&rest, row.field_ends));
             } else {
                 StoreNumbers(result, row, count, match.text);
             }
@@ -101,7 +101,7 @@ AtResult TakeFields(const AtMatch& match) {
 
 char* StoreNetworkType(CellBase& cell, const AtMatch& match) {
     char* rest = match.text;
-    copy_text(cell.m_NetworkType, next_field(&rest, match.row->field_ends));
+    CopyText(cell.m_NetworkType, NextField(&rest, match.row->field_ends));
     return rest;
 }
 
@@ -127,15 +127,15 @@ int32_t AskRegistration(CellBase& cell) {
 
 void AskIccid(CellBase& cell, const char* command, int32_t hint) {
     const AtResult result = AskResult(cell, command);
-    if (result.type == hint) copy_text(cell.m_card_iccid, result.common_str);
+    if (result.type == hint) CopyText(cell.m_card_iccid, result.common_str);
 }
 
 void AskFirmware(CellBase& cell, const char* word, size_t limit, const char* otherwise) {
     const char* found = CellBase::ContainsText(cell.AtRequest("ATI"), word);
     if (found == nullptr) {
-        copy_text(cell.m_fw_version, otherwise);
+        CopyText(cell.m_fw_version, otherwise);
     } else {
-        copy_text(cell.m_fw_version, found + strlen(word), limit);
+        CopyText(cell.m_fw_version, found + strlen(word), limit);
     }
 }
 
@@ -152,7 +152,7 @@ void HangUp(CellBase& cell, const char* command) {
 
 void Append(char (&command)[kCommandSize], const char* text) {
     const size_t length = strnlen(command, kCommandSize - 1);
-    copy_text(command + length, kCommandSize - length, text);
+    CopyText(command + length, kCommandSize - length, text);
 }
 
 bool AppendQuoted(char (&command)[kCommandSize], const char* parameter) {

@@ -11,9 +11,9 @@
 #include <cstring>
 #include <string_view>
 
-#include "cellular.h"
-#include "text_util.h"
-#include "trace_log.h"
+#include "network_daemon/cellular.h"
+#include "support/text_util.h"
+#include "support/trace_log.h"
 
 namespace cc_cell {
 
@@ -91,22 +91,22 @@ char* StoreNetworkType(CellBase& cell, const AtMatch& match);
 /// Splits `text` (cut in place) into the first `count` of `slots`, each terminated; a field that is longer
 /// than its slot is cut. False when the text ends before the last slot is filled; the slots after it
 /// are then empty.
-template <size_t Size>
-bool SplitIntoSlots(char* text, const char* delimiters, char (*slots)[Size], size_t count) {
-    for (size_t i = 0; i < count; ++i) memset(slots[i], 0, Size);
+template <size_t kSize>
+bool SplitIntoSlots(char* text, const char* delimiters, char (*slots)[kSize], size_t count) {
+    for (size_t i = 0; i < count; ++i) memset(slots[i], 0, kSize);
     char* rest = text;
     for (size_t i = 0; i < count; ++i) {
-        const char* field = next_field(&rest, delimiters);
+        const char* field = NextField(&rest, delimiters);
         if (field == nullptr) return false;
-        copy_text(slots[i], field);
+        CopyText(slots[i], field);
     }
     return true;
 }
 
 /// The same with all of the slots.
-template <size_t Count, size_t Size>
-bool SplitIntoSlots(char* text, const char* delimiters, char (&slots)[Count][Size]) {
-    return SplitIntoSlots(text, delimiters, slots, Count);
+template <size_t kCount, size_t kSize>
+bool SplitIntoSlots(char* text, const char* delimiters, char (&slots)[kCount][kSize]) {
+    return SplitIntoSlots(text, delimiters, slots, kCount);
 }
 
 /// Printable form of a text that may be missing, such as the rest after the last field.

@@ -1,15 +1,15 @@
 // Fibocom NL668, MC116: set up in USB mode 18 without the base's commands, so that the echo stays as it was;
 // the context is prepared and authenticated in the set-up, and the dial is AT+GTRNDIS alone.
-#include "CellFiboCom.h"
+#include "CellSubClass/src/CellFiboCom.h"
 
 #include <unistd.h>
 
 #include <cstdio>
 
-#include "CellDriver.h"
-#include "FibocomDialect.h"
-#include "text_util.h"
-#include "trace_log.h"
+#include "CellSubClass/src/CellDriver.h"
+#include "CellSubClass/src/FibocomDialect.h"
+#include "support/text_util.h"
+#include "support/trace_log.h"
 
 namespace cc_cell {
 namespace {
@@ -40,7 +40,7 @@ const char* CellFiboCOM::GetInterfaceName() {
 int32_t CellFiboCOM::Initialize() {
     RestartRadio(*this, kRadioOffPause_seconds);
     EnsureUsbMode(TRACE_HERE, *this, kUsbMode);
-    copy_text(m_vendor_name, kVendorName);
+    CopyText(m_vendor_name, kVendorName);
     AskFirmware(*this, "Revision:", kRevisionLimit,
                 m_ModuleName == kModelMc116 ? kModelMc116 : kOtherFirmware);
     TRACE(kLogProgress, "m_ModuleName = %s \n", m_ModuleName.c_str());
@@ -78,7 +78,7 @@ int32_t CellFiboCOM::ReadCSQ() {
     if (result.type == kHintPsrat) {
         char quoted[sizeof result.common_str + 2];
         snprintf(quoted, sizeof quoted, "\"%s\"", result.common_str);
-        copy_text(m_NetworkType, quoted);
+        CopyText(m_NetworkType, quoted);
     }
     TRACE(kLogDebug, "Network type:%s\n", m_NetworkType);
     return CellBase::ReadCSQ();

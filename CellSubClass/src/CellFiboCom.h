@@ -1,7 +1,7 @@
 // Driver of Fibocom modules such as NL668 and MC116. Main thread.
 #pragma once
 
-#include "cellular.h"
+#include "network_daemon/cellular.h"
 
 namespace cc_cell {
 

@@ -1,15 +1,15 @@
 // Fibocom LE370: set up in USB mode 32 without the base's commands; the network type comes from the cell
 // report of AT+GTCCINFO?, and the signal of AT+CESQ is only logged.
-#include "CellFiboComLE.h"
+#include "CellSubClass/src/CellFiboComLE.h"
 
 #include <unistd.h>
 
 #include <algorithm>
 
-#include "CellDriver.h"
-#include "FibocomDialect.h"
-#include "text_util.h"
-#include "trace_log.h"
+#include "CellSubClass/src/CellDriver.h"
+#include "CellSubClass/src/FibocomDialect.h"
+#include "support/text_util.h"
+#include "support/trace_log.h"
 
 namespace cc_cell {
 namespace {
@@ -56,8 +56,8 @@ const char* CellFiboLE370::GetInterfaceName() {
 
 int32_t CellFiboLE370::Initialize() {
     EnsureUsbMode(TRACE_HERE, *this, kUsbMode);
-    copy_text(m_vendor_name, kVendorName);
-    copy_text(m_fw_version, kFirmware);
+    CopyText(m_vendor_name, kVendorName);
+    CopyText(m_fw_version, kFirmware);
     TRACE(kLogProgress, "m_ModuleName = %s \n", m_ModuleName.c_str());
 
     RestartRadio(*this, kRadioOffPause_seconds);
@@ -90,15 +90,15 @@ void CellFiboLE370::CheckSignalStatus() {
     char slots[kCesqSlots][kCesqSlotSize] = {};
     char* rest = result.common_str;
     for (int i = 0; i < kCesqSlots; ++i) {
-        const char* field = next_field(&rest, kSlotEnds);
+        const char* field = NextField(&rest, kSlotEnds);
         if (field == nullptr) {
             TRACE(kLogProgress, "CESQ info,pRes is null\n");
             break;
         }
-        copy_text(slots[i], field);
+        CopyText(slots[i], field);
         TRACE(kLogDebug, "CESQ info num[%d]: p=%s, pRes=%s !!!!!!\n", i, field, OrNullWord(rest));
     }
-    const int32_t rsrp = parse_number(slots[kCesqRsrp]);
+    const int32_t rsrp = ParseNumber(slots[kCesqRsrp]);
     TRACE(kLogDebug, "CESQ info,rsrp_level:%d !!!!!!\n", rsrp);
     TRACE(kLogDebug, "CESQ info,caculate real rsrp_level:%d !!!!!!\n", RsrpOfIndex(rsrp));
 }
@@ -107,12 +107,12 @@ int32_t CellFiboLE370::ReadCSQ() {
     AtResult result = ParseAtResult(AtRequest_xs("AT+GTCCINFO?\r\n", kLongAnswer_seconds));
     if (result.type == kHintGtccinfo) {
         char* rest = result.common_str;
-        const char* field = next_field(&rest, kSlotEnds);
+        const char* field = NextField(&rest, kSlotEnds);
         TRACE(kLogDebug, "GTCCINFO 11111 p:%s,pRes:%s\n", field, OrNullWord(rest));
         if (rest != nullptr) {
-            field = next_field(&rest, kSlotEnds);
+            field = NextField(&rest, kSlotEnds);
             TRACE(kLogDebug, "GTCCINFO 22222 p:%s,pRes:%s\n", field, OrNullWord(rest));
-            if (parse_number(field) == kRatLte) copy_text(m_NetworkType, "LTE");
+            if (ParseNumber(field) == kRatLte) CopyText(m_NetworkType, "LTE");
         }
     }
     TRACE(kLogProgress, "Network type:%s\n", m_NetworkType);
@@ -136,7 +136,7 @@ AtResult CellFiboLE370::ParseAtResult(char* text) {
             break;
         case kHintGtccinfo:
             if (const char* line = StringSplitByNum(text, "\n\r", kCellLineField)) {
-                copy_text(result.common_str, line);
+                CopyText(result.common_str, line);
             } else {
                 TRACE(kLogProgress, "FIBOLEGTCCINFO: get networkType fail !\n");
             }

@@ -1,12 +1,12 @@
 // Huawei ME909: the call is AT^NDISDUP, which also carries the SIM's PIN; the network type comes from the
 // unsolicited ^HCSQ alone.
-#include "CellHuaWei.h"
+#include "CellSubClass/src/CellHuaWei.h"
 
 #include <cstring>
 
-#include "CellDriver.h"
-#include "text_util.h"
-#include "trace_log.h"
+#include "CellSubClass/src/CellDriver.h"
+#include "support/text_util.h"
+#include "support/trace_log.h"
 
 namespace cc_cell {
 namespace {
@@ -26,7 +26,7 @@ constexpr char kFirmware[] = "ME909";
 /// takes 63.
 void TakeHcsq(const AtMatch& match, AtResult& result) {
     char* rest = match.text;
-    const char* field = next_field(&rest, match.row->field_ends);
+    const char* field = NextField(&rest, match.row->field_ends);
     memcpy(result.common_str, field, strnlen(field, sizeof result.common_str));
 }
 
@@ -40,8 +40,8 @@ int32_t CellHuaWei909s::Initialize() {
     const int32_t result = CellBase::Initialize();
     if (result == 0) return 0;
     AtRequest("AT^LEDCTRL=1");
-    copy_text(m_vendor_name, kVendorName);
-    copy_text(m_fw_version, kFirmware);
+    CopyText(m_vendor_name, kVendorName);
+    CopyText(m_fw_version, kFirmware);
     TRACE(kLogProgress, "m_ModuleName = %s \n", m_ModuleName.c_str());
     return result;
 }
@@ -84,7 +84,7 @@ AtResult CellHuaWei909s::ParseAtResult(char* text) {
 
 int32_t CellHuaWei909s::DealHint(AtResult result) {
     if (result.type != kHintHcsq) return CellBase::DealHint(result);
-    copy_text(m_NetworkType, result.common_str);
+    CopyText(m_NetworkType, result.common_str);
     TRACE(kLogProgress, "Network type:%s\n", m_NetworkType);
     return 1;
 }

@@ -1,7 +1,7 @@
 // Driver of Huawei modules of the ME909 kind. Main thread.
 #pragma once
 
-#include "cellular.h"
+#include "network_daemon/cellular.h"
 
 namespace cc_cell {
 

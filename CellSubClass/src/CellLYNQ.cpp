@@ -1,13 +1,13 @@
 // LYNQ: the data link is AT+NETOPEN, which takes no APN; the link test reads signal and network type from
 // AT+CPSI? as a side effect, and the end of the call leaves the radio on.
-#include "CellLYNQ.h"
+#include "CellSubClass/src/CellLYNQ.h"
 
 #include <cstring>
 
-#include "CellDriver.h"
-#include "shell.h"
-#include "text_util.h"
-#include "trace_log.h"
+#include "CellSubClass/src/CellDriver.h"
+#include "support/shell.h"
+#include "support/text_util.h"
+#include "support/trace_log.h"
 
 namespace cc_cell {
 namespace {
@@ -44,18 +44,19 @@ constexpr size_t kCpsiSlotSize = 24;
 /// Takes over cell, signal and network type; what the report lacks becomes empty.
 void StoreCell(const TracePlace& place, CellBase& cell, char* report) {
     char slots[kCpsiSlots][kCpsiSlotSize];
-    if (!SplitIntoSlots(report, ",\r", slots))
+    if (!SplitIntoSlots(report, ",\r", slots)) {
         TRACE_AT(place, kLogProgress, "CPSI info,pRes do not have valid data\n");
+    }
     LogBandChange(place, cell.m_band, cell.m_RSRP, slots[kCpsiBand], slots[kCpsiRsrp]);
     TRACE_AT(place, kLogDebug, "CPSI info, pcid:%s !\n", slots[kCpsiPcid]);
-    copy_text(cell.m_pcid, slots[kCpsiPcid]);
+    CopyText(cell.m_pcid, slots[kCpsiPcid]);
     TRACE_AT(place, kLogDebug, "CPSI info, band:%s !\n", slots[kCpsiBand]);
-    copy_text(cell.m_band, slots[kCpsiBand]);
+    CopyText(cell.m_band, slots[kCpsiBand]);
     TRACE_AT(place, kLogDebug, "CPSI info, rsrp:%s !\n", slots[kCpsiRsrp]);
-    copy_text(cell.m_RSRP, slots[kCpsiRsrp]);
+    CopyText(cell.m_RSRP, slots[kCpsiRsrp]);
     TRACE_AT(place, kLogDebug, "CPSI info, sinr:%s !\n", slots[kCpsiSinr]);
-    copy_text(cell.m_SINR, slots[kCpsiSinr]);
-    copy_text(cell.m_NetworkType, slots[kCpsiSystem]);
+    CopyText(cell.m_SINR, slots[kCpsiSinr]);
+    CopyText(cell.m_NetworkType, slots[kCpsiSystem]);
     TRACE_AT(place, kLogProgress, "Network type:%s\n", cell.m_NetworkType);
 }
 
@@ -68,8 +69,8 @@ const char* CellLYNQ::GetInterfaceName() {
 int32_t CellLYNQ::Initialize() {
     const int32_t result = CellBase::Initialize();
     if (result == 0) return 0;
-    copy_text(m_vendor_name, kVendorName);
-    copy_text(m_fw_version, kFirmware);
+    CopyText(m_vendor_name, kVendorName);
+    CopyText(m_fw_version, kFirmware);
     TRACE(kLogProgress, "m_ModuleName = %s \n", m_ModuleName.c_str());
     SendAll(*this, kSetUp);
     return result;
@@ -109,8 +110,8 @@ int32_t CellLYNQ::CheckServiceStatus() {
 int32_t CellLYNQ::DoConnect() {
     char* answer = AtRequest("AT+NETOPEN");
     // The interface carries traffic only when brought up after the call, whatever the module answered to it.
-    run_shell(kInterfaceDown);
-    run_shell(kInterfaceUp);
+    RunShell(kInterfaceDown);
+    RunShell(kInterfaceUp);
     const AtResult result = ParseAtResult(answer);
     TRACE(kLogDebug, "DoConnect %s\n", result.common_str);
     if (result.type != kHintNetopen) return 0;

@@ -1,7 +1,7 @@
 // Driver of LYNQ modules. Main thread.
 #pragma once
 
-#include "cellular.h"
+#include "network_daemon/cellular.h"
 
 namespace cc_cell {
 

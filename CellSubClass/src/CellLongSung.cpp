@@ -1,8 +1,8 @@
 // LongSung: reports its data link by unsolicited +DATASTATUS; service always counts as present, and the
 // base's dial is all there is. Rows and reports stand in DataStatusDialect.h.
-#include "CellLongSung.h"
+#include "CellSubClass/src/CellLongSung.h"
 
-#include "DataStatusDialect.h"
+#include "CellSubClass/src/DataStatusDialect.h"
 
 namespace cc_cell {
 namespace {

@@ -1,10 +1,10 @@
 // NodeCom: reports its data link by unsolicited +DATASTATUS, yet is asked by AT+PKTSTATUS; the dial starts
 // the DHCP client itself, so that it is started twice. Rows and reports stand in DataStatusDialect.h.
-#include "CellNodeCom.h"
+#include "CellSubClass/src/CellNodeCom.h"
 
 #include <unistd.h>
 
-#include "DataStatusDialect.h"
+#include "CellSubClass/src/DataStatusDialect.h"
 
 namespace cc_cell {
 namespace {

@@ -1,10 +1,10 @@
 // Quectel on ASR: the call is made and watched by AT+QNETDEVCTL; user name, password and kind of
 // authentication don't reach the module.
-#include "CellQuectelAsr.h"
+#include "CellSubClass/src/CellQuectelAsr.h"
 
-#include "CellDriver.h"
-#include "QuectelDialect.h"
-#include "trace_log.h"
+#include "CellSubClass/src/CellDriver.h"
+#include "CellSubClass/src/QuectelDialect.h"
+#include "support/trace_log.h"
 
 namespace cc_cell {
 namespace {

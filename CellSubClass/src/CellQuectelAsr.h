@@ -1,7 +1,7 @@
 // Driver of Quectel modules on ASR chipsets: EC200A, EC600M, EG800K, EC800K. Main thread.
 #pragma once
 
-#include "cellular.h"
+#include "network_daemon/cellular.h"
 
 namespace cc_cell {
 

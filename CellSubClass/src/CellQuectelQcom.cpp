@@ -1,17 +1,17 @@
 // Quectel on Qualcomm: the call is made by AT$QCRMCALL and watched by AT+QNETDEVSTATUS; on the i.MX6UL board
 // the kernel's network driver must be loaded anew after each set-up; the only family that can be upgraded.
-#include "CellQuectelQcom.h"
+#include "CellSubClass/src/CellQuectelQcom.h"
 
 #include <unistd.h>
 
 #include <cstdio>
 #include <cstring>
 
-#include "CellDriver.h"
-#include "QuectelDialect.h"
-#include "shell.h"
-#include "text_util.h"
-#include "trace_log.h"
+#include "CellSubClass/src/CellDriver.h"
+#include "CellSubClass/src/QuectelDialect.h"
+#include "support/shell.h"
+#include "support/text_util.h"
+#include "support/trace_log.h"
 
 namespace cc_cell {
 namespace {
@@ -85,9 +85,9 @@ int32_t CellQuectelQcom::CheckConnection() {
 int32_t CellQuectelQcom::CheckSimCard() {
     const int32_t result = CheckSimCardAndIccid(*this, "AT+QCCID", kHintQccid);
     if (result >= 0 && m_board == kBoardImx6ul) {
-        run_shell(kUnloadNetworkDriver);
+        RunShell(kUnloadNetworkDriver);
         sleep(kUnloadPause_seconds);
-        run_shell(kLoadNetworkDriver);
+        RunShell(kLoadNetworkDriver);
     }
     return result;
 }
@@ -145,8 +145,9 @@ AtResult CellQuectelQcom::ParseAtResult(char* text) {
         case kHintQtemp: {
             const int32_t baseband = result.val3;
             if (baseband == 0) TRACE(kLogProgress, "query baseband temperature Failed!\n");
-            if (baseband > kHotBaseband_celsius)
+            if (baseband > kHotBaseband_celsius) {
                 TRACE(kLogHeat, "query baseband temperature %d!\n", baseband);
+            }
             if (result.val == 0) TRACE(kLogProgress, "query XO temperature Failed!\n");
             if (result.val2 == 0) TRACE(kLogProgress, "query PA temperature Failed!\n");
             TRACE(kLogDebug, "Quectel Temp Baseband(%d),XO(%d),PA(%d)\n", baseband, result.val, result.val2);

@@ -1,7 +1,7 @@
 // Driver of Quectel modules on Qualcomm chipsets, such as EG25 and EG21. Main thread, but for the upgrade.
 #pragma once
 
-#include "cellular.h"
+#include "network_daemon/cellular.h"
 
 namespace cc_cell {
 

@@ -1,10 +1,10 @@
 // Quectel on Unisoc: the call is made and watched by AT+QNETDEVCTL, after AT+QICSGP has given the module
 // the APN and the account.
-#include "CellQuectelUnisoc.h"
+#include "CellSubClass/src/CellQuectelUnisoc.h"
 
-#include "CellDriver.h"
-#include "QuectelDialect.h"
-#include "trace_log.h"
+#include "CellSubClass/src/CellDriver.h"
+#include "CellSubClass/src/QuectelDialect.h"
+#include "support/trace_log.h"
 
 namespace cc_cell {
 namespace {

@@ -1,7 +1,7 @@
 // Driver of Quectel modules on Unisoc chipsets: EC200G, EC200U. Main thread.
 #pragma once
 
-#include "cellular.h"
+#include "network_daemon/cellular.h"
 
 namespace cc_cell {
 

@@ -1,15 +1,15 @@
 // SIMCom: the call is AT$QCRMCALL with all that the settings know, and its answer decides the dial; the
 // network type comes from AT+CPSI?.
-#include "CellSimCom.h"
+#include "CellSubClass/src/CellSimCom.h"
 
 #include <strings.h>
 
 #include <cstdio>
 
-#include "CellDriver.h"
-#include "shell.h"
-#include "text_util.h"
-#include "trace_log.h"
+#include "CellSubClass/src/CellDriver.h"
+#include "support/shell.h"
+#include "support/text_util.h"
+#include "support/trace_log.h"
 
 namespace cc_cell {
 namespace {
@@ -43,9 +43,9 @@ const char* CellSimCom::GetInterfaceName() {
 int32_t CellSimCom::Initialize() {
     const int32_t result = CellBase::Initialize();
     if (result == 0) return 0;
-    copy_text(m_vendor_name, kVendorName);
-    copy_text(m_fw_version, kVendorName);
-    run_shell(kInterfaceUp);
+    CopyText(m_vendor_name, kVendorName);
+    CopyText(m_fw_version, kVendorName);
+    RunShell(kInterfaceUp);
     TRACE(kLogProgress, "m_ModuleName = %s \n", m_ModuleName.c_str());
     return result;
 }
@@ -96,7 +96,7 @@ AtResult CellSimCom::ParseAtResult(char* text) {
             break;
         case kHintSimcomCpsi: {
             char* rest = StoreNetworkType(*this, match);
-            result.val = IsOnlineWord(next_field(&rest, match.row->field_ends));
+            result.val = IsOnlineWord(NextField(&rest, match.row->field_ends));
             TRACE(kLogProgress, "Network type:%s\n", m_NetworkType);
             break;
         }

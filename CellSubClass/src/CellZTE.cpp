@@ -1,13 +1,13 @@
 // ZTE/Gosuncn: the call is AT+ZECMCALL, up when the module shows an address; the only family whose interface
 // depends on the board and whose signal texts carry their unit. Only the ME3630 reports its signal.
-#include "CellZTE.h"
+#include "CellSubClass/src/CellZTE.h"
 
 #include <cstdio>
 #include <cstring>
 
-#include "CellDriver.h"
-#include "text_util.h"
-#include "trace_log.h"
+#include "CellSubClass/src/CellDriver.h"
+#include "support/text_util.h"
+#include "support/trace_log.h"
 
 namespace cc_cell {
 namespace {
@@ -56,8 +56,8 @@ void StoreSignal(char (&to)[N], const char* value, const char* unit) {
         text[length++] = *value;
         in_padding = *value == '-';
     }
-    copy_text(text + length, sizeof text - length, unit);
-    copy_text(to, text);
+    CopyText(text + length, sizeof text - length, unit);
+    CopyText(to, text);
 }
 
 }  // namespace
@@ -70,7 +70,7 @@ int32_t CellZTE3630::Initialize() {
     const int32_t result = CellBase::Initialize();
     if (result == 0) return 0;
     SendAll(*this, kSetUp);
-    copy_text(m_vendor_name, kVendorName);
+    CopyText(m_vendor_name, kVendorName);
     AskFirmware(*this, "Revision:", kRevisionLimit, kVendorName);
     TRACE(kLogProgress, "m_ModuleName = %s \n", m_ModuleName.c_str());
     return result;
@@ -138,9 +138,9 @@ void CellZTE3630::CheckNeighbourSignal() {
     }
     LogBandChange(TRACE_HERE, m_band, m_RSRP_LEVEL, slots[kCellBand], m_RSRP);
     TRACE(kLogDebug, "CELLINFO info, pcid:%s !\n", slots[kCellPcid]);
-    copy_text(m_pcid, slots[kCellPcid]);
+    CopyText(m_pcid, slots[kCellPcid]);
     TRACE(kLogDebug, "CELLINFO info, band:%s !\n", slots[kCellBand]);
-    copy_text(m_band, slots[kCellBand]);
+    CopyText(m_band, slots[kCellBand]);
     SetRsrpLevel(m_RSRP);
     TRACE(kLogDebug, "CELLINFO info, m_RSRP_LEVEL:%s !\n", m_RSRP_LEVEL);
 }

@@ -1,7 +1,7 @@
 // Driver of ZTE/Gosuncn modules: ME3630, GM196, GM196H and others of that maker. Main thread.
 #pragma once
 
-#include "cellular.h"
+#include "network_daemon/cellular.h"
 
 namespace cc_cell {
 

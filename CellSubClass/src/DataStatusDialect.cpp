@@ -1,7 +1,7 @@
 // What LongSung and NodeCom modules word alike; see DataStatusDialect.h.
-#include "DataStatusDialect.h"
+#include "CellSubClass/src/DataStatusDialect.h"
 
-#include "text_util.h"
+#include "support/text_util.h"
 
 namespace cc_cell {
 
@@ -17,8 +17,8 @@ int32_t InitializeReporting(const TracePlace& place, CellBase& cell, const char*
     const int32_t result = cell.CellBase::Initialize();
     if (result == 0) return 0;
     SendAll(cell, kReportUnasked);
-    copy_text(cell.m_vendor_name, name);
-    copy_text(cell.m_fw_version, name);
+    CopyText(cell.m_vendor_name, name);
+    CopyText(cell.m_fw_version, name);
     TRACE_AT(place, kLogProgress, "m_ModuleName = %s \n", CellBase::m_ModuleName.c_str());
     return result;
 }

@@ -3,7 +3,7 @@
 // caller's.
 #pragma once
 
-#include "CellDriver.h"
+#include "CellSubClass/src/CellDriver.h"
 
 namespace cc_cell {
 

@@ -1,5 +1,5 @@
 // What the two Fibocom families word alike; see FibocomDialect.h.
-#include "FibocomDialect.h"
+#include "CellSubClass/src/FibocomDialect.h"
 
 #include <unistd.h>
 

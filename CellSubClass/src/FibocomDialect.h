@@ -3,7 +3,7 @@
 // main thread; each place is the caller's.
 #pragma once
 
-#include "CellDriver.h"
+#include "CellSubClass/src/CellDriver.h"
 
 namespace cc_cell {
 

@@ -1,5 +1,5 @@
 // What the three Quectel families word alike; see QuectelDialect.h.
-#include "QuectelDialect.h"
+#include "CellSubClass/src/QuectelDialect.h"
 
 #include <unistd.h>
 
@@ -7,7 +7,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "text_util.h"
+#include "support/text_util.h"
 
 namespace cc_cell {
 namespace {
@@ -54,7 +54,7 @@ int32_t InitializeQuectel(const TracePlace& place, CellBase& cell, const Quectel
         cell.AtRequest(command);
     }
     AskFirmware(cell, "Revision:", set_up.revision_limit, set_up.unknown_firmware);
-    copy_text(cell.m_vendor_name, set_up.maker);
+    CopyText(cell.m_vendor_name, set_up.maker);
     TRACE_AT(place, kLogProgress, "m_ModuleName = %s \n", CellBase::m_ModuleName.c_str());
     return result;
 }
@@ -117,14 +117,14 @@ void StoreServingCell(const TracePlace& place, CellBase& cell, AtResult& result)
     LogBandChange(place, cell.m_band, cell.m_RSRP, slots[kServingBand], slots[kServingRsrp]);
 
     TRACE_AT(place, kLogDebug, "QENG info, pcid:%s !\n", slots[kServingPcid]);
-    copy_text(cell.m_pcid, slots[kServingPcid]);
+    CopyText(cell.m_pcid, slots[kServingPcid]);
     TRACE_AT(place, kLogDebug, "QENG info, band:%s !\n", slots[kServingBand]);
-    copy_text(cell.m_band, slots[kServingBand]);
+    CopyText(cell.m_band, slots[kServingBand]);
     TRACE_AT(place, kLogDebug, "QENG info, rsrp:%s !\n", slots[kServingRsrp]);
     cell.SetRsrpLevel(slots[kServingRsrp]);
-    copy_text(cell.m_RSRP, slots[kServingRsrp]);
+    CopyText(cell.m_RSRP, slots[kServingRsrp]);
     TRACE_AT(place, kLogDebug, "QENG info, sinr:%s !\n", slots[kServingSinr]);
-    copy_text(cell.m_SINR, slots[kServingSinr]);
+    CopyText(cell.m_SINR, slots[kServingSinr]);
 }
 
 void ReadServingCell(const TracePlace& place, CellBase& cell) {
@@ -144,9 +144,9 @@ void ReadNeighbourCell(const TracePlace& place, CellBase& cell, size_t slot_coun
         TRACE_AT(place, kLogDebug, "neighbour info,pRes do not have valid data\n");
     }
     TRACE_AT(place, kLogDebug, "neighbour info, pcid:%s !\n", slots[kNeighbourPcid]);
-    copy_text(cell.m_neighbour_pcid, slots[kNeighbourPcid]);
+    CopyText(cell.m_neighbour_pcid, slots[kNeighbourPcid]);
     TRACE_AT(place, kLogDebug, "neighbour info, rsrp:%s !\n", slots[rsrp_slot]);
-    copy_text(cell.m_neighbour_rsrp, slots[rsrp_slot]);
+    CopyText(cell.m_neighbour_rsrp, slots[rsrp_slot]);
 }
 
 }  // namespace cc_cell

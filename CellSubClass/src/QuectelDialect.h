@@ -4,7 +4,7 @@
 // the caller's.
 #pragma once
 
-#include "CellDriver.h"
+#include "CellSubClass/src/CellDriver.h"
 
 namespace cc_cell {
 

@@ -1,18 +1,18 @@
 // See ConfigController.h.
-#include "ConfigController.h"
+#include "network_daemon/config/ConfigController.h"
+
+#include <cctype>
+#include <fstream>
 
 #include <rapidjson/istreamwrapper.h>
 #include <rapidjson/ostreamwrapper.h>
 #include <rapidjson/prettywriter.h>
 
-#include <cctype>
-#include <fstream>
-
-#include "trace_log.h"
+#include "support/trace_log.h"
 
 namespace {
 
-std::string lower_case(std::string text) {
+std::string LowerCase(std::string text) {
     for (char& c : text) c = static_cast<char>(tolower(static_cast<unsigned char>(c)));
     return text;
 }
@@ -60,10 +60,10 @@ int ConfigController::CheckWhitelistLimitModule(const std::string& module_name) 
         TRACE(kLogProgress, "[whitelist] moduleName allowedValues is empty allow to run\n");
         return 1;
     }
-    const std::string wanted = lower_case(module_name);
+    const std::string wanted = LowerCase(module_name);
     for (const std::string& value : allowed) {
         TRACE(kLogProgress, "[whitelist] limitModuleName:  %s\n", value.c_str());
-        if (lower_case(value) == wanted) return 1;
+        if (LowerCase(value) == wanted) return 1;
     }
     return 0;
 }

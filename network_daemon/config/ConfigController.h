@@ -4,8 +4,8 @@
 
 #include <string>
 
-#include "NetworkJson.h"
-#include "json.h"
+#include "network_daemon/config/NetworkJson.h"
+#include "network_daemon/config/json.h"
 
 class ConfigController {
   public:

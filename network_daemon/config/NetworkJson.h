@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "json.h"
+#include "network_daemon/config/json.h"
 
 /// One key of a JSON object, the field that takes it, and the field's name in the dump.
 template <typename Record>

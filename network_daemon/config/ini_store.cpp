@@ -1,12 +1,13 @@
-#include "ini_store.h"
+#include "network_daemon/config/ini_store.h"
 
 #include <strings.h>
+
 #include <cctype>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
-#include "text_util.h"
+#include "support/text_util.h"
 
 namespace {
 
@@ -17,14 +18,14 @@ static_assert(sizeof(IniEntry::key) == kTextLengthMax + 1 && sizeof(IniEntry::va
 
 enum class LineRule { kUpperCaseOnly, kAny };
 
-bool is_upper(char c) {
+bool IsUpper(char c) {
     return isupper(static_cast<unsigned char>(c)) != 0;
 }
 
 /// Reads up to and with the next line end, but no more than fits: a longer line comes in pieces, each of
 /// which counts as a line. Returns the number of bytes, 0 at the end of the file. NUL bytes are read like any
 /// other.
-size_t read_piece(FILE* file, char (&piece)[kPieceSize]) {
+size_t ReadPiece(FILE* file, char (&piece)[kPieceSize]) {
     size_t length = 0;
     while (length < kPieceSize - 1) {
         const int c = getc(file);
@@ -44,25 +45,25 @@ struct TableEnd {
 
 /// False when key or value are too long as they stand in the line, or memory has run out. A line without "=",
 /// or with nothing at all after it, is no entry and is skipped.
-bool append_line(TableEnd* table, char* line) {
+bool AppendLine(TableEnd* table, char* line) {
     if (strchr(line, '=') == nullptr) return true;
     char* rest = line;
-    char* key = next_token(&rest, "=");
-    char* value = next_token(&rest, "=");
+    char* key = NextToken(&rest, "=");
+    char* value = NextToken(&rest, "=");
     if (key == nullptr || value == nullptr) return true;
     if (strlen(key) > kTextLengthMax || strlen(value) > kTextLengthMax) return false;
 
     auto* entry = static_cast<IniEntry*>(malloc(sizeof(IniEntry)));
     if (entry == nullptr) return false;
-    copy_text(entry->key, str_trim(key));
-    copy_text(entry->value, str_trim(value));
+    CopyText(entry->key, str_trim(key));
+    CopyText(entry->value, str_trim(value));
     entry->next = nullptr;
     *table->link = entry;
     table->link = &entry->next;
     return true;
 }
 
-IniEntry* load(const char* path, LineRule rule) {
+IniEntry* Load(const char* path, LineRule rule) {
     FILE* file = fopen(path, "r+t");
     if (file == nullptr) {
         fprintf(stderr, "Open ini file %s error!\n", path);
@@ -70,9 +71,9 @@ IniEntry* load(const char* path, LineRule rule) {
     }
     TableEnd table;
     char line[kPieceSize];
-    while (read_piece(file, line) > 0) {
-        if (rule == LineRule::kUpperCaseOnly && !is_upper(line[0])) continue;
-        if (append_line(&table, line)) continue;
+    while (ReadPiece(file, line) > 0) {
+        if (rule == LineRule::kUpperCaseOnly && !IsUpper(line[0])) continue;
+        if (AppendLine(&table, line)) continue;
         fprintf(stderr, "init file error!\n");
         ini_free(table.head);
         table.head = nullptr;
@@ -83,34 +84,34 @@ IniEntry* load(const char* path, LineRule rule) {
 }
 
 /// The link that points to the first entry with this key, or the null link at the end.
-IniEntry** find_link(IniEntry** link, const char* key) {
+IniEntry** FindLink(IniEntry** link, const char* key) {
     while (*link != nullptr && strcasecmp((*link)->key, key) != 0) link = &(*link)->next;
     return link;
 }
 
-void unlink_and_free(IniEntry** link) {
+void UnlinkAndFree(IniEntry** link) {
     IniEntry* entry = *link;
     *link = entry->next;
     free(entry);
 }
 
 /// Writes the entry under `key` and takes it out of the table.
-void write_entry(FILE* file, const char* key, IniEntry** link) {
+void WriteEntry(FILE* file, const char* key, IniEntry** link) {
     fprintf(file, "%s=%s\n", key, (*link)->value);
-    unlink_and_free(link);
+    UnlinkAndFree(link);
 }
 
-bool copy_all(FILE* from, FILE* to) {
+bool CopyAll(FILE* from, FILE* to) {
     char piece[kPieceSize];
     size_t length = 0;
-    while ((length = read_piece(from, piece)) > 0) {
+    while ((length = ReadPiece(from, piece)) > 0) {
         if (fwrite(piece, 1, length, to) != length) return false;
     }
     return ferror(from) == 0 && fflush(to) == 0;
 }
 
 /// A copy of the file in a temporary one, rewound; null when that failed. The file itself is only read.
-FILE* copy_to_temporary(const char* path) {
+FILE* CopyToTemporary(const char* path) {
     FILE* file = fopen(path, "r+t");
     if (file == nullptr) {
         fprintf(stderr, "Open file %s error!\n", path);
@@ -119,7 +120,7 @@ FILE* copy_to_temporary(const char* path) {
     FILE* copy = tmpfile();
     if (copy == nullptr) {
         fprintf(stderr, "Create tmpfile error!\n");
-    } else if (!copy_all(file, copy)) {
+    } else if (!CopyAll(file, copy)) {
         fclose(copy);
         copy = nullptr;
     } else {
@@ -131,25 +132,25 @@ FILE* copy_to_temporary(const char* path) {
 
 /// Writes the line `length` bytes long to `file`, with the value of the table if it holds a setting. A
 /// setting that the table doesn't have loses its line. False when the key is too long.
-bool merge_line(FILE* file, char* line, size_t length, IniEntry** table) {
+bool MergeLine(FILE* file, char* line, size_t length, IniEntry** table) {
     char* equals = strchr(line, '=');
-    if (!is_upper(line[0]) || equals == nullptr) {
+    if (!IsUpper(line[0]) || equals == nullptr) {
         fwrite(line, 1, length, file);
         return true;
     }
     *equals = '\0';
     const char* key = str_trim(line);
     if (strlen(key) > kTextLengthMax) return false;
-    IniEntry** link = find_link(table, key);
-    if (*link != nullptr) write_entry(file, key, link);
+    IniEntry** link = FindLink(table, key);
+    if (*link != nullptr) WriteEntry(file, key, link);
     return true;
 }
 
-bool merge_lines(FILE* copy, FILE* file, IniEntry** table) {
+bool MergeLines(FILE* copy, FILE* file, IniEntry** table) {
     char line[kPieceSize];
     size_t length = 0;
-    while ((length = read_piece(copy, line)) > 0) {
-        if (!merge_line(file, line, length, table)) return false;
+    while ((length = ReadPiece(copy, line)) > 0) {
+        if (!MergeLine(file, line, length, table)) return false;
     }
     return true;
 }
@@ -157,11 +158,11 @@ bool merge_lines(FILE* copy, FILE* file, IniEntry** table) {
 }  // namespace
 
 IniEntry* ini_load(const char* path) {
-    return load(path, LineRule::kUpperCaseOnly);
+    return Load(path, LineRule::kUpperCaseOnly);
 }
 
 IniEntry* ini_load_all(const char* path) {
-    return load(path, LineRule::kAny);
+    return Load(path, LineRule::kAny);
 }
 
 const char* ini_get(const IniEntry* table, const char* key) {
@@ -172,13 +173,13 @@ const char* ini_get(const IniEntry* table, const char* key) {
 }
 
 IniEntry* ini_remove(IniEntry* table, const char* key) {
-    IniEntry** link = find_link(&table, key);
-    if (*link != nullptr) unlink_and_free(link);
+    IniEntry** link = FindLink(&table, key);
+    if (*link != nullptr) UnlinkAndFree(link);
     return table;
 }
 
 int ini_save(IniEntry** table, const char* path) {
-    FILE* copy = copy_to_temporary(path);
+    FILE* copy = CopyToTemporary(path);
     if (copy == nullptr) return -1;
     FILE* file = fopen(path, "w+");
     if (file == nullptr) {
@@ -186,9 +187,9 @@ int ini_save(IniEntry** table, const char* path) {
         fclose(copy);
         return -1;
     }
-    const bool merged = merge_lines(copy, file, table);
+    const bool merged = MergeLines(copy, file, table);
     if (merged) {
-        while (*table != nullptr) write_entry(file, (*table)->key, table);
+        while (*table != nullptr) WriteEntry(file, (*table)->key, table);
     }
     fclose(file);
     fclose(copy);

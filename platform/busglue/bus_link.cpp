@@ -1,4 +1,4 @@
-#include "bus_link.h"
+#include "platform/busglue/bus_link.h"
 
 #include <poll.h>
 #include <pthread.h>
@@ -7,6 +7,7 @@
 #include <syslog.h>
 #include <time.h>
 #include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
@@ -19,8 +20,8 @@ namespace {
 
 constexpr char kAddressVariable[] = "RAVELIN_BUS_ADDRESS";
 constexpr char kIntrospectInterface[] = "org.freedesktop.DBus.Introspectable";
-constexpr int kReconnectWaitMs = 1000;
-constexpr int kReplyWaitMs = 25000;  // what D-Bus clients commonly allow; a later reply is thrown away
+constexpr int kReconnectWait_ms = 1000;
+constexpr int kReplyWait_ms = 25000;  // what D-Bus clients commonly allow; a later reply is thrown away
 constexpr int kNoTimeout = -1;
 constexpr size_t kAwaitedLimit = 64;  // a system bus refuses calls beyond 128 unanswered ones of a connection
 constexpr size_t kQueueLimit = 256;   // peers that answer nothing for so long will not be helped by memory
@@ -77,27 +78,19 @@ struct ServedCall {
 /// The reply function given to method handlers.
 void AnswerCall(int length, unsigned char* bytes, void* context) {
     auto* call = static_cast<ServedCall*>(context);
-    if (call == nullptr || call->answered || !FrameFits(length, bytes)) {
-        return;
-    }
+    if (call == nullptr || call->answered || !FrameFits(length, bytes)) return;
     call->answered = true;
-    if (dbus_message_get_no_reply(call->request)) {
-        return;
-    }
+    if (dbus_message_get_no_reply(call->request)) return;
     unsigned char nothing = 0;
     DBusMessage* reply = dbus_message_new_method_return(call->request);
     if (reply != nullptr && AppendBytes(reply, length == 0 ? &nothing : bytes, length)) {
         dbus_connection_send(call->connection, reply, nullptr);
     }
-    if (reply != nullptr) {
-        dbus_message_unref(reply);
-    }
+    if (reply != nullptr) dbus_message_unref(reply);
 }
 
 void AnswerError(DBusConnection* connection, DBusMessage* request, const char* name, const char* text) {
-    if (dbus_message_get_no_reply(request)) {
-        return;
-    }
+    if (dbus_message_get_no_reply(request)) return;
     DBusMessage* reply = dbus_message_new_error(request, name, text);
     if (reply != nullptr) {
         dbus_connection_send(connection, reply, nullptr);
@@ -107,9 +100,7 @@ void AnswerError(DBusConnection* connection, DBusMessage* request, const char* n
 
 DBusConnection* OpenConnection(DBusError* error) {
     const char* address = getenv(kAddressVariable);
-    if (address == nullptr || address[0] == '\0') {
-        return dbus_bus_get_private(DBUS_BUS_SYSTEM, error);
-    }
+    if (address == nullptr || address[0] == '\0') return dbus_bus_get_private(DBUS_BUS_SYSTEM, error);
     DBusConnection* connection = dbus_connection_open_private(address, error);
     if (connection != nullptr && !dbus_bus_register(connection, error)) {
         dbus_connection_close(connection);
@@ -190,9 +181,7 @@ bool BusLink::Send(const busglue_send_record& record, busglue_send_reply reply) 
     queued.frame.assign(record.frame, record.frame + record.length);
     queued.reply = reply;
     std::lock_guard<std::mutex> lock(mutex_);
-    if (!connected_ || queue_.size() >= kQueueLimit) {
-        return false;
-    }
+    if (!connected_ || queue_.size() >= kQueueLimit) return false;
     queue_.push_back(std::move(queued));
     eventfd_write(wake_fd_, 1);
     return true;
@@ -202,18 +191,14 @@ bool BusLink::ReadTables(const busglue_descriptor* descriptor) {
     methods_.clear();
     signals_.clear();
     const busglue_method_row* method = descriptor == nullptr ? nullptr : descriptor->methods;
-    for (; method != nullptr && method->name != nullptr && method->handler != nullptr; method++) {
+    for (; method != nullptr && method->name != nullptr && method->handler != nullptr; ++method) {
         methods_.push_back(MethodRow{BusTarget(), method->handler});
-        if (!ParseTarget(method->name, &methods_.back().target)) {
-            return false;
-        }
+        if (!ParseTarget(method->name, &methods_.back().target)) return false;
     }
     const busglue_signal_row* signal = descriptor == nullptr ? nullptr : descriptor->signals;
-    for (; signal != nullptr && signal->name != nullptr && signal->handler != nullptr; signal++) {
+    for (; signal != nullptr && signal->name != nullptr && signal->handler != nullptr; ++signal) {
         signals_.push_back(SignalRow{BusTarget(), signal->handler});
-        if (!ParseTarget(signal->name, &signals_.back().target)) {
-            return false;
-        }
+        if (!ParseTarget(signal->name, &signals_.back().target)) return false;
     }
     return true;
 }
@@ -229,7 +214,7 @@ bool BusLink::Connect(std::string* why) {
         ready = dbus_connection_add_filter(connection_, Filter, this, nullptr) &&
                 OwnName(connection_, service_.c_str(), &error);
     }
-    for (size_t i = 0; ready && i < signals_.size(); i++) {
+    for (size_t i = 0; ready && i < signals_.size(); ++i) {
         const BusTarget& target = signals_[i].target;
         std::string rule =
             "type='signal',interface='" + target.interface + "',member='" + target.member + "'";
@@ -245,9 +230,7 @@ bool BusLink::Connect(std::string* why) {
 }
 
 void BusLink::Disconnect() {
-    if (connection_ == nullptr) {
-        return;
-    }
+    if (connection_ == nullptr) return;
     dbus_connection_remove_filter(connection_, Filter, this);
     dbus_connection_close(connection_);
     dbus_connection_unref(connection_);
@@ -268,9 +251,7 @@ void BusLink::Run() {
         SendQueued();  // last: a reply that came, or never will, makes room for a record in the queue
         WaitForTraffic(UntilNextOverdueMs());
         // Reads and writes what is possible at once; false is a bus that has gone.
-        if (!dbus_connection_read_write(connection_, 0)) {
-            WaitAndReconnect();
-        }
+        if (!dbus_connection_read_write(connection_, 0)) WaitAndReconnect();
     }
 }
 
@@ -282,7 +263,7 @@ void BusLink::WaitAndReconnect() {
     Disconnect();
     std::string why;
     do {
-        poll(nullptr, 0, kReconnectWaitMs);
+        poll(nullptr, 0, kReconnectWait_ms);
     } while (!Connect(&why));
     mutex_.lock();
     connected_ = true;
@@ -297,9 +278,7 @@ void BusLink::WaitForTraffic(int timeout_ms) {
     if (!dbus_connection_get_unix_fd(connection_, &fds[0].fd)) {
         return;  // closed already
     }
-    if (dbus_connection_has_messages_to_send(connection_)) {
-        fds[0].events |= POLLOUT;
-    }
+    if (dbus_connection_has_messages_to_send(connection_)) fds[0].events |= POLLOUT;
     poll(fds, 2, timeout_ms);
     eventfd_t count;
     eventfd_read(wake_fd_, &count);
@@ -308,9 +287,7 @@ void BusLink::WaitForTraffic(int timeout_ms) {
 void BusLink::SendQueued() {
     while (awaited_.size() < kAwaitedLimit) {
         std::unique_lock<std::mutex> lock(mutex_);
-        if (queue_.empty()) {
-            return;
-        }
+        if (queue_.empty()) return;
         QueuedRecord record = std::move(queue_.front());
         queue_.pop_front();
         lock.unlock();
@@ -322,15 +299,13 @@ void BusLink::SendNow(const QueuedRecord& record) {
     const BusTarget& target = record.target;
     DBusMessage* message = dbus_message_new_method_call(target.service.c_str(), target.path.c_str(),
                                                         target.interface.c_str(), target.member.c_str());
-    if (message == nullptr) {
-        return;
-    }
+    if (message == nullptr) return;
     dbus_message_set_auto_start(message, FALSE);  // a frame is for a service that runs, it starts none
     dbus_message_set_no_reply(message, record.reply == nullptr);
     dbus_uint32_t serial = 0;
     if (AppendBytes(message, record.frame.data(), static_cast<int>(record.frame.size())) &&
         dbus_connection_send(connection_, message, &serial) && record.reply != nullptr) {
-        awaited_[serial] = AwaitedReply{record.reply, NowMs() + kReplyWaitMs};
+        awaited_[serial] = AwaitedReply{record.reply, NowMs() + kReplyWait_ms};
     }
     dbus_message_unref(message);
 }
@@ -344,13 +319,9 @@ void BusLink::ForgetOverdueReplies() {
 
 /// For poll: the time until the next reply is overdue.
 int BusLink::UntilNextOverdueMs() const {
-    if (awaited_.empty()) {
-        return kNoTimeout;
-    }
+    if (awaited_.empty()) return kNoTimeout;
     int64_t first_ms = INT64_MAX;
-    for (const auto& [serial, awaited] : awaited_) {
-        first_ms = std::min(first_ms, awaited.deadline_ms);
-    }
+    for (const auto& [serial, awaited] : awaited_) first_ms = std::min(first_ms, awaited.deadline_ms);
     return static_cast<int>(std::max<int64_t>(0, first_ms - NowMs()));
 }
 
@@ -378,9 +349,7 @@ DBusHandlerResult BusLink::ServeMethod(DBusMessage* message) {
         return DBUS_HANDLER_RESULT_HANDLED;
     }
     for (const MethodRow& row : methods_) {
-        if (!IsFor(message, row.target)) {
-            continue;
-        }
+        if (!IsFor(message, row.target)) continue;
         std::vector<unsigned char> frame;
         if (!ReadBytes(message, &frame)) {
             AnswerError(connection_, message, DBUS_ERROR_INVALID_ARGS,
@@ -409,9 +378,7 @@ void BusLink::ServeSignal(DBusMessage* message) {
 /// A reply or an error of the peer or, in the peer's stead, of the bus. An error counts as no reply.
 void BusLink::TakeReply(DBusMessage* message) {
     auto found = awaited_.find(dbus_message_get_reply_serial(message));
-    if (found == awaited_.end()) {
-        return;
-    }
+    if (found == awaited_.end()) return;
     busglue_send_reply reply = found->second.reply;
     awaited_.erase(found);
     std::vector<unsigned char> frame;
@@ -434,7 +401,5 @@ void BusLink::Describe(DBusMessage* request) {
     if (reply != nullptr && dbus_message_append_args(reply, DBUS_TYPE_STRING, &xml, DBUS_TYPE_INVALID)) {
         dbus_connection_send(connection_, reply, nullptr);
     }
-    if (reply != nullptr) {
-        dbus_message_unref(reply);
-    }
+    if (reply != nullptr) dbus_message_unref(reply);
 }

@@ -3,16 +3,17 @@
 // queue.
 #pragma once
 
-#include "bus_names.h"
-#include "busglue.h"
-
-#include <dbus/dbus.h>
 #include <cstdint>
 #include <deque>
 #include <map>
 #include <mutex>
 #include <string>
 #include <vector>
+
+#include <dbus/dbus.h>
+
+#include "platform/busglue/bus_names.h"
+#include "platform/busglue/busglue.h"
 
 class BusLink {
   public:

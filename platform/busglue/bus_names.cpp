@@ -1,7 +1,8 @@
-#include "bus_names.h"
+#include "platform/busglue/bus_names.h"
+
+#include <cstring>
 
 #include <dbus/dbus.h>
-#include <cstring>
 
 namespace {
 
@@ -11,9 +12,7 @@ const std::string kPathPrefix = "/busglue/";
 }  // namespace
 
 std::string ServiceOf(const char* name) {
-    if (name == nullptr || strchr(name, '.') != nullptr) {
-        return "";
-    }
+    if (name == nullptr || strchr(name, '.') != nullptr) return "";
     std::string service = kServicePrefix + name;
     // The same text serves as interface name, whose rules are the stricter ones.
     bool valid =
@@ -23,9 +22,7 @@ std::string ServiceOf(const char* name) {
 
 bool ParseTarget(const char* name, BusTarget* target) {
     const char* dot = name == nullptr ? nullptr : strchr(name, '.');
-    if (dot == nullptr) {
-        return false;
-    }
+    if (dot == nullptr) return false;
     std::string owner(name, dot);
     std::string service = ServiceOf(owner.c_str());
     std::string path = kPathPrefix + owner;

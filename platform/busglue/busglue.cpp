@@ -1,15 +1,15 @@
 // The three calls of the library, as a board's own one has them.
 
 #pragma GCC visibility push(default)
-#include "busglue.h"
+#include "platform/busglue/busglue.h"
 #pragma GCC visibility pop
-
-#include "bus_link.h"
-
-#include <cerrno>
 
 #include <pthread.h>
 #include <syslog.h>
+
+#include <cerrno>
+
+#include "platform/busglue/bus_link.h"
 
 namespace {
 
@@ -41,7 +41,5 @@ int dbs_send_method_async(busglue_send_record* record, busglue_send_reply reply)
 void log_send(const char* text) {
     static pthread_once_t once = PTHREAD_ONCE_INIT;
     pthread_once(&once, OpenLog);
-    if (text != nullptr) {
-        syslog(LOG_INFO, "%s", text);
-    }
+    if (text != nullptr) syslog(LOG_INFO, "%s", text);
 }

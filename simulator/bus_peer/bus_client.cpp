@@ -14,7 +14,7 @@ constexpr char kMessage[] = "Message";
 constexpr char kSignalPath[] = "/busglue/ravelin";
 constexpr char kSignalInterface[] = "busglue.ravelin";
 constexpr char kSignalMember[] = "reset";
-constexpr int kPollMs = 100;
+constexpr int kPoll_ms = 100;
 
 bool AppendBytes(DBusMessage* message, const Bytes& bytes) {
     const uint8_t nothing = 0;
@@ -27,8 +27,9 @@ bool ReadBytes(DBusMessage* message, Bytes* bytes) {
     const uint8_t* first = nullptr;
     int count = 0;
     if (!dbus_message_get_args(message, nullptr, DBUS_TYPE_ARRAY, DBUS_TYPE_BYTE, &first, &count,
-                               DBUS_TYPE_INVALID))
+                               DBUS_TYPE_INVALID)) {
         return false;
+    }
     bytes->assign(first, first + count);
     return true;
 }
@@ -40,10 +41,12 @@ bool IsFrameForService(DBusMessage* message) {
 
 CallResult WhyNot(const char* error_name) {
     const std::string name = error_name == nullptr ? "" : error_name;
-    if (name == DBUS_ERROR_SERVICE_UNKNOWN || name == DBUS_ERROR_NAME_HAS_NO_OWNER)
+    if (name == DBUS_ERROR_SERVICE_UNKNOWN || name == DBUS_ERROR_NAME_HAS_NO_OWNER) {
         return CallResult::kNobodyThere;
-    if (name == DBUS_ERROR_NO_REPLY || name == DBUS_ERROR_TIMEOUT || name == DBUS_ERROR_DISCONNECTED)
+    }
+    if (name == DBUS_ERROR_NO_REPLY || name == DBUS_ERROR_TIMEOUT || name == DBUS_ERROR_DISCONNECTED) {
         return CallResult::kNoAnswer;
+    }
     if (name == DBUS_ERROR_ACCESS_DENIED) return CallResult::kNotAllowed;
     return CallResult::kNotAFrame;
 }
@@ -80,8 +83,9 @@ DBusPendingCall* BusClient::Send(const Bytes& bytes, int timeout_ms) {
     DBusPendingCall* pending = nullptr;
     if (call != nullptr) {
         dbus_message_set_auto_start(call, FALSE);
-        if (AppendBytes(call, bytes))
+        if (AppendBytes(call, bytes)) {
             dbus_connection_send_with_reply(connection_, call, &pending, timeout_ms);
+        }
         dbus_message_unref(call);
     }
     return pending;
@@ -123,8 +127,9 @@ bool BusClient::BeService() {
     DBusError error = DBUS_ERROR_INIT;
     const int result = dbus_bus_request_name(connection_, kServiceName, DBUS_NAME_FLAG_DO_NOT_QUEUE, &error);
     if (result == DBUS_REQUEST_NAME_REPLY_PRIMARY_OWNER) return true;
-    if (result == DBUS_REQUEST_NAME_REPLY_EXISTS)
+    if (result == DBUS_REQUEST_NAME_REPLY_EXISTS) {
         dbus_set_error(&error, DBUS_ERROR_FAILED, "somebody else owns it");
+    }
     return Failed(&error, std::string("can't be ") + kServiceName);
 }
 
@@ -134,7 +139,7 @@ ServeResult BusClient::Serve(const std::function<bool(const Bytes& frame, Bytes*
     const Clock::time_point deadline = Clock::now() + std::chrono::milliseconds(timeout_ms);
     bool wants_more = true;
     while (wants_more && (timeout_ms < 0 || Clock::now() < deadline)) {
-        if (!dbus_connection_read_write(connection_, kPollMs)) {
+        if (!dbus_connection_read_write(connection_, kPoll_ms)) {
             error_ = "the bus has gone";
             return ServeResult::kBusGone;
         }
@@ -143,8 +148,9 @@ ServeResult BusClient::Serve(const std::function<bool(const Bytes& frame, Bytes*
             if (wants_more && IsFrameForService(message) && ReadBytes(message, &frame)) {
                 wants_more = answer_frame(frame, &answer);
                 DBusMessage* reply = dbus_message_new_method_return(message);
-                if (reply != nullptr && AppendBytes(reply, answer))
+                if (reply != nullptr && AppendBytes(reply, answer)) {
                     dbus_connection_send(connection_, reply, nullptr);
+                }
                 if (reply != nullptr) dbus_message_unref(reply);
             }
             dbus_message_unref(message);

@@ -1,10 +1,10 @@
 // The peer's connection to the bus, with a stock D-Bus library. All calls from one thread.
 #pragma once
 
-#include <dbus/dbus.h>
-
 #include <functional>
 #include <string>
+
+#include <dbus/dbus.h>
 
 #include "simulator/bus_peer/frame.h"
 

@@ -31,9 +31,9 @@ unsigned NumberAt(const Bytes& bytes, size_t at) {
 /// Bit by bit: the daemon's tables are what it checks.
 uint16_t Crc16(const uint8_t* bytes, size_t count) {
     unsigned crc = kCrcStart;
-    for (size_t i = 0; i < count; i++) {
+    for (size_t i = 0; i < count; ++i) {
         crc ^= bytes[i];
-        for (int bit = 0; bit < 8; bit++) crc = (crc & 1) != 0 ? crc >> 1 ^ kPolynomial : crc >> 1;
+        for (int bit = 0; bit < 8; ++bit) crc = (crc & 1) != 0 ? crc >> 1 ^ kPolynomial : crc >> 1;
     }
     return static_cast<uint16_t>(crc);
 }
@@ -51,13 +51,15 @@ Bytes EncodeFrame(const Frame& frame) {
 std::string DecodeFrame(const Bytes& bytes, Frame* frame) {
     if (bytes.empty()) return "it is empty";
     if (bytes.size() < kOverhead) return "it is shorter than a frame without data";
-    if (!std::equal(std::begin(kMagic), std::end(kMagic), bytes.begin()))
+    if (!std::equal(std::begin(kMagic), std::end(kMagic), bytes.begin())) {
         return "it doesn't begin with FF 6A A6";
+    }
     const size_t data_size = bytes.size() - kOverhead;
     if (NumberAt(bytes, 5) != data_size + kLengthBesideData) return "its length field is wrong";
     const size_t checked = bytes.size() - kMagicSize - kCrcSize;
-    if (NumberAt(bytes, bytes.size() - kCrcSize) != Crc16(bytes.data() + kMagicSize, checked))
+    if (NumberAt(bytes, bytes.size() - kCrcSize) != Crc16(bytes.data() + kMagicSize, checked)) {
         return "its CRC is wrong";
+    }
     frame->msg_id = NumberAt(bytes, 3);
     frame->cmd = NumberAt(bytes, 7);
     frame->data.assign(bytes.begin() + kHeadSize, bytes.end() - kCrcSize);

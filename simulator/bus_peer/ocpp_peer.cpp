@@ -64,7 +64,7 @@ Exit Ask(BusClient& bus, const Options& options, const Bytes& question, Bytes* a
     while (asked < options.repeat || !calls.empty()) {
         if (asked < options.repeat && calls.size() < static_cast<size_t>(options.window)) {
             calls.push_back(bus.Send(question, options.timeout_ms));
-            asked++;
+            ++asked;
             continue;
         }
         const CallResult result = bus.Await(calls.front(), answer);
@@ -95,11 +95,13 @@ Exit AskFrame(BusClient& bus, const Options& options, const Frame& question, Fra
     const std::string problem = DecodeFrame(bytes, answer);
     if (!problem.empty()) return ComplainOf(bytes, problem);
     if (answer->msg_id != question.msg_id) return ComplainOf(bytes, "it has another message id");
-    if (answer->cmd != question.cmd && answer->cmd != kUpgrade)
+    if (answer->cmd != question.cmd && answer->cmd != kUpgrade) {
         return ComplainOf(bytes, "it has another command");
+    }
     if (answer->cmd == kUpgrade &&
-        (answer->data.size() != 1 || answer->data[0] >= std::size(kUpgradeAnswers)))
+        (answer->data.size() != 1 || answer->data[0] >= std::size(kUpgradeAnswers))) {
         return ComplainOf(bytes, "its status isn't known");
+    }
     return kDone;
 }
 
@@ -142,8 +144,9 @@ Exit AskRaw(BusClient& bus, const Options& options) {
 
 std::string Meaning(const Frame& frame) {
     const bool has_byte = frame.data.size() == 1;
-    if (frame.cmd == kUpgradeOutcome && has_byte && frame.data[0] < std::size(kOutcomes))
+    if (frame.cmd == kUpgradeOutcome && has_byte && frame.data[0] < std::size(kOutcomes)) {
         return kOutcomes[frame.data[0]];
+    }
     if (frame.cmd == kModuleRefused && has_byte && frame.data[0] == 1) return "module refused";
     return "unknown";
 }
@@ -154,8 +157,9 @@ Exit Watch(BusClient& bus, const Options& options) {
     const auto answer_frame = [&](const Bytes& bytes, Bytes* answer) {
         Frame frame;
         const std::string problem = DecodeFrame(bytes, &frame);
-        if (problem.empty())
+        if (problem.empty()) {
             *answer = EncodeFrame({frame.msg_id, frame.cmd, {static_cast<uint8_t>(options.reply)}});
+        }
         const std::string meaning = problem.empty() ? Meaning(frame) : "broken, " + problem;
         printf("%s: %s\n", meaning.c_str(), ToHex(bytes).c_str());
         fflush(stdout);

@@ -42,8 +42,9 @@ std::string CheckCommand(const Options& options) {
 
 std::string CheckArguments(Options* options) {
     for (const std::string& text : options->arguments) {
-        if (options->command == "upgrade" && text.size() > kTextLimit)
+        if (options->command == "upgrade" && text.size() > kTextLimit) {
             return "upgrade: a text has more than 255 bytes";
+        }
         if (options->command != "raw") continue;
         const auto bytes = simulator_text::FromHex(text);
         if (!bytes) return "raw: not hexadecimal: " + text;

@@ -32,7 +32,7 @@ std::string ReadStatus(const Bytes& data, std::vector<StatusItem>* items) {
     items->clear();
     if (data.empty() || data[0] != std::size(kNames)) return "it isn't one of fifteen items";
     size_t at = 1;
-    for (size_t i = 0; i < std::size(kNames); i++) {
+    for (size_t i = 0; i < std::size(kNames); ++i) {
         if (at + 2 > data.size() || at + 2 + data[at + 1] > data.size()) return "its items are cut off";
         if (data[at] != i + 1) return "its items aren't in their order";
         const auto value = data.begin() + static_cast<long>(at) + 2;

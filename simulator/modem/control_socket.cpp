@@ -1,23 +1,23 @@
 // The control socket of the tool, and the client that scripts use.
 #include "simulator/modem/control_socket.h"
 
-#include <algorithm>
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
-
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
 
 namespace modem_sim {
 
 namespace {
 
 constexpr size_t kClientsMax = 16;
-constexpr size_t kLineMaxBytes = 16UL * 1024;
-constexpr size_t kReadBytes = 4096;
+constexpr size_t kLineMax_bytes = 16UL * 1024;
+constexpr size_t kRead_bytes = 4096;
 constexpr int kBacklog = 8;
 constexpr std::string_view kOkLine = "ok";
 constexpr std::string_view kErrorWord = "error: ";
@@ -43,8 +43,9 @@ bool IsSocket(const std::string& path) {
 int Connect(const sockaddr_un& address) {
     const int connected = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
     if (connected < 0) return -1;
-    if (connect(connected, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0)
+    if (connect(connected, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) {
         return connected;
+    }
     close(connected);
     return -1;
 }
@@ -74,7 +75,7 @@ bool PrintReply(int connected, std::string* heard) {
             if (is_error) return false;
             if (line == kOkLine) return true;
         }
-        char bytes[kReadBytes];
+        char bytes[kRead_bytes];
         const ssize_t count = recv(connected, bytes, sizeof bytes, 0);
         if (count <= 0) {
             fprintf(stderr, "the simulator has gone\n");
@@ -144,7 +145,7 @@ void ControlSocket::AcceptClients() {
 }
 
 bool ControlSocket::ServeClient(Client& client) {
-    char bytes[kReadBytes];
+    char bytes[kRead_bytes];
     const ssize_t count = recv(client.socket, bytes, sizeof bytes, 0);
     if (count == 0) return false;
     if (count < 0) return errno == EAGAIN || errno == EINTR;
@@ -153,7 +154,7 @@ bool ControlSocket::ServeClient(Client& client) {
     while (TakeLine(&client.heard, &line)) {
         if (!SendAll(client.socket, turn_(line))) return false;
     }
-    return client.heard.size() <= kLineMaxBytes;
+    return client.heard.size() <= kLineMax_bytes;
 }
 
 std::string ReplyBytes(bool is_ok, const std::string& reply) {

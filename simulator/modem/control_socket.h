@@ -2,11 +2,11 @@
 // its reply, if it has any, and one that says "ok" or "error: " and the reason.
 #pragma once
 
+#include <poll.h>
+
 #include <functional>
 #include <string>
 #include <vector>
-
-#include <poll.h>
 
 namespace modem_sim {
 

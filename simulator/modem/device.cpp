@@ -11,10 +11,10 @@ namespace modem_sim {
 namespace {
 
 /// From a restart command to the restart: the "OK" must still reach the host.
-constexpr int64_t kRestartDelayMs = 100;
+constexpr int64_t kRestartDelay_ms = 100;
 
 /// Between two reports of the signal by a modem that gives them unsolicited.
-constexpr int64_t kSignalReportPeriodMs = 7000;
+constexpr int64_t kSignalReportPeriod_ms = 7000;
 
 bool IsRegisteredStat(int stat) {
     return stat == kStatHome || stat == kStatRoaming;
@@ -142,7 +142,7 @@ void Device::Boot() {
 }
 
 void Device::RestartSoon() {
-    Start(kRestart, kRestartDelayMs);
+    Start(kRestart, kRestartDelay_ms);
 }
 
 void Device::ResetSession() {
@@ -378,7 +378,7 @@ void Device::Report(RadioReport report) {
 }
 
 void Device::StartSignalReports() {
-    if (family.radio_report != nullptr) Start(kSignalReport, kSignalReportPeriodMs);
+    if (family.radio_report != nullptr) Start(kSignalReport, kSignalReportPeriod_ms);
 }
 
 }  // namespace modem_sim

@@ -45,9 +45,9 @@ constexpr int kStatRoaming = 5;
 
 /// The network of one SIM, as far as two SIMs differ in it.
 struct Subscription {
-    std::array<int, kDomainCount> stat = {kStatHome, kStatHome, kStatHome};  ///< once a search is over
-    bool reaches_all = true;         ///< every host answers through it
-    std::vector<std::string> hosts;  ///< otherwise those that do
+    std::array<int, kDomainCount> stat = {kStatHome, kStatHome, kStatHome};  // once a search is over
+    bool reaches_all = true;                                                 // every host answers through it
+    std::vector<std::string> hosts;                                          // otherwise those that do
     int64_t round_trip_ms = 40;
 };
 
@@ -56,7 +56,7 @@ struct SimCard {
     bool wants_pin = false;
     bool pin_entered = false;
     int pin_tries_left = 3;
-    int busy_asks_left = 0;  ///< this many asks more are answered with "busy"
+    int busy_asks_left = 0;  // this many asks more are answered with "busy"
     std::string pin = "1234";
     std::string iccid;
     std::string imsi;
@@ -74,7 +74,7 @@ struct Surroundings {
     int sinr_db = 14;
     int band = 3;
     int channel = 1650;
-    int cell_id = 211;  ///< physical cell id
+    int cell_id = 211;  // physical cell id
     std::string area_code = "5A1C";
     std::string cell_address = "B3F2A10";
     std::string operator_name = "CHINA MOBILE";
@@ -85,7 +85,7 @@ struct Surroundings {
 /// How long things take.
 struct Timing {
     int64_t boot_ms = 5000;
-    int64_t port_gone_ms = 3000;  ///< the USB port after a reset; not longer than the boot
+    int64_t port_gone_ms = 3000;  // the USB port after a reset; not longer than the boot
     int64_t sim_start_ms = 600;
     int64_t search_ms = 3000;
     int64_t dial_ms = 800;
@@ -93,10 +93,10 @@ struct Timing {
 
 /// What the host has set and a restart or "ATZ" forgets.
 struct Session {
-    bool echo = true;                                  ///< the family says what a start gives
-    int error_mode = 0;                                ///< +CMEE
-    std::array<int, kDomainCount> report = {0, 0, 0};  ///< n of +CREG, +CGREG, +CEREG
-    int operator_format = 0;                           ///< 0 long name, 2 digits
+    bool echo = true;                                  // the family says what a start gives
+    int error_mode = 0;                                // +CMEE
+    std::array<int, kDomainCount> report = {0, 0, 0};  // n of +CREG, +CGREG, +CEREG
+    int operator_format = 0;                           // 0 long name, 2 digits
 };
 
 constexpr int kContextsMax = 16;
@@ -168,7 +168,7 @@ class Device {
     void SetRadio(Radio radio);
     int Stat(Domain domain) const;
     bool IsRegistered(Domain domain) const;
-    bool HasService() const;  ///< registered anywhere
+    bool HasService() const;  // registered anywhere
     bool HasPacketService() const;
     bool IsRoaming() const { return HasPacketStat(kStatRoaming); }
     bool IsDenied() const { return HasPacketStat(kStatDenied); }
@@ -199,7 +199,7 @@ class Device {
     std::map<int, Context> contexts;
     int usb_mode = 0;
     int usb_mode_after_boot = 0;
-    /// What a dialect stores for its own commands, by names of its own.
+    // What a dialect stores for its own commands, by names of its own.
     std::map<std::string, std::string> settings;
     /// Empty where nothing was stored.
     std::string Setting(const std::string& name) const;

@@ -202,8 +202,9 @@ Outcome Dial(Device& device, const DialWords& words) {
     Outcome outcome = Ok(words.started);
     switch (device.Dial()) {
         case DialResult::kStarted:
-            if (words.started_waits && device.call() == CallState::kDialling)
+            if (words.started_waits && device.call() == CallState::kDialling) {
                 outcome.takes_ms = device.timing.dial_ms;
+            }
             return outcome;
         case DialResult::kRefused:
             outcome = Ok();

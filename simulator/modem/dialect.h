@@ -16,9 +16,9 @@ namespace modem_sim {
 
 /// What a command answers and how long that takes.
 struct Outcome {
-    std::string lines;          ///< information lines, parted by '\n'; empty for none
-    std::string result = "OK";  ///< the last line; empty for a modem that says nothing more
-    int cme_error = 0;          ///< another than 0 stands in place of `result`, worded as +CMEE asks for
+    std::string lines;          // information lines, parted by '\n'; empty for none
+    std::string result = "OK";  // the last line; empty for a modem that says nothing more
+    int cme_error = 0;          // another than 0 stands in place of `result`, worded as +CMEE asks for
     int64_t takes_ms = 0;
 };
 
@@ -30,11 +30,11 @@ Outcome Filled(const Device& device, std::string_view text);
 
 /// How a modem words its answer to a dial. Without service all of them answer +CME ERROR.
 struct DialWords {
-    const char* started = "";       ///< information lines before OK
-    const char* hung_up = "";       ///< likewise of a hang-up
-    const char* refused = "ERROR";  ///< result when the network refuses
-    bool started_waits = true;      ///< a dial that succeeds is answered when it has ended, or else at once
-    bool refused_waits = true;      ///< likewise one that is refused
+    const char* started = "";       // information lines before OK
+    const char* hung_up = "";       // likewise of a hang-up
+    const char* refused = "ERROR";  // result when the network refuses
+    bool started_waits = true;      // a dial that succeeds is answered when it has ended, or else at once
+    bool refused_waits = true;      // likewise one that is refused
 };
 Outcome Dial(Device& device, const DialWords& words = {});
 /// "1" dials, "0" hangs up, and nothing else is taken.
@@ -54,9 +54,9 @@ constexpr int kCmeInvalidParameters = 53;
 /// What a command needs; without it the answer is the +CME ERROR that says so.
 enum Need : unsigned {
     kNothing = 0,
-    kCard = 1,     ///< a SIM in the holder, its PIN entered or not
-    kSim = 2,      ///< a SIM that is ready
-    kService = 4,  ///< registered in one of the three domains
+    kCard = 1,     // a SIM in the holder, its PIN entered or not
+    kSim = 2,      // a SIM that is ready
+    kService = 4,  // registered in one of the three domains
 };
 
 /// What stood in place of a row's '*': the parts between its commas.
@@ -93,13 +93,13 @@ Outcome SetUsbMode(Device& device, const Arguments& arguments) {
 Outcome SetContext(Device& device, const Arguments& arguments);
 
 struct Row {
-    /// As NormaliseCommand leaves it. A '*' at the end stands for any text.
+    // As NormaliseCommand leaves it. A '*' at the end stands for any text.
     const char* command;
     unsigned needs;
-    /// Information lines in front of "OK", parted by '\n', with fields in braces: see FieldNames(). Null for
-    /// none.
+    // Information lines in front of "OK", parted by '\n', with fields in braces: see FieldNames(). Null for
+    // none.
     const char* answer;
-    /// Does and answers what a template can't, in place of the template.
+    // Does and answers what a template can't, in place of the template.
     Action action;
 
     constexpr Row(const char* row_command, unsigned row_needs, const char* row_answer = nullptr)
@@ -122,7 +122,7 @@ struct Table {
 
 struct Model {
     const char* name;
-    const char* firmware = nullptr;  ///< null: the family's
+    const char* firmware = nullptr;  // null: the family's
 };
 
 /// What a modem says by itself when something happens: lines parted by '\n', each of which comes alone.
@@ -139,22 +139,22 @@ struct Unsolicited {
 
 struct Family {
     const char* name;
-    const char* maker;     ///< answer to "AT+CGMI"
-    Table<Model> models;   ///< the usual ones; the first is the default
-    const char* firmware;  ///< template, for models with no firmware of their own
+    const char* maker;     // answer to "AT+CGMI"
+    Table<Model> models;   // the usual ones; the first is the default
+    const char* firmware;  // template, for models with no firmware of their own
     const char* imei;
-    int factory_error_mode = 0;  ///< +CMEE after a start
+    int factory_error_mode = 0;  // +CMEE after a start
     int factory_usb_mode = 0;
-    bool factory_echo = true;  ///< command echo after a start
-    /// Device names that the port takes in turn, the next one with each restart. None for a port that keeps
-    /// its name.
+    bool factory_echo = true;  // command echo after a start
+    // Device names that the port takes in turn, the next one with each restart. None for a port that keeps
+    // its name.
     Table<const char*> port_names = {};
     Unsolicited unsolicited = {};
     /// What the modem says by itself about the radio, as lines: the signal every few seconds, the technology
     /// when it was found or has changed. Null for never.
     std::string (*radio_report)(const Device& device, RadioReport report) = nullptr;
     Table<Row> rows = {};
-    Table<Row> (*shared_rows)() = nullptr;  ///< those of a few relatives
+    Table<Row> (*shared_rows)() = nullptr;  // those of a few relatives
 };
 
 /// All families, in the order of --help: the default, and the others by name.

@@ -15,12 +15,12 @@ using Refusal = std::optional<std::string>;
 
 constexpr std::nullopt_t kTaken = std::nullopt;
 
-constexpr int64_t kTimeMaxMs = 24LL * 60 * 60 * 1000;
-constexpr int64_t kBytesMax = 32LL * 1024;
-constexpr int64_t kDefaultGapMs = 20;
+constexpr int64_t kTimeMax_ms = 24LL * 60 * 60 * 1000;
+constexpr int64_t kMost_bytes = 32LL * 1024;
+constexpr int64_t kDefaultGap_ms = 20;
 /// What a line of 115200 baud carries.
-constexpr int64_t kDefaultFloodBytesPerSecond = 11520;
-constexpr int64_t kFloodMaxBytesPerSecond = 1000LL * 1000;
+constexpr int64_t kDefaultFlood_bytes_per_second = 11520;
+constexpr int64_t kFloodMax_bytes_per_second = 1000LL * 1000;
 
 template <typename Number>
 Refusal SetNumber(std::string_view words, int64_t smallest, int64_t largest, Number* value) {
@@ -33,7 +33,7 @@ Refusal SetNumber(std::string_view words, int64_t smallest, int64_t largest, Num
 }
 
 Refusal SetTime(std::string_view words, int64_t* value_ms) {
-    return SetNumber(words, 0, kTimeMaxMs, value_ms);
+    return SetNumber(words, 0, kTimeMax_ms, value_ms);
 }
 
 Refusal SetSwitch(std::string_view words, bool* value) {
@@ -87,7 +87,7 @@ class Knobs {
     struct Knob {
         const char* name;
         Refusal (Knobs::*turn)(std::string_view words);
-        Scope scope = kOfModem;  ///< kOfSim: of one SIM and its network, so that "holder" may stand before it
+        Scope scope = kOfModem;  // kOfSim: of one SIM and its network, so that "holder" may stand before it
     };
 
     static const Knob kKnobs[];
@@ -220,8 +220,8 @@ class Knobs {
 
     Refusal Pieces(std::string_view words) {
         size_t piece_bytes = 0;
-        int64_t gap_ms = kDefaultGapMs;
-        if (const Refusal refusal = SetNumber(TakeWord(&words), 0, kBytesMax, &piece_bytes)) return refusal;
+        int64_t gap_ms = kDefaultGap_ms;
+        if (const Refusal refusal = SetNumber(TakeWord(&words), 0, kMost_bytes, &piece_bytes)) return refusal;
         if (!words.empty()) {
             if (TakeWord(&words) != "gap") return "N or N gap MS is wanted";
             if (const Refusal refusal = SetTime(words, &gap_ms)) return refusal;
@@ -231,7 +231,9 @@ class Knobs {
         return kTaken;
     }
 
-    Refusal Pad(std::string_view words) { return SetNumber(words, 0, kBytesMax, &modem_.faults_.pad_bytes); }
+    Refusal Pad(std::string_view words) {
+        return SetNumber(words, 0, kMost_bytes, &modem_.faults_.pad_bytes);
+    }
     Refusal Percent(std::string_view words) { return SetSwitch(words, &modem_.faults_.percent); }
     Refusal Nul(std::string_view words) { return SetSwitch(words, &modem_.faults_.nul); }
 
@@ -244,7 +246,7 @@ class Knobs {
 
     Refusal Garbage(std::string_view words) {
         size_t count = 0;
-        if (const Refusal refusal = SetNumber(words, 1, kBytesMax, &count)) return refusal;
+        if (const Refusal refusal = SetNumber(words, 1, kMost_bytes, &count)) return refusal;
         modem_.SayGarbage(count);
         return kTaken;
     }
@@ -258,13 +260,13 @@ class Knobs {
 
     Refusal Flood(std::string_view words) {
         const std::string_view state = TakeWord(&words);
-        int64_t bytes_per_second = kDefaultFloodBytesPerSecond;
+        int64_t bytes_per_second = kDefaultFlood_bytes_per_second;
         if (state == "off" && words.empty()) {
             bytes_per_second = 0;
         } else if (state != "on") {
             return "on, on BYTES_PER_SECOND or off is wanted";
         } else if (!words.empty()) {
-            const Refusal refusal = SetNumber(words, 1, kFloodMaxBytesPerSecond, &bytes_per_second);
+            const Refusal refusal = SetNumber(words, 1, kFloodMax_bytes_per_second, &bytes_per_second);
             if (refusal) return refusal;
         }
         modem_.SetFlood(bytes_per_second);

@@ -11,11 +11,11 @@ namespace modem_sim {
 
 namespace {
 
-constexpr size_t kTakeBytes = 4096;
+constexpr size_t kTake_bytes = 4096;
 /// A closed port can't be waited for (it is always "hung up"), so it is looked at that often.
-constexpr int kClosedPortLookMs = 20;
+constexpr int kClosedPortLook_ms = 20;
 /// Nothing hangs on it; the loop just never sleeps without a limit.
-constexpr int kLongestWaitMs = 60 * 1000;
+constexpr int kLongestWait_ms = 60 * 1000;
 
 int64_t MonotonicMs() {
     timespec now{};
@@ -116,7 +116,7 @@ void LiveModem::NoteHost(bool is_there) {
 void LiveModem::SpeakToHost() {
     for (;;) {
         if (unwritten_.empty()) {
-            unwritten_ = modem_.TakeOutput(NowMs(), kTakeBytes);
+            unwritten_ = modem_.TakeOutput(NowMs(), kTake_bytes);
             if (unwritten_.empty()) return;
             Log(host_is_there_ ? "modem" : "lost ", unwritten_);
         }
@@ -128,10 +128,10 @@ void LiveModem::SpeakToHost() {
 }
 
 int LiveModem::WaitMs() const {
-    int64_t wait_ms = kLongestWaitMs;
+    int64_t wait_ms = kLongestWait_ms;
     const auto next_ms = modem_.NextEventMs();
-    if (next_ms && unwritten_.empty()) wait_ms = std::clamp<int64_t>(*next_ms - NowMs(), 0, kLongestWaitMs);
-    if (port_.is_open() && !host_is_there_) wait_ms = std::min<int64_t>(wait_ms, kClosedPortLookMs);
+    if (next_ms && unwritten_.empty()) wait_ms = std::clamp<int64_t>(*next_ms - NowMs(), 0, kLongestWait_ms);
+    if (port_.is_open() && !host_is_there_) wait_ms = std::min<int64_t>(wait_ms, kClosedPortLook_ms);
     return static_cast<int>(wait_ms);
 }
 

@@ -53,7 +53,7 @@ class LiveModem {
     int64_t port_generation_ = 0;
     bool is_running_ = false;
     bool host_is_there_ = false;
-    std::string unwritten_;  ///< taken from the modem, not yet taken by the host
+    std::string unwritten_;  // taken from the modem, not yet taken by the host
 };
 
 }  // namespace modem_sim

@@ -14,15 +14,15 @@ namespace modem_sim {
 namespace {
 
 /// Longest command that the modem takes; far more than any host sends.
-constexpr size_t kCommandMaxBytes = 1024;
+constexpr size_t kCommandMax_bytes = 1024;
 constexpr size_t kUnknownCommandsKept = 100;
 /// Conversions that write memory, follow wild pointers or fill buffers when they are taken for a format.
 constexpr const char* kPercentText = ",%s%n%65536d%%";
 /// What a flooding modem repeats: something that no host waits for.
 constexpr std::string_view kFloodLine = "\r\n+CGEV: NW MODIFY 1\r\n";
 /// Above this much unread text a flood pauses: the rest would be lost anyway.
-constexpr size_t kFloodBacklogBytes = 32UL * 1024;
-constexpr int64_t kFloodPauseMs = 10;
+constexpr size_t kFloodBacklog_bytes = 32UL * 1024;
+constexpr int64_t kFloodPause_ms = 10;
 constexpr std::string_view kLineEnd = "\r\n";
 
 /// After the first information line; an answer that has none gets one.
@@ -45,8 +45,9 @@ std::string WithPadding(std::string bytes, size_t wanted_bytes) {
             std::string(kLineEnd) + std::string(missing_bytes - line_ends_bytes, 'x') + std::string(kLineEnd);
     }
     size_t result_line = std::string::npos;
-    if (bytes.size() > kLineEnd.size())
+    if (bytes.size() > kLineEnd.size()) {
         result_line = bytes.rfind(kLineEnd, bytes.size() - kLineEnd.size() - 1);
+    }
     return bytes.insert(result_line == std::string::npos ? 0 : result_line, filler);
 }
 
@@ -112,7 +113,7 @@ void Modem::HearCharacter(char character) {
     if (device_.session.echo) output_.Put(device_.now_ms(), std::string(1, character));
     if (character == '\r') {
         RunLine();
-    } else if (line_.size() < kCommandMaxBytes) {
+    } else if (line_.size() < kCommandMax_bytes) {
         line_ += character;
     } else {
         line_is_too_long_ = true;
@@ -214,8 +215,8 @@ void Modem::SetFlood(int64_t bytes_per_second) {
 }
 
 void Modem::FloodOnce() {
-    if (!CanTalk() || output_.size_bytes() > kFloodBacklogBytes) {
-        flood_start_ms_ = *next_flood_ms_ + kFloodPauseMs;
+    if (!CanTalk() || output_.size_bytes() > kFloodBacklog_bytes) {
+        flood_start_ms_ = *next_flood_ms_ + kFloodPause_ms;
         flood_sent_bytes_ = 0;
     } else {
         output_.Put(*next_flood_ms_, std::string(kFloodLine));

@@ -22,8 +22,8 @@
 namespace modem_sim {
 
 struct ModemOptions {
-    std::string family = "quectel_qcom";  ///< one of Modem::Families()
-    std::string model;                    ///< any text; empty for the family's first model
+    std::string family = "quectel_qcom";  // one of Modem::Families()
+    std::string model;                    // any text; empty for the family's first model
 };
 
 class Modem : private Device::Host {
@@ -92,16 +92,16 @@ class Modem : private Device::Host {
     static std::vector<std::string> KnobNames();
 
   private:
-    friend class Knobs;  ///< what Control does: knobs.cpp
+    friend class Knobs;  // what Control does: knobs.cpp
 
     /// What goes wrong between modem and host; all of it off at the start.
     struct LineFaults {
-        int64_t delay_ms = 0;      ///< every answer comes that much later
-        size_t piece_bytes = 0;    ///< answers come in pieces of that size; 0 whole
-        int64_t piece_gap_ms = 0;  ///< between two pieces
-        size_t pad_bytes = 0;      ///< shorter answers are filled up to that length
-        bool percent = false;      ///< conversions of printf in each answer
-        bool nul = false;          ///< a NUL byte in the middle of each answer
+        int64_t delay_ms = 0;      // every answer comes that much later
+        size_t piece_bytes = 0;    // answers come in pieces of that size; 0 whole
+        int64_t piece_gap_ms = 0;  // between two pieces
+        size_t pad_bytes = 0;      // shorter answers are filled up to that length
+        bool percent = false;      // conversions of printf in each answer
+        bool nul = false;          // a NUL byte in the middle of each answer
         Fault mute = Fault::kNone;
         int64_t flood_bytes_per_second = 0;
     };
@@ -125,15 +125,15 @@ class Modem : private Device::Host {
     Device device_;
     OutputQueue output_;
     LineFaults faults_;
-    std::map<std::string, std::string> overrides_;  ///< normalised command -> bytes of its answer
+    std::map<std::string, std::string> overrides_;  // normalised command -> bytes of its answer
     std::minstd_rand random_;
-    std::string port_path_;  ///< see port_path()
+    std::string port_path_;  // see port_path()
     size_t next_port_name_ = 0;
     std::string line_;
     bool line_is_too_long_ = false;
-    int64_t last_answer_ms_ = 0;  ///< answers don't overtake each other
+    int64_t last_answer_ms_ = 0;  // answers don't overtake each other
     bool is_answering_ = false;
-    std::string said_meanwhile_;  ///< what a command brought about is reported after its answer
+    std::string said_meanwhile_;  // what a command brought about is reported after its answer
     std::optional<int64_t> next_flood_ms_;
     int64_t flood_start_ms_ = 0;
     int64_t flood_sent_bytes_ = 0;

@@ -1,13 +1,13 @@
 // modem_sim: a modem for people and programs that have none. Reads its options, then runs until Ctrl-C; or
 // sends knobs to one that runs.
+#include <sys/signalfd.h>
+#include <unistd.h>
+
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
 #include <vector>
-
-#include <sys/signalfd.h>
-#include <unistd.h>
 
 #include "simulator/command_line.h"
 #include "simulator/help_text.h"

@@ -8,12 +8,12 @@ namespace modem_sim {
 namespace {
 
 /// About what a USB modem keeps for a host that doesn't read.
-constexpr size_t kCapacityBytes = 64UL * 1024;
+constexpr size_t kCapacity_bytes = 64UL * 1024;
 
 }  // namespace
 
 void OutputQueue::Put(int64_t due_ms, const std::string& bytes) {
-    const size_t fitting_bytes = std::min(bytes.size(), kCapacityBytes - size_bytes_);
+    const size_t fitting_bytes = std::min(bytes.size(), kCapacity_bytes - size_bytes_);
     if (fitting_bytes == 0) return;
     pieces_.emplace(due_ms, bytes.substr(0, fitting_bytes));
     size_bytes_ += fitting_bytes;

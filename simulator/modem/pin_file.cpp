@@ -1,18 +1,18 @@
 // A selector pin as a file, the way boards export their pins.
 #include "simulator/modem/pin_file.h"
 
+#include <sys/inotify.h>
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstring>
 #include <fstream>
-
-#include <sys/inotify.h>
-#include <unistd.h>
 
 namespace modem_sim {
 
 namespace {
 
-constexpr size_t kNoticesBytes = 4096;
+constexpr size_t kNotices_bytes = 4096;
 
 std::string FolderOf(const std::string& path) {
     const size_t slash = path.rfind('/');
@@ -47,7 +47,7 @@ void PinFile::AddTo(std::vector<pollfd>* wanted) const {
 void PinFile::Serve() {
     if (notices_ < 0) return;
     bool is_written = false;
-    alignas(inotify_event) char bytes[kNoticesBytes];
+    alignas(inotify_event) char bytes[kNotices_bytes];
     for (ssize_t count; (count = read(notices_, bytes, sizeof bytes)) > 0;) {
         for (ssize_t at = 0; at < count;) {
             const auto* const notice = reinterpret_cast<const inotify_event*>(bytes + at);

@@ -28,7 +28,7 @@ class PinFile {
 
     const std::function<void(int level)> on_level_;
     std::string path_;
-    std::string name_;  ///< in its folder
+    std::string name_;  // in its folder
     int notices_ = -1;
 };
 

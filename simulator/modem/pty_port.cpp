@@ -1,22 +1,22 @@
 // The serial port that the tool offers: a pty, and a link to it.
 #include "simulator/modem/pty_port.h"
 
-#include <cerrno>
-#include <cstdlib>
-#include <cstring>
-
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/stat.h>
 #include <termios.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+
 namespace modem_sim {
 
 namespace {
 
-constexpr size_t kReadBytes = 4096;
-constexpr size_t kPathBytes = 4096;
+constexpr size_t kRead_bytes = 4096;
+constexpr size_t kPath_bytes = 4096;
 constexpr std::string_view kSlaveFolder = "/dev/pts/";
 
 std::string ErrorText(const std::string& what) {
@@ -25,7 +25,7 @@ std::string ErrorText(const std::string& what) {
 
 /// Target of a symbolic link; empty when it is none.
 std::string LinkTarget(const std::string& path) {
-    char target[kPathBytes];
+    char target[kPath_bytes];
     const ssize_t length = readlink(path.c_str(), target, sizeof target);
     return length > 0 ? std::string(target, static_cast<size_t>(length)) : std::string();
 }
@@ -41,7 +41,7 @@ bool PtyPort::Open(const std::string& link_path, std::string* error) {
 
 bool PtyPort::MakeMaster(std::string* error) {
     master_ = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC | O_NONBLOCK);
-    char path[kPathBytes];
+    char path[kPath_bytes];
     if (master_ < 0 || grantpt(master_) != 0 || unlockpt(master_) != 0 ||
         ptsname_r(master_, path, sizeof path) != 0) {
         *error = ErrorText("can't make a pty");
@@ -96,7 +96,7 @@ void PtyPort::DropUnread() const {
 }
 
 std::string PtyPort::Read() const {
-    char bytes[kReadBytes];
+    char bytes[kRead_bytes];
     const ssize_t count = read(master_, bytes, sizeof bytes);
     return count > 0 ? std::string(bytes, static_cast<size_t>(count)) : std::string();
 }

@@ -44,7 +44,7 @@ class PtyPort {
 
     int master_ = -1;
     std::string slave_path_;
-    std::string link_path_;  ///< empty while there is no link of ours
+    std::string link_path_;  // empty while there is no link of ours
 };
 
 }  // namespace modem_sim

@@ -14,7 +14,7 @@ size_t Utf8Length(std::string_view text) {
     const auto first = static_cast<unsigned char>(text[0]);
     const size_t length = first >= 0xC2 && first < 0xE0 ? 2 : first >= 0xE0 && first < 0xF0 ? 3 : 0;
     if (length == 0 || text.size() < length) return 0;
-    for (size_t i = 1; i < length; i++) {
+    for (size_t i = 1; i < length; ++i) {
         if ((static_cast<unsigned char>(text[i]) & 0xC0) != 0x80) return 0;
     }
     return length;
@@ -33,7 +33,7 @@ char ByteOfHexPair(std::string_view text) {
 
 std::string Escape(std::string_view bytes) {
     std::string text;
-    for (size_t i = 0; i < bytes.size(); i++) {
+    for (size_t i = 0; i < bytes.size(); ++i) {
         const auto byte = static_cast<unsigned char>(bytes[i]);
         if (byte >= 0x80) {
             const size_t length = Utf8Length(bytes.substr(i));
@@ -64,7 +64,7 @@ std::string Escape(std::string_view bytes) {
 
 std::string Unescape(std::string_view text) {
     std::string bytes;
-    for (size_t i = 0; i < text.size(); i++) {
+    for (size_t i = 0; i < text.size(); ++i) {
         if (text[i] != '\\' || i + 1 == text.size()) {
             bytes += text[i];
             continue;

@@ -144,14 +144,14 @@ bool Environment::IsReadable(int fd) {
 
 int64_t Environment::ReadPort(int fd, void* to, size_t size) {
     if (!IsReadable(fd) && scheduler.MayWait()) {
-        scheduler.Wait(now_us() + kSilentReadUs, [this, fd] { return !IsPort(fd) || IsReadable(fd); });
+        scheduler.Wait(now_us() + kSilentRead_us, [this, fd] { return !IsPort(fd) || IsReadable(fd); });
     }
     if (!IsPort(fd)) {
         errno = EBADF;
         return -1;
     }
     if (fail_port_reads > 0) {
-        fail_port_reads--;
+        --fail_port_reads;
         errno = EIO;
         return -1;
     }
@@ -177,10 +177,11 @@ int64_t Environment::WritePort(int fd, const void* from, size_t size) {
 void Environment::FlushPort(int fd) {
     if (IsHungUp(fd)) return;
     PortPeer* peer = open_ports_.at(fd).peer;
-    constexpr size_t kPieceBytes = 4096;
+    constexpr size_t kPiece_bytes = 4096;
     constexpr int kPiecesMax = 16;  // a peer that never runs dry can't be emptied
-    for (int piece = 0; piece < kPiecesMax && peer->Readable(now_us()); piece++)
-        peer->Read(kPieceBytes, now_us());
+    for (int piece = 0; piece < kPiecesMax && peer->Readable(now_us()); ++piece) {
+        peer->Read(kPiece_bytes, now_us());
+    }
 }
 
 std::string Environment::WaitForTypedLine() {

@@ -23,11 +23,11 @@
 namespace virtual_time {
 
 /// Clocks at the start of every world: uptime in seconds, and 2026-01-01 00:00:00 UTC.
-constexpr int64_t kUptimeAtStartSeconds = 1000;
-constexpr int64_t kWallClockAtStartSeconds = 1767225600;
+constexpr int64_t kUptimeAtStart_seconds = 1000;
+constexpr int64_t kWallClockAtStart_seconds = 1767225600;
 
 /// How long a bare read of a silent port waits, as the line is set up (VTIME 150 tenths, VMIN 0).
-constexpr int64_t kSilentReadUs = 15 * kMicrosecondsPerSecond;
+constexpr int64_t kSilentRead_us = 15 * kMicrosecondsPerSecond;
 
 class Environment {
   public:
@@ -43,7 +43,7 @@ class Environment {
     static Environment* OfThisThread();
 
     int64_t now_us() const { return scheduler.now_us(); }
-    int64_t uptime_us() const { return now_us() + kUptimeAtStartSeconds * kMicrosecondsPerSecond; }
+    int64_t uptime_us() const { return now_us() + kUptimeAtStart_seconds * kMicrosecondsPerSecond; }
     int64_t wall_clock_us() const { return now_us() + wall_clock_at_start_us_; }
     /// Somebody sets the date, in seconds since 1970; the uptime doesn't care.
     void SetWallClock(int64_t seconds) {
@@ -79,15 +79,15 @@ class Environment {
     std::string WaitForTypedLine();
 
     // Faults
-    /// pthread_create fails with EAGAIN.
+    // pthread_create fails with EAGAIN.
     bool fail_thread_creation = false;
-    /// So many next reads of ports fail with EIO.
+    // So many next reads of ports fail with EIO.
     int fail_port_reads = 0;
 
     // What the program does
     std::function<void(const std::string& bytes)> on_port_written;
     std::function<void(const std::string& bytes)> on_port_read;
-    /// A file that was open for writing was closed. The path is the program's.
+    // A file that was open for writing was closed. The path is the program's.
     std::function<void(const std::string& path)> on_file_written;
 
     // For interpose.cpp
@@ -109,7 +109,7 @@ class Environment {
 
     std::string PathNow(const Port& port);
 
-    int64_t wall_clock_at_start_us_ = kWallClockAtStartSeconds * kMicrosecondsPerSecond;
+    int64_t wall_clock_at_start_us_ = kWallClockAtStart_seconds * kMicrosecondsPerSecond;
     std::vector<Port> ports_;
     std::map<int, OpenPortEntry> open_ports_;
     std::deque<std::string> typed_lines_;

@@ -61,7 +61,7 @@ bool IsWithin(const TimeRange& range, const RecordEntry& entry) {
 
 size_t CommonPrefix(const std::string& one, const std::string& other) {
     size_t length = 0;
-    while (length < one.size() && length < other.size() && one[length] == other[length]) length++;
+    while (length < one.size() && length < other.size() && one[length] == other[length]) ++length;
     return length;
 }
 
@@ -114,9 +114,10 @@ class Checker {
                     return MatchesEntry(mark.kind, mark.place, mark.text, entry);
                 });
             mark_us_.push_back(found == record_.end() ? kNever_us : found->at_us);
-            if (found == record_.end())
+            if (found == record_.end()) {
                 problems_.push_back(scenario_.path + ":" + std::to_string(mark.line) + ": the mark \"" +
                                     mark.name + "\" was never reached\n");
+            }
         }
     }
 
@@ -139,7 +140,7 @@ class Checker {
     }
 
     size_t Find(const Expectation& expectation, size_t start) const {
-        for (size_t i = start; i < record_.size(); i++) {
+        for (size_t i = start; i < record_.size(); ++i) {
             if (Matches(expectation, record_[i])) return i;
         }
         return record_.size();
@@ -149,10 +150,12 @@ class Checker {
     size_t FindNearest(const Expectation& expectation, size_t start) const {
         const TimeRange range = RangeOf(expectation);
         size_t nearest = record_.size();
-        for (size_t i = start; i < record_.size(); i++) {
+        for (size_t i = start; i < record_.size(); ++i) {
             if (!TextMatches(expectation, record_[i])) continue;
-            if (nearest == record_.size() || Distance(range, record_[i]) < Distance(range, record_[nearest]))
+            if (nearest == record_.size() ||
+                Distance(range, record_[i]) < Distance(range, record_[nearest])) {
                 nearest = i;
+            }
         }
         return nearest;
     }
@@ -190,8 +193,9 @@ class Checker {
 
     void CheckEnd() {
         for (const RecordEntry& entry : record_) {
-            if (entry.kind == "broken")
+            if (entry.kind == "broken") {
                 problems_.push_back("the scenario is broken:\n    " + FormatEntry(entry));
+            }
         }
         const bool has_end = !record_.empty() && record_.back().kind == "ends";
         if (!has_end) {
@@ -243,8 +247,9 @@ class Checker {
     template <typename Order>
     static std::string List(std::string text, std::vector<const RecordEntry*> entries, Order order) {
         std::stable_sort(entries.begin(), entries.end(), order);
-        for (size_t i = 0; i < entries.size() && i < kNearestShown; i++)
+        for (size_t i = 0; i < entries.size() && i < kNearestShown; ++i) {
             text += "    " + FormatEntry(*entries[i]);
+        }
         return text;
     }
 
@@ -268,7 +273,7 @@ bool MatchesPattern(const std::string& pattern, const std::string& text) {
     const std::string head = pattern.substr(0, any);
     if (text.compare(0, head.size(), head) != 0) return false;
     const std::string tail = pattern.substr(any + kAnyLength);
-    for (size_t i = head.size(); i <= text.size(); i++) {
+    for (size_t i = head.size(); i <= text.size(); ++i) {
         if (MatchesPattern(tail, text.substr(i))) return true;
     }
     return false;

@@ -236,7 +236,7 @@ bool IsWritable(Environment* world, int fd) {
 }
 
 bool HasBadDescriptor(Environment* world, const SelectSets& sets) {
-    for (int fd = 0; fd < sets.count; fd++) {
+    for (int fd = 0; fd < sets.count; ++fd) {
         if (!IsSet(fd, sets.read) && !IsSet(fd, sets.write) && !IsSet(fd, sets.except)) continue;
         if (!world->IsPort(fd) && (RealEvents(fd, 0) & POLLNVAL) != 0) return true;
     }
@@ -244,7 +244,7 @@ bool HasBadDescriptor(Environment* world, const SelectSets& sets) {
 }
 
 bool AnyReady(Environment* world, const SelectSets& sets) {
-    for (int fd = 0; fd < sets.count; fd++) {
+    for (int fd = 0; fd < sets.count; ++fd) {
         if (IsSet(fd, sets.read) && IsReadable(world, fd)) return true;
         if (IsSet(fd, sets.write) && IsWritable(world, fd)) return true;
     }
@@ -252,7 +252,7 @@ bool AnyReady(Environment* world, const SelectSets& sets) {
 }
 
 bool AnyHungUp(Environment* world, const SelectSets& sets) {
-    for (int fd = 0; fd < sets.count; fd++) {
+    for (int fd = 0; fd < sets.count; ++fd) {
         if (IsSet(fd, sets.read) && world->IsPort(fd) && world->IsHungUp(fd)) return true;
     }
     return false;
@@ -261,17 +261,17 @@ bool AnyHungUp(Environment* world, const SelectSets& sets) {
 // Leaves in the sets what is ready; the number of bits left.
 int KeepReady(Environment* world, const SelectSets& sets) {
     int ready = 0;
-    for (int fd = 0; fd < sets.count; fd++) {
+    for (int fd = 0; fd < sets.count; ++fd) {
         if (IsSet(fd, sets.read)) {
             if (IsReadable(world, fd)) {
-                ready++;
+                ++ready;
             } else {
                 FD_CLR(fd, sets.read);
             }
         }
         if (IsSet(fd, sets.write)) {
             if (IsWritable(world, fd)) {
-                ready++;
+                ++ready;
             } else {
                 FD_CLR(fd, sets.write);
             }
@@ -304,8 +304,9 @@ int select(int count, fd_set* read_set, fd_set* write_set, fd_set* except_set, t
         const int64_t left_us = std::max<int64_t>(deadline_us - world->now_us(), 0);
         world->scheduler.Sleep(std::min<int64_t>(left_us, kMicrosecondsPerMillisecond));
     }
-    if (!AnyReady(world, sets))
+    if (!AnyReady(world, sets)) {
         world->scheduler.Wait(deadline_us, [world, &sets] { return AnyReady(world, sets); });
+    }
     // As on Linux, the argument holds the time that is left.
     if (timeout != nullptr) *timeout = ToTimeval(std::max<int64_t>(deadline_us - world->now_us(), 0));
     return KeepReady(world, sets);
@@ -409,8 +410,9 @@ int tcflush(int fd, int queue) noexcept {
 static FILE* OpenStream(const char* path, const char* mode) {
     FILE* stream = REAL(fopen)(path == nullptr ? path : RealPath(path).c_str(), mode);
     Environment* world = Environment::OfThisThread();
-    if (world != nullptr && stream != nullptr && strpbrk(mode, "wa+") != nullptr)
+    if (world != nullptr && stream != nullptr && strpbrk(mode, "wa+") != nullptr) {
         world->written_files[stream] = path;
+    }
     return stream;
 }
 

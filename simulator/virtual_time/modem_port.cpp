@@ -9,7 +9,7 @@ namespace virtual_time {
 namespace {
 
 constexpr char kDeviceFolder[] = "/dev/";
-constexpr size_t kPieceBytes = 4096;  // what a line discipline takes at a time
+constexpr size_t kPiece_bytes = 4096;  // what a line discipline takes at a time
 
 int64_t ToMilliseconds(int64_t microseconds) {
     return microseconds / kMicrosecondsPerMillisecond;
@@ -26,7 +26,7 @@ void ModemPort::Write(std::string_view bytes, int64_t now_us) {
 bool ModemPort::Readable(int64_t now_us) {
     if (taken_generation_ != modem_.port_generation()) taken_.clear();
     taken_generation_ = modem_.port_generation();
-    if (taken_.empty()) taken_ = modem_.TakeOutput(ToMilliseconds(now_us), kPieceBytes);
+    if (taken_.empty()) taken_ = modem_.TakeOutput(ToMilliseconds(now_us), kPiece_bytes);
     return !taken_.empty();
 }
 

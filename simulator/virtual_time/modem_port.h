@@ -24,7 +24,7 @@ class ModemPort : public PortPeer {
 
     modem_sim::Modem& modem() { return modem_; }
 
-    /// Called when the port comes or goes.
+    // Called when the port comes or goes.
     std::function<void(bool present)> on_presence;
 
   private:

@@ -12,10 +12,10 @@ namespace {
 
 constexpr int64_t kMsPerSecond = 1000;
 /// After the last of its requests ping waits that long for an answer.
-constexpr int64_t kLingerSeconds = 10;
+constexpr int64_t kLinger_seconds = 10;
 /// The name server, and what it takes to give it up.
 constexpr char kNameServer[] = "8.8.8.8";
-constexpr int64_t kNameWaitSeconds = 10;
+constexpr int64_t kNameWait_seconds = 10;
 
 struct Ping {
     std::string host;
@@ -36,8 +36,9 @@ bool ParsePing(const std::string& command, Ping* ping) {
         if (word == "-w") ping->deadline_seconds = number;
     }
     const size_t filter = command.find(kFilter);
-    if (filter != std::string::npos)
+    if (filter != std::string::npos) {
         ping->slowest_ms = strtoll(command.c_str() + filter + sizeof kFilter - 1, nullptr, 10);
+    }
     return ping->count > 0;
 }
 
@@ -50,8 +51,9 @@ int64_t Replies(const Ping& ping, int64_t round_trip_ms) {
     if (!ping.deadline_seconds) return ping.count;
     int64_t replies = 0;
     while (replies < ping.count &&
-           replies * kMsPerSecond + round_trip_ms < *ping.deadline_seconds * kMsPerSecond)
+           replies * kMsPerSecond + round_trip_ms < *ping.deadline_seconds * kMsPerSecond) {
         ++replies;
+    }
     return replies;
 }
 
@@ -64,14 +66,14 @@ bool AnswerPing(const std::string& command, const modem_sim::Modem& modem, Shell
     answer->seconds_before_line = 0;
     if (!modem.HasCall()) return true;  // no route: ping gives up at once
     if (IsName(ping.host) && !modem.RoundTripMs(kNameServer)) {
-        answer->seconds_before_line = kNameWaitSeconds;
+        answer->seconds_before_line = kNameWait_seconds;
         return true;
     }
     const std::optional<int64_t> round_trip_ms = modem.RoundTripMs(ping.host);
     const int64_t last_request_seconds = ping.count - 1;
     if (round_trip_ms) answer->output = std::to_string(Replies(ping, *round_trip_ms)) + "\n";
     answer->seconds_before_line = ping.deadline_seconds.value_or(
-        last_request_seconds + (round_trip_ms ? *round_trip_ms / kMsPerSecond : kLingerSeconds));
+        last_request_seconds + (round_trip_ms ? *round_trip_ms / kMsPerSecond : kLinger_seconds));
     return true;
 }
 

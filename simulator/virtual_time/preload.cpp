@@ -5,6 +5,8 @@
 // Started by scenario_run, which says by three environment variables which scenario, folder and record file
 // to use.
 
+#include "simulator/virtual_time/preload.h"
+
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <pthread.h>
@@ -27,7 +29,6 @@
 #include "simulator/virtual_time/expectations.h"
 #include "simulator/virtual_time/modem_port.h"
 #include "simulator/virtual_time/ping.h"
-#include "simulator/virtual_time/preload.h"
 #include "simulator/virtual_time/record_file.h"
 #include "simulator/virtual_time/scenario.h"
 
@@ -58,8 +59,9 @@ bool IsClockLine(const std::string& line) {
 // after the time, without its last colon.
 size_t ParseLogPrefix(const std::string& text, std::string* place) {
     int hour = 0, minute = 0, second = 0, milliseconds = 0, length = 0;
-    if (sscanf(text.c_str(), "%2d:%2d:%2d.%d %n", &hour, &minute, &second, &milliseconds, &length) != 4)
+    if (sscanf(text.c_str(), "%2d:%2d:%2d.%d %n", &hour, &minute, &second, &milliseconds, &length) != 4) {
         return 0;
+    }
     const size_t start = static_cast<size_t>(length);
     const size_t function = text.find(':', start);
     const size_t line = function == std::string::npos ? function : text.find(':', function + 1);
@@ -77,9 +79,9 @@ std::string WithoutLineEnd(std::string text) {
 // What the log's second interpretation as a format makes of a text.
 std::string WithSinglePercents(const std::string& text) {
     std::string result;
-    for (size_t i = 0; i < text.size(); i++) {
+    for (size_t i = 0; i < text.size(); ++i) {
         result += text[i];
-        if (text[i] == '%' && i + 1 < text.size() && text[i + 1] == '%') i++;
+        if (text[i] == '%' && i + 1 < text.size() && text[i + 1] == '%') ++i;
     }
     return result;
 }
@@ -228,8 +230,9 @@ class Run {
         };
         if (rule.pings) {
             answer.complete = [this](const std::string& command, ShellAnswer* pinged) {
-                if (modem_ == nullptr || !AnswerPing(command, modem_->modem(), pinged))
+                if (modem_ == nullptr || !AnswerPing(command, modem_->modem(), pinged)) {
                     Note("broken", "no ping through a modem: " + command);
+                }
             };
         }
         environment_.shell.AddRule(rule.part, answer);
@@ -239,8 +242,9 @@ class Run {
         std::string reply;
         Note("modem", line);
         const int64_t now_ms = environment_.now_us() / kMicrosecondsPerMillisecond;
-        if (modem_ == nullptr || !modem_->modem().Control(line, &reply, now_ms))
+        if (modem_ == nullptr || !modem_->modem().Control(line, &reply, now_ms)) {
             Note("broken", "modem: " + reply);
+        }
         if (modem_ != nullptr) modem_->Advance(environment_.now_us());
     }
 
@@ -288,11 +292,11 @@ class Run {
 
     // What the scenario does so long after a mark is known once the daemon has come to it.
     void LookForMarks(const RecordEntry& entry) {
-        for (size_t i = 0; i < scenario_.marks.size(); i++) {
+        for (size_t i = 0; i < scenario_.marks.size(); ++i) {
             const Mark& mark = scenario_.marks[i];
             if (is_reached_[i] || !MatchesEntry(mark.kind, mark.place, mark.text, entry)) continue;
             is_reached_[i] = true;
-            marks_left_--;
+            --marks_left_;
             ScheduleFrom(static_cast<int>(i), entry.at_us);
         }
     }
@@ -313,8 +317,9 @@ class Run {
             Note("shows", path + " (missing)");
             return;
         }
-        for (const std::string& line : SplitLines(environment_.folder.Read(path)))
+        for (const std::string& line : SplitLines(environment_.folder.Read(path))) {
             Note("shows", path + " " + line);
+        }
     }
 
     void PrintPlain(const std::string& chunk, const char* kind, std::string* rest) {
@@ -446,8 +451,9 @@ class Run {
     [[noreturn]] void End(const std::string& why, int status) {
         FlushOutput();
         Note("ends", why);
-        if (__lsan_do_recoverable_leak_check != nullptr && __lsan_do_recoverable_leak_check() != 0)
+        if (__lsan_do_recoverable_leak_check != nullptr && __lsan_do_recoverable_leak_check() != 0) {
             status = 1;
+        }
         _exit(status);
     }
 

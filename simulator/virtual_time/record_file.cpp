@@ -13,15 +13,15 @@ namespace virtual_time {
 
 namespace {
 
-constexpr size_t kRecordBytesMax = size_t{48} * 1024 * 1024;  // takes no room until it is written
+constexpr size_t kRecordMax_bytes = size_t{48} * 1024 * 1024;  // takes no room until it is written
 
 }  // namespace
 
 RecordFile::RecordFile(const std::string& path) {
     const int fd = open(path.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
     void* mapping = MAP_FAILED;
-    if (fd >= 0 && ftruncate(fd, kRecordBytesMax) == 0) {
-        mapping = mmap(nullptr, kRecordBytesMax, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_NORESERVE, fd, 0);
+    if (fd >= 0 && ftruncate(fd, kRecordMax_bytes) == 0) {
+        mapping = mmap(nullptr, kRecordMax_bytes, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_NORESERVE, fd, 0);
     }
     if (mapping == MAP_FAILED) {
         perror(path.c_str());
@@ -33,7 +33,7 @@ RecordFile::RecordFile(const std::string& path) {
 
 bool RecordFile::Note(int64_t at_us, const char* kind, std::string_view bytes) {
     const std::string line = FormatEntry({at_us, kind, Escape(bytes)});
-    if (used_ + line.size() >= kRecordBytesMax) return false;
+    if (used_ + line.size() >= kRecordMax_bytes) return false;
     memcpy(start_ + used_, line.data(), line.size());
     used_ += line.size();
     return true;

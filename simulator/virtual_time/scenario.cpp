@@ -60,7 +60,7 @@ std::string Repeat(const std::string& text) {
         }
         result += text.substr(position, open - position);
         const size_t repeated = static_cast<size_t>(star + 1 - text.c_str());
-        for (long i = 0; i < times; i++) result += text.substr(repeated, close - repeated);
+        for (long i = 0; i < times; ++i) result += text.substr(repeated, close - repeated);
         position = close + 1;
     }
 }
@@ -68,8 +68,9 @@ std::string Repeat(const std::string& text) {
 bool ParseSeconds(const std::string& text, int64_t* microseconds) {
     char* end = nullptr;
     const double seconds = strtod(text.c_str(), &end);
-    if (text.empty() || *end != '\0' || seconds < 0 || !isdigit(static_cast<unsigned char>(text[0])))
+    if (text.empty() || *end != '\0' || seconds < 0 || !isdigit(static_cast<unsigned char>(text[0]))) {
         return false;
+    }
     *microseconds = llround(seconds * 1000) * 1000;
     return true;
 }
@@ -122,7 +123,7 @@ class Parser {
         std::istringstream lines(text_);
         int number = 0;
         for (std::string line; std::getline(lines, line);) {
-            number++;
+            ++number;
             line_ = number;
             if (Trim(line).empty() || line[0] == '#') continue;
             if (line[0] != ' ' && line[0] != '\t') {
@@ -236,8 +237,9 @@ class Parser {
 
     bool ParseShell(std::string rest, ShellRule* rule) {
         rule->part = TakeText(&rest);
-        if (rule->part.empty() || rest.empty())
+        if (rule->part.empty() || rest.empty()) {
             return Fail("a part of a command and what becomes of it are wanted");
+        }
         while (!rest.empty()) {
             const std::string word = TakeWord(&rest);
             if (word == "fails") {
@@ -245,8 +247,9 @@ class Parser {
             } else if (word == "prints") {
                 rule->prints = Repeat(TakeText(&rest));
             } else if (word == "takes") {
-                if (!ParseWholeNumber(TakeWord(&rest), &rule->takes_seconds))
+                if (!ParseWholeNumber(TakeWord(&rest), &rule->takes_seconds)) {
                     return Fail("whole seconds are wanted");
+                }
             } else if (word == "slowly") {
                 if (!ParseWholeNumber(TakeWord(&rest), &rule->seconds_before_line)) {
                     return Fail("whole seconds for each line are wanted");
@@ -297,7 +300,7 @@ class Parser {
     }
 
     int FindMark(const std::string& name) const {
-        for (size_t i = 0; i < scenario_->marks.size(); i++) {
+        for (size_t i = 0; i < scenario_->marks.size(); ++i) {
             if (scenario_->marks[i].name == name) return static_cast<int>(i);
         }
         return kNoMark;
@@ -376,8 +379,9 @@ class Parser {
         } else {
             event.kind = Kind::kKnob;
             event.subject = whole;
-            if (scenario_->modem_family.empty())
+            if (scenario_->modem_family.empty()) {
                 return Fail("there is no modem with a knob \"" + word + "\"");
+            }
         }
         scenario_->events.push_back(event);
         return true;
@@ -438,8 +442,9 @@ class Parser {
     void AddSnapshots() {
         for (const Expectation& expectation : scenario_->expectations) {
             const bool is_known = expectation.base != TimeBase::kLastSeen;
-            if (expectation.kind != "shows" || !is_known || expectation.from_us != expectation.to_us)
+            if (expectation.kind != "shows" || !is_known || expectation.from_us != expectation.to_us) {
                 continue;
+            }
             std::string rest = expectation.text;
             ScenarioEvent event = {};
             event.at_us = expectation.from_us;
@@ -452,8 +457,9 @@ class Parser {
                        other.subject == event.subject && other.is_snapshot;
             };
             event.is_snapshot = true;
-            if (std::none_of(scenario_->events.begin(), scenario_->events.end(), is_same))
+            if (std::none_of(scenario_->events.begin(), scenario_->events.end(), is_same)) {
                 scenario_->events.push_back(event);
+            }
         }
     }
 

@@ -2,6 +2,8 @@
 // they expect. Its options are explained in scenario_run.help, the language of scenarios in
 // docs/virtual-time.md.
 
+#include "simulator/virtual_time/scenario.h"
+
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/wait.h>
@@ -23,7 +25,6 @@
 #include "simulator/virtual_time/preload.h"
 #include "simulator/virtual_time/private_folder.h"
 #include "simulator/virtual_time/record_file.h"
-#include "simulator/virtual_time/scenario.h"
 
 namespace {
 
@@ -32,7 +33,7 @@ using virtual_time::RecordEntry;
 using virtual_time::Scenario;
 
 constexpr char kTool[] = "scenario_run";
-constexpr int kDefaultLimitSeconds = 120;
+constexpr int kDefaultLimit_seconds = 120;
 constexpr int kStatusUnexpected = 1;
 constexpr int kStatusWrong = kStatusWrongCommandLine;
 
@@ -45,7 +46,7 @@ struct Options : CommonOptions {
     std::string preload;
     std::string emulator;
     std::vector<std::string> environment;
-    int limit_seconds = kDefaultLimitSeconds;
+    int limit_seconds = kDefaultLimit_seconds;
     int unmet = 0;
 };
 
@@ -128,12 +129,11 @@ std::vector<char*> Pointers(std::vector<std::string>& texts) {
 
 // The status of waitpid, or -1 if the process had to be killed since the limit was reached.
 int WaitFor(pid_t pid, int limit_seconds) {
-    constexpr int kStepMicroseconds = 1000;
-    for (int64_t waited_us = 0; waited_us < limit_seconds * int64_t{1000000};
-         waited_us += kStepMicroseconds) {
+    constexpr int kStep_us = 1000;
+    for (int64_t waited_us = 0; waited_us < limit_seconds * int64_t{1000000}; waited_us += kStep_us) {
         int status = 0;
         if (waitpid(pid, &status, WNOHANG) == pid) return status;
-        usleep(kStepMicroseconds);
+        usleep(kStep_us);
     }
     kill(pid, SIGKILL);
     waitpid(pid, nullptr, 0);
@@ -211,7 +211,7 @@ void PrintStory(const std::vector<RecordEntry>& record) {
     for (const RecordEntry& entry : record) {
         if (IsExchange(entry)) continue;
         if (last != nullptr && entry.kind == last->kind && entry.text == last->text) {
-            repetitions++;
+            ++repetitions;
             last_again = &entry;
             continue;
         }

@@ -17,7 +17,7 @@ namespace {
 // within its time-out sees that run down, and one charged outside doesn't.
 constexpr int64_t kCallsBeforeCharge = 1000;
 constexpr int64_t kCallsPerCharge = 5;
-constexpr int64_t kChargeUs = 1000;
+constexpr int64_t kCharge_us = 1000;
 
 }  // namespace
 
@@ -68,8 +68,9 @@ Scheduler::~Scheduler() {
     current_scheduler = nullptr;
     // A parked thread still waits on its semaphore.
     for (auto& thread : threads_) {
-        if (thread->number != 0 && thread->state != Thread::State::kEnded)
+        if (thread->number != 0 && thread->state != Thread::State::kEnded) {
             static_cast<void>(thread.release());
+        }
     }
 }
 
@@ -90,7 +91,7 @@ void Scheduler::AddPeer(PortPeer* peer) {
 }
 
 void Scheduler::RemovePeer(PortPeer* peer) {
-    for (size_t i = 0; i < peers_.size(); i++) {
+    for (size_t i = 0; i < peers_.size(); ++i) {
         if (peers_[i] != peer) continue;
         peers_.erase(peers_.begin() + static_cast<std::ptrdiff_t>(i));
         return;
@@ -198,8 +199,9 @@ Scheduler::Thread* Scheduler::ReadyThread() {
 void Scheduler::JumpToNextTime() {
     int64_t next_us = kNever;
     for (const auto& thread : threads_) {
-        if (thread->state == Thread::State::kWaiting && thread->deadline_us < next_us)
+        if (thread->state == Thread::State::kWaiting && thread->deadline_us < next_us) {
             next_us = thread->deadline_us;
+        }
     }
     if (!events_.empty() && events_.begin()->first < next_us) next_us = events_.begin()->first;
     for (PortPeer* peer : peers_) {
@@ -216,7 +218,7 @@ void Scheduler::JumpToNextTime() {
 
 void Scheduler::CountCall() {
     if (++calls_since_jump_ < kCallsBeforeCharge || !MayWait()) return;
-    Sleep(kChargeUs);
+    Sleep(kCharge_us);
     calls_since_jump_ = kCallsBeforeCharge - kCallsPerCharge;
 }
 

@@ -75,7 +75,7 @@ class Scheduler {
     /// the world.
     void CountCall();
 
-    /// What to do when nothing will ever happen again. The default says so and aborts.
+    // What to do when nothing will ever happen again. The default says so and aborts.
     std::function<void()> on_deadlock;
 
     /// One line for each thread: its number and what it waits for.

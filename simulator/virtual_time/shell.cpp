@@ -15,7 +15,7 @@ ShellAnswer Shell::Run(const std::string& command, bool is_popen, int64_t now_us
     if (!is_popen) ActOnFolder(command);
     for (auto rule = rules_.rbegin(); rule != rules_.rend(); ++rule) {
         if (rule->times_left == 0 || command.find(rule->part) == std::string::npos) continue;
-        if (rule->times_left > 0) rule->times_left--;
+        if (rule->times_left > 0) --rule->times_left;
         ShellAnswer answer = rule->answer;
         if (answer.complete) answer.complete(command, &answer);
         return answer;

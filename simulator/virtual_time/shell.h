@@ -20,7 +20,7 @@ struct ShellAnswer {
     int64_t seconds_before_line = 0;  // how long the reader waits for each line of it
     int64_t takes_seconds = 0;        // system returns, popen's output ends or is closed so much later
     std::function<void()> action;     // done when the command is run
-    /// Fills in what depends on the command and on the moment.
+    // Fills in what depends on the command and on the moment.
     std::function<void(const std::string& command, ShellAnswer* answer)> complete;
 };
 
@@ -44,7 +44,7 @@ class Shell {
 
     const std::vector<Call>& calls() const { return calls_; }
 
-    /// Called with every command when it is run.
+    // Called with every command when it is run.
     std::function<void(const Call&)> on_call;
 
   private:

@@ -54,12 +54,12 @@ done >"$joined"
 popens=$(grep -rlE '(^|[^p])popen\(' $product --include='*.cpp' | sort | tr '\n' ' ')
 [ "$popens" = "CellSubClass/src/CellQuectelQcom.cpp network_daemon/cellular_health.cpp " ] ||
     complain "popen is called in $popens: does $page list what it runs?"
-for name in $(grep -rhoE '(run_shell|system)\(([a-z_:]*)k[A-Za-z]+\)' $product | sed 's/.*\(k[A-Za-z]*\))/\1/' | sort -u); do
+for name in $(grep -rhoE '(RunShell|system)\(([a-z_:]*)k[A-Za-z]+\)' $product | sed 's/.*\(k[A-Za-z]*\))/\1/' | sort -u); do
     grep -rhoE "$name\[\] = \"[^\"]*\"" $product | sed 's/^[^"]*"//; s/"$//'
 done >"$work/commands"
-tr '\n' ' ' <"$joined" | grep -oE 'run_shell\([^;]*;' | grep -oE '"[^"]*"' | tr -d '"' >>"$work/commands"
+tr '\n' ' ' <"$joined" | grep -oE 'RunShell\([^;]*;' | grep -oE '"[^"]*"' | tr -d '"' >>"$work/commands"
 grep -oE '\{"ping [^"]*"' "$joined" | sed 's/^{"//; s/"$//' >>"$work/commands"
-[ "$(grep -rcE 'run_shell\(|[^_]system\(' $product | awk -F: '{ n += $2 } END { print n }')" -ge 15 ] ||
+[ "$(grep -rcE 'RunShell\(|[^_]system\(' $product | awk -F: '{ n += $2 } END { print n }')" -ge 15 ] ||
     complain "fewer calls of the shell than this test expects"
 tr '|' '\n' <"$work/commands" | awk '{ print $1 }' | grep -v / >"$work/code"
 echo sh >>"$work/code" # which runs them all

@@ -1,6 +1,5 @@
 // Sends one kind of message over a bus as no well-behaved client would: to any name, with parts left away, of
 // any size, often, with a descriptor. Knows D-Bus and nothing of the library. Prints what came of it.
-#include <dbus/dbus.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -8,6 +7,8 @@
 #include <cstring>
 #include <string>
 #include <vector>
+
+#include <dbus/dbus.h>
 
 namespace {
 
@@ -17,7 +18,7 @@ constexpr char kUsage[] =
     "zeros.\n"
     "  With \"descriptor\" each message brings an open file.\n"
     "status: 0 sent (a call: answered with the bytes that are printed), 1 refused, 2 not tried\n";
-constexpr int kReplyWaitMs = 20000;
+constexpr int kReplyWait_ms = 20000;
 
 int Refused(DBusError* error) {
     printf("refused: %s\n", error->name);
@@ -46,7 +47,7 @@ DBusMessage* NewMessage(char** words, bool is_call) {
 bool WaitForTheBus(DBusConnection* bus, DBusError* error) {
     DBusMessage* question =
         dbus_message_new_method_call(DBUS_SERVICE_DBUS, DBUS_PATH_DBUS, DBUS_INTERFACE_DBUS, "GetId");
-    DBusMessage* answer = dbus_connection_send_with_reply_and_block(bus, question, kReplyWaitMs, error);
+    DBusMessage* answer = dbus_connection_send_with_reply_and_block(bus, question, kReplyWait_ms, error);
     dbus_message_unref(question);
     if (answer != nullptr) dbus_message_unref(answer);
     return answer != nullptr;
@@ -64,14 +65,14 @@ bool ErrorCame(DBusConnection* bus, DBusError* error) {
 
 int Call(DBusConnection* bus, DBusMessage* message) {
     DBusError error = DBUS_ERROR_INIT;
-    DBusMessage* answer = dbus_connection_send_with_reply_and_block(bus, message, kReplyWaitMs, &error);
+    DBusMessage* answer = dbus_connection_send_with_reply_and_block(bus, message, kReplyWait_ms, &error);
     if (answer == nullptr) return Refused(&error);
     const unsigned char* bytes = nullptr;
     int length = 0;
     dbus_message_get_args(answer, nullptr, DBUS_TYPE_ARRAY, DBUS_TYPE_BYTE, &bytes, &length,
                           DBUS_TYPE_INVALID);
     printf("answered, %d bytes: ", length);
-    for (int i = 0; i < length; i++) printf("%02X", bytes[i]);
+    for (int i = 0; i < length; ++i) printf("%02X", bytes[i]);
     printf("\n");
     dbus_message_unref(answer);
     return 0;
@@ -96,7 +97,7 @@ int main(int argc, char** argv) {
     }
     dbus_connection_set_exit_on_disconnect(bus, FALSE);
     int result = 0;
-    for (long i = 0; i < count && result == 0; i++) {
+    for (long i = 0; i < count && result == 0; ++i) {
         DBusMessage* message = NewMessage(argv + 3, is_call);
         const unsigned char* data = bytes.data();
         dbus_message_append_args(message, DBUS_TYPE_ARRAY, DBUS_TYPE_BYTE, &data,

@@ -4,11 +4,11 @@
 
 #include "platform/busglue/busglue.h"
 
-#include <gtest/gtest.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <syslog.h>
 #include <unistd.h>
+
 #include <algorithm>
 #include <atomic>
 #include <chrono>
@@ -22,6 +22,8 @@
 #include <string>
 #include <thread>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 #include "tests/e2e/private_bus.h"
 
@@ -239,9 +241,7 @@ class BusglueTest : public testing::Test {
         FILE* pipe = popen((words + " 2>&1").c_str(), "r");
         std::string output;
         char piece[256];
-        while (fgets(piece, sizeof piece, pipe) != nullptr) {
-            output += piece;
-        }
+        while (fgets(piece, sizeof piece, pipe) != nullptr) output += piece;
         pclose(pipe);
         return output;
     }
@@ -292,9 +292,7 @@ TEST_F(BusglueTest, NothingToServeStillOwnsTheName) {
 
 TEST_F(BusglueTest, SecondOwnerOfANameIsNegative) {
     pid_t first = StartPeer([] {
-        if (JoinAsDaemon(AnswerReversed) >= 0) {
-            pause();
-        }
+        if (JoinAsDaemon(AnswerReversed) >= 0) pause();
         return 1;
     });
     ASSERT_TRUE(Eventually([&] { return CallByDbusSend("array:byte:1").find("01") != std::string::npos; }));
@@ -439,9 +437,7 @@ TEST_F(BusglueTest, CallersThatVanishBeforeTheirAnswerAreHarmless) {
     std::vector<pid_t> peers;
     for (int number = 0; number < 4; ++number) {
         peers.push_back(StartCaller("P" + std::to_string(number), [] {
-            for (int i = 0; i < 50; ++i) {
-                Send("RAVELIN.Message", Pattern(kLargestFrame), TakeReply);
-            }
+            for (int i = 0; i < 50; ++i) Send("RAVELIN.Message", Pattern(kLargestFrame), TakeReply);
             return replies.WaitFor(1) ? 0 : 4;  // and goes, with the others on their way
         }));
     }
@@ -540,9 +536,7 @@ TEST(LogSend, HandsTheTextToSyslogFromAnyThreadAlsoBeforeJoining) {
     for (int number = 0; number < 4; ++number) {
         threads.emplace_back([] { log_send("100 %s %n done"); });
     }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    for (std::thread& thread : threads) thread.join();
     log_send(nullptr);
     log_send("");
     const std::string line = "100 %s %n done";

@@ -1,12 +1,12 @@
 // The tool ocpp_peer against a process that holds the daemon's place on a real bus and answers as
 // specified: every way in which an answer can be good, broken, late or missing.
-#include <gtest/gtest.h>
-
 #include <atomic>
 #include <fstream>
 #include <mutex>
 #include <sstream>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 #include "platform/busglue/busglue.h"
 #include "simulator/bus_peer/frame.h"
@@ -78,7 +78,7 @@ struct Result {
 
 class OcppPeerTest : public testing::Test {
   protected:
-    void SetUp() override { ASSERT_TRUE(bus_.Start()); }
+    void SetUp() override { ASSERT_TRUE(bus.Start()); }
 
     static void JoinAsDaemon() {
         static const busglue_signal_row signals[] = {{"ravelin.reset", TakeFrame}, {nullptr, nullptr}};
@@ -88,7 +88,7 @@ class OcppPeerTest : public testing::Test {
     }
 
     Result Run(const std::string& words) {
-        const std::string file = bus_.Folder() + "/peer";
+        const std::string file = bus.Folder() + "/peer";
         const std::string command = "'" OCPP_PEER "' " + words + " >" + file + ".out 2>" + file + ".err";
         const int status = system(command.c_str());
         Result result = {WIFEXITED(status) ? WEXITSTATUS(status) : -1, Read(file + ".out"),
@@ -108,9 +108,9 @@ class OcppPeerTest : public testing::Test {
         return Run("--timeout " + std::to_string(kPatience.count()) + " " + words);
     }
 
-    bool IsWatched() const { return bus_.IsOwned("busglue.OCPP"); }
+    bool IsWatched() const { return bus.IsOwned("busglue.OCPP"); }
 
-    PrivateBus bus_;
+    PrivateBus bus;
 
   private:
     static std::string Read(const std::string& path) {
@@ -122,7 +122,7 @@ class OcppPeerTest : public testing::Test {
 };
 
 TEST_F(OcppPeerTest, NoBusIsToldAsSuch) {
-    bus_.Stop();
+    bus.Stop();
     for (const char* words : {"status", "upgrade A B C", "watch", "raw 00"}) {
         const Result result = Run(words);
         EXPECT_EQ(3, result.status) << words;
@@ -145,8 +145,7 @@ TEST_F(OcppPeerTest, StatusShowsNamesAndValues) {
     EXPECT_EQ("FF 6A A6 00 07 00 04 76 03 7B 92", ToHex(Heard()));
     EXPECT_EQ(0u, result.output.find("vendor          value \"1\"\\n\nfirmware        value \"2\"\\n\n"))
         << result.output;
-    EXPECT_NE(std::string::npos, result.output.find("\nneighbour_rsrp  value \"11\"\\n\n"))
-        << result.output;
+    EXPECT_NE(std::string::npos, result.output.find("\nneighbour_rsrp  value \"11\"\\n\n")) << result.output;
     EXPECT_NE(std::string::npos, result.output.find("\nimsi            \n")) << result.output;
 }
 

@@ -20,7 +20,7 @@ bool IsTerminated(const char (&text)[N]) {
 }
 
 void ParseWith(int vendor, const uint8_t* bytes, size_t size) {
-    const std::unique_ptr<CellBase> cell(build_driver(vendor, kNoPort));
+    const std::unique_ptr<CellBase> cell(BuildDriver(vendor, kNoPort));
     if (cell == nullptr) return;
     // A block of its own size, so that a read or write beyond the terminator shows.
     const auto text = std::make_unique<char[]>(size + 1);

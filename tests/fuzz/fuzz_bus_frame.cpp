@@ -13,7 +13,7 @@ using Bytes = std::vector<unsigned char>;
 
 BusFrame frame;
 
-void check_decoder(const Bytes& bytes) {
+void CheckDecoder(const Bytes& bytes) {
     memset(&frame, 0xAA, sizeof(frame));
     const int length = DecodeDbusMsg(bytes.data(), static_cast<int>(bytes.size()), &frame);
     if (length < 0) {
@@ -30,7 +30,7 @@ void check_decoder(const Bytes& bytes) {
 }
 
 /// The first bytes choose the length arguments, which may lie in their favour only: never more than there is.
-void check_encoder(const Bytes& bytes) {
+void CheckEncoder(const Bytes& bytes) {
     if (bytes.size() < 8) return;
     int numbers[2];
     memcpy(numbers, bytes.data(), sizeof(numbers));
@@ -52,7 +52,7 @@ void check_encoder(const Bytes& bytes) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
     const Bytes input(bytes, bytes + size);
-    check_decoder(input);
-    check_encoder(input);
+    CheckDecoder(input);
+    CheckEncoder(input);
     return 0;
 }

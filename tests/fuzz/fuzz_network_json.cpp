@@ -13,73 +13,73 @@ namespace {
 
 constexpr std::ptrdiff_t kRecursionLimit = 500;  // levels that the usual parser may take
 
-const rapidjson::Value* find_object(const rapidjson::Value& object, const char* key) {
+const rapidjson::Value* FindObject(const rapidjson::Value& object, const char* key) {
     const auto member = object.FindMember(key);
     return member != object.MemberEnd() && member->value.IsObject() ? &member->value : nullptr;
 }
 
 /// The one content that ends the process, on purpose: a member of "priority" that isn't a text.
-bool is_fatal(const rapidjson::Document& document) {
+bool IsFatal(const rapidjson::Document& document) {
     if (document.HasParseError() || !document.IsObject()) return false;
-    const rapidjson::Value* object = find_object(document, "network_config");
-    if (object != nullptr) object = find_object(*object, "priority");
+    const rapidjson::Value* object = FindObject(document, "network_config");
+    if (object != nullptr) object = FindObject(*object, "priority");
     if (object == nullptr) return false;
     return std::any_of(object->MemberBegin(), object->MemberEnd(),
                        [](const auto& member) { return !member.value.IsString(); });
 }
 
-void append(std::string& all, const std::string& text) {
+void Append(std::string& all, const std::string& text) {
     FUZZ_CHECK(text.find('\0') == std::string::npos);
     all += text;
     all += '\0';
 }
 
-void append_list(std::string& all, const std::vector<std::string>& list) {
+void AppendList(std::string& all, const std::vector<std::string>& list) {
     for (const std::string& element : list) {
         FUZZ_CHECK(!element.empty());
-        append(all, element);
+        Append(all, element);
     }
     all += '\1';
 }
 
 template <typename Record>
-void append_record(std::string& all, const Record& record) {
-    for (const auto& field : Record::kFields) append(all, record.*field.member);
+void AppendRecord(std::string& all, const Record& record) {
+    for (const auto& field : Record::kFields) Append(all, record.*field.member);
 }
 
 /// The whole model as one text, to compare two of them.
-std::string flatten(const NetworkJson& model) {
+std::string Flatten(const NetworkJson& model) {
     std::string all;
-    append_record(all, model);
-    append_list(all, model.module_name);
-    append_list(all, model.whitelist.allowedValues);
-    append_record(all, model.network_config);
+    AppendRecord(all, model);
+    AppendList(all, model.module_name);
+    AppendList(all, model.whitelist.allowedValues);
+    AppendRecord(all, model.network_config);
     for (const auto& [key, value] : model.network_config.priority) {
-        append(all, key);
-        append(all, value);
+        Append(all, key);
+        Append(all, value);
     }
     NetworkConfig::ForEachRecord(model.network_config,
-                                 [&](const char*, const auto& record) { append_record(all, record); });
+                                 [&](const char*, const auto& record) { AppendRecord(all, record); });
     return all;
 }
 
-void check_against_usual_parser(const std::string& text, int result, const std::string& expected) {
+void CheckAgainstUsualParser(const std::string& text, int result, const std::string& expected) {
     const auto levels = std::count_if(text.begin(), text.end(), [](char c) { return c == '[' || c == '{'; });
     if (levels > kRecursionLimit) return;
     rapidjson::Document document;
     document.Parse(text.c_str());
     NetworkJson model;
     FUZZ_CHECK(model.FromJson(document) == result);
-    FUZZ_CHECK(flatten(model) == expected);
+    FUZZ_CHECK(Flatten(model) == expected);
 }
 
-void check_file(const std::string& text, int result, const std::string& expected) {
+void CheckFile(const std::string& text, int result, const std::string& expected) {
     const int fd = memfd_create("network.json", 0);
     FUZZ_CHECK(fd >= 0);
     FUZZ_CHECK(write(fd, text.data(), text.size()) == static_cast<ssize_t>(text.size()));
     ConfigController controller;
     FUZZ_CHECK(controller.LoadNetworkJson("/proc/self/fd/" + std::to_string(fd)) == result);
-    FUZZ_CHECK(flatten(controller.m_network_json) == expected);
+    FUZZ_CHECK(Flatten(controller.m_network_json) == expected);
     const bool empty = controller.m_network_json.whitelist.allowedValues.empty();
     FUZZ_CHECK(controller.CheckWhitelistLimitModule("") == (empty ? 1 : 0));
     close(fd);
@@ -91,14 +91,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
     const std::string text(reinterpret_cast<const char*>(bytes), size);
     rapidjson::Document document;
     document.Parse<kJsonParseFlags>(text.c_str());
-    if (is_fatal(document)) return 0;
+    if (IsFatal(document)) return 0;
 
     NetworkJson model;
     const int result = model.FromJsonText(text);
-    const std::string first = flatten(model);
+    const std::string first = Flatten(model);
     FUZZ_CHECK(result == model.FromJson(document));  // a second reading changes nothing
-    FUZZ_CHECK(flatten(model) == first);
-    check_against_usual_parser(text, result, first);
-    check_file(text, result, first);
+    FUZZ_CHECK(Flatten(model) == first);
+    CheckAgainstUsualParser(text, result, first);
+    CheckFile(text, result, first);
     return 0;
 }

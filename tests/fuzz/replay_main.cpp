@@ -19,7 +19,7 @@ constexpr unsigned kSeed = 20260101;
 
 using Bytes = std::vector<uint8_t>;
 
-std::vector<std::string> files_of(const std::string& path) {
+std::vector<std::string> FilesOf(const std::string& path) {
     struct stat status {};
     if (stat(path.c_str(), &status) != 0) return {};
     if (!S_ISDIR(status.st_mode)) return {path};
@@ -34,7 +34,7 @@ std::vector<std::string> files_of(const std::string& path) {
 }
 
 /// One of the changes that find the most: a bit, a byte, a cut, a part twice.
-void change(Bytes& bytes, std::mt19937& random) {
+void Change(Bytes& bytes, std::mt19937& random) {
     if (bytes.empty()) {
         bytes.push_back(static_cast<uint8_t>(random()));
         return;
@@ -63,7 +63,7 @@ void change(Bytes& bytes, std::mt19937& random) {
     }
 }
 
-void run(const std::string& path) {
+void Run(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
     const Bytes original((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
     fprintf(stderr, "%s: %zu bytes\n", path.c_str(), original.size());
@@ -71,7 +71,7 @@ void run(const std::string& path) {
     std::mt19937 random(kSeed);
     for (int i = 0; i < kChangesPerFile; ++i) {
         Bytes bytes = original;
-        for (unsigned changes = 1 + random() % 4; changes > 0; --changes) change(bytes, random);
+        for (unsigned changes = 1 + random() % 4; changes > 0; --changes) Change(bytes, random);
         LLVMFuzzerTestOneInput(bytes.data(), bytes.size());
     }
 }
@@ -83,8 +83,8 @@ int main(int argc, char** argv) {
     if (freopen("/dev/null", "w", stdout) == nullptr) return 2;
     size_t count = 0;
     for (int i = 1; i < argc; ++i) {
-        for (const std::string& path : files_of(argv[i])) {
-            run(path);
+        for (const std::string& path : FilesOf(argv[i])) {
+            Run(path);
             ++count;
         }
     }

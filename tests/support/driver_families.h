@@ -51,7 +51,7 @@ inline std::string FileOf(VendorType family) {
 inline std::vector<VendorType> EachFamily() {
     std::vector<VendorType> families;
     for (const test_support::Vendor& vendor : test_support::kVendors) {
-        const std::unique_ptr<CellBase> driver(build_driver(vendor.code, -1));
+        const std::unique_ptr<CellBase> driver(BuildDriver(vendor.code, -1));
         if (driver != nullptr) families.push_back(vendor.code);
     }
     return families;

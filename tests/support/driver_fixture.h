@@ -2,12 +2,12 @@
 // that families have in common, and the lines of the log that name the driver's own file.
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <cctype>
 #include <memory>
 #include <string>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 #include "network_daemon/cellular.h"
 #include "support/text_util.h"
@@ -65,7 +65,7 @@ struct CallSettings {
 class DriverTest : public testing::Test {
   protected:
     explicit DriverTest(VendorType family)
-        : file(FileOf(family)), driver_(build_driver(family, modem.fd())), cell(*driver_) {}
+        : file(FileOf(family)), driver_(BuildDriver(family, modem.fd())), cell(*driver_) {}
 
     void SetUp() override {
         CellBase::m_ModuleName = "Some";
@@ -94,10 +94,10 @@ class DriverTest : public testing::Test {
 
     /// The settings of the call, and a carrier for whom an empty APN means "3GNET".
     void Set(const CallSettings& settings) {
-        copy_text(cell.m_apn, settings.apn.c_str());
-        copy_text(cell.m_username, settings.username.c_str());
-        copy_text(cell.m_password, settings.password.c_str());
-        copy_text(cell.m_card_pin, settings.pin.c_str());
+        CopyText(cell.m_apn, settings.apn.c_str());
+        CopyText(cell.m_username, settings.username.c_str());
+        CopyText(cell.m_password, settings.password.c_str());
+        CopyText(cell.m_card_pin, settings.pin.c_str());
         cell.m_auth_type = settings.auth_type;
         cell.m_carrier_code = 2;
     }

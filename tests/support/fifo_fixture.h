@@ -21,7 +21,7 @@ constexpr char kReadError[] = "[FIFO]fifo read error\n";
 constexpr char kSource[] = "network_daemon/main_fifo.cpp";
 constexpr unsigned kListen_seconds = 5;
 
-inline std::string key_line(const std::string& key, const std::string& value) {
+inline std::string KeyLine(const std::string& key, const std::string& value) {
     return "[FIFO]fifo Key: " + key + ", Value: " + value + "\n";
 }
 

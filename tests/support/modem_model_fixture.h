@@ -16,22 +16,22 @@ class ModemModel : public testing::Test {
 
     /// One exchange: the command, a second, the answer.
     std::string Ask(const std::string& command) {
-        modem_.Receive(command + "\r\n", now_ms_);
+        test_modem.Receive(command + "\r\n", test_now_ms);
         return After(1000);
     }
 
     std::string After(int64_t ms) {
-        now_ms_ += ms;
-        return modem_.TakeOutput(now_ms_, kAll);
+        test_now_ms += ms;
+        return test_modem.TakeOutput(test_now_ms, kAll);
     }
 
     void Turn(const std::string& knob) {
         std::string reply;
-        EXPECT_TRUE(modem_.Control(knob, &reply, now_ms_)) << knob << ": " << reply;
+        EXPECT_TRUE(test_modem.Control(knob, &reply, test_now_ms)) << knob << ": " << reply;
     }
 
     bool StatusHas(const std::string& line) const {
-        return modem_.Status().find(line + "\n") != std::string::npos;
+        return test_modem.Status().find(line + "\n") != std::string::npos;
     }
 
     void Dial() {
@@ -39,8 +39,8 @@ class ModemModel : public testing::Test {
         ASSERT_TRUE(StatusHas("link: up"));
     }
 
-    int64_t now_ms_ = 0;
-    modem_sim::Modem modem_{modem_sim::ModemOptions{}};
+    int64_t test_now_ms = 0;
+    modem_sim::Modem test_modem{modem_sim::ModemOptions{}};
 };
 
 inline const std::string kOk = "\r\nOK\r\n";

@@ -1,9 +1,10 @@
 #include <fcntl.h>
-#include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <map>
+
+#include <gtest/gtest.h>
 
 #include "tests/support/test_world.h"
 
@@ -11,7 +12,7 @@ namespace test_support {
 
 namespace {
 
-constexpr int64_t kAnswerDelayUs = 5000;
+constexpr int64_t kAnswerDelay_us = 5000;
 
 std::string WithoutLineEnds(const std::string& text) {
     const size_t end = text.find_last_not_of("\r\n");
@@ -29,7 +30,7 @@ class ScriptedModem::Port : public virtual_time::PortPeer {
     struct Rule {
         std::vector<std::function<std::string()>> answers;
         size_t next = 0;
-        int64_t delay_us = kAnswerDelayUs;
+        int64_t delay_us = kAnswerDelay_us;
     };
 
     explicit Port(ScriptedModem& modem) : modem_(modem) {}
@@ -104,12 +105,12 @@ class ScriptedModem::Port : public virtual_time::PortPeer {
         const auto found = rules.find(WithoutLineEnds(command));
         if (found == rules.end()) {
             if (fails_on_unknown) ADD_FAILURE() << "the scripted modem doesn't know \"" << command << "\"";
-            Put(now_us + kAnswerDelayUs, "\r\nERROR\r\n");
+            Put(now_us + kAnswerDelay_us, "\r\nERROR\r\n");
             return;
         }
         Rule& rule = found->second;
         const std::function<std::string()> answer = rule.answers[rule.next];
-        if (rule.next + 1 < rule.answers.size()) rule.next++;
+        if (rule.next + 1 < rule.answers.size()) ++rule.next;
         const int64_t when_us = now_us + rule.delay_us;
         Put(when_us, answer());
     }
@@ -183,7 +184,7 @@ void ScriptedModem::Mute(bool mute) {
 
 void ScriptedModem::Plug(bool plugged) {
     if (port_->plugged && !plugged) {
-        port_->generation++;
+        ++port_->generation;
         port_->ForgetOutput();
     }
     port_->plugged = plugged;

@@ -10,14 +10,14 @@
 
 class PseudoTerminalTest : public testing::Test {
   protected:
-    void SetUp() override { ASSERT_EQ(openpty(&modem_, &port_, name_, nullptr, nullptr), 0); }
+    void SetUp() override { ASSERT_EQ(openpty(&modem, &port, test_name, nullptr, nullptr), 0); }
 
     void TearDown() override {
-        close(port_);
-        if (modem_ >= 0) close(modem_);
+        close(port);
+        if (modem >= 0) close(modem);
     }
 
-    int modem_ = -1;
-    int port_ = -1;
-    char name_[64] = "";
+    int modem = -1;
+    int port = -1;
+    char test_name[64] = "";
 };

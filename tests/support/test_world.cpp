@@ -1,12 +1,13 @@
 #include "tests/support/test_world.h"
 
-#include <gtest/gtest.h>
 #include <time.h>
 
 #include <cassert>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
+
+#include <gtest/gtest.h>
 
 #include "support/trace_log.h"
 
@@ -16,7 +17,7 @@ namespace {
 
 World* active_world = nullptr;
 
-constexpr double kDefaultEndSeconds = 24 * 3600;
+constexpr double kDefaultEnd_seconds = 24 * 3600;
 
 int64_t ToMicroseconds(double seconds) {
     return static_cast<int64_t>(seconds * virtual_time::kMicrosecondsPerSecond + 0.5);
@@ -51,7 +52,7 @@ World::World() {
         abort();
     };
     active_world = this;
-    EndAt(kDefaultEndSeconds);
+    EndAt(kDefaultEnd_seconds);
 }
 
 World::~World() {
@@ -183,7 +184,7 @@ void trace_log(const char* file, const char* function, int line, unsigned level,
 void trace_hexdump(const char* file, const char* function, int line, unsigned level,
                    const unsigned char* data, int length) {
     std::string text;
-    for (int i = 0; i < length; i++) {
+    for (int i = 0; i < length; ++i) {
         char byte[4];
         snprintf(byte, sizeof(byte), "%02x ", data[i]);
         text += byte;

@@ -83,8 +83,8 @@ class World {
         std::string text;  // as formatted, with its line end
         double at_seconds;
     };
-    /// Everything that went through trace_log, all levels. Hex dumps stand in it as bytes, "ff 6a ", with no
-    /// line end.
+    // Everything that went through trace_log, all levels. Hex dumps stand in it as bytes, "ff 6a ", with no
+    // line end.
     std::vector<LogLine> log;
     bool Logged(unsigned level, const std::string& exact_text) const;
     int CountLogged(const std::string& exact_text) const;

@@ -9,8 +9,8 @@ namespace modem_sim {
 /// Introduction, SIM, network, serving cell, contexts, USB mode.
 Table<Row> QuectelRows();
 
-Outcome QuectelAskUsbMode(Device& device, const Arguments& arguments);  ///< AT+QCFG="usbnet"
-Outcome QuectelSetUsbMode(Device& device, const Arguments& arguments);  ///< AT+QCFG="usbnet",*
+Outcome QuectelAskUsbMode(Device& device, const Arguments& arguments);  // AT+QCFG="usbnet"
+Outcome QuectelSetUsbMode(Device& device, const Arguments& arguments);  // AT+QCFG="usbnet",*
 
 /// Answer to AT+QENG="neighbourcell": the template, or nothing where there is no LTE cell.
 Outcome QuectelNeighbourCells(const Device& device, std::string_view cells);

@@ -1,8 +1,9 @@
 // Quectel modules on ASR chipsets (EC200A, EC600M, EG800K, EC800K): AT+QNETDEVCTL is answered at once and
 // dials after the answer; if it was asked to, the module then reports the call as "+QNETDEVSTATUS:", which
 // on other Quectel modules is the answer to a question.
-#include "simulator/modem/dialect.h"
 #include "simulator/modem/dialects/quectel.h"
+
+#include "simulator/modem/dialect.h"
 
 namespace modem_sim {
 

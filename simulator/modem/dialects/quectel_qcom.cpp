@@ -1,9 +1,10 @@
 // Quectel modules on Qualcomm chipsets (EG25, EG21 and their relatives): the data call is a network card of
 // its own, dialled with AT$QCRMCALL and watched with AT+QNETDEVSTATUS; AT+QENG gives the cells.
+#include "simulator/modem/dialects/quectel.h"
+
 #include <algorithm>
 
 #include "simulator/modem/dialect.h"
-#include "simulator/modem/dialects/quectel.h"
 #include "simulator/modem/text.h"
 
 namespace modem_sim {

@@ -1,7 +1,8 @@
 // Quectel modules on Unisoc chipsets (EC200G, EC200U): AT+QNETDEVCTL is answered when the dial has ended, and
 // a refused one with an error; the call is never reported. The serial number has no quotes.
-#include "simulator/modem/dialect.h"
 #include "simulator/modem/dialects/quectel.h"
+
+#include "simulator/modem/dialect.h"
 
 namespace modem_sim {
 

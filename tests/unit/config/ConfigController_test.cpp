@@ -1,6 +1,5 @@
 #include "network_daemon/config/ConfigController.h"
 
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -9,6 +8,8 @@
 #include <fstream>
 #include <sstream>
 #include <thread>
+
+#include <gtest/gtest.h>
 
 #include "tests/support/captured_log.h"
 
@@ -21,25 +22,25 @@ class Config : public testing::Test {
     Config() {
         logged.clear();
         char name[] = "/tmp/config_test_XXXXXX";
-        folder_ = mkdtemp(name);
-        path_ = folder_ + "/network.json";
+        folder = mkdtemp(name);
+        test_path = folder + "/network.json";
     }
     ~Config() override {
-        unlink(path_.c_str());
-        rmdir(folder_.c_str());
+        unlink(test_path.c_str());
+        rmdir(folder.c_str());
     }
 
-    void Write(const std::string& text) { std::ofstream(path_) << text; }
+    void Write(const std::string& text) { std::ofstream(test_path) << text; }
     std::string Read() {
         std::ostringstream text;
-        text << std::ifstream(path_).rdbuf();
+        text << std::ifstream(test_path).rdbuf();
         return text.str();
     }
     /// Result of loading the file; the dump goes to `dump_`.
     int Load() {
         testing::internal::CaptureStdout();
-        const int result = controller_.LoadNetworkJson(path_);
-        dump_ = testing::internal::GetCapturedStdout();
+        const int result = controller.LoadNetworkJson(test_path);
+        dump = testing::internal::GetCapturedStdout();
         return result;
     }
     static std::string EmptyDump() {
@@ -47,20 +48,20 @@ class Config : public testing::Test {
         NetworkJson{}.Dump();
         return testing::internal::GetCapturedStdout();
     }
-    void Allow(const Texts& values) { controller_.m_network_json.whitelist.allowedValues = values; }
+    void Allow(const Texts& values) { controller.m_network_json.whitelist.allowedValues = values; }
 
-    std::string folder_, path_, dump_;
-    ConfigController controller_;
+    std::string folder, test_path, dump;
+    ConfigController controller;
 };
 
 TEST_F(Config, MissingFileGivesZeroWithTheOpenLineAndNoDump) {
     EXPECT_EQ(0, Load());
     ASSERT_EQ(1u, logged.size());
-    EXPECT_EQ("[Config]ReadJsonFile Failed to open network.json file: " + path_ + "\n", logged[0].text);
+    EXPECT_EQ("[Config]ReadJsonFile Failed to open network.json file: " + test_path + "\n", logged[0].text);
     EXPECT_EQ(3u, logged[0].level);
     EXPECT_EQ("network_daemon/config/ConfigController.cpp", logged[0].file);
     EXPECT_EQ("ReadJsonFile", logged[0].function);
-    EXPECT_EQ("", dump_);
+    EXPECT_EQ("", dump);
 }
 
 TEST_F(Config, EmptyFileIsAParseFailureWithoutDump) {
@@ -71,14 +72,14 @@ TEST_F(Config, EmptyFileIsAParseFailureWithoutDump) {
     EXPECT_EQ(3u, logged[0].level);
     EXPECT_EQ("network_daemon/config/ConfigController.cpp", logged[0].file);
     EXPECT_EQ("ReadJsonFile", logged[0].function);
-    EXPECT_EQ("", dump_);
+    EXPECT_EQ("", dump);
 }
 
 TEST_F(Config, TwoObjectsOneBehindTheOtherAreAParseFailure) {
     Write("{\"customer_name\":\"a\"}\n{}");
     EXPECT_EQ(0, Load());
     EXPECT_EQ(Texts{"[Config]Failed to parse the JSON"}, LoggedTexts(3));
-    EXPECT_EQ("", dump_);
+    EXPECT_EQ("", dump);
 }
 
 TEST_F(Config, ArrayGivesZeroWithoutALineAndDumpsAnEmptyModel) {
@@ -87,13 +88,13 @@ TEST_F(Config, ArrayGivesZeroWithoutALineAndDumpsAnEmptyModel) {
     Write("[]");
     EXPECT_EQ(0, Load());
     EXPECT_TRUE(logged.empty());
-    EXPECT_EQ(EmptyDump(), dump_);
-    EXPECT_EQ("", controller_.m_network_json.customer_name);
+    EXPECT_EQ(EmptyDump(), dump);
+    EXPECT_EQ("", controller.m_network_json.customer_name);
 }
 
 TEST_F(Config, AllowedValuesAreLoggedUpToTheEqualOne) {
     Allow({"x", "ec200a", "y"});
-    EXPECT_EQ(1, controller_.CheckWhitelistLimitModule("EC200A"));
+    EXPECT_EQ(1, controller.CheckWhitelistLimitModule("EC200A"));
     EXPECT_EQ((Texts{"[whitelist] limitModuleName:  x\n", "[whitelist] limitModuleName:  ec200a\n"}),
               LoggedTexts(5));
     EXPECT_EQ("CheckWhitelistLimitModule", logged[0].function);
@@ -102,11 +103,11 @@ TEST_F(Config, AllowedValuesAreLoggedUpToTheEqualOne) {
 TEST_F(Config, EmptyNameIsNeverInAListThatIsNotEmpty) {
     Write(R"({"whitelist":{"userSettings":{"moduleName":{"allowedValues":["","EC200A"]}}}})");
     ASSERT_EQ(1, Load());
-    EXPECT_EQ(0, controller_.CheckWhitelistLimitModule(""));
+    EXPECT_EQ(0, controller.CheckWhitelistLimitModule(""));
 }
 
 TEST_F(Config, EmptyListAdmitsEverything) {
-    EXPECT_EQ(1, controller_.CheckWhitelistLimitModule("anything"));
+    EXPECT_EQ(1, controller.CheckWhitelistLimitModule("anything"));
     EXPECT_EQ(Texts{"[whitelist] moduleName allowedValues is empty allow to run\n"}, LoggedTexts(5));
 }
 
@@ -119,14 +120,14 @@ TEST_F(Config, ComparisonIgnoresCaseAndNothingElse) {
                  {"\xC9", "\xE9", 0},    {"\xC9", "\xC9", 1}};
     for (const auto& test : cases) {
         Allow({test.value});
-        EXPECT_EQ(test.expected, controller_.CheckWhitelistLimitModule(test.name))
+        EXPECT_EQ(test.expected, controller.CheckWhitelistLimitModule(test.name))
             << test.value << " " << test.name;
     }
 }
 
 TEST_F(Config, ListWithoutEqualValueRefusesAndLogsEachAsWritten) {
     Allow({"Ab", "cD"});
-    EXPECT_EQ(0, controller_.CheckWhitelistLimitModule("ef"));
+    EXPECT_EQ(0, controller.CheckWhitelistLimitModule("ef"));
     EXPECT_EQ((Texts{"[whitelist] limitModuleName:  Ab\n", "[whitelist] limitModuleName:  cD\n"}),
               LoggedTexts(5));
 }
@@ -134,9 +135,9 @@ TEST_F(Config, ListWithoutEqualValueRefusesAndLogsEachAsWritten) {
 TEST_F(Config, LoadFillsTheModelAndDumpsIt) {
     Write(R"({"customer_name":"halden","product_name":"Quillbox","module_name":["A"]})");
     EXPECT_EQ(1, Load());
-    EXPECT_EQ("halden", controller_.m_network_json.customer_name);
-    EXPECT_EQ("Quillbox", controller_.m_network_json.product_name);
-    EXPECT_NE(std::string::npos, dump_.find("  customer_name: halden\n  product_name: Quillbox\n"));
+    EXPECT_EQ("halden", controller.m_network_json.customer_name);
+    EXPECT_EQ("Quillbox", controller.m_network_json.product_name);
+    EXPECT_NE(std::string::npos, dump.find("  customer_name: halden\n  product_name: Quillbox\n"));
     EXPECT_TRUE(logged.empty());
 }
 
@@ -147,7 +148,7 @@ TEST_F(Config, SecondLoadForgetsTheFirst) {
     ASSERT_EQ(1, Load());
     Write(R"({"customer_name":1,"network_config":{"lte":"x"}})");
     ASSERT_EQ(1, Load());
-    EXPECT_EQ(EmptyDump(), dump_);
+    EXPECT_EQ(EmptyDump(), dump);
 }
 
 TEST_F(Config, FileThatCannotBeReadOrParsedLeavesTheModel) {
@@ -155,23 +156,23 @@ TEST_F(Config, FileThatCannotBeReadOrParsedLeavesTheModel) {
     ASSERT_EQ(1, Load());
     Write("{");
     EXPECT_EQ(0, Load());
-    EXPECT_EQ("a", controller_.m_network_json.customer_name);
-    unlink(path_.c_str());
+    EXPECT_EQ("a", controller.m_network_json.customer_name);
+    unlink(test_path.c_str());
     EXPECT_EQ(0, Load());
-    EXPECT_EQ("a", controller_.m_network_json.customer_name);
+    EXPECT_EQ("a", controller.m_network_json.customer_name);
 }
 
 TEST_F(Config, FolderInPlaceOfTheFileIsAParseFailure) {
-    mkdir(path_.c_str(), 0700);
+    mkdir(test_path.c_str(), 0700);
     EXPECT_EQ(0, Load());
     EXPECT_EQ(Texts{"[Config]Failed to parse the JSON"}, LoggedTexts(3));
-    rmdir(path_.c_str());
+    rmdir(test_path.c_str());
 }
 
 TEST_F(Config, DeepNestingIsReadFromAFile) {
     Write("{\"customer_name\":\"a\",\"x\":" + std::string(200000, '[') + std::string(200000, ']') + "}");
     EXPECT_EQ(1, Load());
-    EXPECT_EQ("a", controller_.m_network_json.customer_name);
+    EXPECT_EQ("a", controller.m_network_json.customer_name);
     Write(std::string(200000, '['));
     EXPECT_EQ(0, Load());
 }
@@ -179,7 +180,7 @@ TEST_F(Config, DeepNestingIsReadFromAFile) {
 TEST_F(Config, NulByteEndsTheFile) {
     Write(std::string("{\"customer_name\":\"a\"}\0garbage", 29));
     EXPECT_EQ(1, Load());
-    EXPECT_EQ("a", controller_.m_network_json.customer_name);
+    EXPECT_EQ("a", controller.m_network_json.customer_name);
 }
 
 // Written over and over in place, as a careless editor does: what is read is an old, a new or a broken text.
@@ -197,7 +198,7 @@ TEST_F(Config, FileThatChangesWhileItIsReadGivesARealTextOrAFailure) {
     int failures = 0;
     for (int i = 0; i < 200; ++i) {
         rapidjson::Document document;
-        const bool usable = controller_.ReadJsonFile(path_, document) != 0;
+        const bool usable = controller.ReadJsonFile(test_path, document) != 0;
         failures += usable ? 0 : 1;
         EXPECT_EQ(usable, !document.HasParseError());
         if (!usable) continue;
@@ -212,7 +213,7 @@ TEST_F(Config, FileThatChangesWhileItIsReadGivesARealTextOrAFailure) {
 TEST_F(Config, ReadKeepsTheParseErrorInTheDocument) {
     Write("[1,");
     rapidjson::Document document;
-    EXPECT_EQ(0, controller_.ReadJsonFile(path_, document));
+    EXPECT_EQ(0, controller.ReadJsonFile(test_path, document));
     EXPECT_TRUE(document.HasParseError());
 }
 
@@ -220,7 +221,7 @@ TEST_F(Config, WriteIndentsByFourBlanks) {
     Write("something longer that must go away: something longer that must go away");
     rapidjson::Document document;
     document.Parse(R"({"a":[1,"x"],"b":{},"c":null,"d":"\u0000\u00e9"})");
-    EXPECT_NE(0, controller_.WriteJsonFile(path_, document));
+    EXPECT_NE(0, controller.WriteJsonFile(test_path, document));
     EXPECT_EQ(
         "{\n    \"a\": [\n        1,\n        \"x\"\n    ],\n    \"b\": {},\n    \"c\": null,\n"
         "    \"d\": \"\\u0000é\"\n}",
@@ -231,15 +232,15 @@ TEST_F(Config, WriteIndentsByFourBlanks) {
 TEST_F(Config, WrittenFileReadsBack) {
     rapidjson::Document document, read_back;
     document.Parse(R"({"a":[1,-2,3.5,true,false,null,18446744073709551615],"b":{"c":"d"}})");
-    EXPECT_NE(0, controller_.WriteJsonFile(path_, document));
-    EXPECT_NE(0, controller_.ReadJsonFile(path_, read_back));
+    EXPECT_NE(0, controller.WriteJsonFile(test_path, document));
+    EXPECT_NE(0, controller.ReadJsonFile(test_path, read_back));
     EXPECT_TRUE(document == read_back);
 }
 
 TEST_F(Config, DocumentNestedAThousandLevelsIsWritten) {
     rapidjson::Document document;
     document.Parse<kJsonParseFlags>((std::string(1000, '[') + std::string(1000, ']')).c_str());
-    EXPECT_NE(0, controller_.WriteJsonFile(path_, document));
+    EXPECT_NE(0, controller.WriteJsonFile(test_path, document));
     const std::string text = Read();
     EXPECT_EQ(1000, std::count(text.begin(), text.end(), '['));
     EXPECT_EQ(1000, std::count(text.begin(), text.end(), ']'));
@@ -247,8 +248,8 @@ TEST_F(Config, DocumentNestedAThousandLevelsIsWritten) {
 
 TEST_F(Config, FileThatCannotBeWrittenIsTold) {
     rapidjson::Document document;
-    const std::string path = folder_ + "/no/such/folder";
-    EXPECT_EQ(0, controller_.WriteJsonFile(path, document));
+    const std::string path = folder + "/no/such/folder";
+    EXPECT_EQ(0, controller.WriteJsonFile(path, document));
     ASSERT_EQ(1u, logged.size());
     EXPECT_EQ("[Config]WriteJsonFile Failed to open network.json file:  " + path + "\n", logged[0].text);
     EXPECT_EQ(5u, logged[0].level);
@@ -258,7 +259,7 @@ TEST_F(Config, FileThatCannotBeWrittenIsTold) {
 TEST_F(Config, ErrorsOfWritingAreNotLookedAt) {
     rapidjson::Document document;
     document.Parse(("{\"a\":\"" + std::string(100000, 'x') + "\"}").c_str());
-    EXPECT_NE(0, controller_.WriteJsonFile("/dev/full", document));
+    EXPECT_NE(0, controller.WriteJsonFile("/dev/full", document));
 }
 
 }  // namespace

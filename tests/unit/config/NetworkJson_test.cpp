@@ -1,10 +1,10 @@
 #include "network_daemon/config/NetworkJson.h"
 
-#include <gtest/gtest.h>
-
 #include <csignal>
 #include <fstream>
 #include <sstream>
+
+#include <gtest/gtest.h>
 
 namespace {
 

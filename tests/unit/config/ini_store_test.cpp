@@ -3,7 +3,6 @@
 #include "network_daemon/config/ini_store.h"
 
 #include <dirent.h>
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -17,6 +16,8 @@
 #include <string>
 #include <utility>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 namespace {
 
@@ -81,56 +82,56 @@ class IniStore : public testing::Test {
   protected:
     void SetUp() override {
         char pattern[] = "/tmp/ini_store_test.XXXXXX";
-        folder_ = mkdtemp(pattern);
-        path_ = folder_ + "/ifcfg-lte";
-        descriptors_ = OpenDescriptors();
+        test_folder = mkdtemp(pattern);
+        test_path = test_folder + "/ifcfg-lte";
+        descriptors = OpenDescriptors();
         calls = Calls();
     }
 
     void TearDown() override {
-        ini_free(table_);
+        ini_free(table);
         EXPECT_EQ(calls.blocks, 0) << "entries leaked";
-        EXPECT_EQ(OpenDescriptors(), descriptors_) << "descriptors leaked";
-        unlink(path_.c_str());
-        rmdir(folder_.c_str());
+        EXPECT_EQ(OpenDescriptors(), descriptors) << "descriptors leaked";
+        unlink(test_path.c_str());
+        rmdir(test_folder.c_str());
     }
 
-    void Write(const std::string& text) { std::ofstream(path_, std::ios::binary) << text; }
+    void Write(const std::string& text) { std::ofstream(test_path, std::ios::binary) << text; }
 
     std::string Read() {
-        std::ifstream file(path_, std::ios::binary);
+        std::ifstream file(test_path, std::ios::binary);
         return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
     }
 
     /// Writes the text and loads it; what it says on standard error lands in `errors_`.
     void Load(const std::string& text, IniEntry* (*load)(const char*) = ini_load) {
         Write(text);
-        ini_free(table_);
+        ini_free(table);
         testing::internal::CaptureStderr();
-        table_ = load(path_.c_str());
-        errors_ = testing::internal::GetCapturedStderr();
+        table = load(test_path.c_str());
+        errors = testing::internal::GetCapturedStderr();
     }
 
     int Save() {
         testing::internal::CaptureStderr();
-        const int result = ini_save(&table_, path_.c_str());
-        errors_ = testing::internal::GetCapturedStderr();
+        const int result = ini_save(&table, test_path.c_str());
+        errors = testing::internal::GetCapturedStderr();
         return result;
     }
 
     Pairs Entries() {
         Pairs pairs;
-        for (const IniEntry* entry = table_; entry != nullptr; entry = entry->next) {
+        for (const IniEntry* entry = table; entry != nullptr; entry = entry->next) {
             pairs.emplace_back(entry->key, entry->value);
         }
         return pairs;
     }
 
-    std::string folder_;
-    std::string path_;
-    std::string errors_;
-    IniEntry* table_ = nullptr;
-    int descriptors_ = 0;
+    std::string test_folder;
+    std::string test_path;
+    std::string errors;
+    IniEntry* table = nullptr;
+    int descriptors = 0;
 };
 
 // Loading
@@ -152,13 +153,13 @@ TEST_F(IniStore, OtherLinesThatAreNoSettingsAreSkipped) {
 
 TEST_F(IniStore, NothingBehindTheEqualsSignButALineEndIsAnEmptyValue) {
     Load("APN=\nUSER=x\n");
-    ASSERT_NE(ini_get(table_, "APN"), nullptr);
-    EXPECT_STREQ(ini_get(table_, "APN"), "");
+    ASSERT_NE(ini_get(table, "APN"), nullptr);
+    EXPECT_STREQ(ini_get(table, "APN"), "");
 }
 
 TEST_F(IniStore, NothingBehindTheEqualsSignAtTheEndOfTheFileIsSkipped) {
     Load("USER=x\nAPN=");
-    EXPECT_EQ(ini_get(table_, "APN"), nullptr);
+    EXPECT_EQ(ini_get(table, "APN"), nullptr);
     EXPECT_EQ(Entries(), (Pairs{{"USER", "x"}}));
 }
 
@@ -174,37 +175,37 @@ TEST_F(IniStore, AdjacentEqualsSignsCountAsOne) {
 
 TEST_F(IniStore, FirstOfTwoLinesForOneKeyIsFound) {
     Load("A=1\nA=2\n");
-    EXPECT_STREQ(ini_get(table_, "A"), "1");
+    EXPECT_STREQ(ini_get(table, "A"), "1");
     EXPECT_EQ(Entries(), (Pairs{{"A", "1"}, {"A", "2"}}));
 }
 
 TEST_F(IniStore, QuotesAndTrailingCommentsStayInTheValue) {
     Load("APN=\"internet\" # home\r\n");
-    EXPECT_STREQ(ini_get(table_, "APN"), "\"internet\" # home");
+    EXPECT_STREQ(ini_get(table, "APN"), "\"internet\" # home");
 }
 
 TEST_F(IniStore, KeysStayAsWrittenAndLookupIgnoresCase) {
     Load("Enable=1\nenable=0\n");
     EXPECT_EQ(Entries(), (Pairs{{"Enable", "1"}}));
-    EXPECT_STREQ(ini_get(table_, "ENABLE"), "1");
-    EXPECT_STREQ(ini_get(table_, "enable"), "1");
+    EXPECT_STREQ(ini_get(table, "ENABLE"), "1");
+    EXPECT_STREQ(ini_get(table, "enable"), "1");
 }
 
 TEST_F(IniStore, ValueOf257CharactersLosesTheWholeFile) {
     Load("A=1\nB=" + std::string(257, 'x') + "\nC=1\n");
-    EXPECT_EQ(table_, nullptr);
-    EXPECT_EQ(errors_, "init file error!\n");
+    EXPECT_EQ(table, nullptr);
+    EXPECT_EQ(errors, "init file error!\n");
 }
 
 TEST_F(IniStore, ValueOf256CharactersIsAcceptedOnlyWithoutLineEnd) {
     const std::string value(256, 'x');
     Load("A=1\nB=" + value + "\n");
-    EXPECT_EQ(table_, nullptr);
-    EXPECT_EQ(errors_, "init file error!\n");
+    EXPECT_EQ(table, nullptr);
+    EXPECT_EQ(errors, "init file error!\n");
 
     Load("A=1\nB=" + value);
     EXPECT_EQ(Entries(), (Pairs{{"A", "1"}, {"B", value}})) << "it comes back whole";
-    EXPECT_EQ(errors_, "");
+    EXPECT_EQ(errors, "");
 }
 
 TEST_F(IniStore, ValueOf255CharactersIsAcceptedWithLineEnd) {
@@ -220,7 +221,7 @@ TEST_F(IniStore, KeyIsMeasuredBeforeTrimming) {
     Load("K" + std::string(255, ' ') + "=1\n");
     EXPECT_EQ(Entries(), (Pairs{{"K", "1"}}));
     Load("A=1\nK" + std::string(256, ' ') + "=1\n");
-    EXPECT_EQ(table_, nullptr);
+    EXPECT_EQ(table, nullptr);
 }
 
 TEST_F(IniStore, ThirdTokenOfAnyLengthIsThrownAway) {
@@ -235,7 +236,7 @@ TEST_F(IniStore, LongLineComesInPiecesOf1023Characters) {
     Load(comment + "b=2\nA=1\n");
     EXPECT_EQ(Entries(), (Pairs{{"A", "1"}}));
     Load("A=1\nB=" + std::string(5000, 'x') + "\n");
-    EXPECT_EQ(table_, nullptr) << "the first piece is too long";
+    EXPECT_EQ(table, nullptr) << "the first piece is too long";
 }
 
 TEST_F(IniStore, NulBytesEndALineForItsReaders) {
@@ -245,26 +246,26 @@ TEST_F(IniStore, NulBytesEndALineForItsReaders) {
 
 TEST_F(IniStore, FileWithOnlyCommentsGivesNullWithoutAMessage) {
     Load("# nothing\n\n; here\n");
-    EXPECT_EQ(table_, nullptr);
-    EXPECT_EQ(errors_, "");
+    EXPECT_EQ(table, nullptr);
+    EXPECT_EQ(errors, "");
 }
 
 TEST_F(IniStore, EmptyFileGivesNullWithoutAMessage) {
     Load("");
-    EXPECT_EQ(table_, nullptr);
-    EXPECT_EQ(errors_, "");
+    EXPECT_EQ(table, nullptr);
+    EXPECT_EQ(errors, "");
 }
 
 TEST_F(IniStore, MissingFileGivesNullWithAMessage) {
     testing::internal::CaptureStderr();
-    EXPECT_EQ(ini_load(path_.c_str()), nullptr);
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "Open ini file " + path_ + " error!\n");
+    EXPECT_EQ(ini_load(test_path.c_str()), nullptr);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "Open ini file " + test_path + " error!\n");
 }
 
 TEST_F(IniStore, FolderGivesNullWithAMessage) {
     testing::internal::CaptureStderr();
-    EXPECT_EQ(ini_load(folder_.c_str()), nullptr);
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "Open ini file " + folder_ + " error!\n");
+    EXPECT_EQ(ini_load(test_folder.c_str()), nullptr);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "Open ini file " + test_folder + " error!\n");
 }
 
 TEST_F(IniStore, ReadableFileThatCannotBeWrittenGivesNullWithAMessage) {
@@ -278,8 +279,8 @@ TEST_F(IniStore, ReadableFileThatCannotBeWrittenGivesNullWithAMessage) {
 TEST_F(IniStore, MemoryThatRunsOutLosesTheWholeFile) {
     calls.mallocs_until_failure = 1;
     Load("A=1\nB=2\n");
-    EXPECT_EQ(table_, nullptr);
-    EXPECT_EQ(errors_, "init file error!\n");
+    EXPECT_EQ(table, nullptr);
+    EXPECT_EQ(errors, "init file error!\n");
 }
 
 TEST_F(IniStore, LoadAllTakesAnyLineWithAnEqualsSign) {
@@ -290,8 +291,8 @@ TEST_F(IniStore, LoadAllTakesAnyLineWithAnEqualsSign) {
 
 TEST_F(IniStore, LoadAllIsAsStrictWithLengths) {
     Load("a=" + std::string(257, 'x') + "\n", ini_load_all);
-    EXPECT_EQ(table_, nullptr);
-    EXPECT_EQ(errors_, "init file error!\n");
+    EXPECT_EQ(table, nullptr);
+    EXPECT_EQ(errors, "init file error!\n");
 }
 
 // Lookup, removal
@@ -302,8 +303,8 @@ TEST_F(IniStore, LookupInANullTableGivesNull) {
 
 TEST_F(IniStore, LookupOfAnUnknownKeyGivesNull) {
     Load("APN2=x\n");
-    EXPECT_EQ(ini_get(table_, "APN"), nullptr);
-    EXPECT_EQ(ini_get(table_, ""), nullptr);
+    EXPECT_EQ(ini_get(table, "APN"), nullptr);
+    EXPECT_EQ(ini_get(table, ""), nullptr);
 }
 
 TEST_F(IniStore, FreeingANullTableDoesNothing) {
@@ -313,17 +314,17 @@ TEST_F(IniStore, FreeingANullTableDoesNothing) {
 
 TEST_F(IniStore, RemoveTakesTheFirstEntryOfTheKeyInAnyCase) {
     Load("A=1\nB=2\nA=3\nC=4\n");
-    table_ = ini_remove(table_, "a");
+    table = ini_remove(table, "a");
     EXPECT_EQ(Entries(), (Pairs{{"B", "2"}, {"A", "3"}, {"C", "4"}}));
-    table_ = ini_remove(table_, "A");
+    table = ini_remove(table, "A");
     EXPECT_EQ(Entries(), (Pairs{{"B", "2"}, {"C", "4"}}));
-    table_ = ini_remove(table_, "C");
+    table = ini_remove(table, "C");
     EXPECT_EQ(Entries(), (Pairs{{"B", "2"}}));
-    table_ = ini_remove(table_, "X");
+    table = ini_remove(table, "X");
     EXPECT_EQ(Entries(), (Pairs{{"B", "2"}}));
-    table_ = ini_remove(table_, "B");
-    EXPECT_EQ(table_, nullptr);
-    EXPECT_EQ(ini_remove(table_, "B"), nullptr);
+    table = ini_remove(table, "B");
+    EXPECT_EQ(table, nullptr);
+    EXPECT_EQ(ini_remove(table, "B"), nullptr);
 }
 
 // Saving
@@ -332,8 +333,8 @@ TEST_F(IniStore, SaveMergesTheTableIntoTheFile) {
     Load("Apn=new\nNEW=1\nENABLE=0\nUSER=\n");
     Write("# head\n  INDENTED=1\nENABLE = 1 # on\nDROPPED=1\nlower=1\nAPN=old=er\n\nNOEQUALS\n");
     EXPECT_EQ(Save(), 0);
-    EXPECT_EQ(table_, nullptr);
-    EXPECT_EQ(errors_, "");
+    EXPECT_EQ(table, nullptr);
+    EXPECT_EQ(errors, "");
     EXPECT_EQ(Read(), "# head\n  INDENTED=1\nENABLE=0\nlower=1\nAPN=new\n\nNOEQUALS\nNEW=1\nUSER=\n");
     EXPECT_EQ(calls.blocks, 0);
 }
@@ -375,11 +376,11 @@ TEST_F(IniStore, SaveOpensForUpdateThenEmpties) {
 
 TEST_F(IniStore, SaveIntoAMissingFileLeavesTheTable) {
     Load("A=1\n");
-    unlink(path_.c_str());
+    unlink(test_path.c_str());
     EXPECT_EQ(Save(), -1);
-    EXPECT_EQ(errors_, "Open file " + path_ + " error!\n");
+    EXPECT_EQ(errors, "Open file " + test_path + " error!\n");
     EXPECT_EQ(Entries(), (Pairs{{"A", "1"}}));
-    EXPECT_NE(access(path_.c_str(), F_OK), 0) << "it isn't made";
+    EXPECT_NE(access(test_path.c_str(), F_OK), 0) << "it isn't made";
 }
 
 TEST_F(IniStore, SaveWithoutTemporaryFileLeavesFileAndTable) {
@@ -387,7 +388,7 @@ TEST_F(IniStore, SaveWithoutTemporaryFileLeavesFileAndTable) {
     Write("A=0\n");
     calls.tmpfile_fails = true;
     EXPECT_EQ(Save(), -1);
-    EXPECT_EQ(errors_, "Create tmpfile error!\n");
+    EXPECT_EQ(errors, "Create tmpfile error!\n");
     EXPECT_EQ(Entries(), (Pairs{{"A", "1"}}));
     EXPECT_EQ(Read(), "A=0\n");
 }
@@ -406,7 +407,7 @@ TEST_F(IniStore, SaveIntoAFileThatCannotBeEmptiedLeavesFileAndTable) {
     Write("A=0\n");
     calls.failing_mode = "w+";
     EXPECT_EQ(Save(), -1);
-    EXPECT_EQ(errors_, "Open file " + path_ + " error!\n");
+    EXPECT_EQ(errors, "Open file " + test_path + " error!\n");
     EXPECT_EQ(Entries(), (Pairs{{"A", "1"}}));
     EXPECT_EQ(Read(), "A=0\n");
 }

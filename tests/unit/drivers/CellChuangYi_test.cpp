@@ -37,7 +37,7 @@ TEST_F(ChuangYiTest, SetImsiWritesItInThreeParametersAndSaves) {
 }
 
 TEST_F(ChuangYiTest, ImsiOf9Or33CharactersIsRefusedWithoutAWord) {
-    copy_text(cell.m_card_imsi, "before");
+    CopyText(cell.m_card_imsi, "before");
     for (const size_t length : {0, 1, 9, 33, 63, 200}) {
         EXPECT_EQ(0, cell.SetIMSI(std::string(length, '1').c_str())) << length;
     }

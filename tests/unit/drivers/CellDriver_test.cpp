@@ -1,11 +1,11 @@
 // Module CellDriver: rows as tables, list splitting and the exchanges that families share.
 #include "CellSubClass/src/CellDriver.h"
 
-#include <gtest/gtest.h>
-
 #include <cstring>
 #include <string>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 #include "support/text_util.h"
 #include "tests/support/test_world.h"
@@ -125,8 +125,8 @@ TEST_F(CellDriverTest, RowWithoutFieldsGivesNoHint) {
 }
 
 TEST_F(CellDriverTest, HintOnlyRowFillsNothingElse) {
-    constexpr AtRow row = {kHintDataConnect, "^DATACONNECT", {kHintOnly}, ""};
-    const AtResult result = Take(row, ": 5\r\n");
+    constexpr AtRow kRow = {kHintDataConnect, "^DATACONNECT", {kHintOnly}, ""};
+    const AtResult result = Take(kRow, ": 5\r\n");
     EXPECT_EQ(kHintDataConnect, result.type);
     EXPECT_EQ(0, result.val);
 }
@@ -137,13 +137,13 @@ struct NumberCase {
 };
 
 TEST_F(CellDriverTest, SingleNumberIsTheFirstField) {
-    constexpr AtRow row = {kHintQcrmcall, "$QCRMCALL: ", {kToVal}, ",\n\r"};
+    constexpr AtRow kRow = {kHintQcrmcall, "$QCRMCALL: ", {kToVal}, ",\n\r"};
     const NumberCase cases[] = {
         {"1, V4\r\n\r\nOK\r\n", 1}, {" 7\r\n", 7}, {"-3", -3}, {"", 0}, {",5", 0}, {"\r\n5", 0},
         {"99999999999", INT32_MAX}, {"12ab", 12},  {"ab", 0},
     };
     for (const NumberCase& row_case : cases) {
-        const AtResult result = Take(row, row_case.behind_prefix);
+        const AtResult result = Take(kRow, row_case.behind_prefix);
         EXPECT_EQ(kHintQcrmcall, result.type);
         EXPECT_EQ(row_case.expected, result.val) << row_case.behind_prefix;
     }
@@ -173,15 +173,15 @@ TEST_F(CellDriverTest, MissingNumbersAreZeroAndTold) {
 }
 
 TEST_F(CellDriverTest, TextIsTheFirstFieldCutTo127) {
-    constexpr AtRow row = {kHintQccid, "+QCCID: ", {kToText}, "\n\r"};
-    EXPECT_STREQ("8986,01", Take(row, "8986,01\r\n\r\nOK\r\n").common_str);
-    EXPECT_STREQ("", Take(row, "\r\n8986\r\n").common_str) << "an empty field, not the next line";
-    EXPECT_STREQ("", Take(row, "").common_str);
-    EXPECT_EQ(std::string(127, 'x'), Take(row, std::string(200, 'x')).common_str);
+    constexpr AtRow kRow = {kHintQccid, "+QCCID: ", {kToText}, "\n\r"};
+    EXPECT_STREQ("8986,01", Take(kRow, "8986,01\r\n\r\nOK\r\n").common_str);
+    EXPECT_STREQ("", Take(kRow, "\r\n8986\r\n").common_str) << "an empty field, not the next line";
+    EXPECT_STREQ("", Take(kRow, "").common_str);
+    EXPECT_EQ(std::string(127, 'x'), Take(kRow, std::string(200, 'x')).common_str);
 }
 
 TEST_F(CellDriverTest, NetworkTypeIsTheFirstFieldCutTo63) {
-    constexpr AtRow row = {kHintQnwinfo, "+QNWINFO: ", {kHintOnly}, ",\n\r"};
+    constexpr AtRow kRow = {kHintQnwinfo, "+QNWINFO: ", {kHintOnly}, ",\n\r"};
     const struct {
         std::string behind_prefix, network_type;
         const char* rest;
@@ -193,7 +193,7 @@ TEST_F(CellDriverTest, NetworkTypeIsTheFirstFieldCutTo63) {
     };
     for (const auto& test : cases) {
         text = test.behind_prefix;
-        EXPECT_STREQ(test.rest, StoreNetworkType(cell, AtMatch{&row, text.data()})) << test.behind_prefix;
+        EXPECT_STREQ(test.rest, StoreNetworkType(cell, AtMatch{&kRow, text.data()})) << test.behind_prefix;
         EXPECT_EQ(test.network_type, cell.m_NetworkType);
     }
 }
@@ -271,7 +271,7 @@ TEST_F(CellDriverTest, RegistrationByEpsThenPacket) {
 }
 
 TEST_F(CellDriverTest, IccidIsCutTo20AndOnlyItsOwnHintCounts) {
-    copy_text(cell.m_card_iccid, "old");
+    CopyText(cell.m_card_iccid, "old");
     modem.On("AT+CCID", "\r\nERROR\r\n");
     AskIccid(cell, "AT+CCID", kHintCinterionCcid);
     EXPECT_STREQ("old", cell.m_card_iccid);

@@ -68,7 +68,7 @@ TEST_F(FiboComLeTest, AnyOtherAnswerKeepsTheNetworkType) {
         {kError, {}},
         {"", {}},
     };
-    copy_text(cell.m_NetworkType, "old");
+    CopyText(cell.m_NetworkType, "old");
     modem.On("AT+CSQ", kError);
     for (const auto& test : cases) {
         world.log.clear();
@@ -93,7 +93,7 @@ TEST_F(FiboComLeTest, EchoHidesTheNetworkType) {
 TEST_F(FiboComLeTest, SignalIsOnlyLogged) {
     char* const fields[] = {cell.m_RSSI, cell.m_RSRP, cell.m_RSRQ,       cell.m_SINR,
                             cell.m_band, cell.m_pcid, cell.m_RSRP_LEVEL, cell.m_NetworkType};
-    for (char* field : fields) copy_text(field, sizeof cell.m_RSRP_LEVEL, "before");
+    for (char* field : fields) CopyText(field, sizeof cell.m_RSRP_LEVEL, "before");
     const Texts lines = LinesOfSignal(Answer("+CESQ: 99,99,255,255,20,48"));
     const Texts expected = {"7 CESQ info num[0]: p=99, pRes=99,255,255,20,48 !!!!!!\n",
                             "7 CESQ info num[1]: p=99, pRes=255,255,20,48 !!!!!!\n",

@@ -47,8 +47,8 @@ TEST_F(FiboComTest, FirmwareWithoutRevisionIsTheModel) {
 TEST_F(FiboComTest, AuthenticationGoesOutWithTheLongestSettings) {
     AnswerSetUp();
     const std::string longest(63, 'x');
-    copy_text(cell.m_username, longest.c_str());
-    copy_text(cell.m_password, longest.c_str());
+    CopyText(cell.m_username, longest.c_str());
+    CopyText(cell.m_password, longest.c_str());
     const std::string command = "AT+MGAUTH=1,3,\"" + longest + "\",\"" + longest + "\"";
     modem.On(command, kOk);
     cell.Initialize();

@@ -73,7 +73,7 @@ TEST_F(LynqTest, CheckOfTheLinkRefreshesTheNetworkType) {
     };
     modem.On("AT+NETOPEN?", Answer("+NETOPEN: 1"));
     for (const auto& test : cases) {
-        copy_text(cell.m_NetworkType, "before");
+        CopyText(cell.m_NetworkType, "before");
         modem.On("AT+CPSI?", test.report);
         EXPECT_EQ(1, cell.CheckConnection()) << test.report;
         EXPECT_EQ(test.network, cell.m_NetworkType) << test.report;

@@ -40,7 +40,7 @@ TEST_F(SimComTest, ReportGivesNetworkTypeAndWhetherItIsOnline) {
         {"+CPSI: LTE,Online\r\n+CPSI: WCDMA,x\r\n", 1, "LTE"},
     };
     for (const auto& test : cases) {
-        copy_text(cell.m_NetworkType, "old");
+        CopyText(cell.m_NetworkType, "old");
         const AtResult result = Parse(test.answer);
         EXPECT_EQ(kHintSimcomCpsi, result.type) << test.answer;
         EXPECT_EQ(test.is_online, result.val) << test.answer;

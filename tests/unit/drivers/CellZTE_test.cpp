@@ -197,7 +197,7 @@ TEST_F(ZteTest, OtherModelsAreNotAskedForTheirSignal) {
 // Cell
 
 TEST_F(ZteTest, LevelOfTheCellIsTheSignalCutToItsMember) {
-    copy_text(cell.m_RSRP, "-1234567890dBm");
+    CopyText(cell.m_RSRP, "-1234567890dBm");
     modem.On("AT+ZCELLINFO?", Answer("+ZCELLINFO: a,LTE,211,3,e,f,g"));
     cell.CheckNeighbourSignal();
     EXPECT_STREQ("-12345678", cell.m_RSRP_LEVEL);

@@ -138,11 +138,11 @@ class ServingCellTest : public FamilyTest<ServingRow> {
     }
 
     void Forget() {
-        copy_text(cell.m_pcid, kBefore.pcid.c_str());
-        copy_text(cell.m_band, kBefore.band.c_str());
-        copy_text(cell.m_RSRP, kBefore.rsrp.c_str());
-        copy_text(cell.m_RSRP_LEVEL, kBefore.level.c_str());
-        copy_text(cell.m_SINR, kBefore.sinr.c_str());
+        CopyText(cell.m_pcid, kBefore.pcid.c_str());
+        CopyText(cell.m_band, kBefore.band.c_str());
+        CopyText(cell.m_RSRP, kBefore.rsrp.c_str());
+        CopyText(cell.m_RSRP_LEVEL, kBefore.level.c_str());
+        CopyText(cell.m_SINR, kBefore.sinr.c_str());
     }
 
     /// The lines of one reading with this answer.
@@ -301,8 +301,8 @@ class NeighbourCellTest : public FamilyTest<NeighbourRow> {
 
     void SetUp() override {
         FamilyTest::SetUp();
-        copy_text(cell.m_neighbour_pcid, "before");
-        copy_text(cell.m_neighbour_rsrp, "before");
+        CopyText(cell.m_neighbour_pcid, "before");
+        CopyText(cell.m_neighbour_rsrp, "before");
     }
 
     /// A list of so many fields, each its own place and `mark`.

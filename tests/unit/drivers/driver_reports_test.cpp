@@ -49,7 +49,7 @@ class ReportTest : public FamilyTest<ReportRow> {
 TEST_P(ReportTest, HintsOfTheFamilyAreActedOnAndOthersChangeNothing) {
     for (int32_t hint = 0; hint < kAtPrefixRows; ++hint) {
         if (hint == kHintNwtypeind) continue;
-        copy_text(cell.m_NetworkType, "before");
+        CopyText(cell.m_NetworkType, "before");
         cell.m_online = 0;
         EXPECT_EQ(HasHint(*row, hint) ? 1 : 0, Deal(hint, 1)) << hint;
         EXPECT_EQ(hint == kHintDataStatus && HasHint(*row, hint) ? 1 : 0, cell.m_online) << hint;

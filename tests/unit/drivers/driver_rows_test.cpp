@@ -28,7 +28,7 @@ struct Row {
     std::string sample;                // what the modem sends after the prefix
     std::string ends = "";             // each of these ends a field
     std::vector<Number> numbers = {};  // in the modem's order
-    /// After the line with the number of the row; {} is a field that was stored, {rest} all after the prefix.
+    // After the line with the number of the row; {} is a field that was stored, {rest} all after the prefix.
     Texts lines = {};
     bool says_more = false;  // the family's own suite has the rest of its lines
 };
@@ -235,7 +235,7 @@ class RowsTest : public FamilyTest<FamilyRows> {
 
     Reading Read(char* answer) {
         world.log.clear();
-        copy_text(cell.m_NetworkType, "before");
+        CopyText(cell.m_NetworkType, "before");
         const AtResult record = cell.ParseAtResult(answer);
         return {record, cell.m_NetworkType, TakeLines()};
     }
@@ -317,8 +317,9 @@ std::string List(const std::vector<int32_t>& numbers) {
 TEST_P(RowsTest, RowIsFoundWhereverItStands) {
     for (const Row& each : row->rows) {
         const std::string found = each.prefix + each.sample;
-        for (const char* before : {"", "\r\n", "AT+X\r\r\n", "\xff", "Unknow.. "})
+        for (const char* before : {"", "\r\n", "AT+X\r\r\n", "\xff", "Unknow.. "}) {
             ExpectType(each, before + found);
+        }
     }
 }
 
@@ -362,8 +363,9 @@ TEST_P(RowsTest, OtherTextsAreUnknown) {
     for (const Row& each : row->rows) {
         ExpectUnknown(each.prefix.substr(0, each.prefix.size() - 1));
         ExpectUnknown(InOtherCase(each.prefix) + each.sample);
-        if (each.prefix.back() == ' ')
+        if (each.prefix.back() == ' ') {
             ExpectUnknown(each.prefix.substr(0, each.prefix.size() - 1) + each.sample);
+        }
     }
     world.log.clear();
     EXPECT_EQ(0, cell.ParseAtResult(nullptr).type);
@@ -424,8 +426,9 @@ TEST_P(TextRowsTest, TextIsTheFirstFieldUpToItsEnd) {
               "\n8986", ",8986", ",,,", "not a number", "\x80\xff\xfe\r\n", "\xe4\xff,1", "%s%n%d\r\n"}) {
             ExpectText(each, rest);
         }
-        for (const size_t length : {62, 63, 64, 126, 127, 128, 249, 300})
+        for (const size_t length : {62, 63, 64, 126, 127, 128, 249, 300}) {
             ExpectText(each, std::string(length, '8'));
+        }
         ExpectText(each, each.sample);
         ExpectText(each, "1\r\n" + each.prefix + "2\r\n");
     }
@@ -454,8 +457,9 @@ TEST_P(NumberRowsTest, NumberIsAnyFormOfItsField) {
                     rest += (i == 0 ? "" : ",") + (i == place ? field.text : std::to_string(numbers[i]));
                 }
                 numbers[place] = field.number;
-                for (const char* end : {"", "\r\n", "\r\n\r\nOK\r\n"})
+                for (const char* end : {"", "\r\n", "\r\n\r\nOK\r\n"}) {
                     ExpectNumbers(each, rest + end, numbers);
+                }
                 numbers[place] = static_cast<int32_t>(10 + place);
             }
         }

@@ -163,7 +163,10 @@ TEST_P(SetUpTest, InitializePausesAfterItsCommands) {
     cell.Initialize();
     ASSERT_EQ(Commands().size(), modem.exchanges.size());
     size_t index = modem.exchanges.size() - row->steps.size();
-    for (const Step& step : row->steps) EXPECT_NEAR(step.seconds, GapAfter(index++), 0.01) << step.command;
+    for (const Step& step : row->steps) {
+        EXPECT_NEAR(step.seconds, GapAfter(index), 0.01) << step.command;
+        ++index;
+    }
 }
 
 TEST_P(SetUpTest, RefusedSetUpIsNoFailure) {

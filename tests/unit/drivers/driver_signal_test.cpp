@@ -59,14 +59,14 @@ class SignalTest : public FamilyTest<SignalRow> {
 };
 
 TEST_P(SignalTest, NetworkTypeIsAskedBeforeTheSignal) {
-    copy_text(cell.m_NetworkType, "before");
+    CopyText(cell.m_NetworkType, "before");
     EXPECT_EQ(1, ReadCsq(row->network_answer, Answer("+CSQ: 23,99")));
     EXPECT_EQ(23, cell.m_nCSQ);
     ExpectNetwork(row->network);
 }
 
 TEST_P(SignalTest, SignalAloneDecidesAndTheNetworkTypeStaysWithoutAnAnswer) {
-    copy_text(cell.m_NetworkType, "before");
+    CopyText(cell.m_NetworkType, "before");
     for (const std::string& answer : {std::string(kError), std::string(), Answer("+CREG: 0,1")}) {
         cell.m_nCSQ = 7;
         EXPECT_EQ(1, ReadCsq(answer, Answer("+CSQ: 23,99"))) << answer;

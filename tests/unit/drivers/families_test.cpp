@@ -1,8 +1,6 @@
 // All that has to know a family of modems: the words that identify it, the factory, the table of prefixes,
 // the simulator, its stories, and the pages. What one of them lacks or describes otherwise is found here, and
 // each failure says what to write.
-#include <gtest/gtest.h>
-
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -12,6 +10,8 @@
 #include <set>
 #include <string>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 #include "network_daemon/main.h"
 #include "simulator/modem/dialect.h"
@@ -74,7 +74,7 @@ std::set<int> RowsOf(int vendor) {
     for (int row = 0; row < kAtPrefixRows; ++row) {
         if (IsPlaceholder(row)) continue;
         World world;
-        const std::unique_ptr<CellBase> cell(build_driver(vendor, kNoPort));
+        const std::unique_ptr<CellBase> cell(BuildDriver(vendor, kNoPort));
         if (cell == nullptr) return {};
         std::string text = AtPrefixTable[row];
         const AtResult result = cell->ParseAtResult(text.data());
@@ -141,7 +141,7 @@ TEST(Families, EachVendorHasADriverAndOneSimulatedFamily) {
     std::map<int, std::string> names;
     for (const Family* family : modem_sim::AllFamilies()) names[VendorOf(*family)] += family->name;
     for (const Vendor& vendor : kVendors) {
-        const std::unique_ptr<CellBase> cell(build_driver(vendor.code, kNoPort));
+        const std::unique_ptr<CellBase> cell(BuildDriver(vendor.code, kNoPort));
         EXPECT_NE(nullptr, cell) << vendor.name << " has no row in network_daemon/main_factory.cpp";
         EXPECT_NE("", names[vendor.code])
             << vendor.name << ": no simulated modem is identified as this. It wants a file in "
@@ -202,9 +202,9 @@ TEST(Families, EachDriverAndItsSimulatedModemUnderstandEachOther) {
             const std::string who = std::string(family->name) + " " + model.name + ": ";
             Desk desk(family->name, model.name);
             const int vendor = CheckDevType(desk.fd);
-            const std::unique_ptr<CellBase> cell(build_driver(vendor, desk.fd));
+            const std::unique_ptr<CellBase> cell(BuildDriver(vendor, desk.fd));
             if (cell == nullptr) continue;  // said above
-            tell_vendor(*cell, vendor);
+            TellVendor(*cell, vendor);
             EXPECT_EQ(1, cell->Initialize()) << who << "Initialize";
             EXPECT_STRNE("", cell->m_vendor_name) << who << "Initialize doesn't fill m_vendor_name";
             EXPECT_STRNE("", cell->m_fw_version) << who << "Initialize doesn't fill m_fw_version";
@@ -248,7 +248,7 @@ TEST(Families, EachRowTakesWhateverComesAfterItsPrefix) {
     };
     for (const Vendor& vendor : kVendors) {
         World world;
-        const std::unique_ptr<CellBase> cell(build_driver(vendor.code, kNoPort));
+        const std::unique_ptr<CellBase> cell(BuildDriver(vendor.code, kNoPort));
         if (cell == nullptr) continue;  // said above
         for (int row = 0; row < kAtPrefixRows; ++row) {
             for (const std::string& ending : endings) {
@@ -323,9 +323,9 @@ TEST(Families, PageOfTheLogNamesEachVendorThatIsLogged) {
     for (const Family* family : modem_sim::AllFamilies()) {
         const int vendor = VendorOf(*family);
         World world;
-        const std::unique_ptr<CellBase> cell(build_driver(vendor, kNoPort));
+        const std::unique_ptr<CellBase> cell(BuildDriver(vendor, kNoPort));
         if (cell == nullptr) continue;  // said above
-        tell_vendor(*cell, vendor);
+        TellVendor(*cell, vendor);
         const std::string code = std::to_string(vendor) + " " + Quoted(family->name);
         EXPECT_EQ(cell->m_vendor_type != kVendorUnknown, Holds(codes, code))
             << "docs/log.md: the line of \"GetVendorType=%d!\" shows " << code

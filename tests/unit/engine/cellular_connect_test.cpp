@@ -1,10 +1,11 @@
-#include <gtest/gtest.h>
+#include "network_daemon/cellular.h"
 
 #include <cstdint>
 #include <string>
 #include <vector>
 
-#include "network_daemon/cellular.h"
+#include <gtest/gtest.h>
+
 #include "support/text_util.h"
 #include "tests/support/recording_cell.h"
 #include "tests/support/test_world.h"
@@ -25,8 +26,9 @@ class Link : public testing::Test {
     /// Commands with the times at which they were written.
     Lines Exchanges() const {
         Lines lines;
-        for (const auto& exchange : modem.exchanges)
+        for (const auto& exchange : modem.exchanges) {
             lines.push_back(At(exchange.at_seconds, exchange.command));
+        }
         return lines;
     }
     Lines ShellCalls() const {
@@ -70,7 +72,7 @@ TEST_F(Link, InitializeSendsInOrderWithARadioPause) {
 
 TEST_F(Link, InitializeDoesNotMindASilentModem) {
     modem.Mute(true);
-    copy_text(cell.m_meid, "former");
+    CopyText(cell.m_meid, "former");
     EXPECT_EQ(cell.Initialize(), 1);
     EXPECT_EQ(modem.Sent().size(), 7u);
     EXPECT_STREQ(cell.m_meid, "former");
@@ -137,7 +139,7 @@ TEST_F(Link, SoftResetIgnoresWhatSetUpAndSimSay) {
 TEST_F(Link, DialWithTheApnOfTheSettings) {
     modem.SetInit();
     modem.On("AT+CGDCONT=1,\"IPV4V6\",\"internet\"", kOk);
-    copy_text(cell.m_apn, "internet");
+    CopyText(cell.m_apn, "internet");
     cell.m_carrier_code = 1;
     EXPECT_EQ(cell.DoConnect(), 1);
     EXPECT_EQ(Exchanges(), (Lines{"0.001 AT+CFUN=1", "2.002 AT+CGDCONT=1,\"IPV4V6\",\"internet\""}));
@@ -194,7 +196,7 @@ TEST_F(Link, DialWithoutAnyApnTellsTheCommandAndSendsIt) {
     modem.SetInit();
     modem.On("AT+COPS?", "\r\n+CME ERROR: 30\r\n");
     modem.On("AT+CGDCONT=1,\"IPV4V6\",\"\"", kOk);
-    copy_text(cell.m_carrier, "\"former\"");
+    CopyText(cell.m_carrier, "\"former\"");
     EXPECT_EQ(cell.DoConnect(), 1);
     EXPECT_EQ(Exchanges(),
               (Lines{"0.001 AT+CFUN=1", "2.002 AT+COPS?", "3.003 AT+CGDCONT=1,\"IPV4V6\",\"\""}));
@@ -214,7 +216,7 @@ TEST_F(Link, DialOfACarrierWithoutMeaningSendsNothing) {
 TEST_F(Link, DialPrefersTheSettingsToACarrierWithoutMeaning) {
     modem.SetInit();
     modem.On("AT+CGDCONT=1,\"IPV4V6\",\"internet\"", kOk);
-    copy_text(cell.m_apn, "internet");
+    CopyText(cell.m_apn, "internet");
     cell.m_carrier_code = 4;
     EXPECT_EQ(cell.DoConnect(), 1);
     EXPECT_EQ(modem.Sent().back(), "AT+CGDCONT=1,\"IPV4V6\",\"internet\"");

@@ -1,10 +1,11 @@
-#include <gtest/gtest.h>
+#include "network_daemon/cellular.h"
 
 #include <cstdint>
 #include <string>
 #include <vector>
 
-#include "network_daemon/cellular.h"
+#include <gtest/gtest.h>
+
 #include "support/text_util.h"
 #include "tests/support/recording_cell.h"
 #include "tests/support/test_world.h"
@@ -28,7 +29,7 @@ class Health : public testing::Test {
         cell.set_up = 1;
         cell.sim = kSimReady;
         cell.m_sim_ready = 1;
-        copy_text(cell.m_NetworkType, "LTE");
+        CopyText(cell.m_NetworkType, "LTE");
     }
     /// Results of the four probes of a chain, by what only the command of each holds.
     void AnswerNetworkProbes(const std::vector<std::string>& outputs) {
@@ -181,7 +182,7 @@ TEST_F(Health, AnAnsweredProbeClearsTheCount) {
 
 TEST_F(Health, AnotherGenerationCountsAsFailedWithoutAPing) {
     world.AnswerPopen(kAnyProbe, "3\n");
-    copy_text(cell.m_NetworkType, "WCDMA");
+    CopyText(cell.m_NetworkType, "WCDMA");
     cell.m_double_sim = 1;
     cell.m_nCSQ = 17;
     EXPECT_EQ(cell.CheckNetwork(), 1);
@@ -288,7 +289,7 @@ TEST_F(Health, WithOneSimASoftResetWhileTheSignalIsNotPoor) {
     world.AnswerPopen(kAnyProbe, "0\n");
     for (const auto& test : cases) {
         const int before = CountOfSoftResets();
-        copy_text(cell.m_RSRP, test.rsrp);
+        CopyText(cell.m_RSRP, test.rsrp);
         cell.m_CSQ_weak_check_times = 0;
         EXPECT_EQ(cell.CheckNetwork(), 1);
         EXPECT_EQ(CountOfSoftResets() - before, test.line[0] != '\0') << test.rsrp;

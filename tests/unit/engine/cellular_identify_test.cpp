@@ -1,10 +1,11 @@
-#include <gtest/gtest.h>
+#include "network_daemon/cellular.h"
 
 #include <cstdint>
 #include <string>
 #include <vector>
 
-#include "network_daemon/cellular.h"
+#include <gtest/gtest.h>
+
 #include "tests/support/test_world.h"
 
 namespace cc_cell {

@@ -1,4 +1,4 @@
-#include <gtest/gtest.h>
+#include "network_daemon/cellular.h"
 
 #include <cstdint>
 #include <cstring>
@@ -7,7 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "network_daemon/cellular.h"
+#include <gtest/gtest.h>
+
 #include "tests/support/plain_cell.h"
 #include "tests/support/test_world.h"
 

@@ -1,10 +1,11 @@
-#include <gtest/gtest.h>
+#include "network_daemon/cellular.h"
 
 #include <cstring>
 #include <string>
 #include <vector>
 
-#include "network_daemon/cellular.h"
+#include <gtest/gtest.h>
+
 #include "support/text_util.h"
 #include "tests/support/plain_cell.h"
 #include "tests/support/test_world.h"
@@ -51,7 +52,7 @@ TEST_F(Radio, CsqStaysWhenTheModemIsSilent) {
 
 TEST_F(Radio, AnnouncedTechnologyIsReadAnew) {
     modem.On("AT+PSRAT", "\r\n+PSRAT: FDD LTE\r\n\r\nOK\r\n");
-    copy_text(cell.m_NetworkType, "GSM");
+    CopyText(cell.m_NetworkType, "GSM");
     EXPECT_EQ(DealHint(kHintNwtypeind), 1);
     EXPECT_STREQ(cell.m_NetworkType, "FDD LTE");
     EXPECT_EQ(world.LogOf("DealHint"), std::vector<std::string>{"Network type FDD LTE\n"});
@@ -60,7 +61,7 @@ TEST_F(Radio, AnnouncedTechnologyIsReadAnew) {
 
 TEST_F(Radio, AnnouncedTechnologyIsAskedForEvenOfAModemWithoutTheCommand) {
     modem.On("AT+PSRAT", "\r\nERROR\r\n");
-    copy_text(cell.m_NetworkType, "GSM");
+    CopyText(cell.m_NetworkType, "GSM");
     EXPECT_EQ(DealHint(kHintNwtypeind), 1);
     EXPECT_EQ(modem.Sent(), std::vector<std::string>{"AT+PSRAT"});
     EXPECT_STREQ(cell.m_NetworkType, "GSM");
@@ -98,13 +99,13 @@ TEST_F(Radio, GenerationByTheWordOfTheTechnology) {
              GenerationCase{"NR5G", 0},      GenerationCase{"lte", 0},         GenerationCase{"GSM/LTE", 3},
              GenerationCase{"EDGE/UMTS", 2}, GenerationCase{"CDMA/EVDO", 2},
          }) {
-        copy_text(cell.m_NetworkType, expected.network_type);
+        CopyText(cell.m_NetworkType, expected.network_type);
         EXPECT_EQ(cell.GetNetworkGeneration(), expected.generation) << expected.network_type;
     }
 }
 
 TEST_F(Radio, GenerationIsUnknownWhileNoSimIsReady) {
-    copy_text(cell.m_NetworkType, "LTE");
+    CopyText(cell.m_NetworkType, "LTE");
     cell.m_sim_ready = 0;
     EXPECT_EQ(cell.GetNetworkGeneration(), 0);
 }

@@ -1,10 +1,11 @@
-#include <gtest/gtest.h>
+#include "network_daemon/cellular.h"
 
 #include <cstdint>
 #include <string>
 #include <vector>
 
-#include "network_daemon/cellular.h"
+#include <gtest/gtest.h>
+
 #include "support/text_util.h"
 #include "tests/support/recording_cell.h"
 #include "tests/support/test_world.h"
@@ -85,11 +86,11 @@ TEST_F(Settings, LinesNameTheSetterOrTheReader) {
 }
 
 TEST_F(Settings, AbsentKeysLeaveTheirMembers) {
-    copy_text(cell.m_enable, "false");
-    copy_text(cell.m_apn, "former");
-    copy_text(cell.m_username, "name");
-    copy_text(cell.m_password, "word");
-    copy_text(cell.m_card_pin, "0000");
+    CopyText(cell.m_enable, "false");
+    CopyText(cell.m_apn, "former");
+    CopyText(cell.m_username, "name");
+    CopyText(cell.m_password, "word");
+    CopyText(cell.m_card_pin, "0000");
     cell.m_auth_type = 3;
     cell.m_auto_connect = cell.m_double_sim = cell.m_orla_project = cell.m_bracken_project = 1;
     cell.m_offline = 9;
@@ -110,7 +111,7 @@ TEST_F(Settings, AbsentKeysLeaveTheirMembers) {
 }
 
 TEST_F(Settings, AFileThatYieldsNothingChangesNothingAndIsToldEachTime) {
-    copy_text(cell.m_apn, "former");
+    CopyText(cell.m_apn, "former");
     cell.GetLTEcfg();  // missing
     Load("");
     Load("# only a comment\n");
@@ -120,7 +121,7 @@ TEST_F(Settings, AFileThatYieldsNothingChangesNothingAndIsToldEachTime) {
 }
 
 TEST_F(Settings, OneOverlongLineLosesTheWholeFile) {
-    copy_text(cell.m_apn, "former");
+    CopyText(cell.m_apn, "former");
     Load("APN=new\nUSERNAME=" + std::string(300, 'u') + "\n");
     EXPECT_STREQ(cell.m_apn, "former");
     EXPECT_EQ(world.CountLogged("config /run/network/ifcfg-lte don't exist\n"), 1);
@@ -245,14 +246,14 @@ TEST_F(Settings, ApnLosesItsQuotes) {
 }
 
 TEST_F(Settings, EmptyApnWithALineEndClearsTheFormerOne) {
-    copy_text(cell.m_apn, "former");
+    CopyText(cell.m_apn, "former");
     Load("APN=\n");
     EXPECT_STREQ(cell.m_apn, "");
     EXPECT_EQ(Log(), (Lines{"6 input apn = \n", "6 APN = \n"}));
 }
 
 TEST_F(Settings, EmptyApnAsLastLineWithoutALineEndKeepsTheFormerOne) {
-    copy_text(cell.m_apn, "former");
+    CopyText(cell.m_apn, "former");
     Load("ENABLE=true\nAPN=");
     EXPECT_STREQ(cell.m_apn, "former");
     EXPECT_TRUE(world.LogOf("SetAPN").empty());
@@ -260,7 +261,7 @@ TEST_F(Settings, EmptyApnAsLastLineWithoutALineEndKeepsTheFormerOne) {
 
 TEST_F(Settings, NothingBetweenTheQuotesIsAnEmptyApn) {
     for (const char* apn : {"''", "'", "cmnet'"}) {
-        copy_text(cell.m_apn, "former");
+        CopyText(cell.m_apn, "former");
         cell.SetAPN(apn);
         EXPECT_STREQ(cell.m_apn, "") << apn;
     }

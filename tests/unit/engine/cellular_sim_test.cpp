@@ -1,10 +1,11 @@
-#include <gtest/gtest.h>
+#include "network_daemon/cellular.h"
 
 #include <cstdint>
 #include <string>
 #include <vector>
 
-#include "network_daemon/cellular.h"
+#include <gtest/gtest.h>
+
 #include "support/text_util.h"
 #include "tests/support/plain_cell.h"
 #include "tests/support/test_world.h"
@@ -53,7 +54,7 @@ TEST_F(Sim, ImeiIsABareLine) {
 }
 
 TEST_F(Sim, ImeiWithoutOkFailsAndForgetsTheFormerOne) {
-    copy_text(cell.m_csIMEI, "1234");
+    CopyText(cell.m_csIMEI, "1234");
     modem.On("AT+CGSN", "\r\n862000000000000\r\n");
     EXPECT_EQ(cell.CheckCardIMEI(), 0);
     for (char byte : cell.m_csIMEI) EXPECT_EQ(byte, 0);
@@ -135,14 +136,14 @@ TEST_F(Sim, ImsiIsTheFirstLine) {
 }
 
 TEST_F(Sim, EchoLeavesTheImsiEmptyAndCountsAsAnswer) {
-    copy_text(cell.m_card_imsi, "1234");
+    CopyText(cell.m_card_imsi, "1234");
     modem.On("AT+CIMI", "AT+CIMI\r\r\n460001234567890\r\n\r\nOK\r\n");
     EXPECT_EQ(cell.CheckCardIMSI(), 1);
     EXPECT_STREQ(cell.GetIMSI(), "");
 }
 
 TEST_F(Sim, ImsiWithoutOkFailsAndForgetsTheFormerOne) {
-    copy_text(cell.m_card_imsi, "1234");
+    CopyText(cell.m_card_imsi, "1234");
     modem.On("AT+CIMI", "\r\n+CME ERROR: 10\r\n");
     EXPECT_EQ(cell.CheckCardIMSI(), 0);
     for (char byte : cell.m_card_imsi) EXPECT_EQ(byte, 0);
@@ -179,9 +180,9 @@ TEST_F(Sim, CheckAsksInOrderAndFillsTheIdentity) {
 }
 
 TEST_F(Sim, CheckForgetsFormerTextsFirst) {
-    copy_text(cell.m_card_imsi, "1");
-    copy_text(cell.m_card_iccid, "2");
-    copy_text(cell.m_carrier, "3");
+    CopyText(cell.m_card_imsi, "1");
+    CopyText(cell.m_card_iccid, "2");
+    CopyText(cell.m_carrier, "3");
     InsertSim();
     modem.On("AT+CIMI", "\r\nERROR\r\n");
     modem.On("AT^ICCID?", "\r\nERROR\r\n");
@@ -205,7 +206,7 @@ TEST_F(Sim, CheckCallsTheDriversOwnImei) {
       public:
         using PlainCell::PlainCell;
         int32_t CheckCardIMEI() override {
-            copy_text(m_csIMEI, "own");
+            CopyText(m_csIMEI, "own");
             return 1;
         }
     };
@@ -339,14 +340,16 @@ TEST_F(Sim, LightTestAsksForReadinessAlone) {
 TEST_F(Sim, LightTestFailsWithItsOwnWordsAndLeavesNoIdentity) {
     modem.On("AT+CPIN?", "\r\n+CME ERROR: 10\r\n");
     cell.m_sim_ready = 1;
-    for (char* text : {cell.m_card_iccid, cell.m_csIMEI, cell.m_carrier, cell.m_card_imsi})
+    for (char* text : {cell.m_card_iccid, cell.m_csIMEI, cell.m_carrier, cell.m_card_imsi}) {
         text[0] = 'x', text[1] = 0;
+    }
     const int64_t start_ms = world.now_ms();
     EXPECT_EQ(cell.CheckIfSimCardReady(), -2);
     EXPECT_EQ(world.now_ms() - start_ms, 3 * (1001 + 3000));
     EXPECT_EQ(cell.m_sim_ready, 0);
-    for (char* text : {cell.m_card_iccid, cell.m_csIMEI, cell.m_carrier, cell.m_card_imsi})
+    for (char* text : {cell.m_card_iccid, cell.m_csIMEI, cell.m_carrier, cell.m_card_imsi}) {
         EXPECT_STREQ(text, "");
+    }
     EXPECT_EQ(world.LogOf("CheckIfSimCardReady"),
               (Commands{"CheckIfSimCardReady: Check SIM!\n", "CheckIfSimCardReady: SIM is not ready!\n"}));
     EXPECT_EQ(world.LogOf("CheckSimCard"), Commands{});

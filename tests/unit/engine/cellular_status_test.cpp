@@ -1,9 +1,10 @@
-#include <gtest/gtest.h>
+#include "network_daemon/cellular.h"
 
 #include <cstdint>
 #include <string>
 
-#include "network_daemon/cellular.h"
+#include <gtest/gtest.h>
+
 #include "support/build_info.h"
 #include "support/text_util.h"
 #include "tests/support/recording_cell.h"
@@ -42,25 +43,25 @@ class Status : public testing::Test {
         return text.substr(start + 1, text.find('\n', start + 1) - start - 1);
     }
     void FillAll() {
-        copy_text(cell.m_card_imsi, "460001234567890");
-        copy_text(cell.m_card_iccid, "89860012345678901234");
-        copy_text(cell.m_csIMEI, "862000000000000");
+        CopyText(cell.m_card_imsi, "460001234567890");
+        CopyText(cell.m_card_iccid, "89860012345678901234");
+        CopyText(cell.m_csIMEI, "862000000000000");
         cell.m_auto_connect = 1;
         cell.m_online = 1;
         cell.m_connect_time = 1000;
-        copy_text(cell.m_carrier, "\"CHN-CT\"");
-        copy_text(cell.m_apn, "internet");
+        CopyText(cell.m_carrier, "\"CHN-CT\"");
+        CopyText(cell.m_apn, "internet");
         cell.m_nCSQ = 23;
         cell.m_CGREG = 1;
         cell.m_CEREG = 5;
         cell.m_reconnect_times = 7;
-        copy_text(cell.m_NetworkType, "LTE");
-        copy_text(cell.m_fw_version, "EG25GGBR07A08M2G");
+        CopyText(cell.m_NetworkType, "LTE");
+        CopyText(cell.m_fw_version, "EG25GGBR07A08M2G");
         cell.m_sim_ready = 1;
-        copy_text(cell.m_username, "user");
-        copy_text(cell.m_password, "secret");
+        CopyText(cell.m_username, "user");
+        CopyText(cell.m_password, "secret");
         cell.m_auth_type = 2;
-        copy_text(cell.m_RSRP_LEVEL, "-97");
+        CopyText(cell.m_RSRP_LEVEL, "-97");
         cell.m_Tempture = 41;
     }
 
@@ -120,10 +121,10 @@ TEST_F(Status, File3630) {
     FillAll();
     cell.m_vendor_type = kVendorZte;
     CellBase::m_ModuleName = "ME3630";
-    copy_text(cell.m_RSSI, "-70dBm");
-    copy_text(cell.m_RSRP, "-97");
-    copy_text(cell.m_RSRQ, "-10");
-    copy_text(cell.m_SINR, "12");
+    CopyText(cell.m_RSSI, "-70dBm");
+    CopyText(cell.m_RSRP, "-97");
+    CopyText(cell.m_RSRQ, "-10");
+    CopyText(cell.m_SINR, "12");
     cell.WriteStatusFiles();
     EXPECT_EQ(world.Read(k3630), std::string("CSQ=23\nRSSI=-70dBm\nRSRP=-97\nRSRQ=-10\nSINR=12\n") + kNow);
     EXPECT_FALSE(world.Exists(kSignal));
@@ -213,7 +214,7 @@ TEST_F(Status, OnlyTheMe3630HasItsFile) {
 
 TEST_F(Status, GenerationIsZeroWithoutASim) {
     cell.m_vendor_type = kVendorQuectelQcom;
-    copy_text(cell.m_NetworkType, "LTE");
+    CopyText(cell.m_NetworkType, "LTE");
     EXPECT_EQ(LineOf("ModemNetwork_Generation", kSignal), "ModemNetwork_Generation=0");
     EXPECT_EQ(LineOf("Network=", kSignal), "Network=LTE");
     cell.m_sim_ready = 1;
@@ -222,20 +223,20 @@ TEST_F(Status, GenerationIsZeroWithoutASim) {
 
 TEST_F(Status, ApnHasQuotesInTheMainFileAlone) {
     cell.m_vendor_type = kVendorQuectelQcom;
-    copy_text(cell.m_apn, "internet");
+    CopyText(cell.m_apn, "internet");
     EXPECT_EQ(LineOf("APN="), "APN='internet'");
     EXPECT_EQ(LineOf("APN=", kSignal), "APN=internet");
 }
 
 TEST_F(Status, FirmwareTextIsTrimmedAtBothEnds) {
-    copy_text(cell.m_fw_version, " \r\nEG25 R07\r\n ");
+    CopyText(cell.m_fw_version, " \r\nEG25 R07\r\n ");
     EXPECT_EQ(LineOf("FWVersion="), "FWVersion=EG25 R07");
     // The end is gone for good, the start is only skipped.
     EXPECT_STREQ(cell.m_fw_version, " \r\nEG25 R07");
 }
 
 TEST_F(Status, ModemTextWithConversionsIsPrintedAsItIs) {
-    copy_text(cell.m_carrier, "%s%n%d");
+    CopyText(cell.m_carrier, "%s%n%d");
     EXPECT_EQ(LineOf("Carrier="), "Carrier=%s%n%d");
 }
 

@@ -1,10 +1,11 @@
-#include <gtest/gtest.h>
+#include "network_daemon/cellular.h"
 
 #include <cstdint>
 #include <string>
 #include <vector>
 
-#include "network_daemon/cellular.h"
+#include <gtest/gtest.h>
+
 #include "support/text_util.h"
 #include "tests/support/recording_cell.h"
 #include "tests/support/test_world.h"
@@ -23,8 +24,8 @@ constexpr char kDeviceResetLine[] = "[FIFO] DeviceReset run\n";
 void BringOnline(RecordingCell& cell) {
     cell.m_online = 1;
     cell.csq_read = 1;
-    copy_text(cell.m_csIMEI, "862000000000000");
-    copy_text(cell.m_card_imsi, "460001234567890");
+    CopyText(cell.m_csIMEI, "862000000000000");
+    CopyText(cell.m_card_imsi, "460001234567890");
 }
 
 void AnswerReady(ScriptedModem& modem) {
@@ -213,8 +214,9 @@ TEST_F(TaskLoop, TheProbeCountsFromItsEnd) {
     cell.Task();
     // The first ends at 2.001 s, and the pass that begins 10 s of uptime later is one too early.
     Lines exchanges;
-    for (const auto& exchange : modem.exchanges)
+    for (const auto& exchange : modem.exchanges) {
         exchanges.push_back(At(exchange.at_seconds, exchange.command));
+    }
     EXPECT_EQ(exchanges, (Lines{"1.001 AT+CSQ", "13.002 AT+CSQ"}));
     EXPECT_EQ(cell.m_nCSQ, 20);
 }
@@ -280,9 +282,9 @@ TEST_F(TaskLoop, ACinterionModemWhosePathIsGoneIsReset) {
 
 TEST_F(TaskLoop, DisabledLinkOnlyWaitsForTheSettings) {
     cell.csq_read = 1;
-    copy_text(cell.m_enable, "false");
+    CopyText(cell.m_enable, "false");
     cell.settings = [this] {
-        if (world.now_ms() > 30000) copy_text(cell.m_enable, "true");
+        if (world.now_ms() > 30000) CopyText(cell.m_enable, "true");
     };
     cell.connect = 1;
     EndAt(42.5);
@@ -296,7 +298,7 @@ TEST_F(TaskLoop, OnlyTheExactWordDisables) {
     cell.csq_read = 1;
     cell.connect = 1;
     for (const char* word : {"False", "FALSE", "0", "falsey", ""}) {
-        copy_text(cell.m_enable, word);
+        CopyText(cell.m_enable, word);
         cell.calls.clear();
         cell.m_device_reset_req = 0;
         EndAt(world.now_seconds() + 0.5);
@@ -307,7 +309,7 @@ TEST_F(TaskLoop, OnlyTheExactWordDisables) {
 
 TEST_F(TaskLoop, DisablingWhileOnlineDisconnectsOnce) {
     BringOnline(cell);
-    cell.settings = [this] { copy_text(cell.m_enable, "false"); };
+    cell.settings = [this] { CopyText(cell.m_enable, "false"); };
     EndAt(10);
     cell.Task();
     EXPECT_EQ(cell.Story(), (Lines{"1.000 ReadCSQ", "1.000 CheckConnection", "1.000 GetLTEcfg",
@@ -321,7 +323,7 @@ TEST_F(TaskLoop, DisablingWhileOnlineStillFillsInTheIdentity) {
     BringOnline(cell);
     cell.m_card_imsi[0] = '\0';
     modem.On("AT+CIMI", "\r\n460001234567890\r\n\r\nOK\r\n");
-    cell.settings = [this] { copy_text(cell.m_enable, "false"); };
+    cell.settings = [this] { CopyText(cell.m_enable, "false"); };
     EndAt(0.5);
     cell.Task();
     EXPECT_STREQ(cell.m_card_imsi, "460001234567890");
@@ -434,7 +436,7 @@ TEST_F(TaskLoop, WithOneSimAndNoProjectNothingPings) {
 TEST_F(TaskLoop, ProjectIsCheckedBeforeTheNetworkAndBeforeTheIdentity) {
     BringOnline(cell);
     cell.m_sim_ready = 1;
-    copy_text(cell.m_NetworkType, "LTE");
+    CopyText(cell.m_NetworkType, "LTE");
     cell.m_card_imsi[0] = '\0';
     modem.On("AT+CIMI", "\r\n460001234567890\r\n\r\nOK\r\n");
     world.AnswerPopenSlowly("ping ", "1\n", 2);
@@ -452,7 +454,7 @@ TEST_F(TaskLoop, ADisabledLinkIsNotChecked) {
     BringOnline(cell);
     cell.settings = [this] {
         cell.m_orla_project = cell.m_double_sim = 1;
-        copy_text(cell.m_enable, "false");
+        CopyText(cell.m_enable, "false");
     };
     EndAt(0.5);
     cell.Task();

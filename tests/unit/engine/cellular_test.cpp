@@ -1,11 +1,11 @@
 #include "network_daemon/cellular.h"
 
-#include <gtest/gtest.h>
-
 #include <cstddef>
 #include <cstring>
 #include <new>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 #include "tests/support/plain_cell.h"
 #include "tests/support/test_world.h"

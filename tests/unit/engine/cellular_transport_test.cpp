@@ -1,11 +1,13 @@
-#include <gtest/gtest.h>
+#include "network_daemon/cellular.h"
+
 #include <unistd.h>
 
 #include <cstdio>
 #include <string>
 #include <vector>
 
-#include "network_daemon/cellular.h"
+#include <gtest/gtest.h>
+
 #include "tests/support/plain_cell.h"
 #include "tests/support/test_world.h"
 

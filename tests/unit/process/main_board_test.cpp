@@ -1,11 +1,12 @@
 // Module main_board: the board by what the system says, and the search for a ttyACM device.
-#include <gtest/gtest.h>
+#include "network_daemon/main.h"
 
 #include <cstring>
 #include <string>
 #include <vector>
 
-#include "network_daemon/main.h"
+#include <gtest/gtest.h>
+
 #include "tests/support/test_world.h"
 
 using namespace cc_cell;

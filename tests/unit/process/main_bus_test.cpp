@@ -1,13 +1,15 @@
 // Module main_bus: what the daemon serves on the bus, every frame of the OCPP service, and every answer byte
 // for byte.
+#include "network_daemon/main.h"
+
 #include <dlfcn.h>
-#include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
 
-#include "network_daemon/main.h"
+#include <gtest/gtest.h>
+
 #include "support/build_info.h"
 #include "support/text_util.h"
 #include "tests/support/ocpp_frames.h"
@@ -104,19 +106,19 @@ class BusTest : public testing::Test {
     }
 
     void FillStatus() {
-        copy_text(cell.m_vendor_name, "Quectel");
-        copy_text(cell.m_fw_version, "EG25GGBR07A08M2G");
-        copy_text(cell.m_csIMEI, "867698041122330");
-        copy_text(cell.m_card_iccid, "89860012317001122334");
+        CopyText(cell.m_vendor_name, "Quectel");
+        CopyText(cell.m_fw_version, "EG25GGBR07A08M2G");
+        CopyText(cell.m_csIMEI, "867698041122330");
+        CopyText(cell.m_card_iccid, "89860012317001122334");
         cell.m_Primary_SIM = 1;
-        copy_text(cell.m_carrier, "\"CHINA MOBILE\"");
-        copy_text(cell.m_pcid, "301");
-        copy_text(cell.m_RSRP, "-95");
-        copy_text(cell.m_band, "3");
-        copy_text(cell.m_neighbour_pcid, "302");
-        copy_text(cell.m_neighbour_rsrp, "-101");
-        copy_text(cell.m_SINR, "12");
-        copy_text(cell.m_card_imsi, "460001112223334");
+        CopyText(cell.m_carrier, "\"CHINA MOBILE\"");
+        CopyText(cell.m_pcid, "301");
+        CopyText(cell.m_RSRP, "-95");
+        CopyText(cell.m_band, "3");
+        CopyText(cell.m_neighbour_pcid, "302");
+        CopyText(cell.m_neighbour_rsrp, "-101");
+        CopyText(cell.m_SINR, "12");
+        CopyText(cell.m_card_imsi, "460001112223334");
     }
 
     World world;
@@ -126,7 +128,7 @@ class BusTest : public testing::Test {
 // Registration
 
 TEST_F(BusTest, JoinsUnderItsNameWithOneRowInEachTable) {
-    EXPECT_EQ(0, join_bus());
+    EXPECT_EQ(0, JoinBus());
     EXPECT_EQ("RAVELIN", world.bus_name);
     const busglue_descriptor* descriptor = world.bus_descriptor;
     ASSERT_NE(nullptr, descriptor);
@@ -142,11 +144,11 @@ TEST_F(BusTest, JoinsUnderItsNameWithOneRowInEachTable) {
 
 TEST_F(BusTest, BusThatCanNotBeJoinedIsNegative) {
     world.bus_connect_result = -7;
-    EXPECT_GT(0, join_bus());
+    EXPECT_GT(0, JoinBus());
 }
 
 TEST_F(BusTest, StatusQueryThatCameAsASignalIsLoggedAndAnsweredWithNothing) {
-    ASSERT_EQ(0, join_bus());
+    ASSERT_EQ(0, JoinBus());
     Bytes frame = kStatusQuery;
     EXPECT_EQ(0, world.bus_descriptor->signals[0].handler(static_cast<int>(frame.size()), frame.data()));
     EXPECT_EQ((Lines{"[RAVELIN] get ocpp msg id=7 cmd=7603 length=0\n"}), HandlerLog());
@@ -154,15 +156,15 @@ TEST_F(BusTest, StatusQueryThatCameAsASignalIsLoggedAndAnsweredWithNothing) {
 }
 
 TEST_F(BusTest, StatusQueryThatCameAsASignalBuildsTheStatus) {
-    ASSERT_EQ(0, join_bus());
-    copy_text(cell.m_fw_version, "R07 \r");
+    ASSERT_EQ(0, JoinBus());
+    CopyText(cell.m_fw_version, "R07 \r");
     Bytes frame = kStatusQuery;
     world.bus_descriptor->signals[0].handler(static_cast<int>(frame.size()), frame.data());
     EXPECT_STREQ("R07", cell.m_fw_version) << "which building it has trimmed";
 }
 
 TEST_F(BusTest, UpgradeRequestThatCameAsASignalStartsTheUpgrade) {
-    ASSERT_EQ(0, join_bus());
+    ASSERT_EQ(0, JoinBus());
     Bytes frame = kUpgradeRequest;
     world.bus_descriptor->signals[0].handler(static_cast<int>(frame.size()), frame.data());
     EXPECT_EQ(1, cell.m_ota_running);
@@ -302,7 +304,7 @@ TEST_F(BusTest, SecondSimIsTold) {
 }
 
 TEST_F(BusTest, FirmwareIsTrimmedInTheAnswerAndItsEndInTheMemberForGood) {
-    copy_text(cell.m_fw_version, " \tR07 A08\r\n ");
+    CopyText(cell.m_fw_version, " \tR07 A08\r\n ");
     const ByteArray value = ParseTlvBytes(BuildStatusTlv())[1].value;
     EXPECT_EQ("R07 A08", std::string(value.begin(), value.end()));
     EXPECT_STREQ(" \tR07 A08", cell.m_fw_version);
@@ -404,7 +406,7 @@ TEST_F(BusTest, RequestWithTheMarkAloneStartsTheUpgradeWithEmptyTexts) {
 }
 
 TEST_F(BusTest, RequestWithTwoItemsIsAnErrorInTheLogAndStartsTheUpgrade) {
-    copy_text(supportModule, "before");
+    CopyText(supportModule, "before");
     EXPECT_EQ(kAccepted, Ask(Frame(7, 0x7600, RequestData({"A", "B"}))));
     const Lines log = HandlerLog();
     ASSERT_EQ(6u, log.size());

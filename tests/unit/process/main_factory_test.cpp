@@ -1,10 +1,11 @@
 // Module main_factory: vendor code to driver object.
-#include <gtest/gtest.h>
+#include "network_daemon/main.h"
 
 #include <iterator>
 #include <memory>
 
-#include "network_daemon/main.h"
+#include <gtest/gtest.h>
+
 #include "tests/support/test_world.h"
 #include "tests/support/vendors.h"
 
@@ -42,10 +43,10 @@ TEST(Factory, FirstThirteenCodesBuildTheirDrivers) {
         World world;
         ScriptedModem modem(world);
         modem.Mute(true);
-        const std::unique_ptr<CellBase> cell(build_driver(test.vendor, modem.fd()));
+        const std::unique_ptr<CellBase> cell(BuildDriver(test.vendor, modem.fd()));
         ASSERT_NE(nullptr, cell) << test.vendor;
         EXPECT_STREQ(test.interface_name, cell->GetInterfaceName()) << test.vendor;
-        tell_vendor(*cell, test.vendor);
+        TellVendor(*cell, test.vendor);
         EXPECT_EQ(test.knows_vendor ? test.vendor : kVendorUnknown, cell->m_vendor_type) << test.vendor;
         EXPECT_EQ(1, cell->Initialize()) << test.vendor;
         EXPECT_STREQ(test.vendor_name, cell->m_vendor_name);
@@ -57,12 +58,12 @@ TEST(Factory, EachVendorBuildsADriverThatWaitsForItsOrders) {
         World world;
         ScriptedModem modem(world);
         modem.Mute(true);
-        const std::unique_ptr<CellBase> cell(build_driver(vendor.code, modem.fd()));
+        const std::unique_ptr<CellBase> cell(BuildDriver(vendor.code, modem.fd()));
         ASSERT_NE(nullptr, cell) << vendor.name;
         EXPECT_STRNE("", cell->GetInterfaceName()) << vendor.name;
         EXPECT_EQ(modem.fd(), cell->m_cell_fd) << vendor.name;
         EXPECT_EQ(kVendorUnknown, cell->m_vendor_type) << vendor.name;
-        tell_vendor(*cell, vendor.code);
+        TellVendor(*cell, vendor.code);
         EXPECT_TRUE(cell->m_vendor_type == kVendorUnknown || cell->m_vendor_type == vendor.code)
             << vendor.name << ": " << cell->m_vendor_type;
         EXPECT_TRUE(modem.exchanges.empty()) << vendor.name;
@@ -73,8 +74,8 @@ TEST(Factory, FibocomWithAndWithoutLe370AreTwoDrivers) {
     World world;
     ScriptedModem modem(world);
     modem.Mute(true);
-    const std::unique_ptr<CellBase> other(build_driver(kVendorFibocom, modem.fd()));
-    const std::unique_ptr<CellBase> le370(build_driver(kVendorFibocomLe, modem.fd()));
+    const std::unique_ptr<CellBase> other(BuildDriver(kVendorFibocom, modem.fd()));
+    const std::unique_ptr<CellBase> le370(BuildDriver(kVendorFibocomLe, modem.fd()));
     CellBase::m_ModuleName.clear();
     other->Initialize();
     le370->Initialize();
@@ -89,9 +90,9 @@ TEST(Factory, OtherQuectelAndZteModemsKnowTheirVendor) {
         const char* interface_on_a35;  // only one family looks at the board
     } families[] = {{kVendorQuectelUnisoc, "wwan0"}, {kVendorQuectelAsr, "wwan0"}, {kVendorZte, "usb0"}};
     for (const auto& family : families) {
-        const std::unique_ptr<CellBase> cell(build_driver(family.vendor, kPort));
+        const std::unique_ptr<CellBase> cell(BuildDriver(family.vendor, kPort));
         ASSERT_NE(nullptr, cell);
-        tell_vendor(*cell, family.vendor);
+        TellVendor(*cell, family.vendor);
         EXPECT_EQ(family.vendor, cell->m_vendor_type);
         cell->SetBoard(kBoardA35);
         EXPECT_STREQ(family.interface_on_a35, cell->GetInterfaceName()) << family.vendor;
@@ -100,23 +101,23 @@ TEST(Factory, OtherQuectelAndZteModemsKnowTheirVendor) {
 
 TEST(Factory, Code12IsAnUnknownModem) {
     World world;
-    EXPECT_EQ(nullptr, build_driver(12, kPort));
+    EXPECT_EQ(nullptr, BuildDriver(12, kPort));
 }
 
 TEST(Factory, ValuesOutsideTheTableAreUnknownModems) {
     World world;
     const int above_all = std::rbegin(kVendors)->code + 1;
     for (const int code : {0, -1, above_all, 1000}) {
-        EXPECT_EQ(nullptr, build_driver(code, kPort)) << code;
-        const std::unique_ptr<CellBase> cell(build_driver(kVendorLynq, kPort));
-        tell_vendor(*cell, code);
+        EXPECT_EQ(nullptr, BuildDriver(code, kPort)) << code;
+        const std::unique_ptr<CellBase> cell(BuildDriver(kVendorLynq, kPort));
+        TellVendor(*cell, code);
         EXPECT_EQ(kVendorUnknown, cell->m_vendor_type) << code;
     }
 }
 
 TEST(Factory, LeavesTheGlobalObjectToMain) {
     World world;
-    const std::unique_ptr<CellBase> cell(build_driver(kVendorQuectelQcom, kPort));
+    const std::unique_ptr<CellBase> cell(BuildDriver(kVendorQuectelQcom, kPort));
     EXPECT_EQ(nullptr, pCell);
 }
 

@@ -24,7 +24,7 @@ bool fail_next_select = false;
 bool fail_next_read = false;
 bool empty_next_read = false;
 
-bool take(bool& flag) {
+bool Take(bool& flag) {
     const bool was = flag;
     flag = false;
     return was;
@@ -34,15 +34,15 @@ bool take(bool& flag) {
 extern "C" int __real_select(int count, fd_set* reads, fd_set* writes, fd_set* excepts, timeval* timeout);
 extern "C" int __wrap_select(int count, fd_set* reads, fd_set* writes, fd_set* excepts, timeval* timeout) {
     const int ready = __real_select(count, reads, writes, excepts, timeout);
-    if (!take(fail_next_select)) return ready;
+    if (!Take(fail_next_select)) return ready;
     errno = EINTR;
     return -1;
 }
 
 extern "C" ssize_t __real_read(int fd, void* to, size_t size);
 extern "C" ssize_t __wrap_read(int fd, void* to, size_t size) {
-    if (take(empty_next_read)) return 0;
-    if (!take(fail_next_read)) return __real_read(fd, to, size);
+    if (Take(empty_next_read)) return 0;
+    if (!Take(fail_next_read)) return __real_read(fd, to, size);
     char lost[512];
     EXPECT_GT(__real_read(fd, lost, sizeof lost), 0);
     errno = EAGAIN;
@@ -54,7 +54,7 @@ namespace {
 constexpr char kRemovePipe[] = "rm -rf /run/network/ravelin_fifo";
 constexpr char kGone[] = "[FIFO]RAVELIN_FIFO does not exist.\n";
 
-int open_descriptors() {
+int OpenDescriptors() {
     int count = 0;
     for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
         static_cast<void>(entry);
@@ -102,37 +102,37 @@ TEST_F(FifoTest, DeletedPipeIsMissedWithinFiveSecondsAndMadeAnew) {
 
 TEST_F(FifoTest, RebuildsLoseNoDescriptor) {
     Start();
-    const int before = open_descriptors();
+    const int before = OpenDescriptors();
     for (int i = 0; i < 20; ++i) {
         world.Remove(kPipe);
         sleep(kListen_seconds);
     }
     EXPECT_EQ(20, world.CountLogged(kGone));
-    EXPECT_EQ(before, open_descriptors());
+    EXPECT_EQ(before, OpenDescriptors());
 }
 
 TEST_F(FifoTest, FailedSelectMakesANewPipe) {
     Start();
-    const int before = open_descriptors();
+    const int before = OpenDescriptors();
     fail_next_select = true;
     sleep(2 * kListen_seconds);
     const Texts log = {"[FIFO]fifo select error\n"};
     EXPECT_EQ(log, world.LogOf("thread_function_pipe"));
     EXPECT_EQ(3u, world.log[0].level);
     EXPECT_EQ(2u, world.shell.size());
-    EXPECT_EQ(before, open_descriptors());
+    EXPECT_EQ(before, OpenDescriptors());
     EXPECT_TRUE(TakesCommands());
 }
 
 TEST_F(FifoTest, EmptyReadMakesANewPipe) {
     Start();
-    const int before = open_descriptors();
+    const int before = OpenDescriptors();
     empty_next_read = true;
     Send("SoftReset:1\n");
     EXPECT_EQ(Texts{kReadError}, Visible());
     EXPECT_EQ(3u, world.log[0].level);
     EXPECT_EQ(2u, world.shell.size());
-    EXPECT_EQ(before, open_descriptors());
+    EXPECT_EQ(before, OpenDescriptors());
     EXPECT_TRUE(NothingRequested());
 }
 
@@ -142,7 +142,7 @@ TEST_F(FifoTest, FailedReadIsLoggedAndParsesNothing) {
     fail_next_read = true;
     Send("SoftReset:1\n");
     EXPECT_TRUE(NothingRequested());
-    EXPECT_EQ(Texts{key_line("a", "Reset4G:1")}, Pairs());
+    EXPECT_EQ(Texts{KeyLine("a", "Reset4G:1")}, Pairs());
     EXPECT_EQ("[FIFO]fifo msg:a \n", world.log.back().text) << "what the buffer held";
     EXPECT_EQ(1u, world.shell.size()) << "no new pipe";
     EXPECT_TRUE(TakesCommands());
@@ -190,16 +190,16 @@ TEST_F(BlockedPathTest, FolderInTheWayOfARebuildIsWaitedForInSilence) {
     blocked = false;
     Block([this] { world.MakeFolder(kPipe); });
     Start();
-    const int with_pipe = open_descriptors();
+    const int with_pipe = OpenDescriptors();
     blocked = true;
     world.Remove(kPipe);
     sleep(60);
     EXPECT_EQ(Texts{kGone}, Visible());
-    EXPECT_EQ(with_pipe - 1, open_descriptors()) << "the old pipe is closed, and there is no new one";
+    EXPECT_EQ(with_pipe - 1, OpenDescriptors()) << "the old pipe is closed, and there is no new one";
     blocked = false;
     world.Remove(kPipe);
     sleep(kListen_seconds);
-    EXPECT_EQ(with_pipe, open_descriptors());
+    EXPECT_EQ(with_pipe, OpenDescriptors());
     EXPECT_TRUE(TakesCommands());
 }
 
@@ -211,13 +211,13 @@ TEST_F(BlockedPathTest, FileInTheWayOfARebuildIsReadToItsEnd) {
         blocked = ++files < 3;
     });
     Start();
-    const int before = open_descriptors();
+    const int before = OpenDescriptors();
     blocked = true;
     world.Remove(kPipe);
     sleep(kListen_seconds);
     EXPECT_EQ(1, cell.m_soft_reset_req) << "a file is as good as a message";
     EXPECT_EQ(3, world.CountLogged(kReadError)) << "its end makes a new pipe";
-    EXPECT_EQ(before, open_descriptors());
+    EXPECT_EQ(before, OpenDescriptors());
     Send("Reset4G:1\n");
     EXPECT_EQ(1, cell.m_device_reset_req);
 }
@@ -286,13 +286,13 @@ TEST_F(FifoTest, DescriptorBeyondTheSetOfSelectCountsAsNone) {
     ASSERT_EQ(0, setrlimit(RLIMIT_NOFILE, &limit));
     std::vector<int> held;
     while (held.empty() || held.back() < FD_SETSIZE) held.push_back(dup(STDERR_FILENO));
-    const int before = open_descriptors();
+    const int before = OpenDescriptors();
     Start();
     EXPECT_EQ(Texts{"[FIFO] fifo open error\n"}, Visible());
     world.Remove(kPipe);
     sleep(3 * kListen_seconds);
     EXPECT_EQ(1, world.CountLogged(kGone));
-    EXPECT_EQ(before, open_descriptors());
+    EXPECT_EQ(before, OpenDescriptors());
     for (const int fd : held) close(fd);
     sleep(1);  // so many calls cost some virtual time
     world.Remove(kPipe);

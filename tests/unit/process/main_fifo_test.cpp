@@ -1,5 +1,7 @@
 // Module main_fifo: what comes through the pipe. Commands, the lines and words that they stand in, and input
 // that is none. The pipe itself: main_fifo_pipe_test.cpp.
+#include "network_daemon/main.h"
+
 #include <unistd.h>
 
 #include <algorithm>
@@ -7,7 +9,6 @@
 
 #include <gtest/gtest.h>
 
-#include "network_daemon/main.h"
 #include "tests/support/fifo_fixture.h"
 
 using test_support::World;
@@ -51,7 +52,7 @@ TEST_P(CommandTest, LogsAndRequests) {
     const CommandCase& expected = GetParam();
     handle_command(expected.key, expected.value);
     ASSERT_EQ(expected.text == nullptr ? 1u : 2u, world.log.size());
-    EXPECT_EQ(key_line(expected.key, expected.value), world.log[0].text);
+    EXPECT_EQ(KeyLine(expected.key, expected.value), world.log[0].text);
     EXPECT_EQ(7u, world.log[0].level);
     if (expected.text != nullptr) {
         EXPECT_EQ(expected.text, world.log[1].text);
@@ -91,7 +92,7 @@ TEST_F(FifoTest, SoftResetWithCarriageReturnDoesNothing) {
     Start();
     Send("SoftReset:1\r\n");
     EXPECT_TRUE(NothingRequested());
-    EXPECT_EQ(Texts{key_line("SoftReset", "1\r")}, Pairs());
+    EXPECT_EQ(Texts{KeyLine("SoftReset", "1\r")}, Pairs());
     EXPECT_TRUE(Visible().empty());
 }
 
@@ -100,7 +101,7 @@ TEST_F(FifoTest, SoftResetWithAnotherValueLogsItsKeyAlone) {
     Send("SoftReset:0\n");
     Send("SoftReset:11\n");
     EXPECT_TRUE(NothingRequested());
-    const Texts pairs = {key_line("SoftReset", "0"), key_line("SoftReset", "11")};
+    const Texts pairs = {KeyLine("SoftReset", "0"), KeyLine("SoftReset", "11")};
     EXPECT_EQ(pairs, world.LogOf("handle_command"));
 }
 
@@ -135,7 +136,7 @@ TEST_F(FifoTest, KeysAreCaseSensitive) {
     Start();
     Send("softreset:1\n");
     EXPECT_TRUE(NothingRequested());
-    EXPECT_EQ(Texts{key_line("softreset", "1")}, world.LogOf("handle_command"));
+    EXPECT_EQ(Texts{KeyLine("softreset", "1")}, world.LogOf("handle_command"));
 }
 
 TEST_F(FifoTest, LineWithUdhcpcResetsNothing) {
@@ -165,7 +166,7 @@ TEST_F(FifoTest, MessageWithUdhcpcLeavesNoBytesBehind) {
     Start();
     Send("udhcpc Reset4G:1 SoftReset:1\n");
     Send("a:b");
-    EXPECT_EQ(Texts{key_line("a", "b")}, Pairs());
+    EXPECT_EQ(Texts{KeyLine("a", "b")}, Pairs());
     EXPECT_TRUE(world.Logged(7, "[FIFO]fifo msg:a:b \n"));
 }
 
@@ -188,13 +189,13 @@ TEST_F(FifoTest, LineOfBlanksDoesNothing) {
 TEST_F(FifoTest, FurtherColonStaysInTheValue) {
     Start();
     Send("a:b:c\n");
-    EXPECT_EQ(Texts{key_line("a", "b:c")}, Pairs());
+    EXPECT_EQ(Texts{KeyLine("a", "b:c")}, Pairs());
 }
 
 TEST_F(FifoTest, WordThatBeginsWithAColonHasAnEmptyKey) {
     Start();
     Send(":1\n:\n");
-    const Texts pairs = {key_line("", "1"), key_line("", "")};
+    const Texts pairs = {KeyLine("", "1"), KeyLine("", "")};
     EXPECT_EQ(pairs, Pairs());
     EXPECT_TRUE(NothingRequested());
     EXPECT_TRUE(Visible().empty());
@@ -205,14 +206,14 @@ TEST_F(FifoTest, LineCarriesSeveralPairs) {
     Send("  Reset4G:1   nothing SoftReset:1 \n");
     EXPECT_EQ(1, cell.m_soft_reset_req);
     EXPECT_EQ(1, cell.m_device_reset_req);
-    const Texts pairs = {key_line("Reset4G", "1"), key_line("SoftReset", "1")};
+    const Texts pairs = {KeyLine("Reset4G", "1"), KeyLine("SoftReset", "1")};
     EXPECT_EQ(pairs, Pairs());
 }
 
 TEST_F(FifoTest, MessageCarriesSeveralLines) {
     Start();
     Send("a:1\nb:2\n\nc:3");
-    const Texts pairs = {key_line("a", "1"), key_line("b", "2"), key_line("c", "3")};
+    const Texts pairs = {KeyLine("a", "1"), KeyLine("b", "2"), KeyLine("c", "3")};
     EXPECT_EQ(pairs, Pairs());
     EXPECT_TRUE(world.Logged(7, "[FIFO]fifo msg:a:1\nb:2\n\nc:3 \n"));
 }
@@ -234,7 +235,7 @@ TEST_F(FifoTest, ZerosOfAnEarlierCutEndWhatIsRunInto) {
     cell.m_soft_reset_req = 0;
     Send("b:2 ");  // covers the first pair; after it stands "SoftReset" without its colon
     EXPECT_TRUE(NothingRequested());
-    const Texts pairs = {key_line("a", "1"), key_line("SoftReset", "1"), key_line("b", "2")};
+    const Texts pairs = {KeyLine("a", "1"), KeyLine("SoftReset", "1"), KeyLine("b", "2")};
     EXPECT_EQ(pairs, Pairs());
     EXPECT_TRUE(world.Logged(7, "[FIFO]fifo msg:b:2 SoftReset \n"));
 }
@@ -248,7 +249,7 @@ TEST_F(FifoTest, WordsThatWereNeverCutAreRunInto) {
     // After the ten bytes: "G", then the zero that was a colon.
     EXPECT_TRUE(world.Logged(7, "[FIFO]fifo msg:SoftReset:G \n"));
     EXPECT_TRUE(NothingRequested());
-    EXPECT_EQ(key_line("SoftReset", "G"), Pairs().back());
+    EXPECT_EQ(KeyLine("SoftReset", "G"), Pairs().back());
 }
 
 TEST_F(FifoTest, MessageWithLineEndRunsIntoNothing) {
@@ -280,14 +281,14 @@ TEST_F(FifoTest, PercentSignsAreText) {
     Send("%s%n:%s%n udhcpc\n");
     Send("%s%n:%s%n\n");
     EXPECT_TRUE(world.Logged(6, "%s%n:%s%n udhcpc\n\n"));
-    EXPECT_EQ(Texts{key_line("%s%n", "%s%n")}, Pairs());
+    EXPECT_EQ(Texts{KeyLine("%s%n", "%s%n")}, Pairs());
 }
 
 TEST_F(FifoTest, FullBufferWithoutLineEndIsOneText) {
     Start();
     const std::string value(kMessageSize - 2, 'x');
     Send("k:" + value);
-    EXPECT_EQ(Texts{key_line("k", value)}, Pairs());
+    EXPECT_EQ(Texts{KeyLine("k", value)}, Pairs());
     Send("SoftReset:1\n");
     EXPECT_EQ(1, cell.m_soft_reset_req);
 }
@@ -299,7 +300,7 @@ TEST_F(FifoTest, FullBufferWithoutAnySeparatorDoesNothing) {
     Send(std::string(kMessageSize, '\n'));
     EXPECT_TRUE(Pairs().empty());
     Send(std::string(kMessageSize, ':'));
-    EXPECT_EQ(Texts{key_line("", std::string(kMessageSize - 1, ':'))}, Pairs());
+    EXPECT_EQ(Texts{KeyLine("", std::string(kMessageSize - 1, ':'))}, Pairs());
     EXPECT_TRUE(NothingRequested());
 }
 
@@ -319,7 +320,7 @@ TEST_F(FifoTest, FloodOfLinesIsTakenWhole) {
     for (int i = 0; i < kLines; ++i) flood += "flood:1\n";
     Send(flood);
     sleep(1);
-    EXPECT_EQ(kLines, world.CountLogged(key_line("flood", "1")));
+    EXPECT_EQ(kLines, world.CountLogged(KeyLine("flood", "1")));
     Send("SoftReset:1\n");
     EXPECT_EQ(1, cell.m_soft_reset_req);
     EXPECT_TRUE(world.Exists(kPipe));
@@ -330,7 +331,7 @@ TEST_F(FifoTest, LineInTwoWritesIsTwoMessages) {
     Send("SoftRe");
     Send("set:1\n");
     EXPECT_TRUE(NothingRequested());
-    EXPECT_EQ(Texts{key_line("set", "1")}, Pairs());
+    EXPECT_EQ(Texts{KeyLine("set", "1")}, Pairs());
 }
 
 TEST_F(FifoTest, LineInTwoWritesThatArriveTogetherIsOne) {
@@ -354,7 +355,7 @@ TEST_F(FifoTest, SeveralWritersAtOnce) {
     Write(one, "d:4\n");
     close(other);
     LetItRun();
-    const Texts pairs = {key_line("a", "1"), key_line("b", "2"), key_line("c", "3"), key_line("d", "4")};
+    const Texts pairs = {KeyLine("a", "1"), KeyLine("b", "2"), KeyLine("c", "3"), KeyLine("d", "4")};
     EXPECT_EQ(pairs, Pairs());
     close(third);
     close(one);

@@ -1,9 +1,11 @@
 // Module main_gate: which modules may run, and the end of one that may not.
-#include <gtest/gtest.h>
+#include "network_daemon/main.h"
+
 #include <unistd.h>
 
+#include <gtest/gtest.h>
+
 #include "network_daemon/config/ConfigController.h"
-#include "network_daemon/main.h"
 #include "tests/support/ocpp_frames.h"
 #include "tests/support/plain_cell.h"
 #include "tests/support/test_world.h"

@@ -1,11 +1,12 @@
 // Module main_options: what the command line leaves in the options, and what it prints.
+#include "network_daemon/main.h"
+
 #include <getopt.h>
-#include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
 
-#include "network_daemon/main.h"
+#include <gtest/gtest.h>
 
 namespace {
 
@@ -23,7 +24,7 @@ class OptionsTest : public testing::Test {
         optind = 0;  // a new vector
         testing::internal::CaptureStdout();
         testing::internal::CaptureStderr();
-        const bool go_on = read_options(static_cast<int>(words.size()), argv.data(), options);
+        const bool go_on = ReadOptions(static_cast<int>(words.size()), argv.data(), options);
         printed = testing::internal::GetCapturedStdout();
         complaints = testing::internal::GetCapturedStderr();
         return go_on;

@@ -1,9 +1,11 @@
 // Module main_port: the port at start-up, which may never show up, and after a reset.
+#include "network_daemon/main.h"
+
 #include <fcntl.h>
-#include <gtest/gtest.h>
 #include <unistd.h>
 
-#include "network_daemon/main.h"
+#include <gtest/gtest.h>
+
 #include "tests/support/stdin_closed.h"
 #include "tests/support/test_world.h"
 
@@ -76,10 +78,10 @@ TEST(ReopenPort, TriesOnce) {
     World world;
     ScriptedModem modem(world, kDevice);
     modem.Plug(false);
-    EXPECT_LT(reopen_port(kDevice), 1);
+    EXPECT_LT(ReopenPort(kDevice), 1);
     EXPECT_EQ(0, world.now_ms());
     modem.Plug(true);
-    const int fd = reopen_port(kDevice);
+    const int fd = ReopenPort(kDevice);
     EXPECT_GE(fd, 1);
     close(fd);
 }
@@ -88,13 +90,13 @@ TEST(ReopenPort, DescriptorZeroCountsAsAFailedOpen) {
     World world;
     ScriptedModem modem(world, kDevice);
     const StdinClosed closed;
-    EXPECT_EQ(0, reopen_port(kDevice));
+    EXPECT_EQ(0, ReopenPort(kDevice));
     close(0);
 }
 
 TEST(ReopenPort, FolderOpensNothing) {
     World world;
-    EXPECT_LT(reopen_port("/dev/"), 1);
+    EXPECT_LT(ReopenPort("/dev/"), 1);
 }
 
 }  // namespace

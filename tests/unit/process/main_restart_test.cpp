@@ -1,5 +1,6 @@
 // Module main_restart: what happens between two runs of Task, with an object whose Task ends on demand.
-#include <gtest/gtest.h>
+#include "network_daemon/main.h"
+
 #include <unistd.h>
 
 #include <cstring>
@@ -8,7 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "network_daemon/main.h"
+#include <gtest/gtest.h>
+
 #include "support/text_util.h"
 #include "tests/support/stdin_closed.h"
 #include "tests/support/test_world.h"
@@ -256,7 +258,7 @@ TEST_F(RestartTest, CinterionDuringAnUpgradeIsNotResetAndStillFoundAgain) {
 
 TEST_F(RestartTest, CinterionThatHasNotComeBackLeavesTheFolderAsPath) {
     cell->SetVendorType(kVendorCinterion);
-    copy_text(device, "/dev/ttyACM12345");
+    CopyText(device, "/dev/ttyACM12345");
     modem.Plug(false);
     EXPECT_EQ(RunEnd::kPortLost, Run());
     EXPECT_STREQ("/dev/", device);

@@ -6,7 +6,6 @@
 
 #include <fcntl.h>
 #include <getopt.h>
-#include <gtest/gtest.h>
 #include <pthread.h>
 #include <unistd.h>
 
@@ -15,6 +14,8 @@
 #include <functional>
 #include <string>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 #include "tests/support/test_world.h"
 

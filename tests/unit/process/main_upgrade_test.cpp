@@ -1,11 +1,13 @@
 // Module main_upgrade: the thread of one upgrade, from its start to its report, and what a request gets
 // meanwhile.
-#include <gtest/gtest.h>
+#include "network_daemon/main.h"
+
 #include <unistd.h>
 
 #include <functional>
 
-#include "network_daemon/main.h"
+#include <gtest/gtest.h>
+
 #include "support/text_util.h"
 #include "tests/support/ocpp_frames.h"
 #include "tests/support/plain_cell.h"
@@ -89,7 +91,7 @@ class UpgradeTest : public testing::Test {
 
 TEST_F(UpgradeTest, ThreadThatFindsTheFlagClearEndsAtOnce) {
     cell.m_ota_running = 0;
-    copy_text(supportModule, "kept");
+    CopyText(supportModule, "kept");
     EXPECT_EQ(nullptr, thread_function_ota(&cell));
     EXPECT_TRUE(world.log.empty());
     EXPECT_TRUE(world.sent_frames.empty());
@@ -117,7 +119,7 @@ TEST_F(UpgradeTest, EveryResultHasItsLineAndItsReport) {
         world.sent_records.clear();
         cell.m_ota_running = 1;
         cell.result = row.result;
-        for (ParameterText* text : {&supportModule, &otatool, &otaPath}) copy_text(*text, "text");
+        for (ParameterText* text : {&supportModule, &otatool, &otaPath}) CopyText(*text, "text");
         EXPECT_EQ(nullptr, thread_function_ota(&cell));
         EXPECT_EQ((Lines{"[OTA] run ota task\n", row.line, "[OTA] reset ota upgrade flag\n"}), ThreadLog());
         ASSERT_EQ(1u, world.sent_records.size()) << row.result;

@@ -1,5 +1,5 @@
 // Command lines of the tools: what is taken, and what is refused in which words.
-#include <gtest/gtest.h>
+#include "simulator/command_line.h"
 
 #include <getopt.h>
 
@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "simulator/command_line.h"
+#include <gtest/gtest.h>
 
 namespace {
 

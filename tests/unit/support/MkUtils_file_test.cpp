@@ -1,4 +1,5 @@
-#include <gtest/gtest.h>
+#include "support/MkUtils.h"
+
 #include <unistd.h>
 
 #include <cstdio>
@@ -6,7 +7,7 @@
 #include <cstring>
 #include <fstream>
 
-#include "support/MkUtils.h"
+#include <gtest/gtest.h>
 
 namespace {
 std::string mounts_path;  // stands in for /proc/mounts when set
@@ -39,25 +40,25 @@ class MkUtilsFile : public testing::Test {
   protected:
     MkUtilsFile() {
         char name[] = "/tmp/mkutils_test_XXXXXX";
-        folder_ = mkdtemp(name);
-        path_ = folder_ + "/file";
+        test_folder = mkdtemp(name);
+        test_path = test_folder + "/file";
     }
     ~MkUtilsFile() override {
         mounts_path.clear();
         popen_fails = false;
-        unlink(path_.c_str());
-        rmdir(folder_.c_str());
+        unlink(test_path.c_str());
+        rmdir(test_folder.c_str());
     }
-    void Write(const std::string& text) { std::ofstream(path_) << text; }
+    void Write(const std::string& text) { std::ofstream(test_path) << text; }
 
-    std::string folder_, path_;
+    std::string test_folder, test_path;
 };
 
 TEST_F(MkUtilsFile, MountPointIsTheSecondFieldAsAWhole) {
     Write(
         "proc /proc proc rw 0 0\n/dev/mmcblk0p1 /media/mmcblk0p1 vfat rw 0 0\n\nodd\n/dev/x /a\\040b ext4 rw "
         "0 0");
-    mounts_path = path_;
+    mounts_path = test_path;
     EXPECT_TRUE(IsMounted("/proc"));
     EXPECT_TRUE(IsMounted("/media/mmcblk0p1"));
     EXPECT_TRUE(IsMounted("/a\\040b"));
@@ -71,14 +72,14 @@ TEST_F(MkUtilsFile, MountPointIsTheSecondFieldAsAWhole) {
 TEST_F(MkUtilsFile, RestOfALongLineIsNoMountPoint) {
     const std::string options(1985, 'o');  // "a /b " and these leave "x /trap y" for the second piece of 1999
     Write("a /b " + options + "1234567890 /trap y\nc /d e\n");
-    mounts_path = path_;
+    mounts_path = test_path;
     EXPECT_TRUE(IsMounted("/b"));
     EXPECT_FALSE(IsMounted("/trap"));
     EXPECT_TRUE(IsMounted("/d"));
 }
 
 TEST_F(MkUtilsFile, NothingIsMountedWithoutTheTable) {
-    mounts_path = folder_ + "/none";
+    mounts_path = test_folder + "/none";
     EXPECT_FALSE(IsMounted("/"));
 }
 
@@ -88,21 +89,21 @@ TEST_F(MkUtilsFile, RealTableIsRead) {
 
 TEST_F(MkUtilsFile, SmallFileLosesWhiteSpaceAtItsEnd) {
     Write(" 42 \t\r\n\n");
-    EXPECT_STREQ(" 42", ReadSmallFile(path_.c_str()));
+    EXPECT_STREQ(" 42", ReadSmallFile(test_path.c_str()));
 }
 
 TEST_F(MkUtilsFile, SmallFileIsCutAt1023Bytes) {
     Write(std::string(5000, 'x'));
-    EXPECT_EQ(1023u, strlen(ReadSmallFile(path_.c_str())));
+    EXPECT_EQ(1023u, strlen(ReadSmallFile(test_path.c_str())));
     Write(std::string(1022, 'x') + " yyy");
-    EXPECT_EQ(1022u, strlen(ReadSmallFile(path_.c_str())));
+    EXPECT_EQ(1022u, strlen(ReadSmallFile(test_path.c_str())));
 }
 
 TEST_F(MkUtilsFile, SmallFileThatCannotBeReadIsEmpty) {
     Write("something");
-    ReadSmallFile(path_.c_str());
-    EXPECT_STREQ("", ReadSmallFile((folder_ + "/none").c_str()));
-    EXPECT_STREQ("", ReadSmallFile(folder_.c_str()));
+    ReadSmallFile(test_path.c_str());
+    EXPECT_STREQ("", ReadSmallFile((test_folder + "/none").c_str()));
+    EXPECT_STREQ("", ReadSmallFile(test_folder.c_str()));
 }
 
 TEST_F(MkUtilsFile, CommandOutputIsTakenUpToTheCount) {

@@ -1,4 +1,5 @@
-#include <gtest/gtest.h>
+#include "support/MkUtils.h"
+
 #include <net/if.h>
 #include <netinet/in.h>
 #include <sys/ioctl.h>
@@ -7,7 +8,7 @@
 #include <cstring>
 #include <vector>
 
-#include "support/MkUtils.h"
+#include <gtest/gtest.h>
 
 namespace {
 
@@ -19,19 +20,17 @@ struct FakeInterface {
 std::vector<FakeInterface> interfaces;
 bool list_fails = false;
 
-int answer_list(ifconf* list) {
+int AnswerList(ifconf* list) {
     if (list_fails) return -1;
     EXPECT_EQ(16u * sizeof(ifreq), static_cast<size_t>(list->ifc_len));
     const size_t room = static_cast<size_t>(list->ifc_len) / sizeof(ifreq);
     const size_t count = interfaces.size() < room ? interfaces.size() : room;
-    for (size_t i = 0; i < count; ++i) {
-        strncpy(list->ifc_req[i].ifr_name, interfaces[i].name, IFNAMSIZ);
-    }
+    for (size_t i = 0; i < count; ++i) strncpy(list->ifc_req[i].ifr_name, interfaces[i].name, IFNAMSIZ);
     list->ifc_len = static_cast<int>(count * sizeof(ifreq));
     return 0;
 }
 
-int answer_address(ifreq* request, const char* text) {
+int AnswerAddress(ifreq* request, const char* text) {
     if (text == nullptr) return -1;
     sockaddr_in address{};
     address.sin_family = AF_INET;
@@ -47,12 +46,12 @@ extern "C" int __wrap_ioctl(int, unsigned long request, ...) {
     va_start(arguments, request);
     void* argument = va_arg(arguments, void*);
     va_end(arguments);
-    if (request == SIOCGIFCONF) return answer_list(static_cast<ifconf*>(argument));
+    if (request == SIOCGIFCONF) return AnswerList(static_cast<ifconf*>(argument));
     auto* entry = static_cast<ifreq*>(argument);
     for (const FakeInterface& fake : interfaces) {
         if (strncmp(fake.name, entry->ifr_name, IFNAMSIZ - 1) != 0) continue;
-        if (request == SIOCGIFADDR) return answer_address(entry, fake.address);
-        if (request == SIOCGIFNETMASK) return answer_address(entry, fake.mask);
+        if (request == SIOCGIFADDR) return AnswerAddress(entry, fake.address);
+        if (request == SIOCGIFNETMASK) return AnswerAddress(entry, fake.mask);
         if (request != SIOCGIFHWADDR || fake.mac_end == 0) return -1;
         const unsigned char mac[] = {0x02, 0x00, 0x5E, 0xAB, 0x0C, fake.mac_end};
         memcpy(entry->ifr_hwaddr.sa_data, mac, sizeof(mac));
@@ -72,68 +71,68 @@ class MkUtilsNet : public testing::Test {
                       {"wwan0", "10.0.0.2", "255.255.255.252", 3},
                       {"eth1", "10.0.0.3", "255.255.0.0", 4}};
     }
-    char address_[INET_ADDRSTRLEN] = "unset";
-    char mask_[INET_ADDRSTRLEN] = "unset";
-    unsigned char mac_[kMacSize] = {};
+    char test_address[INET_ADDRSTRLEN] = "unset";
+    char test_mask[INET_ADDRSTRLEN] = "unset";
+    unsigned char test_mac[kMacSize] = {};
 };
 
 TEST_F(MkUtilsNet, AddressAndMaskOfTheInterfaceNamed) {
-    EXPECT_EQ(0, GetInterfaceAddress(address_, mask_, "wwan0"));
-    EXPECT_STREQ("10.0.0.2", address_);
-    EXPECT_STREQ("255.255.255.252", mask_);
+    EXPECT_EQ(0, GetInterfaceAddress(test_address, test_mask, "wwan0"));
+    EXPECT_STREQ("10.0.0.2", test_address);
+    EXPECT_STREQ("255.255.255.252", test_mask);
 }
 
 TEST_F(MkUtilsNet, LastFitOfTheWalkFromTheEndWins) {
-    EXPECT_EQ(0, GetInterfaceAddress(address_, mask_, "eth"));
-    EXPECT_STREQ("10.0.0.1", address_);
-    EXPECT_EQ(0, GetInterfaceAddress(address_, mask_, ""));
-    EXPECT_STREQ("127.0.0.1", address_);
+    EXPECT_EQ(0, GetInterfaceAddress(test_address, test_mask, "eth"));
+    EXPECT_STREQ("10.0.0.1", test_address);
+    EXPECT_EQ(0, GetInterfaceAddress(test_address, test_mask, ""));
+    EXPECT_STREQ("127.0.0.1", test_address);
 }
 
 TEST_F(MkUtilsNet, PartAnywhereInTheNameFits) {
-    EXPECT_EQ(0, GetInterfaceAddress(address_, mask_, "an"));
-    EXPECT_STREQ("10.0.0.2", address_);
+    EXPECT_EQ(0, GetInterfaceAddress(test_address, test_mask, "an"));
+    EXPECT_STREQ("10.0.0.2", test_address);
 }
 
 TEST_F(MkUtilsNet, NoFitGivesMinusOneAndLeavesTheBuffers) {
-    EXPECT_EQ(-1, GetInterfaceAddress(address_, mask_, "usb"));
-    EXPECT_STREQ("unset", address_);
-    EXPECT_STREQ("unset", mask_);
-    EXPECT_EQ(-1, GetInterfaceMac(mac_, "usb"));
+    EXPECT_EQ(-1, GetInterfaceAddress(test_address, test_mask, "usb"));
+    EXPECT_STREQ("unset", test_address);
+    EXPECT_STREQ("unset", test_mask);
+    EXPECT_EQ(-1, GetInterfaceMac(test_mac, "usb"));
     interfaces.clear();
-    EXPECT_EQ(-1, GetInterfaceAddress(address_, mask_, ""));
+    EXPECT_EQ(-1, GetInterfaceAddress(test_address, test_mask, ""));
 }
 
 TEST_F(MkUtilsNet, InterfaceThatDoesNotAnswerIsPassedOver) {
     interfaces[1].mask = nullptr;  // eth0
-    EXPECT_EQ(0, GetInterfaceAddress(address_, mask_, "eth"));
-    EXPECT_STREQ("10.0.0.3", address_);
+    EXPECT_EQ(0, GetInterfaceAddress(test_address, test_mask, "eth"));
+    EXPECT_STREQ("10.0.0.3", test_address);
     interfaces[3].address = nullptr;  // eth1
-    EXPECT_EQ(-1, GetInterfaceAddress(address_, mask_, "eth"));
+    EXPECT_EQ(-1, GetInterfaceAddress(test_address, test_mask, "eth"));
 }
 
 TEST_F(MkUtilsNet, ListThatCannotBeReadGivesMinusOne) {
     list_fails = true;
-    EXPECT_EQ(-1, GetInterfaceAddress(address_, mask_, "eth"));
-    EXPECT_EQ(-1, GetInterfaceMac(mac_, "eth"));
+    EXPECT_EQ(-1, GetInterfaceAddress(test_address, test_mask, "eth"));
+    EXPECT_EQ(-1, GetInterfaceMac(test_mac, "eth"));
 }
 
 TEST_F(MkUtilsNet, SixteenInterfacesAreLookedThrough) {
     interfaces.assign(20, {"x", "1.1.1.1", "255.0.0.0", 9});
     interfaces[15] = {"sixteenth", "10.0.0.16", "255.0.0.0", 9};
     interfaces[16] = {"seventeenth", "10.0.0.17", "255.0.0.0", 9};
-    EXPECT_EQ(0, GetInterfaceAddress(address_, mask_, "sixteenth"));
-    EXPECT_EQ(-1, GetInterfaceAddress(address_, mask_, "seventeenth"));
+    EXPECT_EQ(0, GetInterfaceAddress(test_address, test_mask, "sixteenth"));
+    EXPECT_EQ(-1, GetInterfaceAddress(test_address, test_mask, "seventeenth"));
 }
 
 TEST_F(MkUtilsNet, NameThatFillsItsFieldIsContained) {
     interfaces = {{"sixteencharacter", "10.0.0.9", "255.0.0.0", 9}};
-    EXPECT_EQ(0, GetInterfaceAddress(address_, mask_, "sixteen"));
+    EXPECT_EQ(0, GetInterfaceAddress(test_address, test_mask, "sixteen"));
 }
 
 TEST_F(MkUtilsNet, MacAsBytesAndAsText) {
-    EXPECT_EQ(0, GetInterfaceMac(mac_, "eth"));
-    EXPECT_EQ(2, mac_[5]);
+    EXPECT_EQ(0, GetInterfaceMac(test_mac, "eth"));
+    EXPECT_EQ(2, test_mac[5]);
     char text[kMacTextSize] = "unset";
     EXPECT_EQ(0, GetInterfaceMacText(text, "eth1"));
     EXPECT_STREQ("02-00-5E-AB-0C-04", text);

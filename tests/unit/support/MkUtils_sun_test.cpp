@@ -1,12 +1,12 @@
-#include <gtest/gtest.h>
+#include "support/MkUtils.h"
 
 #include <cmath>
 
-#include "support/MkUtils.h"
+#include <gtest/gtest.h>
 
 namespace {
 
-constexpr int kToleranceSeconds = 60;
+constexpr int kTolerance_seconds = 60;
 
 int32_t At(int hours, int minutes, int seconds) {
     return hours * 3600 + minutes * 60 + seconds;
@@ -31,7 +31,7 @@ TEST(MkUtilsSun, GoldenColoradoAsTheSolarPositionAlgorithmPrintsIt) {
 TEST(MkUtilsSun, WayneNewJerseyAsThePublishedExampleWorksItOut) {
     const SunTimes times = GetSunTimes(1990, 6, 25, 40.9, -74.3);
     ASSERT_EQ(SunDay::kNormal, times.day);
-    EXPECT_NEAR(At(4 + 5, 26, 0), times.sunrise_seconds, kToleranceSeconds);
+    EXPECT_NEAR(At(4 + 5, 26, 0), times.sunrise_seconds, kTolerance_seconds);
 }
 
 // By geometry: at 69.65 N (Tromso) the sun's upper limb stays up while its declination is above 90 - 69.65 -
@@ -50,7 +50,7 @@ TEST(MkUtilsSun, TromsoHasMidnightSunAndPolarNight) {
 TEST(MkUtilsSun, DayAtTheEquatorIsAboutTwelveHoursAllYear) {
     for (int month = 1; month <= 12; ++month) {
         const SunTimes times = GetSunTimes(2024, month, 21, 0, 0);
-        EXPECT_NEAR(At(12, 7, 0), times.sunset_seconds - times.sunrise_seconds, kToleranceSeconds) << month;
+        EXPECT_NEAR(At(12, 7, 0), times.sunset_seconds - times.sunrise_seconds, kTolerance_seconds) << month;
     }
 }
 
@@ -59,7 +59,7 @@ TEST(MkUtilsSun, NoonIsAtTwelveWhenTheEquationOfTimeIsZero) {
     const int dates[][2] = {{4, 15}, {6, 13}, {9, 1}, {12, 25}};
     for (const auto& date : dates) {
         const SunTimes times = GetSunTimes(2024, date[0], date[1], 0, 0);
-        EXPECT_NEAR(At(12, 0, 0), (times.sunrise_seconds + times.sunset_seconds) / 2, kToleranceSeconds);
+        EXPECT_NEAR(At(12, 0, 0), (times.sunrise_seconds + times.sunset_seconds) / 2, kTolerance_seconds);
     }
 }
 

@@ -1,12 +1,13 @@
 // The timer clock against a machine whose uptime and date the test sets.
 #include "support/MkUtils.h"
 
-#include <gtest/gtest.h>
 #include <sys/sysinfo.h>
 #include <sys/time.h>
 
 #include <cerrno>
 #include <ctime>
+
+#include <gtest/gtest.h>
 
 namespace {
 

@@ -1,8 +1,8 @@
-#include <gtest/gtest.h>
+#include "support/MkUtils.h"
 
 #include <cstdlib>
 
-#include "support/MkUtils.h"
+#include <gtest/gtest.h>
 
 namespace {
 

@@ -1,10 +1,11 @@
-#include <gtest/gtest.h>
+#include "support/MkUtils.h"
+
 #include <sched.h>
 #include <unistd.h>
 
 #include <csignal>
 
-#include "support/MkUtils.h"
+#include <gtest/gtest.h>
 
 namespace {
 
@@ -44,10 +45,10 @@ class MkUtilsThread : public testing::Test {
     MkUtilsThread() {
         range_fails = scheduler_fails = false;
         set_policy = set_priority = -1;
-        pthread_attr_init(&attributes_);
+        pthread_attr_init(&attributes);
     }
-    ~MkUtilsThread() override { pthread_attr_destroy(&attributes_); }
-    pthread_attr_t attributes_;
+    ~MkUtilsThread() override { pthread_attr_destroy(&attributes); }
+    pthread_attr_t attributes;
 };
 using MkUtilsThreadDeathTest = MkUtilsThread;
 
@@ -65,8 +66,8 @@ TEST_F(MkUtilsThread, PolicyIsSetToldAndGivenBack) {
                  {SCHED_OTHER, "policy = SCHED_OTHER\n"}};
     for (const auto& test : cases) {
         CaptureStdout();
-        const int set = set_thread_policy(&attributes_, test.policy);
-        const int got = get_thread_policy(&attributes_);
+        const int set = set_thread_policy(&attributes, test.policy);
+        const int got = get_thread_policy(&attributes);
         EXPECT_EQ(std::string(test.line) + test.line, GetCapturedStdout());
         EXPECT_EQ(test.policy, set);
         EXPECT_EQ(test.policy, got);
@@ -74,7 +75,7 @@ TEST_F(MkUtilsThread, PolicyIsSetToldAndGivenBack) {
 }
 
 TEST_F(MkUtilsThreadDeathTest, PolicyThatIsRefusedAborts) {
-    EXPECT_EXIT(set_thread_policy(&attributes_, 9999), KilledBySignal(SIGABRT), "rs == 0");
+    EXPECT_EXIT(set_thread_policy(&attributes, 9999), KilledBySignal(SIGABRT), "rs == 0");
 }
 
 TEST_F(MkUtilsThread, RangeOfPrioritiesIsTold) {
@@ -90,21 +91,21 @@ TEST_F(MkUtilsThreadDeathTest, RangeThatIsRefusedAborts) {
 
 TEST_F(MkUtilsThread, PriorityIsToldBeforeAndBehindTheChange) {
     CaptureStdout();
-    set_thread_policy(&attributes_, SCHED_RR);
+    set_thread_policy(&attributes, SCHED_RR);
     GetCapturedStdout();
     sched_param parameters{};
     parameters.sched_priority = 10;
-    ASSERT_EQ(0, pthread_attr_setschedparam(&attributes_, &parameters));
+    ASSERT_EQ(0, pthread_attr_setschedparam(&attributes, &parameters));
     CaptureStdout();
-    set_thread_priority(&attributes_, 42);
+    set_thread_priority(&attributes, 42);
     EXPECT_EQ("priority = 10\npriority = 42\n", GetCapturedStdout());
     CaptureStdout();
-    EXPECT_EQ(42, get_thread_priority(&attributes_));
+    EXPECT_EQ(42, get_thread_priority(&attributes));
     EXPECT_EQ("priority = 42\n", GetCapturedStdout());
 }
 
 TEST_F(MkUtilsThreadDeathTest, PriorityThatIsRefusedAborts) {
-    EXPECT_EXIT(set_thread_priority(&attributes_, -5), KilledBySignal(SIGABRT), "rs == 0");
+    EXPECT_EXIT(set_thread_priority(&attributes, -5), KilledBySignal(SIGABRT), "rs == 0");
 }
 
 TEST_F(MkUtilsThread, ProcessGoesToTheEndsOfTheFifoRange) {

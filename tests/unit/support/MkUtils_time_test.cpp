@@ -1,10 +1,10 @@
-#include <gtest/gtest.h>
+#include "support/MkUtils.h"
 
 #include <climits>
 #include <ctime>
 #include <optional>
 
-#include "support/MkUtils.h"
+#include <gtest/gtest.h>
 
 namespace {
 

@@ -1,6 +1,5 @@
 #include "support/dbus_util.h"
 
-#include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -8,6 +7,8 @@
 #include <climits>
 #include <cstring>
 #include <random>
+
+#include <gtest/gtest.h>
 
 #include "tests/support/captured_log.h"
 
@@ -75,15 +76,15 @@ class DbusUtil : public testing::Test {
     }
     int Decode(const Bytes& bytes) {
         GuardedBytes source(bytes);
-        memset(&frame_, 0xAA, sizeof(frame_));
-        return DecodeDbusMsg(source.data(), static_cast<int>(bytes.size()), &frame_);
+        memset(&test_frame, 0xAA, sizeof(test_frame));
+        return DecodeDbusMsg(source.data(), static_cast<int>(bytes.size()), &test_frame);
     }
     bool FrameIsAllZero() {
-        const auto* bytes = reinterpret_cast<const unsigned char*>(&frame_);
-        return std::all_of(bytes, bytes + sizeof(frame_), [](unsigned char byte) { return byte == 0; });
+        const auto* bytes = reinterpret_cast<const unsigned char*>(&test_frame);
+        return std::all_of(bytes, bytes + sizeof(test_frame), [](unsigned char byte) { return byte == 0; });
     }
 
-    BusFrame frame_;
+    BusFrame test_frame;
 };
 
 /// Bit by bit, as the polynomial is defined: shares nothing with the table.
@@ -113,10 +114,10 @@ TEST_P(KnownFrames, EncodesAndDecodes) {
     const KnownFrame& known = GetParam();
     EXPECT_EQ(known.frame, Encode(known.msg_id, known.cmd, known.data, 1024));
     ASSERT_EQ(static_cast<int>(known.data.size()), Decode(known.frame));
-    EXPECT_EQ(known.msg_id, frame_.msg_id);
-    EXPECT_EQ(known.cmd, frame_.cmd);
-    EXPECT_EQ(known.data.size(), frame_.length);
-    EXPECT_EQ(known.data, Bytes(frame_.data, frame_.data + frame_.length));
+    EXPECT_EQ(known.msg_id, test_frame.msg_id);
+    EXPECT_EQ(known.cmd, test_frame.cmd);
+    EXPECT_EQ(known.data.size(), test_frame.length);
+    EXPECT_EQ(known.data, Bytes(test_frame.data, test_frame.data + test_frame.length));
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -163,9 +164,9 @@ TEST_F(DbusUtil, FrameWithoutDataIsElevenBytesAndDecodesToZero) {
     EXPECT_EQ(0, frame[5]);
     EXPECT_EQ(4, frame[6]);
     EXPECT_EQ(0, Decode(frame));
-    EXPECT_EQ(0x1234, frame_.msg_id);
-    EXPECT_EQ(0x7603, frame_.cmd);
-    EXPECT_EQ(0, frame_.length);
+    EXPECT_EQ(0x1234, test_frame.msg_id);
+    EXPECT_EQ(0x7603, test_frame.cmd);
+    EXPECT_EQ(0, test_frame.length);
 }
 
 TEST_F(DbusUtil, TenBytesAreShortHoweverGoodTheyLook) {
@@ -177,7 +178,7 @@ TEST_F(DbusUtil, TenBytesAreShortHoweverGoodTheyLook) {
 
 TEST_F(DbusUtil, CountsBelowElevenAreShortNegativeOnesIncluded) {
     for (const int count : {INT_MIN, -65536, -11, -1, 0, 1, 10}) {
-        EXPECT_EQ(kBusFrameShort, DecodeDbusMsg(nullptr, count, &frame_)) << count;
+        EXPECT_EQ(kBusFrameShort, DecodeDbusMsg(nullptr, count, &test_frame)) << count;
         EXPECT_TRUE(FrameIsAllZero());
     }
 }
@@ -190,7 +191,7 @@ TEST_F(DbusUtil, LargestFrameIsAccepted) {
     EXPECT_EQ(0x78, frame[5]);
     EXPECT_EQ(0x04, frame[6]);
     EXPECT_EQ(30720, Decode(frame));
-    EXPECT_EQ(0, memcmp(data.data(), frame_.data, data.size()));
+    EXPECT_EQ(0, memcmp(data.data(), test_frame.data, data.size()));
 }
 
 TEST_F(DbusUtil, FrameOf30732BytesHasAWrongLength) {
@@ -237,9 +238,10 @@ TEST_F(DbusUtil, CrcIsTheHighByteFirst) {
 
 TEST_F(DbusUtil, DecoderClearsWhatIsBehindTheData) {
     ASSERT_EQ(1, Decode(Encode(7, 0x7601, {0x55})));
-    EXPECT_EQ(0x55, frame_.data[0]);
-    for (const uint8_t byte : frame_.magic) EXPECT_EQ(0, byte);
-    EXPECT_TRUE(std::all_of(frame_.data + 1, frame_.data + kBusDataLimit, [](uint8_t b) { return b == 0; }));
+    EXPECT_EQ(0x55, test_frame.data[0]);
+    for (const uint8_t byte : test_frame.magic) EXPECT_EQ(0, byte);
+    EXPECT_TRUE(
+        std::all_of(test_frame.data + 1, test_frame.data + kBusDataLimit, [](uint8_t b) { return b == 0; }));
 }
 
 TEST_F(DbusUtil, DecoderLogsNothing) {
@@ -273,7 +275,7 @@ TEST_F(DbusUtil, NumberOfBytesUnderTheCrcIsHeldIn16Bits) {
 
 TEST_F(DbusUtil, LowSixteenBitsOfIdAndCommandCount) {
     EXPECT_EQ(Encode(0x0001, 0x7601, {9}), Encode(0x10001, -65536 + 0x7601, {9}));
-    EXPECT_EQ(0xFFFF, (Decode(Encode(-1, 0, {})), frame_.msg_id));
+    EXPECT_EQ(0xFFFF, (Decode(Encode(-1, 0, {})), test_frame.msg_id));
 }
 
 struct BadLengths {
@@ -383,7 +385,7 @@ TEST_F(DbusUtil, CrcOfRandomFramesAgreesWithItsDefinition) {
         const uint16_t crc = CrcByDefinition(frame.data() + 3, frame.size() - 5);
         EXPECT_EQ(crc, frame[frame.size() - 2] << 8 | frame[frame.size() - 1]);
         ASSERT_EQ(size, Decode(frame));
-        EXPECT_EQ(data, Bytes(frame_.data, frame_.data + size));
+        EXPECT_EQ(data, Bytes(test_frame.data, test_frame.data + size));
     }
 }
 
@@ -406,7 +408,7 @@ TEST_F(DbusUtil, NoiseOfEveryLengthIsRefused) {
                                           static_cast<unsigned char>(size - 7)};
             memcpy(bytes, head, sizeof(head));
         }
-        EXPECT_GT(0, DecodeDbusMsg(bytes, size, &frame_)) << size;
+        EXPECT_GT(0, DecodeDbusMsg(bytes, size, &test_frame)) << size;
         EXPECT_TRUE(FrameIsAllZero());
     }
 }
@@ -419,7 +421,7 @@ TEST_F(DbusUtil, FramesTakeNothingFromTheHeap) {
     log_is_kept = false;
     const int before = heap_requests;
     const int length = EncodeDbusMsg(buffer, sizeof(buffer), 7, 0x7601, data.data(), 1000);
-    const int decoded = DecodeDbusMsg(buffer, length, &frame_);
+    const int decoded = DecodeDbusMsg(buffer, length, &test_frame);
     const int after = heap_requests;
     log_is_kept = true;
     EXPECT_EQ(before, after);

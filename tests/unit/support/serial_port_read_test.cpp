@@ -24,9 +24,9 @@
 namespace {
 
 struct Calls {
-    std::vector<timeval> timeouts;        // as given to select
-    std::vector<int> bounds;              // of select
-    std::function<int(timeval*)> select;  // takes the place of select
+    std::vector<timeval> timeouts;                            // as given to select
+    std::vector<int> bounds;                                  // of select
+    std::function<int(timeval*)> select;                      // takes the place of select
     std::deque<std::function<ssize_t(void*, size_t)>> reads;  // take the place of read, one a call
     std::vector<size_t> read_counts;
     std::vector<const void*> read_places;
@@ -71,42 +71,43 @@ class SerialRead : public PseudoTerminalTest {
 
     void SetUp() override {
         PseudoTerminalTest::SetUp();
-        ASSERT_EQ(SetupSerial(port_, 115200, 8, 1, 'N'), 0);
+        ASSERT_EQ(SetupSerial(port, 115200, 8, 1, 'N'), 0);
     }
 
     /// On return all of it can be read: a pseudo terminal hands bytes over in its own time.
     void ModemSays(const std::string& text) {
         const int before = Unread();
-        ASSERT_EQ(write(modem_, text.data(), text.size()), static_cast<ssize_t>(text.size()));
+        ASSERT_EQ(write(modem, text.data(), text.size()), static_cast<ssize_t>(text.size()));
         const int wanted = before + static_cast<int>(text.size());
-        for (int waited_ms = 0; Unread() < wanted && waited_ms < kPatience_ms; ++waited_ms)
+        for (int waited_ms = 0; Unread() < wanted && waited_ms < kPatience_ms; ++waited_ms) {
             poll(nullptr, 0, 1);
+        }
         ASSERT_EQ(Unread(), wanted);
     }
 
     int Unread() const {
         int count = 0;
-        EXPECT_EQ(ioctl(port_, FIONREAD, &count), 0);
+        EXPECT_EQ(ioctl(port, FIONREAD, &count), 0);
         return count;
     }
 
     void PullOut() {
-        close(modem_);
-        modem_ = -1;
+        close(modem);
+        modem = -1;
     }
 };
 
 TEST_F(SerialRead, WantedBytesEndTheReadAndTheRestStaysInThePort) {
     ModemSays("0123456789");
     char buffer[256] = "";
-    EXPECT_EQ(ReadSerialTimed(port_, buffer, 4, 60000), 4);
-    EXPECT_EQ(ReadSerialTimed(port_, buffer + 4, 6, 60000), 6);
+    EXPECT_EQ(ReadSerialTimed(port, buffer, 4, 60000), 4);
+    EXPECT_EQ(ReadSerialTimed(port, buffer + 4, 6, 60000), 6);
     EXPECT_STREQ(buffer, "0123456789");
 }
 
 TEST_F(SerialRead, OneMillisecondOnAnEmptyPortGivesZeroAtOnce) {
     char buffer[256] = "x";
-    EXPECT_EQ(ReadSerialTimed(port_, buffer, sizeof(buffer), 1), 0);
+    EXPECT_EQ(ReadSerialTimed(port, buffer, sizeof(buffer), 1), 0);
     EXPECT_EQ(buffer[0], 'x');
     ASSERT_EQ(calls.timeouts.size(), 1U);
     EXPECT_EQ(calls.timeouts[0].tv_sec, 0);
@@ -116,21 +117,21 @@ TEST_F(SerialRead, OneMillisecondOnAnEmptyPortGivesZeroAtOnce) {
 TEST_F(SerialRead, TimeoutOfZeroTakesWhatIsThere) {
     ModemSays("abc");
     char buffer[256] = "";
-    EXPECT_EQ(ReadSerialTimed(port_, buffer, sizeof(buffer), 0), 3);
-    EXPECT_EQ(ReadSerialTimed(port_, buffer, sizeof(buffer), 0), 0);
+    EXPECT_EQ(ReadSerialTimed(port, buffer, sizeof(buffer), 0), 3);
+    EXPECT_EQ(ReadSerialTimed(port, buffer, sizeof(buffer), 0), 0);
 }
 
 TEST_F(SerialRead, SecondFormEndsWhenThePortFallsSilent) {
     ModemSays("0123456789");
     char buffer[256] = "";
-    EXPECT_EQ(ReadSerialTimed2(port_, buffer, sizeof(buffer), 60000, 5), 10);
-    EXPECT_EQ(ReadSerialTimed2(port_, buffer, sizeof(buffer), 5, 60000), 0);
+    EXPECT_EQ(ReadSerialTimed2(port, buffer, sizeof(buffer), 60000, 5), 10);
+    EXPECT_EQ(ReadSerialTimed2(port, buffer, sizeof(buffer), 5, 60000), 0);
 }
 
 TEST_F(SerialRead, SecondFormEndsOnAPortThatIsPulledOut) {
     char buffer[256] = "";
     PullOut();
-    EXPECT_LE(ReadSerialTimed2(port_, buffer, sizeof(buffer), 60000, 60000), 0);
+    EXPECT_LE(ReadSerialTimed2(port, buffer, sizeof(buffer), 60000, 60000), 0);
 }
 
 /// The same, with waits that take made-up time.
@@ -138,8 +139,8 @@ class TimedRead : public SerialRead {
   protected:
     static constexpr int64_t kUsPerSecond = 1000000;
     static constexpr int64_t kUsPerMs = 1000;
-    static constexpr int64_t kBetweenWordsUs = 3 * kUsPerMs;
-    static constexpr int64_t kLookAtADeadPortUs = 1 * kUsPerMs;
+    static constexpr int64_t kBetweenWords_us = 3 * kUsPerMs;
+    static constexpr int64_t kLookAtADeadPort_us = 1 * kUsPerMs;
 
     void SetUp() override {
         SerialRead::SetUp();
@@ -156,12 +157,12 @@ class TimedRead : public SerialRead {
             left_us -= taken_us;
         };
         bool is_ready = IsReady();
-        if (modem_ < 0) {
-            take(kLookAtADeadPortUs);
-        } else if (!is_ready && !next_words_.empty() && left_us >= kBetweenWordsUs) {
-            take(kBetweenWordsUs);
-            ModemSays(next_words_.front());
-            next_words_.pop_front();
+        if (modem < 0) {
+            take(kLookAtADeadPort_us);
+        } else if (!is_ready && !next_words.empty() && left_us >= kBetweenWords_us) {
+            take(kBetweenWords_us);
+            ModemSays(next_words.front());
+            next_words.pop_front();
             is_ready = IsReady();
         }
         if (!is_ready) take(left_us);
@@ -171,13 +172,13 @@ class TimedRead : public SerialRead {
     }
 
     bool IsReady() const {
-        pollfd look = {port_, POLLIN, 0};
+        pollfd look = {port, POLLIN, 0};
         return poll(&look, 1, 0) == 1;
     }
 
     int64_t TakenMs() const { return taken_us_ / kUsPerMs; }
 
-    std::deque<std::string> next_words_;
+    std::deque<std::string> next_words;
 
   private:
     int64_t taken_us_ = 0;
@@ -186,25 +187,25 @@ class TimedRead : public SerialRead {
 TEST_F(TimedRead, TenBytesThenSilenceGiveTenWhenTheTimeoutHasRunOut) {
     ModemSays("0123456789");
     char buffer[256] = "";
-    EXPECT_EQ(ReadSerialTimed(port_, buffer, sizeof(buffer), 30), 10);
+    EXPECT_EQ(ReadSerialTimed(port, buffer, sizeof(buffer), 30), 10);
     EXPECT_EQ(TakenMs(), 30);
     EXPECT_EQ(std::string(buffer, 11), std::string("0123456789\0", 11)) << "nothing stored after them";
 }
 
 TEST_F(TimedRead, BytesThatComeInTurnsAreCollected) {
-    next_words_ = {"+CSQ", ": 20", ",99\r\n"};
+    next_words = {"+CSQ", ": 20", ",99\r\n"};
     char buffer[13] = "";
-    EXPECT_EQ(ReadSerialTimed(port_, buffer, sizeof(buffer), 2000), 13);
+    EXPECT_EQ(ReadSerialTimed(port, buffer, sizeof(buffer), 2000), 13);
     EXPECT_EQ(std::string(buffer, 13), "+CSQ: 20,99\r\n");
     EXPECT_EQ(TakenMs(), 9) << "at once when the last one is in";
 }
 
 TEST_F(TimedRead, BytesThatComeTooLateStayInThePort) {
-    next_words_ = {"AB", "CD", "EF"};
+    next_words = {"AB", "CD", "EF"};
     char buffer[256] = "";
-    EXPECT_EQ(ReadSerialTimed(port_, buffer, sizeof(buffer), 8), 4);
+    EXPECT_EQ(ReadSerialTimed(port, buffer, sizeof(buffer), 8), 4);
     EXPECT_EQ(TakenMs(), 8);
-    EXPECT_EQ(ReadSerialTimed(port_, buffer, sizeof(buffer), 8), 2);
+    EXPECT_EQ(ReadSerialTimed(port, buffer, sizeof(buffer), 8), 2);
 }
 
 // A pseudo terminal may yield what it held when it was pulled out, or not.
@@ -212,7 +213,7 @@ TEST_F(TimedRead, PortThatIsPulledOutEndsWithTheTimeout) {
     ModemSays("AB");
     PullOut();
     char buffer[256] = "";
-    EXPECT_LE(ReadSerialTimed(port_, buffer, sizeof(buffer), 5), 2);
+    EXPECT_LE(ReadSerialTimed(port, buffer, sizeof(buffer), 5), 2);
     EXPECT_EQ(TakenMs(), 5) << "a dead port looks like silence";
 }
 
@@ -226,7 +227,7 @@ class ScriptedRead : public PseudoTerminalTest {
         PseudoTerminalTest::SetUp();
         calls = Calls();
         fakes_reads = true;
-        memset(memory_, kUntouched, sizeof(memory_));
+        memset(memory, kUntouched, sizeof(memory));
         calls.select = [](timeval* timeout) {
             if (timeout->tv_usec == 0 && timeout->tv_sec == 0) return 0;
             if (timeout->tv_usec == 0) {
@@ -258,16 +259,16 @@ class ScriptedRead : public PseudoTerminalTest {
         };
     }
 
-    std::string InFront() { return {memory_, kMargin}; }
-    std::string Stored(int count) { return {buffer_, static_cast<size_t>(count)}; }
+    std::string InFront() { return {memory, kMargin}; }
+    std::string Stored(int count) { return {test_buffer, static_cast<size_t>(count)}; }
 
-    char memory_[kMargin + 256 + kMargin];
-    char* buffer_ = memory_ + kMargin;
+    char memory[kMargin + 256 + kMargin];
+    char* test_buffer = memory + kMargin;
 };
 
 TEST_F(ScriptedRead, Timeout1500GivesOneSecondAnd500000Microseconds) {
     calls.select = [](timeval*) { return 0; };
-    EXPECT_EQ(ReadSerialTimed(port_, buffer_, 256, 1500), 0);
+    EXPECT_EQ(ReadSerialTimed(port, test_buffer, 256, 1500), 0);
     ASSERT_EQ(calls.timeouts.size(), 1U);
     EXPECT_EQ(calls.timeouts[0].tv_sec, 1);
     EXPECT_EQ(calls.timeouts[0].tv_usec, 500000);
@@ -276,7 +277,7 @@ TEST_F(ScriptedRead, Timeout1500GivesOneSecondAnd500000Microseconds) {
 
 TEST_F(ScriptedRead, TimeoutCoversTheWholeCall) {
     calls.reads = {Brings("a"), Brings("b"), Brings("c"), Brings("d")};
-    EXPECT_EQ(ReadSerialTimed(port_, buffer_, 256, 3), 3);
+    EXPECT_EQ(ReadSerialTimed(port, test_buffer, 256, 3), 3);
     EXPECT_EQ(Stored(3), "abc");
     ASSERT_EQ(calls.timeouts.size(), 3U) << "no wait without time left";
     EXPECT_EQ(calls.timeouts[1].tv_usec, 2000);
@@ -287,39 +288,39 @@ TEST_F(ScriptedRead, TimeoutCoversTheWholeCall) {
 TEST_F(ScriptedRead, WaitThatFailsEndsWithWhatIsCollected) {
     calls.reads = {Brings("abc")};
     calls.select = [](timeval*) { return calls.read_counts.empty() ? 1 : -1; };
-    EXPECT_EQ(ReadSerialTimed(port_, buffer_, 256, 1000), 3);
+    EXPECT_EQ(ReadSerialTimed(port, test_buffer, 256, 1000), 3);
 }
 
 TEST_F(ScriptedRead, EachErrorTakesOneOffAndNothingIsWrittenInFront) {
     calls.reads = {Fails(), Fails(), Fails(), Brings("abcde")};
-    EXPECT_EQ(ReadSerialTimed(port_, buffer_, 256, 4), 2);
+    EXPECT_EQ(ReadSerialTimed(port, test_buffer, 256, 4), 2);
     EXPECT_EQ(Stored(5), "abcde");
     EXPECT_EQ(InFront(), std::string(kMargin, kUntouched));
-    for (const void* place : calls.read_places) EXPECT_EQ(place, buffer_);
+    for (const void* place : calls.read_places) EXPECT_EQ(place, test_buffer);
     for (const size_t count : calls.read_counts) EXPECT_EQ(count, 256U);
 }
 
 TEST_F(ScriptedRead, ErrorBehindBytesMovesTheNextReadOneBack) {
     calls.reads = {Brings("abcde"), Fails(), Brings("XY")};
-    EXPECT_EQ(ReadSerialTimed(port_, buffer_, 256, 3), 6);
+    EXPECT_EQ(ReadSerialTimed(port, test_buffer, 256, 3), 6);
     EXPECT_EQ(Stored(6), "abcdXY");
 }
 
 TEST_F(ScriptedRead, PortOfErrorsEndsWithANegativeTotal) {
-    EXPECT_EQ(ReadSerialTimed(port_, buffer_, 256, 1500), -1500);
-    EXPECT_EQ(std::string(memory_, sizeof(memory_)), std::string(sizeof(memory_), kUntouched));
+    EXPECT_EQ(ReadSerialTimed(port, test_buffer, 256, 1500), -1500);
+    EXPECT_EQ(std::string(memory, sizeof(memory)), std::string(sizeof(memory), kUntouched));
 }
 
 TEST_F(ScriptedRead, FullBufferIsNeverOverrun) {
     calls.reads = {Brings(std::string(200, 'a')), Fails(), Brings(std::string(200, 'b'))};
-    EXPECT_EQ(ReadSerialTimed(port_, buffer_, 256, 1000), 256);
-    EXPECT_EQ(std::string(buffer_ + 256, kMargin), std::string(kMargin, kUntouched));
+    EXPECT_EQ(ReadSerialTimed(port, test_buffer, 256, 1000), 256);
+    EXPECT_EQ(std::string(test_buffer + 256, kMargin), std::string(kMargin, kUntouched));
 }
 
 TEST_F(ScriptedRead, DescriptorThatNoSetHoldsReadsNothing) {
     for (const int fd : {-1, INT_MIN, FD_SETSIZE, FD_SETSIZE + 1, INT_MAX}) {
-        EXPECT_EQ(ReadSerialTimed(fd, buffer_, 256, 1000), 0) << fd;
-        EXPECT_EQ(ReadSerialTimed2(fd, buffer_, 256, 1000, 1000), 0) << fd;
+        EXPECT_EQ(ReadSerialTimed(fd, test_buffer, 256, 1000), 0) << fd;
+        EXPECT_EQ(ReadSerialTimed2(fd, test_buffer, 256, 1000, 1000), 0) << fd;
     }
     EXPECT_TRUE(calls.timeouts.empty());
     EXPECT_TRUE(calls.read_counts.empty());
@@ -327,17 +328,17 @@ TEST_F(ScriptedRead, DescriptorThatNoSetHoldsReadsNothing) {
 
 TEST_F(ScriptedRead, NegativeTimeoutOrCountIsHarmless) {
     calls.reads = {Brings("abc"), Brings("abc"), Brings("abc")};
-    EXPECT_EQ(ReadSerialTimed(port_, buffer_, 0, 1), 0);
-    EXPECT_EQ(ReadSerialTimed(port_, buffer_, -5, 1), 0);
+    EXPECT_EQ(ReadSerialTimed(port, test_buffer, 0, 1), 0);
+    EXPECT_EQ(ReadSerialTimed(port, test_buffer, -5, 1), 0);
     EXPECT_EQ(calls.read_counts, (std::vector<size_t>{0, 0}));
     calls.select = nullptr;
-    EXPECT_EQ(ReadSerialTimed(port_, buffer_, 256, -1500), 0);
-    EXPECT_EQ(std::string(memory_, sizeof(memory_)), std::string(sizeof(memory_), kUntouched));
+    EXPECT_EQ(ReadSerialTimed(port, test_buffer, 256, -1500), 0);
+    EXPECT_EQ(std::string(memory, sizeof(memory)), std::string(sizeof(memory), kUntouched));
 }
 
 TEST_F(ScriptedRead, SecondFormSetsTheTimeAfreshForEachWait) {
     calls.reads = {Brings("a"), Brings("b"), Brings("c")};
-    EXPECT_EQ(ReadSerialTimed2(port_, buffer_, 3, 2500, 50), 3);
+    EXPECT_EQ(ReadSerialTimed2(port, test_buffer, 3, 2500, 50), 3);
     EXPECT_EQ(Stored(3), "abc");
     ASSERT_EQ(calls.timeouts.size(), 3U);
     EXPECT_EQ(calls.timeouts[0].tv_sec, 2);
@@ -350,27 +351,27 @@ TEST_F(ScriptedRead, SecondFormSetsTheTimeAfreshForEachWait) {
 
 TEST_F(ScriptedRead, SecondFormGivesZeroWhenTheFirstWaitFails) {
     calls.select = [](timeval*) { return 0; };
-    EXPECT_EQ(ReadSerialTimed2(port_, buffer_, 3, 100, 50), 0);
+    EXPECT_EQ(ReadSerialTimed2(port, test_buffer, 3, 100, 50), 0);
     EXPECT_EQ(calls.timeouts.size(), 1U);
 }
 
 TEST_F(ScriptedRead, SecondFormEndsWhenAWaitLeavesNoTime) {
     calls.reads = {Brings("a"), Brings("b"), Brings("c")};
-    EXPECT_EQ(ReadSerialTimed2(port_, buffer_, 256, 100, 1), 1);
+    EXPECT_EQ(ReadSerialTimed2(port, test_buffer, 256, 100, 1), 1);
 }
 
 TEST_F(ScriptedRead, SecondFormCountsAnErrorAndGoesOn) {
     calls.reads = {Brings("ab"), Fails(), Brings(""), Brings("cd")};
-    EXPECT_EQ(ReadSerialTimed2(port_, buffer_, 3, 100, 50), 3);
+    EXPECT_EQ(ReadSerialTimed2(port, test_buffer, 3, 100, 50), 3);
     EXPECT_EQ(Stored(3), "acd");
 }
 
 TEST_F(ScriptedRead, SecondFormGivesADeadPortUp) {
-    EXPECT_EQ(ReadSerialTimed2(port_, buffer_, 256, 100, 50), -100);
-    EXPECT_EQ(std::string(memory_, sizeof(memory_)), std::string(sizeof(memory_), kUntouched));
+    EXPECT_EQ(ReadSerialTimed2(port, test_buffer, 256, 100, 50), -100);
+    EXPECT_EQ(std::string(memory, sizeof(memory)), std::string(sizeof(memory), kUntouched));
     calls.reads.assign(99, Brings(""));
     calls.reads.push_back(Brings("ab"));
-    EXPECT_EQ(ReadSerialTimed2(port_, buffer_, 2, 100, 50), 2);
+    EXPECT_EQ(ReadSerialTimed2(port, test_buffer, 2, 100, 50), 2);
 }
 
 }  // namespace

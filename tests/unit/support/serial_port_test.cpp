@@ -88,22 +88,22 @@ class SerialPort : public PseudoTerminalTest {
 
     int SetupQuietly(int speed, int data_bits, int stop_bits, char parity, int fd = -1) {
         testing::internal::CaptureStderr();
-        const int result = SetupSerial(fd >= 0 ? fd : port_, speed, data_bits, stop_bits, parity);
-        errors_ = testing::internal::GetCapturedStderr();
+        const int result = SetupSerial(fd >= 0 ? fd : port, speed, data_bits, stop_bits, parity);
+        errors = testing::internal::GetCapturedStderr();
         return result;
     }
 
     termios Attributes() {
         termios attributes = {};
-        EXPECT_EQ(__real_tcgetattr(port_, &attributes), 0);
+        EXPECT_EQ(__real_tcgetattr(port, &attributes), 0);
         return attributes;
     }
 
-    void Apply(const termios& attributes) { ASSERT_EQ(__real_tcsetattr(port_, TCSANOW, &attributes), 0); }
+    void Apply(const termios& attributes) { ASSERT_EQ(__real_tcsetattr(port, TCSANOW, &attributes), 0); }
 
     long CallsOf(const std::string& name) { return std::count(calls.order.begin(), calls.order.end(), name); }
 
-    std::string errors_;
+    std::string errors;
 };
 
 bool SameAttributes(const termios& a, const termios& b) {
@@ -113,7 +113,7 @@ bool SameAttributes(const termios& a, const termios& b) {
 }
 
 TEST_F(SerialPort, OpensReadWriteAndBlocking) {
-    const int fd = OpenSerial(name_);
+    const int fd = OpenSerial(test_name);
     ASSERT_GT(fd, 0);
     const int flags = fcntl(fd, F_GETFL);
     EXPECT_EQ(flags & O_ACCMODE, O_RDWR);
@@ -131,11 +131,11 @@ TEST_F(SerialPort, OpeningADeviceThatIsNotThereFails) {
 TEST_F(SerialPort, WritesBytesAsTheyAre) {
     ASSERT_EQ(SetUpLine(kMainSpeed, 8, 1, 'N'), 0);
     const char bytes[] = "AT\r\n\0\xFF\x03";
-    ASSERT_EQ(WriteSerial(port_, bytes, sizeof(bytes)), static_cast<ssize_t>(sizeof(bytes)));
+    ASSERT_EQ(WriteSerial(port, bytes, sizeof(bytes)), static_cast<ssize_t>(sizeof(bytes)));
     std::string arrived;
     while (arrived.size() < sizeof(bytes)) {
         char piece[32];
-        const ssize_t count = read(modem_, piece, sizeof(piece));
+        const ssize_t count = read(modem, piece, sizeof(piece));
         ASSERT_GT(count, 0);
         arrived.append(piece, static_cast<size_t>(count));
     }
@@ -149,7 +149,7 @@ TEST_F(SerialPort, UnknownSpeedFlushesTenTimesAndAppliesNothingBeforeTheRawSetup
     EXPECT_EQ(CallsOf("flush both"), 10);
     EXPECT_TRUE(calls.speeds.empty());
     EXPECT_EQ(CallsOf("set now"), 1) << "the raw set-up alone";
-    EXPECT_EQ(errors_, "");
+    EXPECT_EQ(errors, "");
     const termios after = Attributes();
     EXPECT_EQ(cfgetospeed(&after), cfgetospeed(&before));
 }
@@ -172,7 +172,7 @@ TEST_F(SerialPort, SpeedThatTheLibraryRefusesLeavesTheSpeedOfThePort) {
     if (calls.speed_results != std::vector<int>{-1, -1}) GTEST_SKIP() << "the library takes plain numbers";
     const termios after = Attributes();
     EXPECT_EQ(cfgetospeed(&after), static_cast<speed_t>(B9600));
-    EXPECT_EQ(errors_, "");
+    EXPECT_EQ(errors, "");
 }
 
 TEST_F(SerialPort, CallsComeInTheirOrder) {
@@ -208,7 +208,7 @@ TEST_F(SerialPort, LineBecomesRawAndTheRestStays) {
 TEST_F(SerialPort, SixDataBitsGiveMinus2AndLeaveTheAttributes) {
     const termios before = Attributes();
     EXPECT_EQ(SetUpLine(kMainSpeed, 6, 1, 'N'), -2);
-    EXPECT_EQ(errors_, "Unsupported data size\n");
+    EXPECT_EQ(errors, "Unsupported data size\n");
     EXPECT_TRUE(SameAttributes(before, Attributes()));
     EXPECT_EQ(CallsOf("set now"), 1) << "the speed step alone";
 }
@@ -253,7 +253,7 @@ TEST_F(SerialPort, CapitalNLeavesInputParityCheckingOnAndSmallNDoesNot) {
 
 TEST_F(SerialPort, UnknownParityWinsOverUnknownStopBits) {
     EXPECT_EQ(SetUpLine(kMainSpeed, 8, 3, 'X'), -3);
-    EXPECT_EQ(errors_, "Unsupported parity\n");
+    EXPECT_EQ(errors, "Unsupported parity\n");
     EXPECT_EQ(CallsOf("set now"), 1);
 }
 
@@ -261,7 +261,7 @@ TEST_F(SerialPort, UnknownStopBitsGiveMinus4) {
     const termios before = Attributes();
     for (const int stop_bits : {0, 3, -1}) {
         EXPECT_EQ(SetUpLine(kMainSpeed, 8, stop_bits, 'N'), -4);
-        EXPECT_EQ(errors_, "Unsupported stop bits\n");
+        EXPECT_EQ(errors, "Unsupported stop bits\n");
     }
     EXPECT_TRUE(SameAttributes(before, Attributes()));
 }
@@ -276,32 +276,32 @@ TEST_F(SerialPort, StopBitsSetTheirFlag) {
 TEST_F(SerialPort, FirstReadingOfTheAttributesMayFail) {
     calls.failing_get = 0;
     EXPECT_EQ(SetupQuietly(100000, 8, 1, 'N'), 0);
-    EXPECT_EQ(errors_, "");
+    EXPECT_EQ(errors, "");
 }
 
 TEST_F(SerialPort, SecondReadingOfTheAttributesThatFailsGivesMinus1) {
     calls.failing_get = 1;
     EXPECT_EQ(SetupQuietly(kMainSpeed, 8, 1, 'N'), -1);
-    EXPECT_EQ(errors_, "SetupSerial 1. errno = " + std::to_string(EIO) + "\n");
+    EXPECT_EQ(errors, "SetupSerial 1. errno = " + std::to_string(EIO) + "\n");
 }
 
 TEST_F(SerialPort, ApplyingTheSpeedMayFailWithAWord) {
     calls.failing_set = 0;
     EXPECT_EQ(SetupQuietly(kMainSpeed, 8, 1, 'N'), 0);
-    EXPECT_EQ(errors_, "tcsetattr fd1: Input/output error\n");
+    EXPECT_EQ(errors, "tcsetattr fd1: Input/output error\n");
 }
 
 TEST_F(SerialPort, LastApplyingThatFailsGivesMinus5) {
     calls.failing_set = 1;
     EXPECT_EQ(SetupQuietly(kMainSpeed, 8, 1, 'N'), -5);
-    EXPECT_EQ(errors_, "SetupSerial 3. errno = " + std::to_string(EIO) + "\n");
+    EXPECT_EQ(errors, "SetupSerial 3. errno = " + std::to_string(EIO) + "\n");
 }
 
 TEST_F(SerialPort, SomethingThatIsNoTerminalGivesMinus1) {
     const int file = open("/dev/null", O_RDWR);
     EXPECT_EQ(SetupQuietly(kMainSpeed, 8, 1, 'N', file), -1);
-    EXPECT_EQ(errors_, "tcsetattr fd1: Inappropriate ioctl for device\nSetupSerial 1. errno = " +
-                           std::to_string(ENOTTY) + "\n");
+    EXPECT_EQ(errors, "tcsetattr fd1: Inappropriate ioctl for device\nSetupSerial 1. errno = " +
+                          std::to_string(ENOTTY) + "\n");
     close(file);
 }
 

@@ -2,55 +2,55 @@
 // limits, white space at the ends.
 #include "support/text_util.h"
 
-#include <gtest/gtest.h>
-
 #include <cstring>
 #include <string>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 namespace {
 
 TEST(CopyText, FitsWithTerminator) {
     char to[4] = {'x', 'x', 'x', 'x'};
-    EXPECT_EQ(copy_text(to, "abc"), 3U);
+    EXPECT_EQ(CopyText(to, "abc"), 3U);
     EXPECT_STREQ(to, "abc");
 }
 
 TEST(CopyText, CutsWhatDoesNotFit) {
     char to[5] = {'x', 'x', 'x', 'x', 'x'};
-    EXPECT_EQ(copy_text(to, 4, "abcdef"), 3U);
+    EXPECT_EQ(CopyText(to, 4, "abcdef"), 3U);
     EXPECT_STREQ(to, "abc");
     EXPECT_EQ(to[4], 'x');
 }
 
 TEST(CopyText, HonoursASmallerLimit) {
     char to[8] = "";
-    EXPECT_EQ(copy_text(to, "abcdef", 2), 2U);
+    EXPECT_EQ(CopyText(to, "abcdef", 2), 2U);
     EXPECT_STREQ(to, "ab");
 }
 
 TEST(CopyText, IgnoresALimitBeyondTheArray) {
     char to[4] = "";
-    EXPECT_EQ(copy_text(to, "abcdef", 100), 3U);
+    EXPECT_EQ(CopyText(to, "abcdef", 100), 3U);
     EXPECT_STREQ(to, "abc");
 }
 
 TEST(CopyText, TakesNullAsEmpty) {
     char to[4] = "old";
-    EXPECT_EQ(copy_text(to, nullptr), 0U);
+    EXPECT_EQ(CopyText(to, nullptr), 0U);
     EXPECT_STREQ(to, "");
 }
 
 TEST(CopyText, SizeOfZeroStoresNothing) {
     char to = 'x';
-    EXPECT_EQ(copy_text(&to, 0, "abc"), 0U);
+    EXPECT_EQ(CopyText(&to, 0, "abc"), 0U);
     EXPECT_EQ(to, 'x');
 }
 
 TEST(CopyText, ReadsNoFurtherThanItStores) {
     const char from[3] = {'a', 'b', 'c'};  // not terminated
     char to[4] = "";
-    EXPECT_EQ(copy_text(to, from), 3U);
+    EXPECT_EQ(CopyText(to, from), 3U);
     EXPECT_STREQ(to, "abc");
 }
 
@@ -74,7 +74,7 @@ TEST(NextField, AdjacentDelimitersYieldEmptyFields) {
         {"a,b", ",", {"a", "b"}}, {"a,,b", ",", {"a", "", "b"}},    {",a,", ",", {"", "a", ""}},
         {"", ",", {""}},          {"a b,c", ", ", {"a", "b", "c"}}, {"abc", "", {"abc"}},
     };
-    for (const auto& c : cases) EXPECT_EQ(Split(c, next_field), c.expected) << c.text;
+    for (const auto& c : cases) EXPECT_EQ(Split(c, NextField), c.expected) << c.text;
 }
 
 TEST(NextToken, SkipsDelimitersInFront) {
@@ -82,7 +82,7 @@ TEST(NextToken, SkipsDelimitersInFront) {
         {"a,b", ",", {"a", "b"}}, {"a,,b", ",", {"a", "b"}},       {",,a,", ",", {"a"}}, {"", ",", {}},
         {",,,", ",", {}},         {"\r\n 7 \r\n", "\r\n ", {"7"}},
     };
-    for (const auto& c : cases) EXPECT_EQ(Split(c, next_token), c.expected) << c.text;
+    for (const auto& c : cases) EXPECT_EQ(Split(c, NextToken), c.expected) << c.text;
 }
 
 TEST(NextToken, GivesWhatStrtokGives) {
@@ -93,7 +93,7 @@ TEST(NextToken, GivesWhatStrtokGives) {
         for (char* token = strtok(copy.data(), "="); token != nullptr; token = strtok(nullptr, "=")) {
             expected.emplace_back(token);
         }
-        EXPECT_EQ(Split({text, "=", {}}, next_token), expected) << text;
+        EXPECT_EQ(Split({text, "=", {}}, NextToken), expected) << text;
     }
 }
 
@@ -125,7 +125,7 @@ TEST(ParseNumber, TakesTheNumberAtTheStart) {
         {"-99999999999999999999999999", INT32_MIN},
     };
     for (const auto& c : cases) {
-        EXPECT_EQ(parse_number(c.text), c.expected) << (c.text != nullptr ? c.text : "null");
+        EXPECT_EQ(ParseNumber(c.text), c.expected) << (c.text != nullptr ? c.text : "null");
     }
 }
 
@@ -145,8 +145,8 @@ TEST(Trim, TakesWhiteSpaceFromTheEndThatItNames) {
     };
     for (const auto& c : cases) {
         std::string text = c.text;
-        EXPECT_STREQ(trim_start(text.data()), c.start) << '"' << c.text << '"';
-        EXPECT_STREQ(trim_end(text.data()), c.end) << '"' << c.text << '"';
+        EXPECT_STREQ(TrimStart(text.data()), c.start) << '"' << c.text << '"';
+        EXPECT_STREQ(TrimEnd(text.data()), c.end) << '"' << c.text << '"';
         text = c.text;
         EXPECT_STREQ(str_trim(text.data()), c.both) << '"' << c.text << '"';
     }
@@ -160,7 +160,7 @@ TEST(Trim, WorksInsideTheGivenText) {
 
 TEST(Trim, DoesNotLookInFrontOfTheText) {
     char text[] = "    ";
-    EXPECT_STREQ(trim_end(text + 2), "");
+    EXPECT_STREQ(TrimEnd(text + 2), "");
     EXPECT_STREQ(text, "  ");
 }
 

@@ -1,8 +1,8 @@
 #include "support/tlv.h"
 
-#include <gtest/gtest.h>
-
 #include <numeric>
+
+#include <gtest/gtest.h>
 
 namespace {
 

@@ -48,8 +48,9 @@ TEST_F(TraceLog, PlaceOfTheMacroIsRelativeToTheRepository) {
     testing::internal::CaptureStdout();
     const int line = __LINE__ + 1;
     TRACE(5, "%d\n", 5);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(),
-              "12:00:01.7 tests/unit/support/trace_log_line_test.cpp:TestBody:" + std::to_string(line) + ":5\n");
+    EXPECT_EQ(
+        testing::internal::GetCapturedStdout(),
+        "12:00:01.7 tests/unit/support/trace_log_line_test.cpp:TestBody:" + std::to_string(line) + ":5\n");
     testing::internal::CaptureStdout();
     const TracePlace place = {"f.cpp", "Connect", 7};
     TRACE_AT(place, 5, "hello\n");
@@ -168,9 +169,9 @@ TEST_F(TraceLog, EveryByteMayStandBehindAPercentSign) {
 class TraceHexdump : public TraceLog {
   protected:
     static std::string Dump(const char* file, const char* function, int line, unsigned level, int length) {
-        static const unsigned char kBytes[] = {0x00, 0x0A, 0x25, 0x7F, 0xFF};
+        static const unsigned char bytes[] = {0x00, 0x0A, 0x25, 0x7F, 0xFF};
         testing::internal::CaptureStdout();
-        trace_hexdump(file, function, line, level, kBytes, length);
+        trace_hexdump(file, function, line, level, bytes, length);
         return testing::internal::GetCapturedStdout();
     }
 };

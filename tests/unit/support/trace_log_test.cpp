@@ -151,14 +151,14 @@ class TraceLogFile : public TraceLog {
     void SetUp() override {
         TraceLog::SetUp();
         char pattern[] = "/tmp/trace_log_test.XXXXXX";
-        folder_ = mkdtemp(pattern);
-        path_ = folder_ + "/log";
+        folder = mkdtemp(pattern);
+        test_path = folder + "/log";
     }
 
     void TearDown() override {
         TraceLog::TearDown();
-        for (const char* name : {"/log", "/second"}) unlink((folder_ + name).c_str());
-        rmdir(folder_.c_str());
+        for (const char* name : {"/log", "/second"}) unlink((folder + name).c_str());
+        rmdir(folder.c_str());
     }
 
     static std::string Read(const std::string& path) {
@@ -170,53 +170,53 @@ class TraceLogFile : public TraceLog {
         return "Log info write into file \" " + path + "\"\n";
     }
 
-    std::string folder_;
-    std::string path_;
+    std::string folder;
+    std::string test_path;
 };
 
 TEST_F(TraceLogFile, LinesGoToTheFileAtOnceAndNotToStandardOutput) {
-    std::ofstream(path_) << "before\n";
-    EXPECT_EQ(Init({"-DL", path_.c_str()}), Echo(path_));
+    std::ofstream(test_path) << "before\n";
+    EXPECT_EQ(Init({"-DL", test_path.c_str()}), Echo(test_path));
     EXPECT_EQ(Local(5), "");
-    EXPECT_EQ(Read(path_), "before\n" + Line("hello\n")) << "appended, and flushed";
+    EXPECT_EQ(Read(test_path), "before\n" + Line("hello\n")) << "appended, and flushed";
     EXPECT_EQ(Local(7), "");
-    EXPECT_EQ(Read(path_), "before\n" + Line("hello\n"));
+    EXPECT_EQ(Read(test_path), "before\n" + Line("hello\n"));
     EXPECT_EQ(forwarded, Texts{"hello"});
 }
 
 TEST_F(TraceLogFile, FileOfMoreThan2GiBGrowsOn) {
     const std::string end = "the end of 3 GiB\n";
     constexpr uint64_t kHole = uint64_t{3} << 30;  // takes no room
-    std::ofstream(path_).seekp(static_cast<std::streamoff>(kHole)) << end;
-    ASSERT_EQ(std::filesystem::file_size(path_), kHole + end.size());
-    EXPECT_EQ(Init({"-DL", path_.c_str()}), Echo(path_));
+    std::ofstream(test_path).seekp(static_cast<std::streamoff>(kHole)) << end;
+    ASSERT_EQ(std::filesystem::file_size(test_path), kHole + end.size());
+    EXPECT_EQ(Init({"-DL", test_path.c_str()}), Echo(test_path));
     EXPECT_EQ(Local(5), "");
-    std::ifstream file(path_);
+    std::ifstream file(test_path);
     file.seekg(static_cast<std::streamoff>(kHole));
     EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), end + Line("hello\n"));
 }
 
 TEST_F(TraceLogFile, FolderThatDoesNotExistPrintsBothLinesAndStaysOnStandardOutput) {
-    const std::string path = folder_ + "/missing/log";
+    const std::string path = folder + "/missing/log";
     EXPECT_EQ(Init({"-DL", path.c_str()}), " Can't open log file '" + path + "'\n" + Echo(path));
     EXPECT_EQ(Local(5), Line("hello\n"));
 }
 
 TEST_F(TraceLogFile, SecondFileReplacesTheFirstWithoutClosingIt) {
-    const std::string second = folder_ + "/second";
-    Init({"-DL", path_.c_str()});
+    const std::string second = folder + "/second";
+    Init({"-DL", test_path.c_str()});
     FILE* first = trace_stream;
     EXPECT_EQ(Init({"-DL", second.c_str()}), Echo(second));
     EXPECT_EQ(Local(5), "");
-    EXPECT_EQ(Read(path_), "");
+    EXPECT_EQ(Read(test_path), "");
     EXPECT_EQ(Read(second), Line("hello\n"));
     EXPECT_GE(fputs("still open\n", first), 0);
     EXPECT_EQ(fclose(first), 0);
-    EXPECT_EQ(Read(path_), "still open\n");
+    EXPECT_EQ(Read(test_path), "still open\n");
 }
 
 TEST_F(TraceLogFile, SecondFileThatCannotBeOpenedLeavesStandardOutput) {
-    Init({"-DL", path_.c_str()});
+    Init({"-DL", test_path.c_str()});
     FILE* first = trace_stream;
     Init({"-DL", "/no/such/folder/log"});
     EXPECT_EQ(Local(5), Line("hello\n"));
@@ -229,7 +229,7 @@ TEST_F(TraceLogFile, OnlyALogFileIsFlushed) {
     trace_log("f", "g", 1, 5, "hello\n");
     EXPECT_TRUE(around.flushed.empty());
     testing::internal::GetCapturedStdout();
-    Init({"-DL", path_.c_str()});
+    Init({"-DL", test_path.c_str()});
     around.flushed.clear();
     trace_log("f", "g", 1, 5, "hello\n");
     EXPECT_EQ(around.flushed, std::vector<FILE*>{trace_stream});
@@ -237,7 +237,7 @@ TEST_F(TraceLogFile, OnlyALogFileIsFlushed) {
 
 TEST_F(TraceLogFile, LinesOfDifferentThreadsDoNotTear) {
     around.fakes_clock = false;  // the record of clock reads isn't made for threads
-    Init({"-DL", path_.c_str()});
+    Init({"-DL", test_path.c_str()});
     constexpr int kThreads = 4;
     constexpr int kLines = 500;
     std::vector<std::thread> threads;
@@ -248,7 +248,7 @@ TEST_F(TraceLogFile, LinesOfDifferentThreadsDoNotTear) {
         });
     }
     for (auto& thread : threads) thread.join();
-    std::ifstream file(path_);
+    std::ifstream file(test_path);
     std::string line;
     int count = 0;
     while (std::getline(file, line)) {

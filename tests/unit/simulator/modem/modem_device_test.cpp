@@ -29,15 +29,15 @@ TEST_F(ModemModel, RadioOnSearchesForAWhileAndTheDataCallStaysDown) {
     Ask("AT+CFUN=0");
     Turn("sim-start 500");
     Turn("search-time 2000");
-    modem_.Receive("AT+CFUN=1\r\n", now_ms_);
+    test_modem.Receive("AT+CFUN=1\r\n", test_now_ms);
     EXPECT_EQ(After(499), kOk);
     EXPECT_EQ(After(1), kCardTalk);
-    modem_.Receive("AT+CEREG?\r\n", now_ms_);
+    test_modem.Receive("AT+CEREG?\r\n", test_now_ms);
     EXPECT_EQ(After(1999), Line("+CEREG: 0,2"));
-    modem_.Receive("AT+CEREG?\r\n", now_ms_);
+    test_modem.Receive("AT+CEREG?\r\n", test_now_ms);
     EXPECT_EQ(After(0), Line("+CEREG: 0,2"));
-    now_ms_ += 1;
-    modem_.Receive("AT+CEREG?\r\n", now_ms_);
+    test_now_ms += 1;
+    test_modem.Receive("AT+CEREG?\r\n", test_now_ms);
     EXPECT_EQ(After(0), Line("+CEREG: 0,1"));
     EXPECT_TRUE(StatusHas("link: down"));
 }
@@ -85,7 +85,7 @@ TEST_F(ModemModel, RegistrationIsReportedOnceAskedFor) {
 
 TEST_F(ModemModel, DialTakesItsTimeAndAnswersAtItsEnd) {
     Turn("dial-time 2500");
-    modem_.Receive("AT$QCRMCALL=1,1\r\n", now_ms_);
+    test_modem.Receive("AT$QCRMCALL=1,1\r\n", test_now_ms);
     EXPECT_EQ(After(2499), "");
     EXPECT_TRUE(StatusHas("link: dialling"));
     EXPECT_EQ(After(1), Line("$QCRMCALL: 1, V4"));
@@ -118,7 +118,7 @@ TEST_F(ModemModel, LinkDownCutsTheCallAndANewDialBringsItBack) {
 TEST_F(ModemModel, LinkUpNeedsRegistration) {
     Turn("registration 0");
     std::string reply;
-    EXPECT_FALSE(modem_.Control("link up", &reply, now_ms_));
+    EXPECT_FALSE(test_modem.Control("link up", &reply, test_now_ms));
     EXPECT_EQ(reply, "link: the modem isn't registered");
 }
 
@@ -245,10 +245,10 @@ TEST_F(ModemModel, SelectorTakesOneSimAwayAndBringsTheOther) {
 
 TEST_F(ModemModel, SelectingTheSelectedSimChangesNothing) {
     Dial();
-    const std::string before = modem_.Status();
+    const std::string before = test_modem.Status();
     Turn("select 1");
     EXPECT_EQ(After(0), "");
-    EXPECT_EQ(modem_.Status(), before);
+    EXPECT_EQ(test_modem.Status(), before);
 }
 
 TEST_F(ModemModel, SelectorSurvivesAResetAndWorksDuringABoot) {
@@ -282,20 +282,20 @@ TEST_F(ModemModel, HolderKnobMeansItsSimWhicheverIsSelected) {
 }
 
 TEST_F(ModemModel, HostsAnswerThroughTheCallAndTheNetworkOfTheSim) {
-    EXPECT_FALSE(modem_.RoundTripMs("8.8.8.8"));
+    EXPECT_FALSE(test_modem.RoundTripMs("8.8.8.8"));
     Dial();
-    EXPECT_EQ(modem_.RoundTripMs("8.8.8.8"), 40);
+    EXPECT_EQ(test_modem.RoundTripMs("8.8.8.8"), 40);
     Turn("reach 8.8.4.4 172.21.2.226");
     Turn("round-trip 1200");
-    EXPECT_FALSE(modem_.RoundTripMs("8.8.8.8"));
-    EXPECT_EQ(modem_.RoundTripMs("172.21.2.226"), 1200);
+    EXPECT_FALSE(test_modem.RoundTripMs("8.8.8.8"));
+    EXPECT_EQ(test_modem.RoundTripMs("172.21.2.226"), 1200);
     EXPECT_TRUE(StatusHas("reach: 8.8.4.4 172.21.2.226"));
     Turn("reach nothing");
-    EXPECT_FALSE(modem_.RoundTripMs("8.8.4.4"));
+    EXPECT_FALSE(test_modem.RoundTripMs("8.8.4.4"));
     EXPECT_TRUE(StatusHas("link: up"));
     Turn("reach all");
     Turn("link down");
-    EXPECT_FALSE(modem_.RoundTripMs("8.8.8.8"));
+    EXPECT_FALSE(test_modem.RoundTripMs("8.8.8.8"));
 }
 
 // Power, boot, port
@@ -305,20 +305,20 @@ TEST_F(ModemModel, ResetTakesTimeAndTheModemComesBackFresh) {
     Turn("port-gone 2000");
     Dial();
     Ask("AT+CMEE=2");
-    const int64_t generation = modem_.port_generation();
-    modem_.Control("reset", nullptr, now_ms_);
-    const int64_t reset_ms = now_ms_;
-    EXPECT_FALSE(modem_.present());
+    const int64_t generation = test_modem.port_generation();
+    test_modem.Control("reset", nullptr, test_now_ms);
+    const int64_t reset_ms = test_now_ms;
+    EXPECT_FALSE(test_modem.present());
     EXPECT_TRUE(StatusHas("link: down"));
     EXPECT_TRUE(StatusHas("power: booting"));
-    EXPECT_EQ(modem_.NextEventMs(), reset_ms + 2000);
+    EXPECT_EQ(test_modem.NextEventMs(), reset_ms + 2000);
     EXPECT_EQ(Ask("AT"), "");
     EXPECT_EQ(After(1000), "");
-    EXPECT_TRUE(modem_.present());
-    EXPECT_EQ(modem_.port_generation(), generation + 1);
+    EXPECT_TRUE(test_modem.present());
+    EXPECT_EQ(test_modem.port_generation(), generation + 1);
     EXPECT_EQ(Ask("AT"), "");
-    EXPECT_EQ(modem_.NextEventMs(), reset_ms + 8000);
-    now_ms_ = reset_ms + 7999;
+    EXPECT_EQ(test_modem.NextEventMs(), reset_ms + 8000);
+    test_now_ms = reset_ms + 7999;
     EXPECT_EQ(After(0), "");
     EXPECT_EQ(After(1), "\r\nRDY\r\n\r\n+CFUN: 1\r\n");
     EXPECT_EQ(After(600), kCardTalk);
@@ -332,7 +332,7 @@ TEST_F(ModemModel, ResetTakesTimeAndTheModemComesBackFresh) {
 
 TEST_F(ModemModel, ResetTurnsTheRadioOn) {
     Ask("AT+CFUN=0");
-    modem_.Control("reset", nullptr, now_ms_);
+    test_modem.Control("reset", nullptr, test_now_ms);
     After(60000);
     Ask("ATE0");
     EXPECT_EQ(Ask("AT+CFUN?"), Line("+CFUN: 1"));
@@ -340,9 +340,9 @@ TEST_F(ModemModel, ResetTurnsTheRadioOn) {
 
 TEST_F(ModemModel, ResetInTheMiddleOfABootStartsTheBootAgain) {
     Turn("boot-time 5000");
-    modem_.Control("reset", nullptr, now_ms_);
+    test_modem.Control("reset", nullptr, test_now_ms);
     EXPECT_EQ(After(4000), "");
-    modem_.Control("reset", nullptr, now_ms_);
+    test_modem.Control("reset", nullptr, test_now_ms);
     EXPECT_EQ(After(4999), "");
     EXPECT_EQ(After(1), "\r\nRDY\r\n\r\n+CFUN: 1\r\n");
 }
@@ -350,63 +350,63 @@ TEST_F(ModemModel, ResetInTheMiddleOfABootStartsTheBootAgain) {
 TEST_F(ModemModel, ResetLosesHalfHeardCommandsAndUnsaidAnswersAlsoWhenThePortStays) {
     Turn("port-gone 0");
     Turn("delay 500");
-    modem_.Receive("AT+CSQ\r\nAT+C", now_ms_);
-    modem_.Control("reset", nullptr, now_ms_);
-    EXPECT_TRUE(modem_.present());
+    test_modem.Receive("AT+CSQ\r\nAT+C", test_now_ms);
+    test_modem.Control("reset", nullptr, test_now_ms);
+    EXPECT_TRUE(test_modem.present());
     EXPECT_EQ(After(5000), "\r\nRDY\r\n\r\n+CFUN: 1\r\n");
-    modem_.Receive("SQ\r\n", now_ms_);
+    test_modem.Receive("SQ\r\n", test_now_ms);
     EXPECT_EQ(After(1000), "SQ\r" + kCardTalk);
 }
 
 TEST_F(ModemModel, PortIsNeverGoneLongerThanTheBoot) {
     Turn("boot-time 1000");
     Turn("port-gone 60000");
-    modem_.Control("reset", nullptr, now_ms_);
+    test_modem.Control("reset", nullptr, test_now_ms);
     After(1000);
-    EXPECT_TRUE(modem_.present());
+    EXPECT_TRUE(test_modem.present());
 }
 
 TEST_F(ModemModel, ResetByCommandAnswersFirst) {
-    modem_.Receive("AT+CFUN=1,1\r\n", now_ms_);
+    test_modem.Receive("AT+CFUN=1,1\r\n", test_now_ms);
     EXPECT_EQ(After(99), kOk);
-    EXPECT_TRUE(modem_.present());
+    EXPECT_TRUE(test_modem.present());
     EXPECT_EQ(After(1), "");
-    EXPECT_FALSE(modem_.present());
+    EXPECT_FALSE(test_modem.present());
 }
 
 TEST_F(ModemModel, UsbModeTakesEffectWithTheNextStart) {
     EXPECT_EQ(Ask("AT+QCFG=\"usbnet\",1"), kOk);
     EXPECT_EQ(Ask("AT+QCFG=\"usbnet\""), Line("+QCFG: \"usbnet\",1"));
     EXPECT_TRUE(StatusHas("usb mode: 0"));
-    modem_.Control("reset", nullptr, now_ms_);
+    test_modem.Control("reset", nullptr, test_now_ms);
     After(60000);
     EXPECT_TRUE(StatusHas("usb mode: 1"));
 }
 
 TEST_F(ModemModel, PowerOffIsSilentAndPowerOnBoots) {
     Dial();
-    modem_.Control("power off", nullptr, now_ms_);
-    EXPECT_FALSE(modem_.present());
-    EXPECT_EQ(modem_.NextEventMs(), std::nullopt);
+    test_modem.Control("power off", nullptr, test_now_ms);
+    EXPECT_FALSE(test_modem.present());
+    EXPECT_EQ(test_modem.NextEventMs(), std::nullopt);
     EXPECT_EQ(Ask("AT"), "");
-    modem_.Control("reset", nullptr, now_ms_);  // a reset pin does nothing without power
+    test_modem.Control("reset", nullptr, test_now_ms);  // a reset pin does nothing without power
     EXPECT_EQ(After(60000), "");
-    modem_.Control("power on", nullptr, now_ms_);
+    test_modem.Control("power on", nullptr, test_now_ms);
     EXPECT_EQ(After(5000), "\r\nRDY\r\n\r\n+CFUN: 1\r\n");
     EXPECT_TRUE(StatusHas("link: down"));
 }
 
 TEST_F(ModemModel, UnplugKeepsTheModemOnAndPlugMayNameAnotherPath) {
     Dial();
-    const int64_t generation = modem_.port_generation();
+    const int64_t generation = test_modem.port_generation();
     Turn("unplug");
-    EXPECT_FALSE(modem_.present());
+    EXPECT_FALSE(test_modem.present());
     Turn("urc +LOST");
     EXPECT_EQ(Ask("AT"), "");
     Turn("plug /dev/ttyACM7");
-    EXPECT_TRUE(modem_.present());
-    EXPECT_EQ(modem_.port_path(), "/dev/ttyACM7");
-    EXPECT_EQ(modem_.port_generation(), generation + 1);
+    EXPECT_TRUE(test_modem.present());
+    EXPECT_EQ(test_modem.port_path(), "/dev/ttyACM7");
+    EXPECT_EQ(test_modem.port_generation(), generation + 1);
     EXPECT_EQ(Ask("AT"), kOk);
     EXPECT_TRUE(StatusHas("link: up"));
 }

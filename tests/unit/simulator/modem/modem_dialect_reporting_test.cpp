@@ -1,9 +1,9 @@
 // Dialects of Huawei, LongSung, NodeCom, Cinterion and ChuangYi modems: every command that the daemon sends
 // is answered as that modem would, what they report unsolicited, and the port that takes another name.
-#include <gtest/gtest.h>
-
 #include <string>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 #include "simulator/modem/modem_model.h"
 
@@ -13,8 +13,8 @@ using modem_sim::Modem;
 using modem_sim::ModemOptions;
 
 constexpr size_t kAll = 1024 * 1024;
-constexpr int64_t kExchangeMs = 1000;
-constexpr int64_t kSearchMs = 5000;
+constexpr int64_t kExchange_ms = 1000;
+constexpr int64_t kSearch_ms = 5000;
 constexpr char kOk[] = "\r\nOK\r\n";
 constexpr char kError[] = "\r\nERROR\r\n";
 
@@ -39,7 +39,7 @@ class Desk {
         Hear();
         modem.Receive(command + "\r\n", now_ms);
         const std::string answer = modem.TakeOutput(now_ms, kAll);
-        now_ms += kExchangeMs;
+        now_ms += kExchange_ms;
         return answer + modem.TakeOutput(now_ms, kAll);
     }
 
@@ -79,7 +79,7 @@ void BringUp(Desk& desk, const std::string& maker) {
                     {"ATE0", "ATE0\r\r\nOK\r\n"},
                     {"AT+CFUN=0", kOk},
                     {"AT+CFUN=1", kOk}});
-    desk.Wait(kSearchMs);
+    desk.Wait(kSearch_ms);
 }
 
 // Huawei

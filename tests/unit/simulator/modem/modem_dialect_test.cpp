@@ -1,11 +1,11 @@
 // Dialects: every command that the daemon sends to a family is answered as that modem would, and the tables
 // of all families are sound.
-#include <gtest/gtest.h>
-
 #include <fstream>
 #include <set>
 #include <sstream>
 #include <string>
+
+#include <gtest/gtest.h>
 
 #include "simulator/modem/dialect.h"
 #include "simulator/modem/modem_model.h"
@@ -99,13 +99,13 @@ TEST(ModemDialect, QuectelQcomModelsIntroduceThemselves) {
     const struct {
         const char* model;
         const char* answer;
-    } kIntroductions[] = {
+    } introductions[] = {
         {"", "\r\nQuectel\r\nEG25\r\nRevision: EG25GGBR07A08M2G\r\n\r\nOK\r\n"},
         {"EG25", "\r\nQuectel\r\nEG25\r\nRevision: EG25GGBR07A08M2G\r\n\r\nOK\r\n"},
         {"EG21", "\r\nQuectel\r\nEG21\r\nRevision: EG21GGBR07A11M1G\r\n\r\nOK\r\n"},
         {"EC20", "\r\nQuectel\r\nEC20\r\nRevision: EC20GBR07A01M1G\r\n\r\nOK\r\n"},
     };
-    for (const auto& introduction : kIntroductions) {
+    for (const auto& introduction : introductions) {
         Modem modem{ModemOptions{"quectel_qcom", introduction.model}};
         modem.Control("echo off", nullptr, 0);
         int64_t now_ms = 0;
@@ -337,13 +337,13 @@ TEST(ModemDialect, ZteModelsTellTheCallEachInItsWay) {
         const char* down;
         const char* up;
         bool measures;
-    } kModels[] = {
+    } models[] = {
         {"ME3630", "\r\n+ZECMCALL: IPV4\r\n\r\nOK\r\n", "10.64.12.7", true},
         {"GM196", "\r\nERROR\r\n", "\r\nOK\r\n", false},
         {"GM196H", "\r\n+ZECMCALL: IPV4\r\n\r\nOK\r\n", "10.64.12.7", false},
         {"ZM8620", "\r\n+ZECMCALL: IPV4\r\n\r\nOK\r\n", "10.64.12.7", false},
     };
-    for (const auto& test : kModels) {
+    for (const auto& test : models) {
         Modem modem{ModemOptions{"zte", test.model}};
         modem.Control("echo off", nullptr, 0);
         int64_t now_ms = 0;

@@ -51,13 +51,13 @@ TEST(ModemFibocom, AnswersEveryCommandOfTheDaemon) {
 TEST(ModemFibocom, ModelsIntroduceThemselves) {
     const struct {
         const char *family, *model, *answer;
-    } kIntroductions[] = {
+    } introductions[] = {
         {"fibocom", "", "\r\nFibocom\r\nNL668\r\nRevision: 19006.1000.00.02.71.05\r\n\r\nOK\r\n"},
         {"fibocom", "MC116", "\r\nFibocom\r\nMC116\r\nMC116CNA0.4.2\r\n\r\nOK\r\n"},
         {"fibocom", "FM650", "\r\nFibocom\r\nFM650\r\nRevision: 19006.1000.00.02.71.05\r\n\r\nOK\r\n"},
         {"fibocom_le", "", "\r\nFibocom\r\nLE370\r\nRevision: 19121.1000.00.01.72.03\r\n\r\nOK\r\n"},
     };
-    for (const auto& introduction : kIntroductions) {
+    for (const auto& introduction : introductions) {
         Modem modem{ModemOptions{introduction.family, introduction.model}};
         modem.Control("echo off", nullptr, 0);
         int64_t now_ms = 0;
@@ -92,8 +92,8 @@ TEST(ModemFibocom, RefusesWhatItsCommandsDontTake) {
 // USB mode
 
 TEST(ModemFibocom, WrongUsbModeHasNoCallUntilARestartMadeTheRightOneTrue) {
-    const struct { const char *family, *mode; } kFamilies[] = {{"fibocom", "18"}, {"fibocom_le", "32"}};
-    for (const auto& each : kFamilies) {
+    const struct { const char *family, *mode; } families[] = {{"fibocom", "18"}, {"fibocom_le", "32"}};
+    for (const auto& each : families) {
         Modem modem{ModemOptions{each.family, ""}};
         modem.Control("usb-mode 17", nullptr, 0);
         modem.Control("echo off", nullptr, 0);
@@ -186,7 +186,7 @@ TEST(ModemFibocom, Le370AnswersEveryCommandOfTheDaemon) {
 TEST(ModemFibocom, Le370TellsItsSignalInSteps) {
     const struct {
         const char *knob, *answer;
-    } kCases[] = {
+    } cases[] = {
         {"rsrp -140", "\r\n+CESQ: 99,99,255,255,18,1\r\n\r\nOK\r\n"},
         {"rsrp -44", "\r\n+CESQ: 99,99,255,255,18,97\r\n\r\nOK\r\n"},
         {"rsrp 0", "\r\n+CESQ: 99,99,255,255,18,97\r\n\r\nOK\r\n"},
@@ -195,7 +195,7 @@ TEST(ModemFibocom, Le370TellsItsSignalInSteps) {
     };
     Modem modem{ModemOptions{"fibocom_le", ""}};
     int64_t now_ms = 0;
-    for (const auto& each : kCases) {
+    for (const auto& each : cases) {
         modem.Control(each.knob, nullptr, now_ms);
         EXPECT_EQ(each.answer, Exchange(modem, "AT+CESQ", &now_ms)) << each.knob;
     }

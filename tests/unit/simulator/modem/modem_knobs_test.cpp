@@ -9,39 +9,89 @@
 namespace {
 
 constexpr const char* kNonsense[] = {
-    "bogus", "csq", "csq x", "csq 100", "csq -1", "csq 5 5", "csq 99999999999999999999", "sim",
-    "sim maybe", "sim ready-after", "sim ready-after -1", "sim ready-after 99999999999", "sim ready now",
-    "select", "select 0", "select 3", "holder", "holder 3 imsi 1", "holder 2", "holder 2 csq 5",
-    "holder 2 registration 99", "reach", "round-trip -1", "registration", "registration 99",
-    "registration 1 lte", "link", "link sideways", "dial", "dial fail 0", "dial ok 3", "mute",
-    "mute loud", "delay", "delay -1", "pieces", "pieces -1", "pieces 4 8", "pieces 4 gap",
-    "pad 99999999", "percent maybe", "nul", "urc", "garbage", "garbage 0", "flood", "flood on 0",
-    "flood off 3", "answer", "answer  = x", "echo", "temperature hot", "reset now", "power", "boot-time",
-    "unplug it", "seed", "status please",
+    "bogus",
+    "csq",
+    "csq x",
+    "csq 100",
+    "csq -1",
+    "csq 5 5",
+    "csq 99999999999999999999",
+    "sim",
+    "sim maybe",
+    "sim ready-after",
+    "sim ready-after -1",
+    "sim ready-after 99999999999",
+    "sim ready now",
+    "select",
+    "select 0",
+    "select 3",
+    "holder",
+    "holder 3 imsi 1",
+    "holder 2",
+    "holder 2 csq 5",
+    "holder 2 registration 99",
+    "reach",
+    "round-trip -1",
+    "registration",
+    "registration 99",
+    "registration 1 lte",
+    "link",
+    "link sideways",
+    "dial",
+    "dial fail 0",
+    "dial ok 3",
+    "mute",
+    "mute loud",
+    "delay",
+    "delay -1",
+    "pieces",
+    "pieces -1",
+    "pieces 4 8",
+    "pieces 4 gap",
+    "pad 99999999",
+    "percent maybe",
+    "nul",
+    "urc",
+    "garbage",
+    "garbage 0",
+    "flood",
+    "flood on 0",
+    "flood off 3",
+    "answer",
+    "answer  = x",
+    "echo",
+    "temperature hot",
+    "reset now",
+    "power",
+    "boot-time",
+    "unplug it",
+    "seed",
+    "status please",
 };
 
 TEST_F(ModemModel, LinesThatMakeNoSenseAreRefusedWithAReasonAndChangeNothing) {
-    const std::string before = modem_.Status();
+    const std::string before = test_modem.Status();
     for (const char* knob : kNonsense) {
         std::string reply;
-        EXPECT_FALSE(modem_.Control(knob, &reply, now_ms_)) << knob;
+        EXPECT_FALSE(test_modem.Control(knob, &reply, test_now_ms)) << knob;
         EXPECT_FALSE(reply.empty()) << knob;
-        EXPECT_FALSE(modem_.Control(knob, nullptr, now_ms_)) << knob;
+        EXPECT_FALSE(test_modem.Control(knob, nullptr, test_now_ms)) << knob;
     }
-    EXPECT_EQ(modem_.Status(), before);
+    EXPECT_EQ(test_modem.Status(), before);
 }
 
 TEST_F(ModemModel, EmptyLinesAndRemarksDoNothing) {
-    const std::string before = modem_.Status();
-    for (const char* line : {"", "   ", "# csq 1", "\t#"})
-        EXPECT_TRUE(modem_.Control(line, nullptr, now_ms_));
-    EXPECT_EQ(modem_.Status(), before);
+    const std::string before = test_modem.Status();
+    for (const char* line : {"", "   ", "# csq 1", "\t#"}) {
+        EXPECT_TRUE(test_modem.Control(line, nullptr, test_now_ms));
+    }
+    EXPECT_EQ(test_modem.Status(), before);
 }
 
 TEST_F(ModemModel, StatusKnobTellsTheStatus) {
     std::string reply;
-    EXPECT_TRUE(modem_.Control("  status ", &reply, now_ms_));
-    EXPECT_EQ(reply, modem_.Status());
+    EXPECT_TRUE(test_modem.Control("  status ", &reply, test_now_ms));
+    EXPECT_EQ(reply, test_modem.Status());
     EXPECT_NE(reply.find("model: EG25\n"), std::string::npos);
 }
 

@@ -1,12 +1,13 @@
 // The modem model: commands, the line between modem and host with what knobs do to it, and whole runs. What
 // stands behind the commands: modem_device_test.cpp.
+#include "simulator/modem/modem_model.h"
+
 #include <optional>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
-#include "simulator/modem/modem_model.h"
 #include "tests/support/modem_model_fixture.h"
 
 namespace {
@@ -43,12 +44,12 @@ TEST_F(ModemModel, LettersAndBlanksOfACommandDontMatterOutsideQuotes) {
 }
 
 TEST_F(ModemModel, CommandArrivesInPiecesAndWithASecondLineEnd) {
-    modem_.Receive("AT+", now_ms_);
+    test_modem.Receive("AT+", test_now_ms);
     EXPECT_EQ(After(500), "");
-    modem_.Receive("CSQ", now_ms_);
-    modem_.Receive("\r\n", now_ms_);
+    test_modem.Receive("CSQ", test_now_ms);
+    test_modem.Receive("\r\n", test_now_ms);
     EXPECT_EQ(After(0), Line("+CSQ: 23,99"));
-    modem_.Receive("AT+CSQ\r\n\r\n", now_ms_);
+    test_modem.Receive("AT+CSQ\r\n\r\n", test_now_ms);
     EXPECT_EQ(After(0), Line("+CSQ: 23,99"));
 }
 
@@ -59,14 +60,14 @@ TEST_F(ModemModel, LinesThatAreNoCommandGetNoAnswerAndNoiseInFrontOfOneIsPassedO
 }
 
 TEST_F(ModemModel, UnknownCommandsAnswerErrorAndAreCounted) {
-    EXPECT_EQ(modem_.unknown_command_count(), 0u);
+    EXPECT_EQ(test_modem.unknown_command_count(), 0u);
     EXPECT_EQ(Ask("AT+NOSUCH=1"), kError);
     EXPECT_EQ(Ask("AT+CSQX"), kError);
-    EXPECT_EQ(modem_.unknown_command_count(), 2u);
-    EXPECT_EQ(modem_.unknown_commands(), (std::vector<std::string>{"AT+NOSUCH=1", "AT+CSQX"}));
+    EXPECT_EQ(test_modem.unknown_command_count(), 2u);
+    EXPECT_EQ(test_modem.unknown_commands(), (std::vector<std::string>{"AT+NOSUCH=1", "AT+CSQX"}));
     for (int count = 0; count < 1000; ++count) Ask("AT+MORE");
-    EXPECT_EQ(modem_.unknown_command_count(), 1002u);
-    EXPECT_EQ(modem_.unknown_commands().size(), 100u);
+    EXPECT_EQ(test_modem.unknown_command_count(), 1002u);
+    EXPECT_EQ(test_modem.unknown_commands().size(), 100u);
 }
 
 TEST_F(ModemModel, CommandLongerThanTheModemTakesAnswersErrorOnceAndTheNextOneWorks) {
@@ -89,12 +90,12 @@ TEST_F(ModemModel, ErrorsAreWordedAsCmeeAsks) {
 // The line
 
 TEST_F(ModemModel, OutputIsTakenInPortionsInOrder) {
-    modem_.Receive("AT+CSQ\r\n", now_ms_);
-    EXPECT_EQ(modem_.TakeOutput(now_ms_, 7), "\r\n+CSQ:");
-    EXPECT_EQ(modem_.NextEventMs(), now_ms_);
-    EXPECT_EQ(modem_.TakeOutput(now_ms_, 0), "");
-    EXPECT_EQ(modem_.TakeOutput(now_ms_, kAll), " 23,99\r\n\r\nOK\r\n");
-    EXPECT_EQ(modem_.NextEventMs(), std::nullopt);
+    test_modem.Receive("AT+CSQ\r\n", test_now_ms);
+    EXPECT_EQ(test_modem.TakeOutput(test_now_ms, 7), "\r\n+CSQ:");
+    EXPECT_EQ(test_modem.NextEventMs(), test_now_ms);
+    EXPECT_EQ(test_modem.TakeOutput(test_now_ms, 0), "");
+    EXPECT_EQ(test_modem.TakeOutput(test_now_ms, kAll), " 23,99\r\n\r\nOK\r\n");
+    EXPECT_EQ(test_modem.NextEventMs(), std::nullopt);
 }
 
 TEST_F(ModemModel, OutputThatIsTakenMakesRoomForMore) {
@@ -104,30 +105,30 @@ TEST_F(ModemModel, OutputThatIsTakenMakesRoomForMore) {
 
 TEST_F(ModemModel, OutputThatNobodyTakesIsLostBeyondWhatAModemKeeps) {
     Turn("pad 1000");
-    for (int count = 0; count < 200; ++count) modem_.Receive("AT\r\n", now_ms_);
+    for (int count = 0; count < 200; ++count) test_modem.Receive("AT\r\n", test_now_ms);
     EXPECT_EQ(After(0).size(), 64u * 1024);
 }
 
 TEST_F(ModemModel, DelayPutsEachAnswerOff) {
     Turn("delay 1500");
-    modem_.Receive("AT+CSQ\r\n", now_ms_);
-    EXPECT_EQ(modem_.NextEventMs(), now_ms_ + 1500);
+    test_modem.Receive("AT+CSQ\r\n", test_now_ms);
+    EXPECT_EQ(test_modem.NextEventMs(), test_now_ms + 1500);
     EXPECT_EQ(After(1499), "");
     EXPECT_EQ(After(1), Line("+CSQ: 23,99"));
 }
 
 TEST_F(ModemModel, AnswersDontOvertakeEachOtherWhenTheDelayShrinks) {
     Turn("delay 1000");
-    modem_.Receive("AT+CSQ\r\n", now_ms_);
+    test_modem.Receive("AT+CSQ\r\n", test_now_ms);
     Turn("delay 0");
-    modem_.Receive("AT\r\n", now_ms_);
+    test_modem.Receive("AT\r\n", test_now_ms);
     EXPECT_EQ(After(999), "");
     EXPECT_EQ(After(1), Line("+CSQ: 23,99") + kOk);
 }
 
 TEST_F(ModemModel, PiecesComeOneAfterTheOther) {
     Turn("pieces 8 gap 30");
-    modem_.Receive("AT+CSQ\r\n", now_ms_);
+    test_modem.Receive("AT+CSQ\r\n", test_now_ms);
     EXPECT_EQ(After(0), "\r\n+CSQ: ");
     EXPECT_EQ(After(29), "");
     EXPECT_EQ(After(1), "23,99\r\n\r");
@@ -138,8 +139,8 @@ TEST_F(ModemModel, PiecesComeOneAfterTheOther) {
 
 TEST_F(ModemModel, UnsolicitedLineSlipsBetweenThePiecesOfAnAnswer) {
     Turn("pieces 8 gap 100");
-    modem_.Receive("AT+CSQ\r\n", now_ms_);
-    now_ms_ += 50;
+    test_modem.Receive("AT+CSQ\r\n", test_now_ms);
+    test_now_ms += 50;
     Turn("urc +X");
     EXPECT_EQ(After(1000), "\r\n+CSQ: \r\n+X\r\n23,99\r\n\r\nOK\r\n");
 }
@@ -220,18 +221,18 @@ TEST_F(ModemModel, FloodFillsTheLineAtItsSpeedAndEnds) {
     const std::string text = After(10000);
     EXPECT_NEAR(static_cast<double>(text.size()), 22000, 22);
     EXPECT_EQ(text.compare(0, 22, "\r\n+CGEV: NW MODIFY 1\r\n"), 0);
-    ASSERT_TRUE(modem_.NextEventMs().has_value());
-    EXPECT_LE(*modem_.NextEventMs(), now_ms_ + 10);
+    ASSERT_TRUE(test_modem.NextEventMs().has_value());
+    EXPECT_LE(*test_modem.NextEventMs(), test_now_ms + 10);
     Turn("flood off");
     EXPECT_EQ(After(10000), "");
-    EXPECT_EQ(modem_.NextEventMs(), std::nullopt);
+    EXPECT_EQ(test_modem.NextEventMs(), std::nullopt);
 }
 
 TEST_F(ModemModel, FloodThatNobodyReadsIsBounded) {
     Turn("flood on 1000000");
-    now_ms_ += 3600 * 1000;
-    EXPECT_LE(modem_.TakeOutput(now_ms_, 10 * kAll).size(), 64u * 1024);
-    modem_.Receive("AT\r\n", now_ms_);
+    test_now_ms += 3600 * 1000;
+    EXPECT_LE(test_modem.TakeOutput(test_now_ms, 10 * kAll).size(), 64u * 1024);
+    test_modem.Receive("AT\r\n", test_now_ms);
     EXPECT_NE(After(10).find(kOk), std::string::npos);
 }
 
@@ -253,7 +254,7 @@ TEST_F(ModemModel, AnswerKnobReplacesOneAnswerAndGivesItBack) {
     EXPECT_EQ(Ask("AT+CFUN?"), Line("+CFUN: 1"));
     Turn("answer AT+NOSUCH = OK");
     EXPECT_EQ(Ask("AT+NOSUCH"), kOk);
-    EXPECT_EQ(modem_.unknown_command_count(), 0u);
+    EXPECT_EQ(test_modem.unknown_command_count(), 0u);
 }
 
 TEST_F(ModemModel, EchoKnobIsTheModemsOwnEcho) {
@@ -267,9 +268,9 @@ TEST_F(ModemModel, EchoKnobIsTheModemsOwnEcho) {
 
 TEST_F(ModemModel, TimeThatRunsBackwardsCountsAsTheLast) {
     Turn("delay 100");
-    modem_.Receive("AT\r\n", now_ms_);
-    EXPECT_EQ(modem_.TakeOutput(now_ms_ + 100, 2), "\r\n");
-    EXPECT_EQ(modem_.TakeOutput(0, kAll), "OK\r\n");
+    test_modem.Receive("AT\r\n", test_now_ms);
+    EXPECT_EQ(test_modem.TakeOutput(test_now_ms + 100, 2), "\r\n");
+    EXPECT_EQ(test_modem.TakeOutput(0, kAll), "OK\r\n");
 }
 
 TEST(ModemModelRuns, SameCallsGiveTheSameBytes) {
@@ -299,9 +300,9 @@ TEST(ModemModelRuns, EventsAreTheSameInSmallStepsAndInOneLeap) {
         modem->Control("flood on 300", nullptr, 0);
         modem->Control("reset", nullptr, 0);
     }
-    constexpr int64_t kEndMs = 20000;
-    while (*steps.NextEventMs() <= kEndMs) said_in_steps += steps.TakeOutput(*steps.NextEventMs(), kAll);
-    EXPECT_EQ(leap.TakeOutput(kEndMs, kAll), said_in_steps);
+    constexpr int64_t kEnd_ms = 20000;
+    while (*steps.NextEventMs() <= kEnd_ms) said_in_steps += steps.TakeOutput(*steps.NextEventMs(), kAll);
+    EXPECT_EQ(leap.TakeOutput(kEnd_ms, kAll), said_in_steps);
     EXPECT_GT(said_in_steps.size(), 3000u);
     EXPECT_EQ(leap.Status(), steps.Status());
 }
@@ -313,15 +314,38 @@ TEST(ModemModelRuns, RandomBytesAndRandomKnobsDoNoHarm) {
         random = random * 1103515245u + 12345u;
         return (random >> 16) % below;
     };
-    const std::vector<std::string> words = {
-        "AT", "+", "CFUN", "=", "0", "1", ",", "\"", "'", "?", "\r", "\n", "{csq}", "%n", "$QCRMCALL",
-        "+QCFG", "thermal/modem", "+CGDCONT", "+QICSGP", "99999999999", "-1", "+CPIN", "\\", "on", "off",
-        " "};
+    const std::vector<std::string> words = {"AT",
+                                            "+",
+                                            "CFUN",
+                                            "=",
+                                            "0",
+                                            "1",
+                                            ",",
+                                            "\"",
+                                            "'",
+                                            "?",
+                                            "\r",
+                                            "\n",
+                                            "{csq}",
+                                            "%n",
+                                            "$QCRMCALL",
+                                            "+QCFG",
+                                            "thermal/modem",
+                                            "+CGDCONT",
+                                            "+QICSGP",
+                                            "99999999999",
+                                            "-1",
+                                            "+CPIN",
+                                            "\\",
+                                            "on",
+                                            "off",
+                                            " "};
     const std::vector<std::string> names = Modem::KnobNames();
     for (int64_t now_ms = 0; now_ms < 20000; ++now_ms) {
         std::string text;
-        for (unsigned count = next(12); count > 0; --count)
+        for (unsigned count = next(12); count > 0; --count) {
             text += words[next(static_cast<unsigned>(words.size()))];
+        }
         text += static_cast<char>(next(256));
         modem.Receive(text, now_ms);
         modem.Control(names[next(static_cast<unsigned>(names.size()))] + " " + text, nullptr, now_ms);

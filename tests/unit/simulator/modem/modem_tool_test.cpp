@@ -1,16 +1,6 @@
 // The tool modem_sim with a real pty, a real control socket and real time. How long things take is the
 // model's, which has a suite of its own in made-up time. Here everything is waited for, however long it
 // takes, and what must stay as it is while it is looked at is set to last for hours.
-#include <gtest/gtest.h>
-
-#include <csignal>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <sstream>
-#include <string>
-#include <vector>
-
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/ioctl.h>
@@ -20,14 +10,24 @@
 #include <time.h>
 #include <unistd.h>
 
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
 #include "simulator/modem/modem_model.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
-constexpr int kPatienceMs = 120000;
-constexpr int kLookMs = 5;
+constexpr int kPatience_ms = 120000;
+constexpr int kLook_ms = 5;
 const std::string kHours = "36000000";  // in milliseconds
 
 int64_t NowMs() {
@@ -39,7 +39,7 @@ int64_t NowMs() {
 /// Looks until `is_so` or patience ends.
 template <typename Condition>
 bool Await(Condition is_so) {
-    for (const int64_t end_ms = NowMs() + kPatienceMs; NowMs() < end_ms; poll(nullptr, 0, kLookMs)) {
+    for (const int64_t end_ms = NowMs() + kPatience_ms; NowMs() < end_ms; poll(nullptr, 0, kLook_ms)) {
         if (is_so()) return true;
     }
     return is_so();
@@ -80,44 +80,44 @@ int ExitStatus(pid_t child) {
 class ModemTool : public testing::Test {
   protected:
     ModemTool() {
-        folder_ = "/tmp/modem_tool_test.XXXXXX";  // short: the path of a socket is
-        EXPECT_NE(mkdtemp(folder_.data()), nullptr);
-        link_ = folder_ + "/port";
-        socket_ = folder_ + "/control";
+        folder = "/tmp/modem_tool_test.XXXXXX";  // short: the path of a socket is
+        EXPECT_NE(mkdtemp(folder.data()), nullptr);
+        link = folder + "/port";
+        socket = folder + "/control";
     }
 
     ~ModemTool() override {
-        if (child_ > 0) {
-            kill(child_, SIGKILL);
-            ExitStatus(child_);
+        if (test_child > 0) {
+            kill(test_child, SIGKILL);
+            ExitStatus(test_child);
         }
-        fs::remove_all(folder_);
+        fs::remove_all(folder);
     }
 
     void StartModem(std::vector<std::string> more = {}) {
-        std::vector<std::string> arguments = {"--link", link_, "--control", socket_, "--set", "echo off"};
+        std::vector<std::string> arguments = {"--link", link, "--control", socket, "--set", "echo off"};
         arguments.insert(arguments.end(), more.begin(), more.end());
-        child_ = Start(arguments, folder_ + "/log");
-        ASSERT_TRUE(Await([this] { return fs::exists(link_); })) << Log();
+        test_child = Start(arguments, folder + "/log");
+        ASSERT_TRUE(Await([this] { return fs::exists(link); })) << Log();
     }
 
     int StopModem(int signal_number) {
-        kill(child_, signal_number);
-        const int status = ExitStatus(child_);
-        child_ = 0;
+        kill(test_child, signal_number);
+        const int status = ExitStatus(test_child);
+        test_child = 0;
         return status;
     }
 
     /// Exit status of one run; what it printed goes to `*text`.
     int Run(const std::vector<std::string>& arguments, std::string* text = nullptr) const {
-        const std::string output = folder_ + "/run";
+        const std::string output = folder + "/run";
         const int status = ExitStatus(Start(arguments, output));
         if (text != nullptr) *text = ReadFile(output);
         return status;
     }
 
     int Send(const std::string& knob, std::string* text = nullptr) const {
-        return Run({"--send", socket_, knob}, text);
+        return Run({"--send", socket, knob}, text);
     }
 
     static std::string ReadFile(const std::string& path) {
@@ -127,7 +127,7 @@ class ModemTool : public testing::Test {
         return text.str();
     }
 
-    std::string Log() const { return ReadFile(folder_ + "/log"); }
+    std::string Log() const { return ReadFile(folder + "/log"); }
 
     int TimesLogged(const std::string& text) const {
         int count = 0;
@@ -138,9 +138,9 @@ class ModemTool : public testing::Test {
 
     /// On return the tool does nothing more until SIGCONT.
     void StopTool() {
-        kill(child_, SIGSTOP);
+        kill(test_child, SIGSTOP);
         int status = 0;
-        EXPECT_TRUE(Await([&] { return waitpid(child_, &status, WNOHANG | WUNTRACED) == child_; }));
+        EXPECT_TRUE(Await([&] { return waitpid(test_child, &status, WNOHANG | WUNTRACED) == test_child; }));
         EXPECT_TRUE(WIFSTOPPED(status));
     }
 
@@ -151,7 +151,7 @@ class ModemTool : public testing::Test {
         std::string text;
         const auto read_more = [&] {
             pollfd look = {port, POLLIN, 0};
-            if (poll(&look, 1, kLookMs) <= 0) return false;
+            if (poll(&look, 1, kLook_ms) <= 0) return false;
             char bytes[256];
             const ssize_t count = read(port, bytes, sizeof bytes);
             if (count <= 0) return true;
@@ -171,7 +171,7 @@ class ModemTool : public testing::Test {
 
     static bool HangsUp(int port) {
         pollfd look = {port, 0, 0};
-        return poll(&look, 1, kPatienceMs) == 1 && (look.revents & POLLHUP) != 0;
+        return poll(&look, 1, kPatience_ms) == 1 && (look.revents & POLLHUP) != 0;
     }
 
     static std::string Ask(int port, const std::string& command, const std::string& expected) {
@@ -180,10 +180,10 @@ class ModemTool : public testing::Test {
         return Read(port, expected.size());
     }
 
-    std::string folder_;
-    std::string link_;
-    std::string socket_;
-    pid_t child_ = 0;
+    std::string folder;
+    std::string link;
+    std::string socket;
+    pid_t test_child = 0;
 };
 
 const std::string kOk = "\r\nOK\r\n";
@@ -191,8 +191,8 @@ const std::string kCsq23 = "\r\n+CSQ: 23,99\r\n\r\nOK\r\n";
 
 TEST_F(ModemTool, TalksOverARawPtyAtTheLink) {
     StartModem();
-    EXPECT_TRUE(fs::is_symlink(link_));
-    const int port = OpenPort(link_);
+    EXPECT_TRUE(fs::is_symlink(link));
+    const int port = OpenPort(link);
     termios attributes{};
     ASSERT_EQ(tcgetattr(port, &attributes), 0);
     EXPECT_EQ(attributes.c_lflag & (ICANON | ECHO | ISIG), 0u);
@@ -203,7 +203,7 @@ TEST_F(ModemTool, TalksOverARawPtyAtTheLink) {
 
 TEST_F(ModemTool, StartsWithTheKnobsAndTheModelOfItsCommandLine) {
     StartModem({"--family", "quectel_qcom", "--model", "EG21", "--set", "csq 9"});
-    const int port = OpenPort(link_);
+    const int port = OpenPort(link);
     const std::string introduction = "\r\nQuectel\r\nEG21\r\nRevision: EG21GGBR07A11M1G\r\n\r\nOK\r\n";
     EXPECT_EQ(Ask(port, "ATI", introduction), introduction);
     const std::string csq = "\r\n+CSQ: 9,99\r\n\r\nOK\r\n";
@@ -214,7 +214,7 @@ TEST_F(ModemTool, StartsWithTheKnobsAndTheModelOfItsCommandLine) {
 TEST_F(ModemTool, GoesOnWhenTheHostComesBackAndKeepsNothingUnreadForIt) {
     StartModem({"--log"});
     for (int round = 1; round <= 3; ++round) {
-        const int port = OpenPort(link_);
+        const int port = OpenPort(link);
         EXPECT_EQ(Ask(port, "AT+CSQ", kCsq23), kCsq23);
         ASSERT_EQ(write(port, "ATI\r\n", 5), 5);
         ASSERT_TRUE(Await([&] { return TimesLogged("Revision") == round; })) << Log();
@@ -225,7 +225,7 @@ TEST_F(ModemTool, GoesOnWhenTheHostComesBackAndKeepsNothingUnreadForIt) {
 
 TEST_F(ModemTool, LogShowsBytesAsScenariosWriteThem) {
     StartModem({"--log"});
-    const int port = OpenPort(link_);
+    const int port = OpenPort(link);
     const std::string command = "\tAT\x01\\\r\n";
     ASSERT_EQ(write(port, command.data(), command.size()), static_cast<ssize_t>(command.size()));
     EXPECT_EQ(Send("urc a\\tb\\x01\\0"), 0);
@@ -239,7 +239,7 @@ TEST_F(ModemTool, LogShowsBytesAsScenariosWriteThem) {
 
 TEST_F(ModemTool, AnswersInPiecesComeAfterEachOther) {
     StartModem({"--set", "pieces 7 gap 1"});
-    const int port = OpenPort(link_);
+    const int port = OpenPort(link);
     EXPECT_EQ(Ask(port, "AT+CSQ", kCsq23), kCsq23);
     EXPECT_EQ(Send("pieces 7 gap " + kHours), 0);
     const std::string first_piece = kCsq23.substr(0, 7);
@@ -259,16 +259,16 @@ TEST_F(ModemTool, ControlSocketTakesKnobsWhileItRuns) {
     EXPECT_EQ(Send("status", &text), 0);
     EXPECT_NE(text.find("csq: 3\n"), std::string::npos);
     EXPECT_EQ(text.substr(text.size() - 4), "\nok\n");
-    EXPECT_EQ(Run({"--send", socket_, "csq 4", "nonsense", "csq 5"}, &text), 1);
+    EXPECT_EQ(Run({"--send", socket, "csq 4", "nonsense", "csq 5"}, &text), 1);
     EXPECT_EQ(text, "ok\nerror: no knob \"nonsense\"\nok\n");
-    const int port = OpenPort(link_);
+    const int port = OpenPort(link);
     const std::string csq = "\r\n+CSQ: 5,99\r\n\r\nOK\r\n";
     EXPECT_EQ(Ask(port, "AT+CSQ", csq), csq);
     close(port);
 }
 
 TEST_F(ModemTool, SelectorPinFileSelectsTheSim) {
-    const std::string pin = folder_ + "/pin";
+    const std::string pin = folder + "/pin";
     const auto write_pin = [&pin](const char* level) { std::ofstream(pin) << level << "\n"; };
     const auto selects = [this](const char* holder) {
         return Await([this, holder] {
@@ -287,23 +287,23 @@ TEST_F(ModemTool, SelectorPinFileSelectsTheSim) {
     write_pin("0");
     EXPECT_TRUE(selects("2"));
     std::string text;
-    EXPECT_EQ(Run({"--gpio", folder_ + "/nowhere/pin"}, &text), 1);
+    EXPECT_EQ(Run({"--gpio", folder + "/nowhere/pin"}, &text), 1);
     EXPECT_NE(text.find("the pin can't be watched"), std::string::npos);
 }
 
 TEST_F(ModemTool, UnplugHangsUpAndPlugBringsThePortBackUnderAnotherName) {
     StartModem();
-    const int port = OpenPort(link_);
+    const int port = OpenPort(link);
     EXPECT_EQ(Ask(port, "AT", kOk), kOk);
     EXPECT_EQ(Send("unplug"), 0);
-    EXPECT_FALSE(fs::is_symlink(link_));
+    EXPECT_FALSE(fs::is_symlink(link));
     EXPECT_TRUE(HangsUp(port));
     char byte;
     EXPECT_LE(read(port, &byte, 1), 0);
-    const std::string other_link = folder_ + "/ttyACM3";
+    const std::string other_link = folder + "/ttyACM3";
     EXPECT_EQ(Send("plug " + other_link), 0);
     EXPECT_TRUE(fs::exists(other_link));
-    EXPECT_FALSE(fs::is_symlink(link_));
+    EXPECT_FALSE(fs::is_symlink(link));
     const int other_port = OpenPort(other_link);
     EXPECT_EQ(Ask(other_port, "AT", kOk), kOk);
     EXPECT_LE(read(port, &byte, 1), 0);
@@ -314,26 +314,26 @@ TEST_F(ModemTool, UnplugHangsUpAndPlugBringsThePortBackUnderAnotherName) {
 TEST_F(ModemTool, PlugWhereNoLinkCanBeIsRefusedAndTheToolGoesOn) {
     StartModem();
     EXPECT_EQ(Send("unplug"), 0);
-    EXPECT_EQ(Send("plug " + folder_ + "/no/such/folder"), 1);
-    EXPECT_EQ(Send("plug " + link_), 0);
-    EXPECT_TRUE(fs::exists(link_));
+    EXPECT_EQ(Send("plug " + folder + "/no/such/folder"), 1);
+    EXPECT_EQ(Send("plug " + link), 0);
+    EXPECT_TRUE(fs::exists(link));
 }
 
 TEST_F(ModemTool, ResetTakesThePortAwayAndBringsItBack) {
     StartModem({"--set", "boot-time " + kHours, "--set", "port-gone " + kHours});
-    const int port = OpenPort(link_);
+    const int port = OpenPort(link);
     EXPECT_EQ(Send("reset"), 0);
-    EXPECT_FALSE(fs::is_symlink(link_));
+    EXPECT_FALSE(fs::is_symlink(link));
     EXPECT_TRUE(HangsUp(port));
     close(port);
     EXPECT_EQ(Send("port-gone 1"), 0);
     EXPECT_EQ(Send("reset"), 0);
-    EXPECT_TRUE(Await([this] { return fs::exists(link_); }));
+    EXPECT_TRUE(Await([this] { return fs::exists(link); }));
 }
 
 TEST_F(ModemTool, ResetBootsTheModem) {
     StartModem({"--set", "boot-time " + kHours, "--set", "port-gone 0", "--set", "sim-start 0"});
-    const int port = OpenPort(link_);
+    const int port = OpenPort(link);
     EXPECT_EQ(Send("reset"), 0);
     std::string status;
     EXPECT_EQ(Send("status", &status), 0);
@@ -353,11 +353,11 @@ TEST_F(ModemTool, PortThatWentAndCameWhileTheToolSleptIsAnotherPort) {
     // A busy machine may not stop the tool before it restarts the modem: then once more.
     const bool slept_through_it = Await([&] {
         const int before = times_gone();
-        port = OpenPort(link_);
+        port = OpenPort(link);
         const bool is_asked = Ask(port, "AT+CFUN=1,1", kOk) == kOk;
         StopTool();
         if (is_asked && times_gone() == before) return true;
-        kill(child_, SIGCONT);
+        kill(test_child, SIGCONT);
         close(port);
         std::string status;
         EXPECT_TRUE(Await([&] {
@@ -367,16 +367,16 @@ TEST_F(ModemTool, PortThatWentAndCameWhileTheToolSleptIsAnotherPort) {
         return false;
     });
     ASSERT_TRUE(slept_through_it);
-    constexpr int kLongerThanTheRestartMs = 200;
-    poll(nullptr, 0, kLongerThanTheRestartMs);
-    kill(child_, SIGCONT);
+    constexpr int kLongerThanTheRestart_ms = 200;
+    poll(nullptr, 0, kLongerThanTheRestart_ms);
+    kill(test_child, SIGCONT);
     EXPECT_TRUE(HangsUp(port));
     close(port);
 }
 
 TEST_F(ModemTool, FloodThatNobodyReadsLeavesTheKnobsWorking) {
     StartModem();
-    const int port = OpenPort(link_);
+    const int port = OpenPort(link);
     EXPECT_EQ(Send("flood on 1000000"), 0);
     constexpr int kPlenty = 2200;
     EXPECT_TRUE(Await([port] { return Unread(port) >= kPlenty; }));
@@ -388,49 +388,49 @@ TEST_F(ModemTool, FloodThatNobodyReadsLeavesTheKnobsWorking) {
 TEST_F(ModemTool, EndsCleanlyOnSigtermAndSigint) {
     for (const int number : {SIGTERM, SIGINT}) {
         StartModem();
-        EXPECT_TRUE(fs::exists(socket_));
+        EXPECT_TRUE(fs::exists(socket));
         EXPECT_EQ(StopModem(number), 0);
-        EXPECT_FALSE(fs::is_symlink(link_));
-        EXPECT_FALSE(fs::exists(socket_));
+        EXPECT_FALSE(fs::is_symlink(link));
+        EXPECT_FALSE(fs::exists(socket));
     }
 }
 
 TEST_F(ModemTool, WhatAKilledRunLeftIsReplaced) {
     StartModem();
     StopModem(SIGKILL);
-    EXPECT_TRUE(fs::is_symlink(link_));
-    EXPECT_TRUE(fs::exists(socket_));
-    fs::remove(link_);
-    fs::create_symlink("/dev/pts/999999", link_);
+    EXPECT_TRUE(fs::is_symlink(link));
+    EXPECT_TRUE(fs::exists(socket));
+    fs::remove(link);
+    fs::create_symlink("/dev/pts/999999", link);
     StartModem();
-    ASSERT_TRUE(Await([this] { return fs::exists(link_); }));
+    ASSERT_TRUE(Await([this] { return fs::exists(link); }));
     EXPECT_EQ(Send("status"), 0);
     EXPECT_EQ(StopModem(SIGTERM), 0);
 }
 
 TEST_F(ModemTool, ThingsOfOthersAreLeftAlone) {
-    std::ofstream(link_) << "precious";
-    EXPECT_EQ(Run({"--link", link_}), 1);
-    EXPECT_EQ(ReadFile(link_), "precious");
-    fs::remove(link_);
-    fs::create_symlink("/dev/null", link_);
-    EXPECT_EQ(Run({"--link", link_}), 1);
-    EXPECT_EQ(fs::read_symlink(link_), "/dev/null");
-    fs::remove(link_);
+    std::ofstream(link) << "precious";
+    EXPECT_EQ(Run({"--link", link}), 1);
+    EXPECT_EQ(ReadFile(link), "precious");
+    fs::remove(link);
+    fs::create_symlink("/dev/null", link);
+    EXPECT_EQ(Run({"--link", link}), 1);
+    EXPECT_EQ(fs::read_symlink(link), "/dev/null");
+    fs::remove(link);
     StartModem();
-    EXPECT_EQ(Run({"--link", folder_ + "/second", "--control", socket_}), 1);
+    EXPECT_EQ(Run({"--link", folder + "/second", "--control", socket}), 1);
     EXPECT_EQ(Send("status"), 0);
-    std::ofstream(folder_ + "/file") << "precious";
-    EXPECT_EQ(Run({"--link", folder_ + "/second", "--control", folder_ + "/file"}), 1);
-    EXPECT_EQ(ReadFile(folder_ + "/file"), "precious");
+    std::ofstream(folder + "/file") << "precious";
+    EXPECT_EQ(Run({"--link", folder + "/second", "--control", folder + "/file"}), 1);
+    EXPECT_EQ(ReadFile(folder + "/file"), "precious");
 }
 
 TEST_F(ModemTool, LinkThatSomeoneReplacedIsNotTakenAway) {
     StartModem();
-    fs::remove(link_);
-    std::ofstream(link_) << "precious";
+    fs::remove(link);
+    std::ofstream(link) << "precious";
     EXPECT_EQ(StopModem(SIGTERM), 0);
-    EXPECT_EQ(ReadFile(link_), "precious");
+    EXPECT_EQ(ReadFile(link), "precious");
 }
 
 TEST_F(ModemTool, WrongWordsOnTheCommandLineAreRefused) {
@@ -455,10 +455,10 @@ TEST_F(ModemTool, WrongWordsOnTheCommandLineAreRefused) {
         EXPECT_EQ(Run(row.words, &text), 2) << row.fault;
         EXPECT_EQ(text, std::string("modem_sim: ") + row.fault + "; see --help\n");
     }
-    EXPECT_EQ(Run({"--link", link_, "--control", std::string(200, 'x')}), 1);
-    EXPECT_EQ(Run({"--send", folder_ + "/nobody", "status"}), 1);
+    EXPECT_EQ(Run({"--link", link, "--control", std::string(200, 'x')}), 1);
+    EXPECT_EQ(Run({"--send", folder + "/nobody", "status"}), 1);
     EXPECT_EQ(Run({"--send", std::string(200, 'x'), "status"}), 1);
-    EXPECT_FALSE(fs::is_symlink(link_));
+    EXPECT_FALSE(fs::is_symlink(link));
 }
 
 TEST_F(ModemTool, HelpListsEveryFamilyWithItsModelsAndEveryKnobAndNoOther) {

@@ -1,9 +1,9 @@
 // Text work that the tools share: escapes, hexadecimal digits, words.
-#include <gtest/gtest.h>
-
 #include <optional>
 #include <string>
 #include <string_view>
+
+#include <gtest/gtest.h>
 
 #include "simulator/text/text.h"
 

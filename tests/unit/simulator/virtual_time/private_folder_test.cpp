@@ -1,4 +1,6 @@
 // The folder behind the daemon's fixed paths: nothing of the machine's own is seen or touched.
+#include "simulator/virtual_time/private_folder.h"
+
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -12,7 +14,6 @@
 
 #include <gtest/gtest.h>
 
-#include "simulator/virtual_time/private_folder.h"
 #include "tests/support/test_world.h"
 
 using test_support::ScriptedModem;

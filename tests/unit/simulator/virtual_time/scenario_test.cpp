@@ -1,15 +1,16 @@
 // The language of scenarios, records, and the judgement over them. A scenario proves something only if its
 // expectations can fail, so each way to fail has a test.
 
-#include <gtest/gtest.h>
+#include "simulator/virtual_time/scenario.h"
 
 #include <fstream>
 #include <string>
 #include <vector>
 
+#include <gtest/gtest.h>
+
 #include "simulator/virtual_time/expectations.h"
 #include "simulator/virtual_time/record.h"
-#include "simulator/virtual_time/scenario.h"
 
 namespace {
 

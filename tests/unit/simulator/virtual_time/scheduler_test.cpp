@@ -122,7 +122,7 @@ void* WriteDiary(void* argument) {
 }
 
 TEST(VirtualThreads, RunOneAtATimeInAFixedOrder) {
-    for (int run = 0; run < 20; run++) {
+    for (int run = 0; run < 20; ++run) {
         World world;
         Diary diary;
         pthread_t thread;
@@ -162,7 +162,7 @@ void* SleepForEver(void*) {
 }
 
 TEST(VirtualThreads, OneThatNeverEndsDoesNotHoldUpTheTest) {
-    for (int run = 0; run < 3; run++) {
+    for (int run = 0; run < 3; ++run) {
         World world;
         pthread_t thread;
         ASSERT_EQ(0, pthread_create(&thread, nullptr, SleepForEver, nullptr));
