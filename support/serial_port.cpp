@@ -3,11 +3,13 @@
 #include <fcntl.h>
 #include <sys/select.h>
 #include <termios.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <climits>
+#include <cstdint>
 #include <cstdio>
 
 namespace {
@@ -19,6 +21,11 @@ constexpr cc_t kReadTimeoutTenths = 150;  // a bare read on a silent line gives 
 
 // A port that has gone is always readable and brings nothing; waits that are set afresh would never run out.
 constexpr int kDeadPortReads = 100;
+
+// And a whole time-out can be spent on looking at it: one look a millisecond costs next to nothing.
+constexpr int64_t kDeadPortLook_us = 1000;
+
+constexpr int64_t kSecond_us = 1000000;
 
 constexpr int kSpeeds_baud[] = {230400, 115200, 57600, 38400, 19200, 9600, 4800, 2400, 1200, 300};
 
@@ -106,8 +113,32 @@ timeval ToTimeval(int timeout_ms) {
     return timeout;
 }
 
+int64_t ToMicroseconds(const timeval& time) {
+    return time.tv_sec * kSecond_us + time.tv_usec;
+}
+
 bool IsLeft(const timeval& timeout) {
     return timeout.tv_sec > 0 || timeout.tv_usec > 0;
+}
+
+int64_t MonotonicUs() {
+    timespec now = {};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return now.tv_sec * kSecond_us + now.tv_nsec / 1000;
+}
+
+/// After a wait and a read that brought nothing: waits until the two have taken a millisecond of the time-out
+/// together. `before` is what was left of it ahead of the wait. The wait comes out of `left`, as long as it
+/// really was, so that the time-out stays the time of the whole call.
+void WaitAtDeadPort(const timeval& before, timeval* left) {
+    const int64_t left_us = ToMicroseconds(*left);
+    const int64_t wait_us = std::min(kDeadPortLook_us - (ToMicroseconds(before) - left_us), left_us);
+    if (wait_us <= 0) return;
+    const int64_t start_us = MonotonicUs();
+    usleep(static_cast<useconds_t>(wait_us));
+    const int64_t rest_us = std::max<int64_t>(left_us - (MonotonicUs() - start_us), 0);
+    left->tv_sec = static_cast<time_t>(rest_us / kSecond_us);
+    left->tv_usec = static_cast<suseconds_t>(rest_us % kSecond_us);
 }
 
 /// Waits until there is something to read, or the port has failed; false when the wait ended otherwise. What
@@ -178,8 +209,11 @@ int ReadSerialTimed(int fd, char* buffer, int wanted, int timeout_ms) {
     timeval left = ToTimeval(timeout_ms);
     int total = 0;
     do {
+        const timeval before_wait = left;
         if (!WaitReadable(fd, &left)) break;
+        const int before = total;
         total = ReadBehind(fd, buffer, wanted, total);
+        if (total <= before && total < wanted) WaitAtDeadPort(before_wait, &left);
     } while (IsLeft(left) && total < wanted);
     return total;
 }

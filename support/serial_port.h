@@ -22,7 +22,8 @@ int SetupSerial(int fd, int speed, int data_bits, int stop_bits, char parity);
 
 /// Reads up to `wanted` bytes; returns when they are in or when `timeout_ms` has run out for the whole call,
 /// not earlier. The number of bytes read, 0 on time-out; each error of read(2) takes 1 off it, so that it can
-/// be negative. Nothing is written outside buffer[0..wanted), and no terminator is stored.
+/// be negative. A port that has gone is looked at once a millisecond. Nothing is written outside
+/// buffer[0..wanted), and no terminator is stored.
 int ReadSerialTimed(int fd, char* buffer, int wanted, int timeout_ms);
 
 /// Like ReadSerialTimed, with `first_timeout_ms` for the first byte and `next_timeout_ms` afresh for each

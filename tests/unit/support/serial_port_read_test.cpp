@@ -1,11 +1,12 @@
 // The serial layer's timed reads. No test looks at a real clock: where the time that a read takes matters,
-// select is made up and keeps the time. Reads of a broken port run on a made-up read too, because a pseudo
-// terminal can't be broken in every way.
+// select, usleep and the clock are made up and keep the time. Reads of a broken port run on a made-up read
+// too, because a pseudo terminal can't be broken in every way.
 #include "support/serial_port.h"
 
 #include <poll.h>
 #include <sys/ioctl.h>
 #include <sys/select.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -24,9 +25,12 @@
 namespace {
 
 struct Calls {
-    std::vector<timeval> timeouts;                            // as given to select
-    std::vector<int> bounds;                                  // of select
-    std::function<int(timeval*)> select;                      // takes the place of select
+    std::vector<timeval> timeouts;        // as given to select
+    std::vector<int> bounds;              // of select
+    std::function<int(timeval*)> select;  // takes the place of select
+    std::function<void(int64_t)> usleep;  // takes the place of usleep
+    std::function<int64_t()> now_us;      // takes the place of the monotonic clock
+    std::vector<int64_t> sleeps_us;
     std::deque<std::function<ssize_t(void*, size_t)>> reads;  // take the place of read, one a call
     std::vector<size_t> read_counts;
     std::vector<const void*> read_places;
@@ -44,6 +48,24 @@ int __wrap_select(int bound, fd_set* in, fd_set* out, fd_set* other, timeval* ti
     calls.bounds.push_back(bound);
     calls.timeouts.push_back(*timeout);
     return calls.select ? calls.select(timeout) : __real_select(bound, in, out, other, timeout);
+}
+
+int __real_usleep(useconds_t microseconds);
+int __real_clock_gettime(clockid_t clock, timespec* now);
+
+int __wrap_usleep(useconds_t microseconds) {
+    calls.sleeps_us.push_back(microseconds);
+    if (!calls.usleep) return __real_usleep(microseconds);
+    calls.usleep(microseconds);
+    return 0;
+}
+
+int __wrap_clock_gettime(clockid_t clock, timespec* now) {
+    if (!calls.now_us || clock != CLOCK_MONOTONIC) return __real_clock_gettime(clock, now);
+    const int64_t now_us = calls.now_us();
+    now->tv_sec = static_cast<time_t>(now_us / 1000000);
+    now->tv_nsec = static_cast<long>(now_us % 1000000 * 1000);
+    return 0;
 }
 
 ssize_t __wrap_read(int fd, void* buffer, size_t count) {
@@ -134,21 +156,29 @@ TEST_F(SerialRead, SecondFormEndsOnAPortThatIsPulledOut) {
     EXPECT_LE(ReadSerialTimed2(port, buffer, sizeof(buffer), 60000, 60000), 0);
 }
 
+TEST_F(SerialRead, DeadPortIsLookedAtNoMoreThanOnceAMillisecond) {
+    PullOut();
+    char buffer[256] = "";
+    EXPECT_LE(ReadSerialTimed(port, buffer, sizeof(buffer), 100), 0);
+    EXPECT_LE(calls.timeouts.size(), 100U);
+}
+
 /// The same, with waits that take made-up time.
 class TimedRead : public SerialRead {
   protected:
     static constexpr int64_t kUsPerSecond = 1000000;
     static constexpr int64_t kUsPerMs = 1000;
     static constexpr int64_t kBetweenWords_us = 3 * kUsPerMs;
-    static constexpr int64_t kLookAtADeadPort_us = 1 * kUsPerMs;
 
     void SetUp() override {
         SerialRead::SetUp();
         calls.select = [this](timeval* timeout) { return Wait(timeout); };
+        calls.usleep = [this](int64_t asked_us) { taken_us_ += asked_us + oversleep_us; };
+        calls.now_us = [this] { return kUsPerSecond - kUsPerMs + taken_us_; };
     }
 
     /// What is in the port is there at once. Silence takes time: until the modem's next word, if that comes
-    /// within the time-out. A dead port is always ready, and somebody who looks at it takes time.
+    /// within the time-out. A dead port is always ready.
     int Wait(timeval* timeout) {
         int64_t left_us = timeout->tv_sec * kUsPerSecond + timeout->tv_usec;
         const auto take = [this, &left_us](int64_t wanted_us) {
@@ -158,7 +188,7 @@ class TimedRead : public SerialRead {
         };
         bool is_ready = IsReady();
         if (modem < 0) {
-            take(kLookAtADeadPort_us);
+            take(dead_port_look_us);
         } else if (!is_ready && !next_words.empty() && left_us >= kBetweenWords_us) {
             take(kBetweenWords_us);
             ModemSays(next_words.front());
@@ -177,8 +207,11 @@ class TimedRead : public SerialRead {
     }
 
     int64_t TakenMs() const { return taken_us_ / kUsPerMs; }
+    int64_t TakenUs() const { return taken_us_; }
 
     std::deque<std::string> next_words;
+    int64_t dead_port_look_us = 0;
+    int64_t oversleep_us = 0;  // of each sleep: a busy machine wakes nobody in time
 
   private:
     int64_t taken_us_ = 0;
@@ -217,6 +250,47 @@ TEST_F(TimedRead, PortThatIsPulledOutEndsWithTheTimeout) {
     EXPECT_EQ(TakenMs(), 5) << "a dead port looks like silence";
 }
 
+TEST_F(TimedRead, DeadPortIsLookedAtOnceAMillisecondForAllOfTheTimeout) {
+    PullOut();
+    char buffer[256] = "";
+    EXPECT_LE(ReadSerialTimed(port, buffer, sizeof(buffer), 1500), 0);
+    EXPECT_EQ(TakenUs(), 1500 * kUsPerMs);
+    EXPECT_EQ(calls.timeouts.size(), 1500U);
+    EXPECT_EQ(calls.sleeps_us, std::vector<int64_t>(1500, kUsPerMs));
+    EXPECT_EQ(calls.timeouts.back().tv_sec, 0);
+    EXPECT_EQ(calls.timeouts.back().tv_usec, 1000);
+}
+
+TEST_F(TimedRead, LookAtADeadPortThatTakesTimeIsFollowedByTheRestOfTheMillisecond) {
+    const struct {
+        int64_t look_us;
+        std::vector<int64_t> sleeps_us;
+    } cases[] = {{400, {600, 600, 600, 600, 600}}, {999, {1, 1, 1, 1, 1}}, {1000, {}}, {2500, {}}};
+    PullOut();
+    for (const auto& row : cases) {
+        dead_port_look_us = row.look_us;
+        calls.sleeps_us.clear();
+        const int64_t start_us = TakenUs();
+        char buffer[256] = "";
+        ReadSerialTimed(port, buffer, sizeof(buffer), 5);
+        EXPECT_EQ(TakenUs() - start_us, 5 * kUsPerMs) << row.look_us;
+        EXPECT_EQ(calls.sleeps_us, row.sleeps_us) << row.look_us;
+    }
+}
+
+TEST_F(TimedRead, SleepsThatEndLateDoNotAddUp) {
+    PullOut();
+    oversleep_us = 700;
+    char buffer[256] = "";
+    ReadSerialTimed(port, buffer, sizeof(buffer), 1000);
+    EXPECT_GE(TakenUs(), 1000 * kUsPerMs);
+    EXPECT_LE(TakenUs(), 1000 * kUsPerMs + oversleep_us);
+    // The last one isn't longer than what is left.
+    calls.sleeps_us.clear();
+    ReadSerialTimed(port, buffer, sizeof(buffer), 2);
+    EXPECT_EQ(calls.sleeps_us, (std::vector<int64_t>{1000, 300}));
+}
+
 /// Reads of a made-up port: each wait takes 1 ms and then reports data.
 class ScriptedRead : public PseudoTerminalTest {
   protected:
@@ -237,6 +311,13 @@ class ScriptedRead : public PseudoTerminalTest {
             timeout->tv_usec -= 1000;
             return 1;
         };
+    }
+
+    /// Waits take no time at all, as on a port that has gone; sleeps are as long as they should be.
+    void TakeNoTimeToLook() {
+        calls.select = [](timeval*) { return 1; };
+        calls.usleep = [this](int64_t asked_us) { slept_us += asked_us; };
+        calls.now_us = [this] { return slept_us; };
     }
 
     void TearDown() override {
@@ -264,6 +345,7 @@ class ScriptedRead : public PseudoTerminalTest {
 
     char memory[kMargin + 256 + kMargin];
     char* test_buffer = memory + kMargin;
+    int64_t slept_us = 0;
 };
 
 TEST_F(ScriptedRead, Timeout1500GivesOneSecondAnd500000Microseconds) {
@@ -309,6 +391,37 @@ TEST_F(ScriptedRead, ErrorBehindBytesMovesTheNextReadOneBack) {
 TEST_F(ScriptedRead, PortOfErrorsEndsWithANegativeTotal) {
     EXPECT_EQ(ReadSerialTimed(port, test_buffer, 256, 1500), -1500);
     EXPECT_EQ(std::string(memory, sizeof(memory)), std::string(sizeof(memory), kUntouched));
+}
+
+TEST_F(ScriptedRead, PortThatGoesBehindItsBytesEndsWithThemWhenTheTimeoutHasRunOut) {
+    TakeNoTimeToLook();
+    calls.reads = {Brings("abc"), Brings("de")};
+    calls.reads.resize(1000, Brings(""));  // a hang-up
+    EXPECT_EQ(ReadSerialTimed(port, test_buffer, 256, 300), 5);
+    EXPECT_EQ(Stored(5), "abcde");
+    EXPECT_EQ(calls.read_counts.size(), 302U);
+    EXPECT_EQ(slept_us, 300000);
+}
+
+TEST_F(ScriptedRead, EachErrorOfADeadPortTakesOneOff) {
+    TakeNoTimeToLook();
+    calls.reads = {Brings("abc")};
+    EXPECT_EQ(ReadSerialTimed(port, test_buffer, 256, 300), 3 - 300);
+    EXPECT_EQ(slept_us, 300000);
+}
+
+TEST_F(ScriptedRead, ReadThatBringsBytesIsFollowedByTheNextAtOnce) {
+    TakeNoTimeToLook();
+    calls.reads = {Brings("abc"), Brings("de"), Brings("f")};
+    EXPECT_EQ(ReadSerialTimed(port, test_buffer, 6, 300), 6);
+    EXPECT_TRUE(calls.sleeps_us.empty());
+}
+
+TEST_F(ScriptedRead, NothingWantedIsNoDeadPort) {
+    TakeNoTimeToLook();
+    calls.reads = {Brings("abc")};
+    EXPECT_EQ(ReadSerialTimed(port, test_buffer, 0, 300), 0);
+    EXPECT_TRUE(calls.sleeps_us.empty());
 }
 
 TEST_F(ScriptedRead, FullBufferIsNeverOverrun) {
