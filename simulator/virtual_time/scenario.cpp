@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <climits>
 #include <cmath>
 #include <cstdlib>
 #include <fstream>
@@ -23,6 +24,13 @@ constexpr char kCpuinfoFile[] = "/proc/cpuinfo";
 constexpr char kVersionFile[] = "/proc/version";
 constexpr char kBlanks[] = " \t";
 
+// What a slip of the pen can't go beyond: three hundred years, a day with an event each second, and bytes of
+// text in a whole scenario.
+constexpr int64_t kLongest_seconds = 10'000'000'000;
+constexpr size_t kMostEvents = 100'000;
+constexpr size_t kText_bytes = 4 << 20;        // with "<300*x>"
+constexpr size_t kEventText_bytes = 64 << 20;  // with "every"
+
 bool IsQuoted(const std::string& text) {
     return text.size() >= 2 && text.front() == '"' && text.back() == '"';
 }
@@ -41,26 +49,32 @@ std::string TakeText(std::string* rest) {
     return Unescape(text);
 }
 
-// "<300*x>" is three hundred times x.
-std::string Repeat(const std::string& text) {
-    std::string result;
+// "<300*x>" is three hundred times x. False when the result would be longer than `limit`.
+bool Repeat(const std::string& text, size_t limit, std::string* result) {
+    result->clear();
     size_t position = 0;
     while (true) {
         const size_t open = text.find('<', position);
-        if (open == std::string::npos) return result + text.substr(position);
+        if (open == std::string::npos) {
+            *result += text.substr(position);
+            return true;
+        }
         char* star = nullptr;
         const long times = strtol(text.c_str() + open + 1, &star, 10);
         const size_t close = text.find('>', open);
         const bool is_repeat =
             star != text.c_str() + open + 1 && *star == '*' && close != std::string::npos && times >= 0;
         if (!is_repeat) {
-            result += text.substr(position, open + 1 - position);
+            *result += text.substr(position, open + 1 - position);
             position = open + 1;
             continue;
         }
-        result += text.substr(position, open - position);
+        *result += text.substr(position, open - position);
         const size_t repeated = static_cast<size_t>(star + 1 - text.c_str());
-        for (long i = 0; i < times; ++i) result += text.substr(repeated, close - repeated);
+        const size_t length = close - repeated;
+        const size_t room = limit - std::min(result->size(), limit);
+        if (length > 0 && static_cast<size_t>(times) > room / length) return false;
+        for (long i = 0; length > 0 && i < times; ++i) *result += text.substr(repeated, length);
         position = close + 1;
     }
 }
@@ -68,17 +82,16 @@ std::string Repeat(const std::string& text) {
 bool ParseSeconds(const std::string& text, int64_t* microseconds) {
     char* end = nullptr;
     const double seconds = strtod(text.c_str(), &end);
-    if (text.empty() || *end != '\0' || seconds < 0 || !isdigit(static_cast<unsigned char>(text[0]))) {
-        return false;
-    }
+    if (text.empty() || *end != '\0' || !isdigit(static_cast<unsigned char>(text[0]))) return false;
+    if (!(seconds >= 0 && seconds <= kLongest_seconds)) return false;
     *microseconds = llround(seconds * 1000) * 1000;
     return true;
 }
 
-bool ParseWholeNumber(const std::string& text, int64_t* number) {
+bool ParseWholeNumber(const std::string& text, int64_t most, int64_t* number) {
     char* end = nullptr;
     *number = strtoll(text.c_str(), &end, 10);
-    return !text.empty() && *end == '\0' && *number >= 0;
+    return !text.empty() && *end == '\0' && *number >= 0 && *number <= most;
 }
 
 // "A..B", "A..", "..B", or "T" for both ends.
@@ -140,7 +153,7 @@ class Parser {
     bool ParseAll() {
         for (const Statement& statement : statements_) {
             line_ = statement.line;
-            if (!ParseStatement(statement)) return false;
+            if (!ParseStatement(statement) || !problem_.empty()) return false;
         }
         if (scenario_->until_us == 0) return Fail("\"until SECONDS\" is missing");
         if (!has_modem_) return Fail("\"modem FAMILY [MODEL]\" or \"modem none\" is missing");
@@ -177,6 +190,14 @@ class Parser {
         return Fail("unknown word \"" + verb + "\"");
     }
 
+    // A text that is too long is refused when its statement has been read.
+    std::string Repeated(const std::string& text) {
+        std::string result;
+        if (!Repeat(text, kText_bytes - text_bytes_, &result)) Fail("the texts are too long");
+        text_bytes_ = std::min(text_bytes_ + result.size(), kText_bytes);
+        return result;
+    }
+
     // Given
 
     bool ParseModem(std::string rest) {
@@ -199,7 +220,7 @@ class Parser {
     }
 
     bool ParseOptions(std::string rest) {
-        while (!rest.empty()) scenario_->options.push_back(Repeat(TakeText(&rest)));
+        while (!rest.empty()) scenario_->options.push_back(Repeated(TakeText(&rest)));
         return true;
     }
 
@@ -245,13 +266,13 @@ class Parser {
             if (word == "fails") {
                 rule->fails = true;
             } else if (word == "prints") {
-                rule->prints = Repeat(TakeText(&rest));
+                rule->prints = Repeated(TakeText(&rest));
             } else if (word == "takes") {
-                if (!ParseWholeNumber(TakeWord(&rest), &rule->takes_seconds)) {
+                if (!ParseWholeNumber(TakeWord(&rest), kLongest_seconds, &rule->takes_seconds)) {
                     return Fail("whole seconds are wanted");
                 }
             } else if (word == "slowly") {
-                if (!ParseWholeNumber(TakeWord(&rest), &rule->seconds_before_line)) {
+                if (!ParseWholeNumber(TakeWord(&rest), kLongest_seconds, &rule->seconds_before_line)) {
                     return Fail("whole seconds for each line are wanted");
                 }
             } else if (word == "pings") {
@@ -272,13 +293,13 @@ class Parser {
     }
 
     // The lines of a block without the indentation of its first.
-    static std::string BlockText(const Statement& statement) {
+    std::string BlockText(const Statement& statement) {
         std::string text;
         if (statement.block.empty()) return text;
         const size_t indentation = statement.block[0].find_first_not_of(kBlanks);
         for (const std::string& line : statement.block) {
             const size_t own = line.find_first_not_of(kBlanks);
-            text += Repeat(line.substr(std::min(indentation, own))) + "\n";
+            text += Repeated(line.substr(std::min(indentation, own))) + "\n";
         }
         return text;
     }
@@ -354,7 +375,7 @@ class Parser {
         if (word == "fifo" || word == "type") {
             event.kind = word == "fifo" ? Kind::kFifo : Kind::kType;
             const bool is_exact = IsQuoted(rest);
-            event.text = is_exact ? Repeat(Unescape(InsideQuotes(rest))) : rest + "\n";
+            event.text = is_exact ? Repeated(Unescape(InsideQuotes(rest))) : rest + "\n";
         } else if (word == "settings") {
             event.kind = Kind::kWrite;
             event.subject = kSettingsFile;
@@ -384,7 +405,9 @@ class Parser {
             }
         }
         scenario_->events.push_back(event);
-        return true;
+        event_text_bytes_ += event.subject.size() + event.text.size();
+        const bool fits = scenario_->events.size() <= kMostEvents && event_text_bytes_ <= kEventText_bytes;
+        return fits || Fail("these are too many events");
     }
 
     // What is expected
@@ -397,7 +420,7 @@ class Parser {
         expectation.source = statement.text;
         if (mode == Expectation::Mode::kSoOften) {
             int64_t count = 0;
-            if (!ParseWholeNumber(TakeWord(&rest), &count)) return Fail("a number is wanted");
+            if (!ParseWholeNumber(TakeWord(&rest), INT_MAX, &count)) return Fail("a number is wanted");
             expectation.count = static_cast<int>(count);
         }
         std::string times = rest;
@@ -468,6 +491,8 @@ class Parser {
     std::vector<Statement> statements_;
     int line_ = 0;
     std::string problem_;
+    size_t text_bytes_ = 0;
+    size_t event_text_bytes_ = 0;
     bool has_modem_ = false;
     bool has_settings_ = false;
 };

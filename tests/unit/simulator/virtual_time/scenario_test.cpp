@@ -205,11 +205,37 @@ TEST(ScenarioLanguage, MistakesAreToldWithTheirLine) {
         {"modem none\nsettings\nuntil 5\n", "the settings are missing"},
         {"modem none\nshell ping mumbles\n", "not \"mumbles\""},
         {"    APN=x\nmodem none\n", "x:1: an indented line with nothing above it"},
+        {"modem none\nuntil 1e300\n", "x:2: seconds are wanted"},
+        {"modem none\nuntil 10000000000.1\n", "x:2: seconds are wanted"},
+        {"modem none\nsee 1..9e18 sends AT\n", "not \"1..9e18\""},
+        {"modem none\nshell ping takes 10000000001\n", "x:2: whole seconds are wanted"},
+        {"modem none\nshell ping slowly 99999999999999999999\n", "x:2: whole seconds for each line"},
+        {"modem none\ncount 2147483648 sends AT\n", "x:2: a number is wanted"},
+        {"modem none\noptions <9999999999*x>\n", "x:2: the texts are too long"},
+        {"modem none\nfile /a\n  <3000000*x>\nfile /b\n  <3000000*x>\n", "x:4: the texts are too long"},
+        {"modem zte\nevery 0.001 from 0 to 100 csq 5\n", "x:2: these are too many events"},
+        {"modem zte\nat 1 fifo \"<4000000*x>\"\nat 2 fifo \"<4000000*x>\"\n", "x:3: the texts are too long"},
+        {"modem zte\nevery 1 from 1 to 99 fifo \"<50000*x>\"\n", "x:2: the texts are too long"},
     };
     for (const Mistake& mistake : mistakes) {
         const std::string problem = ProblemOf(mistake.text);
         EXPECT_NE(std::string::npos, problem.find(mistake.problem)) << mistake.text << "gave: " << problem;
     }
+}
+
+TEST(ScenarioLanguage, EndsOfTheRangesAreTaken) {
+    Scenario scenario;
+    std::string problem;
+    const std::string text =
+        "modem zte\nuntil 10000000000\noptions <4000000*x><0*y><99999999999*>\n"
+        "shell ping takes 10000000000 slowly 0\nevery 1 from 1 to 99999 csq 5\nat 0 csq 5\n"
+        "count 2147483647 sends AT\n";
+    EXPECT_TRUE(ParseScenario("x", text, &scenario, &problem)) << problem;
+    EXPECT_EQ(10'000'000'000'000'000, scenario.until_us);
+    EXPECT_EQ(std::string(4000000, 'x'), scenario.options.at(0));
+    EXPECT_EQ(10'000'000'000, scenario.shell.at(0).takes_seconds);
+    EXPECT_EQ(100000u, scenario.events.size());
+    EXPECT_EQ(INT32_MAX, scenario.expectations.at(0).count);
 }
 
 // Record
