@@ -86,7 +86,7 @@ for file in "${scripts[@]}" $TOOLS; do
 done
 
 # What is wrong, in each one's words.
-for file in bench/bus bench/measure scripts/{fifo,lint,private-view,run,setup,test} simulator/QFirehose $TOOLS; do
+for file in bench/bus bench/measure scripts/{fifo,fuzz,lint,private-view,run,setup,test} simulator/QFirehose $TOOLS; do
     refused "$file" "unknown option --bogus" --bogus
 done
 
@@ -117,6 +117,15 @@ refused scripts/setup "unexpected argument \"arm64\"" arm64
 
 refused scripts/lint "there is no file \"nosuch.cpp\"" --all nosuch.cpp
 refused scripts/lint "\"/bin/sh\" isn't below $COPY" /bin/sh
+
+targets=$(cd "$REPOSITORY/tests/fuzz" && echo fuzz_*.cpp | sed 's/fuzz_//g; s/\.cpp//g')
+refused scripts/fuzz "MINUTES is missing"
+refused scripts/fuzz "MINUTES is missing" --32
+refused scripts/fuzz "MINUTES wants a number above 0, not \"tlv\"" tlv
+refused scripts/fuzz "MINUTES wants a number above 0, not \"0.0\"" 0.0 tlv
+refused scripts/fuzz "MINUTES wants a number above 0, not \"1m\"" --minimise 1m
+refused scripts/fuzz "no target is called \"nosuch\"; there is: $targets" 5 tlv nosuch
+refused scripts/fuzz "no target is called \"5\"; there is: $targets" --minimise tlv 5
 
 refused scripts/package "no architecture is called \"pdp11\"; there is: amd64 $boards" pdp11
 refused scripts/package "unexpected argument \"armhf\"" arm64 armhf
