@@ -115,8 +115,7 @@ int main(int argc, char** argv) {
     wait_for_upgrade(TRACE_HERE);  // where a refused module ends the process
     CloseSerial(port_fd);
     ini_free(settings);
-    delete pCell;
-    pCell = nullptr;
+    DropDriver();
     TRACE(kLogProgress, "soft exit!!!\n");
     return kExitDone;
 }

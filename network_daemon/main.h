@@ -70,6 +70,10 @@ cc_cell::CellBase* BuildDriver(int vendor, int port_fd);
 /// is in pCell.
 void TellVendor(cc_cell::CellBase& cell, int vendor);
 
+/// Takes the object out of pCell and then deletes it: a frame or a command that comes meanwhile finds no
+/// driver, and not what is left of one. Does nothing when there is none.
+void DropDriver();
+
 // main_board.cpp: where a modem went; what board this is, see board.h
 
 /// Name of a "ttyACM" entry of `directory`, without the directory; of several, the one that the directory

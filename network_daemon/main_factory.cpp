@@ -1,5 +1,5 @@
 // Which driver belongs to which modem, and the object that all threads reach the driver through. Called by
-// main once.
+// main and by the gate.
 #include "network_daemon/main.h"
 
 #include "CellSubClass/src/CellChuangYi.h"
@@ -67,4 +67,10 @@ CellBase* BuildDriver(int vendor, int port_fd) {
 void TellVendor(CellBase& cell, int vendor) {
     const DriverRow* row = FindRow(vendor);
     if (row != nullptr && row->knows_vendor) cell.SetVendorType(vendor);
+}
+
+void DropDriver() {
+    const CellBase* const cell = pCell;
+    pCell = nullptr;
+    delete cell;
 }

@@ -36,7 +36,6 @@ bool pass_gate(const TracePlace& place, ConfigController& config) {
     pCell->ReplyOcppUpgradeStatus(kOcppDestination, kReportMsgId, kOcppModuleRefused, kRefused);
     TRACE_AT(place, kLogProgress, "[whitelist] 4G module not allowd !!!\n");
     sleep(kRefusalPause_seconds);
-    delete pCell;
-    pCell = nullptr;
+    DropDriver();
     return false;
 }

@@ -21,25 +21,42 @@ using Lines = std::vector<std::string>;
 constexpr TracePlace kMain = {"network_daemon/main.cpp", "main", 1};
 constexpr char kNetworkJson[] = "/ubi/conf/network/network.json";
 
-/// Says when it goes.
+/// What a driver saw when it went.
+struct Farewell {
+    double at_seconds = -1;
+    const CellBase* reached = nullptr;  // by the threads of the bus and of the pipe
+    std::vector<Bytes> answers;         // to a status query that came at this moment
+};
+
 class GatedCell : public PlainCell {
   public:
-    GatedCell(World& gate_world, double* gone) : PlainCell(-1), world(gate_world), gone_at(gone) {}
-    ~GatedCell() override { *gone_at = world.now_seconds(); }
-    World& world;
-    double* gone_at;
+    GatedCell(World& world, Farewell* farewell) : PlainCell(-1), world_(world), farewell_(farewell) {}
+
+    ~GatedCell() override {
+        farewell_->at_seconds = world_.now_seconds();
+        farewell_->reached = pCell;
+        Bytes query = kStatusQuery;
+        ravelin_deal_dbus_message(static_cast<int>(query.size()), query.data(), farewell_, TakeAnswer);
+    }
+
+  private:
+    static void TakeAnswer(int length, unsigned char* bytes, void* farewell) {
+        static_cast<Farewell*>(farewell)->answers.emplace_back(bytes, bytes + length);
+    }
+
+    World& world_;
+    Farewell* const farewell_;
 };
 
 class GateTest : public testing::Test {
   protected:
     void SetUp() override {
-        pCell = new GatedCell(world, &gone_at_seconds);
+        pCell = new GatedCell(world, &farewell);
         CellBase::m_ModuleName = "EG25";
     }
 
     void TearDown() override {
-        delete pCell;
-        pCell = nullptr;
+        DropDriver();
         CellBase::m_ModuleName.clear();
     }
 
@@ -75,7 +92,7 @@ class GateTest : public testing::Test {
     }
 
     World world;
-    double gone_at_seconds = -1;
+    Farewell farewell;
     ConfigController config;
 };
 
@@ -141,8 +158,17 @@ TEST_F(GateTest, RefusedModuleIsReportedAndASecondLaterItsDriverIsGone) {
                      "[OTA] send OCPP.Message msgid: 1 cmd:7602 status:1 \r\n",
                      "[whitelist] 4G module not allowd !!!\n"}),
               lines);
-    EXPECT_EQ(1.0, gone_at_seconds);
+    EXPECT_EQ(1.0, farewell.at_seconds);
     EXPECT_EQ(nullptr, pCell);
+}
+
+TEST_F(GateTest, DriverOfARefusedModuleIsOutOfReachBeforeItGoes) {
+    WriteNetworkJson("halden", "Quillbox", "\"EC200A\"");
+    CellBase* const driver = pCell;
+    world.At(0.5, [&] { EXPECT_EQ(driver, pCell) << "until the report has had its second to leave"; });
+    EXPECT_FALSE(Pass());
+    EXPECT_EQ(nullptr, farewell.reached);
+    EXPECT_EQ(std::vector<Bytes>{kNoDriver}, farewell.answers);
 }
 
 /// The sanitizers that look at null pointers report it in their own way.

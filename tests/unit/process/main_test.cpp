@@ -28,6 +28,7 @@ bool fail_detach = false;
 // Task runs otherwise.
 std::function<void(CellBase&)> ending_task;
 int drivers_destroyed = 0;
+bool is_reachable_at_its_end = false;
 }  // namespace
 
 extern "C" int __real_pthread_detach(pthread_t thread);
@@ -47,6 +48,7 @@ extern "C" int32_t __wrap__ZN7cc_cell8CellBase4TaskEv(CellBase* cell) {
 extern "C" void __real__ZN7cc_cell8CellBaseD2Ev(CellBase* cell);
 extern "C" void __wrap__ZN7cc_cell8CellBaseD2Ev(CellBase* cell) {
     ++drivers_destroyed;
+    is_reachable_at_its_end = pCell != nullptr;
     __real__ZN7cc_cell8CellBaseD2Ev(cell);
 }
 
@@ -77,8 +79,7 @@ class MainTest : public testing::Test {
     }
 
     void TearDown() override {
-        delete pCell;
-        pCell = nullptr;
+        DropDriver();
         ending_task = nullptr;
     }
 
@@ -308,6 +309,7 @@ TEST_F(MainTest, TaskThatEndsIsFollowedByASoftExit) {
     EXPECT_EQ(0, Run());
     EXPECT_EQ(-1, fcntl(port_fd, F_GETFD));
     EXPECT_EQ(1, drivers_destroyed);
+    EXPECT_FALSE(is_reachable_at_its_end);
     EXPECT_EQ(nullptr, pCell);
     ASSERT_LE(2u, world.log.size());
     const World::LogLine& wait = world.log[world.log.size() - 2];
