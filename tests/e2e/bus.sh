@@ -22,11 +22,7 @@ kill "$BUS"
 wait "$BUS"
 check "the daemon lives without the bus" is_alive
 start_bus || fail "the bus doesn't start again"
-owns_name() {
-    dbus-send --bus="$RAVELIN_BUS_ADDRESS" --print-reply --dest=org.freedesktop.DBus / \
-        org.freedesktop.DBus.GetNameOwner string:busglue.RAVELIN
-}
-check "it comes back to the bus" wait_for 10 owns_name
+check "it comes back to the bus" wait_for 10 is_on_bus RAVELIN
 check "and is the same process" is_alive
 check "and answers the next query: no modem yet" peer_ends 1 status
 check "in words" told "the daemon has no modem yet"

@@ -144,8 +144,13 @@ start_watch() {
     : >$HEARD
     "$BUILD/ocpp_peer" watch >$HEARD 2>&1 &
     WATCH=$!
-    wait_for 10 dbus-send --bus="$RAVELIN_BUS_ADDRESS" --print-reply --dest=org.freedesktop.DBus / \
-        org.freedesktop.DBus.GetNameOwner string:busglue.OCPP || fail "the watching peer doesn't start"
+    wait_for 10 is_on_bus OCPP || fail "the watching peer doesn't start"
+}
+
+# is_on_bus OWNER
+is_on_bus() {
+    dbus-send --bus="$RAVELIN_BUS_ADDRESS" --print-reply --dest=org.freedesktop.DBus / \
+        org.freedesktop.DBus.GetNameOwner "string:busglue.$1"
 }
 
 # await_heard SECONDS TEXT: the last line that the service heard.
