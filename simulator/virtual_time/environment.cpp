@@ -126,7 +126,9 @@ int Environment::OpenPort(const std::string& path) {
             return -1;
         }
         const int fd = open("/dev/null", O_RDWR | O_CLOEXEC);  // a number that nothing else has
-        if (fd >= 0) open_ports_[fd] = {port.peer, port.peer->Generation()};
+        termios fresh = {};
+        fresh.c_cflag = B9600 | CS8 | CREAD | CLOCAL;
+        if (fd >= 0) open_ports_[fd] = {port.peer, port.peer->Generation(), fresh};
         return fd;
     }
     return kNoPort;

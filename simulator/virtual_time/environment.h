@@ -6,6 +6,8 @@
 // Two users: test suites, which are linked with this, and the preload library under the real daemon.
 #pragma once
 
+#include <termios.h>
+
 #include <cstdint>
 #include <cstdio>
 #include <deque>
@@ -70,6 +72,8 @@ class Environment {
     int64_t WritePort(int fd, const void* from, size_t size);
     /// Throws away what waits to be read.
     void FlushPort(int fd);
+    /// As the program set them; of a port just opened those of a fresh line.
+    termios& Attributes(int fd) { return open_ports_.at(fd).attributes; }
     /// Makes the entries in /dev of the private folder show which ports are present.
     void ShowPorts();
 
@@ -105,6 +109,7 @@ class Environment {
     struct OpenPortEntry {
         PortPeer* peer;
         int64_t generation;
+        termios attributes;
     };
 
     std::string PathNow(const Port& port);

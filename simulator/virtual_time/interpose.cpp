@@ -375,7 +375,7 @@ ssize_t write(int fd, const void* from, size_t size) {
     return world->WritePort(fd, from, size);
 }
 
-// The attributes of a port don't matter to its peer.
+// The attributes of a port don't matter to its peer, but whoever set them reads them back.
 int tcgetattr(int fd, termios* attributes) noexcept {
     Environment* world = World();
     if (world == nullptr || !world->IsPort(fd)) return REAL(tcgetattr)(fd, attributes);
@@ -383,8 +383,7 @@ int tcgetattr(int fd, termios* attributes) noexcept {
         errno = EIO;
         return -1;
     }
-    *attributes = {};
-    attributes->c_cflag = B9600 | CS8 | CREAD | CLOCAL;
+    *attributes = world->Attributes(fd);
     return 0;
 }
 
@@ -395,6 +394,7 @@ int tcsetattr(int fd, int actions, const termios* attributes) noexcept {
         errno = EIO;
         return -1;
     }
+    world->Attributes(fd) = *attributes;
     return 0;
 }
 
@@ -480,6 +480,10 @@ int system(const char* command) {
 FILE* popen(const char* command, const char* mode) {
     Environment* world = World();
     if (world == nullptr) return REAL(popen)(command, mode);
+    if (strcmp(mode, "r") != 0 && strcmp(mode, "re") != 0) {  // nobody here reads what a program writes
+        errno = EINVAL;
+        return nullptr;
+    }
     const virtual_time::ShellAnswer answer = world->shell.Run(command, true, world->now_us());
     if (answer.action) answer.action();
     if (!answer.fails) return world->OpenCommandOutput(answer);

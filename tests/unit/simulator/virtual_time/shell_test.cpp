@@ -70,6 +70,15 @@ TEST(VirtualShell, PopenGivesWhatItWasTold) {
     EXPECT_TRUE(world.shell[0].is_popen);
 }
 
+TEST(VirtualShell, PopenIsForReading) {
+    World world;
+    for (const char* mode : {"w", "x", "rw", ""}) EXPECT_EQ(nullptr, popen("tool", mode)) << mode;
+    EXPECT_TRUE(world.shell.empty());
+    FILE* stream = popen("tool", "re");
+    ASSERT_NE(nullptr, stream);
+    pclose(stream);
+}
+
 TEST(VirtualShell, PopenCanBeSlow) {
     World world;
     world.AnswerPopenSlowly("tool", "one\ntwo\n", 5);

@@ -220,7 +220,12 @@ TEST(VirtualPort, TheLineCanBeSetUp) {
     ScriptedModem modem(world);
     termios attributes;
     EXPECT_EQ(0, tcgetattr(modem.fd(), &attributes));
+    EXPECT_EQ(static_cast<tcflag_t>(CS8), attributes.c_cflag & CSIZE);
+    attributes.c_cflag |= CSTOPB;
     EXPECT_EQ(0, tcsetattr(modem.fd(), TCSANOW, &attributes));
+    termios kept;
+    EXPECT_EQ(0, tcgetattr(modem.fd(), &kept));
+    EXPECT_EQ(attributes.c_cflag, kept.c_cflag);
     modem.Unsolicited(1, "old");
     sleep(2);
     EXPECT_EQ(0, tcflush(modem.fd(), TCIFLUSH));
