@@ -44,6 +44,10 @@ int ravelin_deal_dbus_message(int length, unsigned char* bytes, void* context, b
 /// The fifteen items about the modem that the service receives; empty while there is no driver.
 ByteArray BuildStatusTlv();
 
+/// The data of the answer to a status question: the number of the items in front of them. Without items,
+/// since the driver went away after the question had come, a zero alone, and a word on standard output.
+ByteArray BuildStatusAnswer(ByteArray items);
+
 // main_fifo.cpp: commands of the board's scripts
 
 /// Entry of the thread that listens to the scripts' pipe. Takes nothing, never returns, needs no modem.

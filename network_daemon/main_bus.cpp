@@ -59,13 +59,7 @@ void AnswerUpgrade(const Caller& caller, UpgradeAnswer status) {
 }
 
 void AnswerStatus(const Caller& caller) {
-    ByteArray data = BuildStatusTlv();
-    if (data.empty()) {
-        printf("No data was returned.\n");
-        data.push_back(kNoStatus);
-    } else {
-        data.insert(data.begin(), kStatusItems);
-    }
+    const ByteArray data = BuildStatusAnswer(BuildStatusTlv());
     AnswerData(caller, kOcppStatus, data.data(), data.size());
 }
 
@@ -184,6 +178,15 @@ int ravelin_deal_dbus_message(int length, unsigned char* bytes, void* context, b
             break;
     }
     return 0;
+}
+
+ByteArray BuildStatusAnswer(ByteArray items) {
+    if (items.empty()) {
+        printf("No data was returned.\n");
+        return {kNoStatus};
+    }
+    items.insert(items.begin(), kStatusItems);
+    return items;
 }
 
 ByteArray BuildStatusTlv() {

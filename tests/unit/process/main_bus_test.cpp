@@ -345,6 +345,16 @@ TEST_F(BusTest, StatusWithoutADriverIsEmpty) {
     EXPECT_TRUE(BuildStatusTlv().empty());
 }
 
+/// The driver may go away between the question and the answer.
+TEST_F(BusTest, AnswerWithoutItemsIsAZeroAndAWordOnStandardOutput) {
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(ByteArray{0}, BuildStatusAnswer({}));
+    EXPECT_EQ("No data was returned.\n", testing::internal::GetCapturedStdout());
+    testing::internal::CaptureStdout();
+    EXPECT_EQ((ByteArray{15, 1, 0}), BuildStatusAnswer({1, 0}));
+    EXPECT_EQ("", testing::internal::GetCapturedStdout());
+}
+
 TEST_F(BusTest, StatusQueryDuringAnUpgradeIsAnsweredAsUsual) {
     EXPECT_EQ(kAccepted, Ask(kUpgradeRequest));
     sleep(1);
