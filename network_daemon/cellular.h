@@ -65,7 +65,8 @@ class CellBase {
     /// Stores at most 63 characters. 1; for null, or a text that an override refuses, 0 with nothing stored.
     virtual int32_t SetIMSI(const char* imsi);
 
-    /// Sets the modem up over AT, about 12 seconds of exchanges. 1; an override may return 0.
+    /// Sets the modem up over AT, about 12 seconds of exchanges. 1; an override may return 0, and one that
+    /// runs this first ends with its 0, although this one has none to give.
     virtual int32_t Initialize();
 
     /// Asks for the IMEI. 1 filled m_csIMEI, 0 no usable answer.
@@ -116,7 +117,8 @@ class CellBase {
     /// Asks for the signal. 1 stored in m_nCSQ, 0 no usable answer (m_nCSQ stays).
     virtual int32_t ReadCSQ();
 
-    /// Dials. 1 started, 0 failed.
+    /// Dials. 1 started, 0 failed. An override that runs this first ends with its 0, although this one has
+    /// none.
     virtual int32_t DoConnect();
 
     /// Recognises a text of the modem. Cuts the text in place: it can be parsed only once. Null gives type 0.

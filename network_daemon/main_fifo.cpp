@@ -30,9 +30,10 @@ constexpr double kStatusAge_seconds = 60.0;
 /// A message that holds this is shown, and no key in it is looked at. Visible to the scripts, keep.
 constexpr char kDhcpMark[] = "udhcpc";
 
-/// Printed with the scripts' "offline"; nothing counts it up.
+/// Printed with the scripts' "offline". Nothing counts it up: the 0 is visible outside, keep.
 int32_t fifo_status_index = 0;
-/// When the scripts last reported the modem's state, or when that was last found to be old.
+/// When the scripts last reported the modem's state, or when that was last found to be old. Nothing acts on
+/// it: visible to a debugger, keep.
 time_t fifo_status_time;
 
 struct ControlPipe {

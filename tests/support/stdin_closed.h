@@ -1,18 +1,25 @@
-// Standard input closed for a while, so that the next file or port that is opened gets descriptor 0.
+// A standard descriptor closed for a while, so that the next file or port that is opened gets its number.
 #pragma once
 
 #include <unistd.h>
 
-class StdinClosed {
+class DescriptorClosed {
   public:
-    StdinClosed() : kept_(dup(STDIN_FILENO)) { close(STDIN_FILENO); }
-    ~StdinClosed() {
-        dup2(kept_, STDIN_FILENO);
+    explicit DescriptorClosed(int fd) : fd_(fd), kept_(dup(fd)) { close(fd_); }
+    ~DescriptorClosed() {
+        close(fd_);
+        dup2(kept_, fd_);
         close(kept_);
     }
-    StdinClosed(const StdinClosed&) = delete;
-    StdinClosed& operator=(const StdinClosed&) = delete;
+    DescriptorClosed(const DescriptorClosed&) = delete;
+    DescriptorClosed& operator=(const DescriptorClosed&) = delete;
 
   private:
+    int fd_;
     int kept_;
+};
+
+class StdinClosed : public DescriptorClosed {
+  public:
+    StdinClosed() : DescriptorClosed(STDIN_FILENO) {}
 };

@@ -25,6 +25,7 @@ struct Surroundings {
     std::vector<std::string> clock_reads;
     int mallocs_until_failure = -1;  // -1: never
     int mallocs = 0;
+    int frees = 0;
     bool strdup_fails = false;
     std::vector<FILE*> flushed;
 };
@@ -37,6 +38,7 @@ extern "C" {
 int __real_gettimeofday(struct timeval* now, void* zone);
 time_t __real_time(time_t* store);
 void* __real_malloc(size_t size);
+void __real_free(void* memory);
 char* __real_strdup(const char* text);
 int __real_fflush(FILE* stream);
 
@@ -59,6 +61,11 @@ void* __wrap_malloc(size_t size) {
     if (around.mallocs_until_failure > 0) --around.mallocs_until_failure;
     ++around.mallocs;
     return __real_malloc(size);
+}
+
+void __wrap_free(void* memory) {
+    ++around.frees;
+    __real_free(memory);
 }
 
 char* __wrap_strdup(const char* text) {

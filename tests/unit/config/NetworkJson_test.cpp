@@ -1,10 +1,22 @@
 #include "network_daemon/config/NetworkJson.h"
 
+#include <algorithm>
 #include <csignal>
+#include <cstdio>
 #include <fstream>
 #include <sstream>
 
 #include <gtest/gtest.h>
+
+namespace {
+int flushes_of_output = 0;
+}  // namespace
+
+extern "C" int __real_fflush(FILE* stream);
+extern "C" int __wrap_fflush(FILE* stream) {
+    if (stream == stdout) ++flushes_of_output;
+    return __real_fflush(stream);
+}
 
 namespace {
 
@@ -36,6 +48,16 @@ NetworkJson ReadConfig(const std::string& network_config) {
 }
 
 using Texts = std::vector<std::string>;
+
+TEST(NetworkJson, EachLineOfTheDumpIsFlushed) {
+    testing::internal::CaptureStdout();
+    flushes_of_output = 0;
+    NetworkJson{}.Dump();
+    const int flushes = flushes_of_output;
+    const std::string dump = testing::internal::GetCapturedStdout();
+    EXPECT_EQ(std::count(dump.begin(), dump.end(), '\n'), flushes);
+    EXPECT_LT(10, flushes);
+}
 
 TEST(NetworkJson, ArrayAsRootGivesZeroAndAnEmptyDump) {
     NetworkJson model;

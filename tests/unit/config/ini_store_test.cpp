@@ -279,6 +279,7 @@ TEST_F(IniStore, ReadableFileThatCannotBeWrittenGivesNullWithAMessage) {
 TEST_F(IniStore, MemoryThatRunsOutLosesTheWholeFile) {
     calls.mallocs_until_failure = 1;
     Load("A=1\nB=2\n");
+    calls.mallocs_until_failure = -1;
     EXPECT_EQ(table, nullptr);
     EXPECT_EQ(errors, "init file error!\n");
 }

@@ -2,6 +2,7 @@
 #include "CellSubClass/src/CellDriver.h"
 
 #include <cstring>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -146,6 +147,9 @@ TEST_F(CellDriverTest, SingleNumberIsTheFirstField) {
         const AtResult result = Take(kRow, row_case.behind_prefix);
         EXPECT_EQ(kHintQcrmcall, result.type);
         EXPECT_EQ(row_case.expected, result.val) << row_case.behind_prefix;
+        for (const int32_t other : {result.val2, result.val3, result.val4, result.val5, result.val6}) {
+            EXPECT_EQ(0, other) << row_case.behind_prefix;
+        }
     }
     EXPECT_TRUE(world.log.empty());
 }
@@ -156,6 +160,18 @@ TEST_F(CellDriverTest, NumbersGoWhereTheRowSays) {
     const int32_t numbers[] = {result.val, result.val2, result.val3, result.val4, result.val5, result.val6};
     const int32_t expected[] = {2, 3, 0, 5, 1, 9};
     EXPECT_EQ(0, memcmp(expected, numbers, sizeof expected));
+}
+
+TEST_F(CellDriverTest, NumberFillsNothingButItsOwnPlace) {
+    constexpr FieldTarget kTargets[] = {kToVal, kToVal2, kToVal3, kToVal4, kToVal5, kToVal6, kToNowhere};
+    for (size_t i = 0; i < std::size(kTargets); ++i) {
+        const AtRow row = {kHintSysinfo, "+SYSINFO:", {kTargets[i]}, ","};
+        const AtResult result = Take(row, "7");
+        std::vector<int32_t> expected(6, 0);
+        if (i < expected.size()) expected[i] = 7;
+        EXPECT_EQ(expected, (std::vector<int32_t>{result.val, result.val2, result.val3, result.val4,
+                                                  result.val5, result.val6}));
+    }
 }
 
 TEST_F(CellDriverTest, EmptyFieldBetweenDelimitersIsZero) {

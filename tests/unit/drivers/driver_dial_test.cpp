@@ -8,6 +8,16 @@
 using namespace cc_cell;
 
 namespace {
+bool engine_fails = false;
+}  // namespace
+
+// CellBase::DoConnect, as the linker spells it.
+extern "C" int32_t __real__ZN7cc_cell8CellBase9DoConnectEv(CellBase* cell);
+extern "C" int32_t __wrap__ZN7cc_cell8CellBase9DoConnectEv(CellBase* cell) {
+    return engine_fails ? 0 : __real__ZN7cc_cell8CellBase9DoConnectEv(cell);
+}
+
+namespace {
 
 struct DialCase {
     CallSettings settings;
@@ -255,6 +265,18 @@ TEST_P(DialTest, AnswerToTheCallDecidesWhereItIsLookedAt) {
     }
 }
 
+class EngineDialTest : public DialTest {};
+
+/// The engine's dial has no failure today; a driver that runs it stops when it has one.
+TEST_P(EngineDialTest, FailureEndsTheDrivers) {
+    engine_fails = true;
+    EXPECT_EQ(0, cell.DoConnect());
+    engine_fails = false;
+    EXPECT_EQ(Texts{}, modem.Sent());
+    EXPECT_EQ(Texts{}, Lines());
+    EXPECT_EQ(Texts{}, world.Commands());
+}
+
 TEST_P(DialTest, EmptyApnAndUnknownCarrierAreNoReasonNotToDial) {
     const Texts own = row->cases.front().sent;
     const Texts engines = {"AT+CFUN=1", "AT+COPS?", "AT+CGDCONT=1,\"IPV4V6\",\"\""};
@@ -280,6 +302,11 @@ TEST_P(DialTest, HangUpOfADeadModemIsTheSame) {
     EXPECT_EQ(row->hung_up == kOk ? 1 : 0, cell.DisConnect());
     EXPECT_EQ(row->hang_up, modem.Sent());
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    , EngineDialTest,
+    testing::ValuesIn(FamiliesWhere(kDials, [](const DialRow& row) { return row.is_after_engines; })),
+    FamilyOfTest);
 
 INSTANTIATE_TEST_SUITE_P(, DialTest, testing::ValuesIn(EachFamily()), FamilyOfTest);
 

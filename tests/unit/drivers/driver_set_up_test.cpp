@@ -8,6 +8,16 @@
 using namespace cc_cell;
 
 namespace {
+bool engine_fails = false;
+}  // namespace
+
+// CellBase::Initialize, as the linker spells it.
+extern "C" int32_t __real__ZN7cc_cell8CellBase10InitializeEv(CellBase* cell);
+extern "C" int32_t __wrap__ZN7cc_cell8CellBase10InitializeEv(CellBase* cell) {
+    return engine_fails ? 0 : __real__ZN7cc_cell8CellBase10InitializeEv(cell);
+}
+
+namespace {
 
 struct Step {
     std::string command;
@@ -178,6 +188,19 @@ TEST_P(SetUpTest, RefusedSetUpIsNoFailure) {
     EXPECT_STREQ(row->firmware, cell.m_fw_version);
 }
 
+class EngineSetUpTest : public SetUpTest {};
+
+/// The engine's set-up has no failure today; a driver that runs it stops when it has one.
+TEST_P(EngineSetUpTest, FailureEndsTheDrivers) {
+    engine_fails = true;
+    EXPECT_EQ(0, cell.Initialize());
+    engine_fails = false;
+    EXPECT_EQ(Texts{}, modem.Sent());
+    EXPECT_EQ(Texts{}, Lines());
+    EXPECT_EQ(Texts{}, world.Commands());
+    EXPECT_STREQ("", cell.m_vendor_name);
+}
+
 TEST_P(SetUpTest, SetUpOfADeadModemIsNoFailure) {
     modem.Mute(true);
     EXPECT_EQ(1, cell.Initialize());
@@ -216,6 +239,11 @@ TEST_P(SetUpTest, FirmwareIsWhatTheModemTellsAfterTheWord) {
         EXPECT_EQ(fixed, cell.m_fw_version) << answer;
     }
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    , EngineSetUpTest,
+    testing::ValuesIn(FamiliesWhere(kSetUps, [](const SetUpRow& row) { return row.is_after_engines; })),
+    FamilyOfTest);
 
 INSTANTIATE_TEST_SUITE_P(, SetUpTest, testing::ValuesIn(EachFamily()), FamilyOfTest);
 

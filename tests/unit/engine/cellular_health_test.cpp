@@ -227,6 +227,10 @@ TEST_F(Health, WithTwoSimsTheLadderOfFailedChecks) {
               (Lines{"CEREG fail or Ping fail, need Switch SIM Card and Soft reset!\n",
                      "CEREG fail or Ping fail, need Switch SIM Card and Soft reset!\n",
                      "CheckNetworkDoubleSim: check network 9 times,hard reset.\n"}));
+    for (const auto& line : world.log) {
+        if (line.function != "CheckNetworkDoubleSim") continue;
+        EXPECT_EQ(line.level, 5u) << line.text;
+    }
     EXPECT_EQ(world.LogOf("CheckNetwork").back(), "CheckNetwork, 9 times, current m_Primary_SIM[0].\n");
     EXPECT_EQ(CountOfProbes(), 9 * 4);
 }

@@ -218,6 +218,12 @@ TEST_F(Identify, EveryWriteAndAnswerIsLogged) {
     for (const auto& line : world.log) EXPECT_EQ(line.file, "network_daemon/cellular_identify.cpp");
 }
 
+TEST_F(Identify, FlushTakesABlockOfOneByte) {
+    modem.OnSequence("AT+CGMI", {std::string(257, 'a'), Answer("Nodecom")});
+    EXPECT_EQ(CheckDevType(modem.fd()), 3);
+    EXPECT_TRUE(world.Logged(7, "rest :a \n"));
+}
+
 TEST_F(Identify, FlushTakesALongAnswerInBlocks) {
     modem.OnSequence("AT+CGMI", {std::string(300, 'a'), Answer("Nodecom")});
     EXPECT_EQ(CheckDevType(modem.fd()), 3);

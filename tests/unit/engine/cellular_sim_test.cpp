@@ -335,6 +335,7 @@ TEST_F(Sim, LightTestAsksForReadinessAlone) {
     EXPECT_EQ(cell.m_sim_ready, 1);
     EXPECT_EQ(modem.Sent(), Commands{"AT+CPIN?"});
     EXPECT_EQ(world.LogOf("CheckIfSimCardReady"), Commands{"CheckIfSimCardReady: Check SIM!\n"});
+    EXPECT_TRUE(world.Logged(5, "CheckIfSimCardReady: Check SIM!\n"));
 }
 
 TEST_F(Sim, LightTestFailsWithItsOwnWordsAndLeavesNoIdentity) {

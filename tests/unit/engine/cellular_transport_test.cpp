@@ -83,6 +83,26 @@ TEST_F(Transport, BlockThatBeginsWithANulByteIsDroppedLikeAnyOther) {
     EXPECT_TRUE(world.Logged(7, "Redundance:" + std::string(10, 'c') + " \n"));
 }
 
+TEST_F(Transport, AnswerOfOneByteIsAnAnswer) {
+    modem.On("AT", "0");
+    EXPECT_STREQ(cell.AtRequest("AT"), "0");
+}
+
+TEST_F(Transport, BlockOfOneByteIsDroppedLikeAnyOther) {
+    modem.On("ATI", std::string(257, 'a'));
+    modem.On("AT", "\r\nOK\r\n");
+    cell.AtRequest("ATI");
+    EXPECT_STREQ(cell.AtRequest("AT"), "\r\nOK\r\n");
+    EXPECT_TRUE(world.Logged(7, "Redundance:a \n"));
+}
+
+TEST_F(Transport, SilenceAfterADroppedBlockIsAnEmptyAnswer) {
+    modem.On("AT", "");
+    modem.Unsolicited(0.5, "\r\nRING\r\n");
+    sleep(1);
+    EXPECT_STREQ(cell.AtRequest("AT"), "");
+}
+
 TEST_F(Transport, CommandWithItsOwnLineEndGetsASecondOne) {
     modem.On("AT+QNETDEVCTL?", "\r\nOK\r\n");
     cell.AtRequest("AT+QNETDEVCTL?\r\n");
@@ -207,6 +227,13 @@ TEST_F(ConsoleDeathTest, ShowsAnAnswerOf300BytesWhole) {
     const std::string answer = std::string(256, 'a') + std::string(44, 'b');
     modem.On("ATI", answer);
     EXPECT_EXIT(RunConsole({"ATI"}), testing::ExitedWithCode(0), testing::Eq(kPrompt + answer + "[ATI]"));
+}
+
+TEST_F(ConsoleDeathTest, ShowsAnAnswerOfOneByte) {
+    modem.On("ATI", std::string(256, 'a') + "b");
+    modem.On("AT", "0");
+    EXPECT_EXIT(RunConsole({"ATI", "AT"}), testing::ExitedWithCode(0),
+                testing::Eq(kPrompt + std::string(256, 'a') + "b0[ATI][AT]"));
 }
 
 TEST_F(ConsoleDeathTest, ShowsPercentSignsAsTheyCame) {

@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/open_descriptors.h"
 #include "tests/support/test_world.h"
 
 using namespace cc_cell;
@@ -59,6 +60,21 @@ TEST(BoardCpuInfo, MissingFileIsUnknownBoard) {
     EXPECT_EQ(kBoardUnknown, board_cpu_info());
     EXPECT_EQ("Open /proc/cpuinfo file error!\n", testing::internal::GetCapturedStderr());
     EXPECT_TRUE(world.log.empty());
+}
+
+TEST(Board, NoFileOrFolderIsLeftOpen) {
+    World world;
+    world.Write("/proc/cpuinfo", "CPU part : 0xd04\n");
+    world.Write("/proc/version", "Linux version 5.10.110\n");
+    const int before = OpenDescriptors();
+    for (const char* content : {"Linux version 5.10.110\n", "Linux version 4.14.98\n", ""}) {
+        world.Write("/proc/version", content);
+        board_cpu_info();
+        board_version_info();
+    }
+    PathText device = "";
+    read_devname("/dev", device);
+    EXPECT_EQ(before, OpenDescriptors());
 }
 
 TEST(BoardVersionInfo, KernelOf5_10IsA35) {

@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <filesystem>
 #include <functional>
 #include <memory>
 #include <string>
@@ -17,12 +16,18 @@
 #include <gtest/gtest.h>
 
 #include "tests/support/fifo_fixture.h"
+#include "tests/support/open_descriptors.h"
 
 // Calls that fail on demand.
 namespace {
 bool fail_next_select = false;
 bool fail_next_read = false;
 bool empty_next_read = false;
+int selects_without_pipe = 0;
+
+void ExpectNothingArmed(const fd_set& set) {
+    for (int fd = 0; fd < FD_SETSIZE; ++fd) EXPECT_FALSE(FD_ISSET(fd, &set)) << fd;
+}
 
 bool Take(bool& flag) {
     const bool was = flag;
@@ -33,6 +38,10 @@ bool Take(bool& flag) {
 
 extern "C" int __real_select(int count, fd_set* reads, fd_set* writes, fd_set* excepts, timeval* timeout);
 extern "C" int __wrap_select(int count, fd_set* reads, fd_set* writes, fd_set* excepts, timeval* timeout) {
+    if (count == 0) {
+        ++selects_without_pipe;
+        ExpectNothingArmed(*reads);
+    }
     const int ready = __real_select(count, reads, writes, excepts, timeout);
     if (!Take(fail_next_select)) return ready;
     errno = EINTR;
@@ -53,15 +62,6 @@ namespace {
 
 constexpr char kRemovePipe[] = "rm -rf /run/network/ravelin_fifo";
 constexpr char kGone[] = "[FIFO]RAVELIN_FIFO does not exist.\n";
-
-int OpenDescriptors() {
-    int count = 0;
-    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
-        static_cast<void>(entry);
-        ++count;
-    }
-    return count;
-}
 
 TEST_F(FifoTest, ThreadMakesThePipe) {
     const mode_t old_mask = umask(0);
@@ -129,7 +129,8 @@ TEST_F(FifoTest, EmptyReadMakesANewPipe) {
     const int before = OpenDescriptors();
     empty_next_read = true;
     Send("SoftReset:1\n");
-    EXPECT_EQ(Texts{kReadError}, Visible());
+    ASSERT_EQ(1u, world.log.size()) << "no message at all, not even an empty one";
+    EXPECT_EQ(kReadError, world.log[0].text);
     EXPECT_EQ(3u, world.log[0].level);
     EXPECT_EQ(2u, world.shell.size());
     EXPECT_EQ(before, OpenDescriptors());
@@ -150,7 +151,10 @@ TEST_F(FifoTest, FailedReadIsLoggedAndParsesNothing) {
 
 TEST_F(FifoTest, MissingFolderAtTheStartIsTriedAgainEveryFiveSeconds) {
     world.Remove("/run/network");
+    const int before = OpenDescriptors();
+    selects_without_pipe = 0;
     Start();
+    EXPECT_EQ(2, selects_without_pipe);
     const Texts at_once = {"[FIFO]fifo creating error\n", kGone};
     EXPECT_EQ(at_once, world.LogOf("thread_function_pipe")) << "the first select waits for nothing";
     EXPECT_EQ(0, world.log[1].at_seconds);
@@ -160,6 +164,7 @@ TEST_F(FifoTest, MissingFolderAtTheStartIsTriedAgainEveryFiveSeconds) {
     world.MakeFolder("/run/network");
     sleep(kListen_seconds);
     EXPECT_TRUE(TakesCommands());
+    EXPECT_EQ(before + 1, OpenDescriptors()) << "the pipe; what was none is not closed";
 }
 
 /// Something at the path that rm can't take away.
@@ -191,10 +196,12 @@ TEST_F(BlockedPathTest, FolderInTheWayOfARebuildIsWaitedForInSilence) {
     Block([this] { world.MakeFolder(kPipe); });
     Start();
     const int with_pipe = OpenDescriptors();
+    selects_without_pipe = 0;
     blocked = true;
     world.Remove(kPipe);
     sleep(60);
     EXPECT_EQ(Texts{kGone}, Visible());
+    EXPECT_LT(0, selects_without_pipe);
     EXPECT_EQ(with_pipe - 1, OpenDescriptors()) << "the old pipe is closed, and there is no new one";
     blocked = false;
     world.Remove(kPipe);
@@ -285,7 +292,7 @@ TEST_F(FifoTest, DescriptorBeyondTheSetOfSelectCountsAsNone) {
     const rlimit limit = {std::max(old_limit.rlim_cur, kManyDescriptors), old_limit.rlim_max};
     ASSERT_EQ(0, setrlimit(RLIMIT_NOFILE, &limit));
     std::vector<int> held;
-    while (held.empty() || held.back() < FD_SETSIZE) held.push_back(dup(STDERR_FILENO));
+    while (held.empty() || held.back() < FD_SETSIZE - 1) held.push_back(dup(STDERR_FILENO));
     const int before = OpenDescriptors();
     Start();
     EXPECT_EQ(Texts{"[FIFO] fifo open error\n"}, Visible());

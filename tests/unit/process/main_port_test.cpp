@@ -2,7 +2,10 @@
 #include "network_daemon/main.h"
 
 #include <fcntl.h>
+#include <termios.h>
 #include <unistd.h>
+
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -14,11 +17,79 @@ using test_support::World;
 
 namespace {
 
+std::vector<speed_t> speeds;  // handed to the two setters, which refuse a plain number on most systems
+
+}  // namespace
+
+extern "C" int __real_cfsetispeed(termios* attributes, speed_t speed);
+extern "C" int __wrap_cfsetispeed(termios* attributes, speed_t speed) {
+    speeds.push_back(speed);
+    return __real_cfsetispeed(attributes, speed);
+}
+
+extern "C" int __real_cfsetospeed(termios* attributes, speed_t speed);
+extern "C" int __wrap_cfsetospeed(termios* attributes, speed_t speed) {
+    speeds.push_back(speed);
+    return __real_cfsetospeed(attributes, speed);
+}
+
+namespace {
+
 constexpr char kDevice[] = "/dev/ttyUSB2";
 constexpr char kWaitLine[] = "wait device  /dev/ttyUSB2 .\n";
 
 int WaitForPort() {
     return wait_for_port(TracePlace{"network_daemon/main.cpp", "main", 1}, kDevice);
+}
+
+/// 115200 baud, 8 data bits, 1 stop bit, no parity, yet with its check, as 'N' leaves it.
+void ExpectLineSetUp(int fd) {
+    EXPECT_EQ((std::vector<speed_t>{115200, 115200}), speeds);
+    termios attributes = {};
+    ASSERT_EQ(0, tcgetattr(fd, &attributes));
+    EXPECT_EQ(static_cast<tcflag_t>(CS8), attributes.c_cflag & CSIZE);
+    EXPECT_EQ(0u, attributes.c_cflag & (CSTOPB | PARENB | PARODD));
+    EXPECT_EQ(static_cast<tcflag_t>(INPCK), attributes.c_iflag & INPCK);
+    EXPECT_EQ(0u, attributes.c_lflag & (ICANON | ECHO | ISIG));
+    EXPECT_EQ(150, attributes.c_cc[VTIME]);
+    EXPECT_EQ(0, attributes.c_cc[VMIN]);
+}
+
+TEST(WaitForPort, LineIsSetUp) {
+    World world;
+    ScriptedModem modem(world, kDevice);
+    speeds.clear();
+    const int fd = WaitForPort();
+    ExpectLineSetUp(fd);
+    close(fd);
+}
+
+TEST(ReopenPort, LineIsSetUp) {
+    World world;
+    ScriptedModem modem(world, kDevice);
+    speeds.clear();
+    const int fd = ReopenPort(kDevice);
+    ExpectLineSetUp(fd);
+    close(fd);
+}
+
+TEST(ReopenPort, PortThatFailsToOpenIsNotSetUp) {
+    World world;
+    speeds.clear();
+    EXPECT_LT(ReopenPort("/dev/"), 1);
+    EXPECT_TRUE(speeds.empty());
+}
+
+TEST(WaitForPort, DescriptorOneIsAPort) {
+    World world;
+    ScriptedModem modem(world, kDevice);
+    int fd = -1;
+    {
+        const DescriptorClosed closed(STDOUT_FILENO);
+        fd = WaitForPort();
+    }
+    EXPECT_EQ(1, fd);
+    EXPECT_TRUE(world.log.empty());
 }
 
 TEST(WaitForPort, PortThatIsThereIsTakenAtOnce) {

@@ -234,6 +234,17 @@ TEST_F(RestartTest, DescriptorZeroCountsAsAPortThatCanNotBeReopened) {
     close(STDIN_FILENO);
 }
 
+TEST_F(RestartTest, DescriptorOneIsAPortAgain) {
+    RunEnd end = RunEnd::kPortLost;
+    {
+        const DescriptorClosed closed(STDOUT_FILENO);
+        end = Run();
+    }
+    EXPECT_EQ(RunEnd::kTaskEnded, end);
+    ASSERT_EQ(2u, cell->descriptors.size());
+    EXPECT_EQ(1, cell->descriptors.back());
+}
+
 TEST_F(RestartTest, CinterionIsFoundAgainAsTtyAcm) {
     world.OnSystem(kBoardScript, [&] { world.Write("/dev/ttyACM1", ""); });
     ScriptedModem reborn(world, "/dev/ttyACM1");

@@ -9,6 +9,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/open_descriptors.h"
+
 namespace {
 std::string mounts_path;  // stands in for /proc/mounts when set
 bool popen_fails = false;
@@ -104,6 +106,18 @@ TEST_F(MkUtilsFile, SmallFileThatCannotBeReadIsEmpty) {
     ReadSmallFile(test_path.c_str());
     EXPECT_STREQ("", ReadSmallFile((test_folder + "/none").c_str()));
     EXPECT_STREQ("", ReadSmallFile(test_folder.c_str()));
+}
+
+TEST_F(MkUtilsFile, NoFileIsLeftOpen) {
+    Write("proc /proc proc rw 0 0\n");
+    mounts_path = test_path;
+    const int before = OpenDescriptors();
+    EXPECT_TRUE(IsMounted("/proc"));
+    EXPECT_FALSE(IsMounted("/none"));
+    ReadSmallFile(test_path.c_str());
+    char output[4];
+    RunCommand("printf x", output, sizeof(output));
+    EXPECT_EQ(before, OpenDescriptors());
 }
 
 TEST_F(MkUtilsFile, CommandOutputIsTakenUpToTheCount) {

@@ -10,6 +10,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/open_descriptors.h"
+
 namespace {
 
 struct FakeInterface {
@@ -19,6 +21,9 @@ struct FakeInterface {
 
 std::vector<FakeInterface> interfaces;
 bool list_fails = false;
+bool socket_fails = false;
+size_t claimed_entries = 0;  // when not 0, more than there is room for
+int addresses_asked = 0;
 
 int AnswerList(ifconf* list) {
     if (list_fails) return -1;
@@ -26,7 +31,7 @@ int AnswerList(ifconf* list) {
     const size_t room = static_cast<size_t>(list->ifc_len) / sizeof(ifreq);
     const size_t count = interfaces.size() < room ? interfaces.size() : room;
     for (size_t i = 0; i < count; ++i) strncpy(list->ifc_req[i].ifr_name, interfaces[i].name, IFNAMSIZ);
-    list->ifc_len = static_cast<int>(count * sizeof(ifreq));
+    list->ifc_len = static_cast<int>((claimed_entries != 0 ? claimed_entries : count) * sizeof(ifreq));
     return 0;
 }
 
@@ -41,6 +46,11 @@ int AnswerAddress(ifreq* request, const char* text) {
 
 }  // namespace
 
+extern "C" int __real_socket(int domain, int type, int protocol);
+extern "C" int __wrap_socket(int domain, int type, int protocol) {
+    return socket_fails ? -1 : __real_socket(domain, type, protocol);
+}
+
 extern "C" int __wrap_ioctl(int, unsigned long request, ...) {
     va_list arguments;
     va_start(arguments, request);
@@ -48,6 +58,7 @@ extern "C" int __wrap_ioctl(int, unsigned long request, ...) {
     va_end(arguments);
     if (request == SIOCGIFCONF) return AnswerList(static_cast<ifconf*>(argument));
     auto* entry = static_cast<ifreq*>(argument);
+    if (request == SIOCGIFADDR) ++addresses_asked;
     for (const FakeInterface& fake : interfaces) {
         if (strncmp(fake.name, entry->ifr_name, IFNAMSIZ - 1) != 0) continue;
         if (request == SIOCGIFADDR) return AnswerAddress(entry, fake.address);
@@ -65,7 +76,9 @@ namespace {
 class MkUtilsNet : public testing::Test {
   protected:
     MkUtilsNet() {
-        list_fails = false;
+        list_fails = socket_fails = false;
+        claimed_entries = 0;
+        addresses_asked = 0;
         interfaces = {{"lo", "127.0.0.1", "255.0.0.0", 1},
                       {"eth0", "10.0.0.1", "255.255.255.0", 2},
                       {"wwan0", "10.0.0.2", "255.255.255.252", 3},
@@ -115,6 +128,28 @@ TEST_F(MkUtilsNet, ListThatCannotBeReadGivesMinusOne) {
     list_fails = true;
     EXPECT_EQ(-1, GetInterfaceAddress(test_address, test_mask, "eth"));
     EXPECT_EQ(-1, GetInterfaceMac(test_mac, "eth"));
+}
+
+TEST_F(MkUtilsNet, WithoutASocketThereIsMinusOne) {
+    socket_fails = true;
+    EXPECT_EQ(-1, GetInterfaceAddress(test_address, test_mask, "eth"));
+    EXPECT_EQ(-1, GetInterfaceMac(test_mac, "eth"));
+    EXPECT_STREQ("unset", test_address);
+}
+
+TEST_F(MkUtilsNet, NoSocketIsLeftOpen) {
+    const int before = OpenDescriptors();
+    GetInterfaceAddress(test_address, test_mask, "eth");
+    list_fails = true;
+    GetInterfaceAddress(test_address, test_mask, "eth");
+    EXPECT_EQ(before, OpenDescriptors());
+}
+
+TEST_F(MkUtilsNet, ListThatClaimsMoreThanItsRoomIsReadToItsEnd) {
+    interfaces.assign(16, {"x", "1.1.1.1", nullptr, 9});
+    claimed_entries = 17;
+    EXPECT_EQ(-1, GetInterfaceAddress(test_address, test_mask, ""));
+    EXPECT_EQ(16, addresses_asked);
 }
 
 TEST_F(MkUtilsNet, SixteenInterfacesAreLookedThrough) {

@@ -78,6 +78,38 @@ TEST(MkUtilsSun, DatesRunOnOverMonthsAndLeapDays) {
     }
 }
 
+// A day that is left out or counted twice shows as a jump.
+TEST(MkUtilsSun, EachDayFollowsTheFormerSmoothlyAllYear) {
+    for (const int year : {2023, 2024}) {
+        const int days_of_months[] = {31, year % 4 == 0 ? 29 : 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+        int32_t former = 0;
+        int32_t former_step = 0;
+        int count = 0;
+        for (int month = 1; month <= 12; ++month) {
+            for (int day = 1; day <= days_of_months[month - 1]; ++day) {
+                const SunTimes times = GetSunTimes(year, month, day, 60, 0);
+                ASSERT_EQ(SunDay::kNormal, times.day);
+                const int32_t step = times.sunset_seconds - times.sunrise_seconds - former;
+                if (count >= 2) {
+                    EXPECT_NEAR(former_step, step, 15) << year << "-" << month << "-" << day;
+                }
+                former = times.sunset_seconds - times.sunrise_seconds;
+                former_step = step;
+                ++count;
+            }
+        }
+    }
+}
+
+TEST(MkUtilsSun, YearsFrom1800To2200AreKnown) {
+    for (const int year : {1800, 1801, 2199, 2200}) {
+        EXPECT_EQ(SunDay::kNormal, GetSunTimes(year, 12, 31, 0, 0).day) << year;
+    }
+    for (const int year : {1799, 2201}) {
+        EXPECT_EQ(SunDay::kUnknown, GetSunTimes(year, 6, 15, 0, 0).day) << year;
+    }
+}
+
 TEST(MkUtilsSun, NoSuchPlaceOrDateIsUnknown) {
     EXPECT_EQ(SunDay::kUnknown, GetSunTimes(2024, 0, 1, 0, 0).day);
     EXPECT_EQ(SunDay::kUnknown, GetSunTimes(2024, 13, 1, 0, 0).day);

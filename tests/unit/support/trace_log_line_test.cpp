@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <cwchar>
 #include <string>
 #include <vector>
 
@@ -74,6 +75,14 @@ TEST_F(TraceLog, MessageThatJustFitsKeepsItsLineEnd) {
 TEST_F(TraceLog, FormatWithoutLineEndLosesItsLastCharacterInTheForwardedCopyOnly) {
     EXPECT_EQ(Local(5, "hello"), Line("hello"));
     EXPECT_EQ(forwarded, Texts{"hell"});
+}
+
+TEST_F(TraceLog, MessageThatCannotBeFormattedLeavesThePlaceAlone) {
+    constexpr wint_t kNoCharacter = 0x7FFFFFFF;
+    testing::internal::CaptureStdout();
+    trace_log("dir/file.cpp", "Task", 42, 5, "hello %lc\n", kNoCharacter);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), Line(""));
+    EXPECT_EQ(forwarded, Texts{""});
 }
 
 TEST_F(TraceLog, EmptyMessageForwardsAnEmptyText) {
@@ -223,6 +232,28 @@ TEST_F(TraceHexdump, LevelBelowTheThresholdIsForwardedAlone) {
     Init({"-Dl", "0"});
     EXPECT_EQ(Dump("f", "g", 0, 5, 2), "");
     EXPECT_EQ(forwarded, Texts{"00 0a "});
+}
+
+TEST_F(TraceHexdump, Level6IsForwarded) {
+    EXPECT_EQ(Dump("f", "g", 0, 6, 2), "00 0a \n");
+    EXPECT_EQ(forwarded, Texts{"00 0a "});
+}
+
+TEST_F(TraceHexdump, GivesItsMemoryBack) {
+    const unsigned char byte = 0;
+    testing::internal::CaptureStdout();
+    trace_hexdump("f", "g", 0, 5, &byte, 1);  // warm-up: the buffer of the stream
+    around.mallocs = around.frees = 0;
+    trace_hexdump("f", "g", 0, 5, &byte, 1);
+    const int mallocs = around.mallocs;
+    const int frees = around.frees;
+    testing::internal::GetCapturedStdout();
+    EXPECT_EQ(mallocs, 2);
+    EXPECT_EQ(frees, 2);
+    around.mallocs_until_failure = 1;
+    around.frees = 0;
+    trace_hexdump("f", "g", 0, 5, &byte, 1);
+    EXPECT_EQ(around.frees, 1) << "the first one, when there is no second";
 }
 
 TEST_F(TraceHexdump, MemoryThatRunsOutLosesTheDumpWithoutAWord) {

@@ -134,6 +134,11 @@ TEST_F(TraceLog, OtherWordsAreSkippedAndCaseCounts) {
     EXPECT_EQ(trace_level, 5);
 }
 
+TEST_F(TraceLog, OtherWordTakesNoneAlong) {
+    EXPECT_EQ(Init({"-t", "-Dl", "7", "-h"}), "Trace level 7\n");
+    EXPECT_EQ(trace_level, 7);
+}
+
 TEST_F(TraceLog, MemoryThatRunsOutLosesTheNameButNotTheEcho) {
     around.mallocs_until_failure = 0;
     EXPECT_EQ(Init({"-Df", "Task"}), "Trace function Task\n");
