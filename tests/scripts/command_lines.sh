@@ -86,7 +86,7 @@ for file in "${scripts[@]}" $TOOLS; do
 done
 
 # What is wrong, in each one's words.
-for file in bench/bus bench/measure scripts/{fifo,fuzz,lint,private-view,run,setup,test} simulator/QFirehose $TOOLS; do
+for file in bench/bus bench/measure scripts/{coverage,fifo,fuzz,lint,private-view,run,setup,test} simulator/QFirehose $TOOLS; do
     refused "$file" "unknown option --bogus" --bogus
 done
 
@@ -114,6 +114,9 @@ refused scripts/test "unexpected argument \"unit\"" unit
 refused scripts/setup "--board wants a value" --board
 refused scripts/setup "no board is called \"pdp11\"; there is: $boards" --board pdp11
 refused scripts/setup "unexpected argument \"arm64\"" arm64
+
+refused scripts/coverage "unexpected argument \"unit\"" unit
+refused scripts/coverage "--report: there is no build-coverage: no tests have been counted" --report
 
 refused scripts/lint "there is no file \"nosuch.cpp\"" --all nosuch.cpp
 refused scripts/lint "\"/bin/sh\" isn't below $COPY" /bin/sh
