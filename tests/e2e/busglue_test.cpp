@@ -5,6 +5,7 @@
 #include "platform/busglue/busglue.h"
 
 #include <sys/prctl.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <syslog.h>
 #include <unistd.h>
@@ -266,6 +267,30 @@ TEST_F(BusglueTest, FailedJoinCanBeRepeated) {
     StartBus();
     EXPECT_GE(JoinAsDaemon(AnswerReversed), 0);
     EXPECT_LT(JoinAsDaemon(AnswerReversed), 0);  // but a process joins once
+}
+
+TEST_F(BusglueTest, JoinThatRunsOutOfDescriptorsCanBeRepeated) {
+    rlimit limit = {};
+    ASSERT_EQ(0, getrlimit(RLIMIT_NOFILE, &limit));
+    const int first_free = dup(STDERR_FILENO);
+    close(first_free);
+    std::string words;
+    // The more it may open, the further it gets; the last it wants is what wakes its thread.
+    for (int more = 1; more < 20; ++more) {
+        const rlimit tight = {static_cast<rlim_t>(first_free + more), limit.rlim_max};
+        testing::internal::CaptureStderr();  // takes one
+        ASSERT_EQ(0, setrlimit(RLIMIT_NOFILE, &tight));
+        const int result = JoinAsDaemon(AnswerReversed);
+        ASSERT_EQ(0, setrlimit(RLIMIT_NOFILE, &limit));
+        words = testing::internal::GetCapturedStderr();
+        if (words.find("can't start the bus thread") != std::string::npos) {
+            EXPECT_LT(result, 0);
+            break;
+        }
+        ASSERT_LT(result, 0) << "it got all that it wanted";
+    }
+    EXPECT_EQ("busglue: can't start the bus thread: Too many open files\n", words);
+    EXPECT_GE(JoinAsDaemon(AnswerReversed), 0);
 }
 
 TEST_F(BusglueTest, NamesThatCannotBeOwnedAreNegative) {
