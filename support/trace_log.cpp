@@ -139,6 +139,7 @@ void trace_init(int argc, char** argv) {
     for (int i = 1; i + 1 < argc; ++i) {
         const char* word = argv[i];
         const char* value = argv[i + 1];
+        // NOLINTNEXTLINE(clang-analyzer-core.NonNullParamChecker): only the one after the last word is null
         if (strcmp(word, "-DF") == 0) {
             AddName(&trace_file_list, value);
             // The echo shows the word after the value, not the value: visible outside, keep.

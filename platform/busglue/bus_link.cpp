@@ -29,7 +29,7 @@ constexpr size_t kQueueLimit = 256;   // peers that answer nothing for so long w
 // The largest frame has 30731 bytes; one that is a little longer still gets its answer. What is left is for
 // the names in front of it, of which none has more than 255. libdbus believes a length of up to 128 MiB
 // otherwise, and makes room for it twice.
-constexpr long kMessageSizeLimit = 32 * 1024;
+constexpr long kMessageSizeLimit = 32L * 1024;
 constexpr long kReceivedSizeLimit = 128 * kMessageSizeLimit;  // taken in while the bus itself is asked
 
 int64_t NowMs() {

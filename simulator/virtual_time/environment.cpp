@@ -23,9 +23,9 @@ struct CommandOutput {
     bool ended = false;
 };
 
-void WaitSeconds(Environment* environment, int64_t seconds) {
-    if (seconds > 0 && Environment::OfThisThread() == environment) {
-        environment->scheduler.Sleep(seconds * kMicrosecondsPerSecond);
+void WaitSeconds(Environment& environment, int64_t seconds) {
+    if (seconds > 0 && Environment::OfThisThread() == &environment) {
+        environment.scheduler.Sleep(seconds * kMicrosecondsPerSecond);
     }
 }
 
@@ -33,12 +33,12 @@ ssize_t ReadCommandOutput(void* cookie, char* to, size_t size) {
     CommandOutput* output = static_cast<CommandOutput*>(cookie);
     const std::string& text = output->answer.output;
     if (output->position == text.size()) {
-        if (!output->ended) WaitSeconds(output->environment, output->answer.takes_seconds);
+        if (!output->ended) WaitSeconds(*output->environment, output->answer.takes_seconds);
         output->ended = true;
         return 0;
     }
     const bool at_line_start = output->position == 0 || text[output->position - 1] == '\n';
-    if (at_line_start) WaitSeconds(output->environment, output->answer.seconds_before_line);
+    if (at_line_start) WaitSeconds(*output->environment, output->answer.seconds_before_line);
     const size_t line_end = text.find('\n', output->position);
     const size_t end = line_end == std::string::npos ? text.size() : line_end + 1;
     const size_t count = std::min(size, end - output->position);
@@ -50,7 +50,7 @@ ssize_t ReadCommandOutput(void* cookie, char* to, size_t size) {
 /// pclose waits for the command's end, whether its output was read to the end or not.
 int CloseCommandOutput(void* cookie) {
     CommandOutput* output = static_cast<CommandOutput*>(cookie);
-    if (!output->ended) WaitSeconds(output->environment, output->answer.takes_seconds);
+    if (!output->ended) WaitSeconds(*output->environment, output->answer.takes_seconds);
     delete output;
     return 0;
 }

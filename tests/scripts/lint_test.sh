@@ -294,5 +294,18 @@ PATH=$run_path lint network_daemon/good.cpp
 PATH=$run_path lint network_daemon/rules.cpp
 [ $status -eq 1 ] || fail "faults without clang-format: status $status"
 
+# A tool that breaks isn't one that finds nothing.
+rm "$STUBS"/*
+echo "Nonsense: 1" >>"$TREE/.clang-format"
+lint network_daemon/good.cpp
+[ $status -eq 1 ] && [[ $output == ".clang-format:1: layout: couldn't be looked at: "* ]] || fail "a broken .clang-format: $output"
+cp "$REPOSITORY/.clang-format" "$TREE"
+for tool in clang-tidy shellcheck; do
+    stub $tool '[ "$1" != --version ] || exec '"$(command -v $tool)"' --version' 'echo "out of memory" >&2' 'exit 3'
+done
+PATH=$run_path lint network_daemon/good.cpp packaging/board/good
+[ "$output" = "network_daemon/good.cpp:1: clang-tidy: couldn't be looked at: out of memory
+packaging/board/good:1: shellcheck: couldn't be looked at: out of memory" ] || fail "broken tools: $output"
+
 echo "$(wc -l <"$SCRATCH/wanted") faults: $failures failures"
 [ $failures -eq 0 ]

@@ -3,6 +3,7 @@
 #include <time.h>
 
 #include <cassert>
+#include <cmath>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -20,7 +21,7 @@ World* active_world = nullptr;
 constexpr double kDefaultEnd_seconds = 24 * 3600;
 
 int64_t ToMicroseconds(double seconds) {
-    return static_cast<int64_t>(seconds * virtual_time::kMicrosecondsPerSecond + 0.5);
+    return llround(seconds * virtual_time::kMicrosecondsPerSecond);
 }
 
 double ToSeconds(int64_t microseconds) {

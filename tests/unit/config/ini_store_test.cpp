@@ -240,7 +240,7 @@ TEST_F(IniStore, LongLineComesInPiecesOf1023Characters) {
 }
 
 TEST_F(IniStore, NulBytesEndALineForItsReaders) {
-    Load(std::string("A=1\0B=2\n\0C=3\nD\0=4\nE=5\n", 23));
+    Load(std::string("A=1\0B=2\n\0C=3\nD\0=4\nE=5\n", 22));
     EXPECT_EQ(Entries(), (Pairs{{"A", "1"}, {"E", "5"}}));
 }
 

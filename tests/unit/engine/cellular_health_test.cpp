@@ -13,7 +13,6 @@
 namespace cc_cell {
 namespace {
 
-using test_support::ScriptedModem;
 using test_support::World;
 
 constexpr char kAnyProbe[] = "ping ";

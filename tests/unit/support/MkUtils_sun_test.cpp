@@ -59,7 +59,7 @@ TEST(MkUtilsSun, NoonIsAtTwelveWhenTheEquationOfTimeIsZero) {
     const int dates[][2] = {{4, 15}, {6, 13}, {9, 1}, {12, 25}};
     for (const auto& date : dates) {
         const SunTimes times = GetSunTimes(2024, date[0], date[1], 0, 0);
-        EXPECT_NEAR(At(12, 0, 0), (times.sunrise_seconds + times.sunset_seconds) / 2, kTolerance_seconds);
+        EXPECT_NEAR(At(12, 0, 0), (times.sunrise_seconds + times.sunset_seconds) / 2.0, kTolerance_seconds);
     }
 }
 
