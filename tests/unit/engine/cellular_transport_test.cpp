@@ -164,8 +164,8 @@ TEST_F(Transport, FailedReadsCountAsSilence) {
     modem.On("AT", "\r\nOK\r\n");
     modem.Unsolicited(0.5, "abc");
     sleep(1);
-    modem.FailReads(
-        5);  // a read a millisecond: one while old text is dropped, four while the answer is awaited
+    // A look a millisecond: one while old text is dropped, four while the answer is awaited.
+    modem.FailReads(5);
     EXPECT_STREQ(cell.AtRequest("AT"), "\r\nOK\r") << "behind four failures and three bytes it begins at -1";
     EXPECT_EQ(world.log.size(), 1u);  // nothing was dropped as a text
 }
