@@ -4,6 +4,8 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 #include "tests/fuzz/fuzz_check.h"
@@ -61,7 +63,8 @@ std::string FakePort::Read(size_t size) {
     return bytes;
 }
 
-// The calls of the serial port, and pauses. Each passes on what isn't for the port.
+// The calls of the serial port, pauses, and what a driver does beside its port: nothing of that is done. Each
+// passes on what isn't for the port.
 
 extern "C" int __real_select(int count, fd_set* reads, fd_set* writes, fd_set* excepts, timeval* timeout);
 extern "C" int __wrap_select(int count, fd_set* reads, fd_set* writes, fd_set* excepts, timeval* timeout) {
@@ -92,4 +95,27 @@ extern "C" unsigned __wrap_sleep(unsigned seconds) {
     if (port == nullptr) return __real_sleep(seconds);
     port->waited_ms += int64_t{seconds} * 1000;
     return 0;
+}
+
+extern "C" int __real_usleep(useconds_t microseconds);
+extern "C" int __wrap_usleep(useconds_t microseconds) {
+    if (port == nullptr) return __real_usleep(microseconds);
+    port->waited_ms += microseconds / 1000;
+    return 0;
+}
+
+extern "C" int __real_system(const char* command);
+extern "C" int __wrap_system(const char* command) {
+    return port == nullptr ? __real_system(command) : 0;
+}
+
+extern "C" FILE* __real_popen(const char* command, const char* mode);
+extern "C" FILE* __wrap_popen(const char* command, const char* mode) {
+    return port == nullptr ? __real_popen(command, mode) : nullptr;
+}
+
+extern "C" FILE* __real_fopen(const char* path, const char* mode);
+extern "C" FILE* __wrap_fopen(const char* path, const char* mode) {
+    if (port == nullptr) return __real_fopen(path, mode);
+    return mode[0] == 'w' ? __real_fopen("/dev/null", mode) : nullptr;
 }

@@ -3,12 +3,12 @@
 // fit each other, and the same answers give the same object.
 #include <algorithm>
 #include <cctype>
-#include <cstring>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "network_daemon/main.h"
+#include "tests/fuzz/cell_texts.h"
 #include "tests/fuzz/fake_port.h"
 #include "tests/fuzz/fuzz_check.h"
 #include "tests/fuzz/fuzz_input.h"
@@ -19,7 +19,6 @@ namespace {
 
 using Texts = std::vector<std::string>;
 
-constexpr int kFamilies = 16;  // more than there are: a code that isn't given out has no driver
 constexpr int kMostCommands = 40;
 
 /// What the checks of the SIM leave in a driver.
@@ -34,12 +33,6 @@ struct Identity {
                commands == other.commands;
     }
 };
-
-template <size_t N>
-std::string TextOf(const char (&text)[N]) {
-    FUZZ_CHECK(memchr(text, '\0', N) != nullptr);
-    return text;
-}
 
 bool IsSimResult(int32_t result) {
     return result == cc_cell::kSimReady || result == cc_cell::kSimNotReady;
@@ -72,10 +65,8 @@ Identity CheckSim(int vendor, const Texts& answers) {
     identity.results.push_back(cell->CheckIfSimCardReady());
     CheckReadiness(*cell, identity.results.back());
 
-    identity.texts = {TextOf(cell->m_csIMEI),     TextOf(cell->m_card_imsi),  TextOf(cell->m_card_iccid),
-                      TextOf(cell->m_carrier),    TextOf(cell->m_fw_version), TextOf(cell->m_NetworkType),
-                      TextOf(cell->m_vendor_name)};
-    for (const std::string& text : {identity.texts[0], identity.texts[1]}) {
+    identity.texts = TextsOf(*cell);
+    for (const std::string text : {cell->m_csIMEI, cell->m_card_imsi}) {
         FUZZ_CHECK(text.find_first_of("\r\n") == std::string::npos);
     }
     FUZZ_CHECK(cell->m_carrier_code >= 0 && cell->m_carrier_code <= 4);
@@ -91,7 +82,7 @@ Identity CheckSim(int vendor, const Texts& answers) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
     if (size == 0) return 0;
     const Texts answers = SplitInput(bytes + 1, size - 1, kRecordSeparator);
-    const int vendor = bytes[0] % kFamilies;
+    const int vendor = bytes[0] % kVendorCodes;
     FUZZ_CHECK(CheckSim(vendor, answers) == CheckSim(vendor, answers));
     return 0;
 }
