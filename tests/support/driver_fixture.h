@@ -11,21 +11,11 @@
 
 #include "network_daemon/cellular.h"
 #include "support/text_util.h"
+#include "tests/support/driver_facts.h"
 #include "tests/support/driver_families.h"
 #include "tests/support/test_world.h"
 
 namespace cc_cell {
-
-using Texts = std::vector<std::string>;
-
-constexpr char kOk[] = "\r\nOK\r\n";
-constexpr char kError[] = "\r\nERROR\r\n";
-constexpr char kNoSim[] = "\r\n+CME ERROR: SIM not inserted\r\n";
-
-/// One line of information and "OK", as a modem without echo frames them.
-inline std::string Answer(const std::string& line) {
-    return "\r\n" + line + "\r\n" + kOk;
-}
 
 /// An answer that is too long: of `text` at its end an exchange takes only the first `kept` characters.
 inline std::string CutAfter(size_t kept, const std::string& text) {
@@ -54,12 +44,6 @@ inline Texts Joined(Texts first, const Texts& second) {
     first.insert(first.end(), second.begin(), second.end());
     return first;
 }
-
-/// What stands in the settings file about the call.
-struct CallSettings {
-    std::string apn, username, password, pin;
-    int32_t auth_type;
-};
 
 /// The driver that the factory has for a family, on the port of a scripted modem.
 class DriverTest : public testing::Test {
@@ -177,34 +161,40 @@ class DriverTest : public testing::Test {
     CellBase& cell;
 };
 
-/// A check that runs for each family of the factory, with the family's row of a table: `struct Row` begins
-/// with the family. A family that has no row fails.
-template <class Row>
+/// A check that runs for each family of the factory, with a part of the family's facts. A family that has
+/// none fails.
+template <class Part>
 class FamilyTest : public DriverTest, public testing::WithParamInterface<VendorType> {
   protected:
+    explicit FamilyTest(Part DriverFacts::*part) : DriverTest(GetParam()) {
+        const DriverFacts* facts = FactsOf(GetParam());
+        if (facts != nullptr) row = &(facts->*part);
+    }
+
+    /// For relatives that share a source: with a table of their suite, whose rows begin with the family.
     template <size_t N>
-    explicit FamilyTest(const Row (&rows)[N]) : DriverTest(GetParam()) {
-        for (const Row& each : rows) {
+    explicit FamilyTest(const Part (&table)[N]) : DriverTest(GetParam()) {
+        for (const Part& each : table) {
             if (each.family == GetParam()) row = &each;
         }
     }
 
     void SetUp() override {
         DriverTest::SetUp();
-        ASSERT_NE(nullptr, row) << "no row for " << GetParam() << " in the table of this suite";
+        ASSERT_NE(nullptr, row) << "no facts: tests/unit/drivers/facts/" << GetParam() << ".cpp is missing";
     }
 
-    const Row* row = nullptr;
+    const Part* row = nullptr;
 };
 
-/// The families whose row `holds`, and those that have none, so that the test tells of them.
-template <class Row, size_t N, class Condition>
-std::vector<VendorType> FamiliesWhere(const Row (&rows)[N], Condition holds) {
+/// The families whose part of the facts `holds`, and those that have no facts, so that the test tells of
+/// them.
+template <class Part, class Condition>
+std::vector<VendorType> FamiliesWhere(Part DriverFacts::*part, Condition holds) {
     std::vector<VendorType> families;
     for (const VendorType family : EachFamily()) {
-        bool is_left_out = false;
-        for (const Row& row : rows) is_left_out |= row.family == family && !holds(row);
-        if (!is_left_out) families.push_back(family);
+        const DriverFacts* facts = FactsOf(family);
+        if (facts == nullptr || holds(facts->*part)) families.push_back(family);
     }
     return families;
 }

@@ -10,92 +10,6 @@ using namespace cc_cell;
 
 namespace {
 
-void ReadSignal(CellBase& cell) {
-    cell.CheckSignalStatus();
-}
-void ReadNeighbour(CellBase& cell) {
-    cell.CheckNeighbourSignal();
-}
-void CheckLink(CellBase& cell) {
-    cell.CheckConnection();
-}
-
-/// What m_RSRP_LEVEL becomes.
-enum class Level { kUntouched, kRsrpOfList, kRsrpOfObject };
-
-struct ServingRow {
-    VendorType family;
-    void (*read)(CellBase& cell);
-    const char* operation;  // that the lines name
-    Texts questions;        // the first brings the list
-    double seconds;
-    const char* prefix;
-    std::string list;  // with the places of the values
-    Level level;
-    size_t shown_limit;       // characters of a field that the log shows
-    const char* head;         // of the line with the whole list
-    const char* head_end;     // and its end
-    const char* name;         // of the lines that show a value
-    Texts last_lines;         // after those, for the list as it stands in kValues
-    const char* other_radio;  // the line about a list without "LTE"; null: that is as good
-};
-
-constexpr char kServingQuestion[] = "AT+QENG=\"servingcell\"\r\n";
-constexpr char kServingList[] =
-    "\"servingcell\",\"NOCONN\",\"LTE\",\"FDD\",460,01,9A6A10C,{pcid},1650,{band},5,5,25F0,{rsrp},-11,-68,{"
-    "sinr},27";
-
-ServingRow Quectel(VendorType family, const char* head_end) {
-    return {family,
-            ReadSignal,
-            "CheckSignalStatus",
-            {kServingQuestion},
-            1,
-            "+QENG: ",
-            kServingList,
-            Level::kRsrpOfList,
-            15,
-            "AT+QENG common str:",
-            head_end,
-            "QENG info",
-            {},
-            "3 AT+QENG signal return not LTE!!! \n"};
-}
-
-const ServingRow kServing[] = {
-    {kVendorZte,
-     ReadNeighbour,
-     "CheckNeighbourSignal",
-     {"AT+ZCELLINFO?"},
-     10,
-     "+ZCELLINFO: ",
-     "5A1C,LTE,{pcid},{band},1650",
-     Level::kRsrpOfObject,
-     15,
-     "ZCELLINFO common str:",
-     "!!!\r\n",
-     "CELLINFO info",
-     {"7 CELLINFO info, m_RSRP_LEVEL:-90 !\n"},
-     "3 AT+CELLINFO? return not LTE!!! \n"},
-    Quectel(kVendorQuectelQcom, " \r\n"),
-    Quectel(kVendorQuectelUnisoc, "!!!\r\n"),
-    Quectel(kVendorQuectelAsr, "!!!\r\n"),
-    {kVendorLynq,
-     CheckLink,
-     "CheckConnection",
-     {"AT+CPSI?", "AT+NETOPEN?"},
-     2,
-     "+CPSI:",
-     "LTE,Online,460-00,0x5A1C,187905552,{pcid},{band},1650,100,100,-11,{rsrp},-67,23,{sinr}",
-     Level::kUntouched,
-     23,
-     "AT+CPSI common str:",
-     "!!!\r\n",
-     "CPSI info",
-     {"5 Network type:LTE\n", "7 AT+NETOPEN? and response \n"},
-     nullptr},
-};
-
 /// The values of a cell: those that a driver had before, and those of the list.
 struct Values {
     std::string pcid, band, rsrp, level, sinr;
@@ -128,9 +42,13 @@ size_t CountFields(const std::string& list) {
     return count;
 }
 
-class ServingCellTest : public FamilyTest<ServingRow> {
+bool IsReported(const ServingCellFacts& cell) {
+    return cell.read != nullptr;
+}
+
+class ServingCellTest : public FamilyTest<ServingCellFacts> {
   protected:
-    ServingCellTest() : FamilyTest(kServing) {}
+    ServingCellTest() : FamilyTest(&DriverFacts::serving_cell) {}
 
     void SetUp() override {
         FamilyTest::SetUp();
@@ -173,7 +91,7 @@ class ServingCellTest : public FamilyTest<ServingRow> {
     Values Left(Values values) const {
         if (!Has("{rsrp}")) values.rsrp = kBefore.rsrp;
         if (!Has("{sinr}")) values.sinr = kBefore.sinr;
-        values.level = row->level == Level::kUntouched ? kBefore.level : values.rsrp;
+        values.level = row->level == CellLevel::kUntouched ? kBefore.level : values.rsrp;
         return values;
     }
 
@@ -272,32 +190,19 @@ TEST_P(ServingCellTest, ListOfAnotherRadioIsAnError) {
     }
 }
 
-template <class Row, size_t N>
-std::vector<VendorType> FamiliesOf(const Row (&rows)[N]) {
-    std::vector<VendorType> families;
-    for (const Row& row : rows) families.push_back(row.family);
-    return families;
+INSTANTIATE_TEST_SUITE_P(, ServingCellTest,
+                         testing::ValuesIn(FamiliesWhere(&DriverFacts::serving_cell, IsReported)),
+                         FamilyOfTest);
+
+bool IsAsked(const NeighbourCellFacts& cell) {
+    return cell.fields != 0;
 }
 
-INSTANTIATE_TEST_SUITE_P(, ServingCellTest, testing::ValuesIn(FamiliesOf(kServing)), FamilyOfTest);
-
-struct NeighbourRow {
-    VendorType family;
-    size_t fields;
-    size_t rsrp;  // place of the signal among them
-};
-
-constexpr NeighbourRow kNeighbours[] = {
-    {kVendorQuectelQcom, 13, 5},
-    {kVendorQuectelUnisoc, 12, 4},
-    {kVendorQuectelAsr, 13, 4},
-};
-
-class NeighbourCellTest : public FamilyTest<NeighbourRow> {
+class NeighbourCellTest : public FamilyTest<NeighbourCellFacts> {
   protected:
     static constexpr size_t kPcid = 3;
 
-    NeighbourCellTest() : FamilyTest(kNeighbours) {}
+    NeighbourCellTest() : FamilyTest(&DriverFacts::neighbour_cell) {}
 
     void SetUp() override {
         FamilyTest::SetUp();
@@ -372,6 +277,8 @@ TEST_P(NeighbourCellTest, AnswerWithoutAListChangesNothing) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(, NeighbourCellTest, testing::ValuesIn(FamiliesOf(kNeighbours)), FamilyOfTest);
+INSTANTIATE_TEST_SUITE_P(, NeighbourCellTest,
+                         testing::ValuesIn(FamiliesWhere(&DriverFacts::neighbour_cell, IsAsked)),
+                         FamilyOfTest);
 
 }  // namespace

@@ -1,5 +1,5 @@
 // The registration test of the drivers: LTE first, then the packet side; with Quectel modules the
-// circuit-switched side before both. Families that ask in words of their own have it in their own suites.
+// circuit-switched side before both. Families that ask in words of their own have that in their own suites.
 #include <string>
 #include <vector>
 
@@ -8,33 +8,6 @@
 using namespace cc_cell;
 
 namespace {
-
-enum class Way {
-    kTwoSteps,    // AT+CEREG?, and AT+CGREG? unless that is enough
-    kThreeSteps,  // the same after AT+CREG?
-    kOwn,
-};
-
-struct RegistrationRow {
-    VendorType family;
-    Way way;
-};
-
-constexpr RegistrationRow kRegistrations[] = {
-    {kVendorLongSung, Way::kOwn},
-    {kVendorChuangYi, Way::kOwn},
-    {kVendorNodeCom, Way::kTwoSteps},
-    {kVendorHuaWei, Way::kTwoSteps},
-    {kVendorZte, Way::kTwoSteps},
-    {kVendorQuectelQcom, Way::kThreeSteps},
-    {kVendorQuectelUnisoc, Way::kThreeSteps},
-    {kVendorQuectelAsr, Way::kThreeSteps},
-    {kVendorSimCom, Way::kTwoSteps},
-    {kVendorCinterion, Way::kTwoSteps},
-    {kVendorFibocom, Way::kTwoSteps},
-    {kVendorLynq, Way::kOwn},
-    {kVendorFibocomLe, Way::kTwoSteps},
-};
 
 constexpr int32_t kBefore = 9;  // a stat that no answer here gives
 
@@ -61,9 +34,17 @@ const RegistrationCase kCases[] = {
     {"", "", kBefore, kBefore, false},
 };
 
-class RegistrationTest : public FamilyTest<RegistrationRow> {
+bool IsShared(Registration way) {
+    return way != Registration::kOwn;
+}
+
+bool HasThreeSteps(Registration way) {
+    return way == Registration::kThreeSteps;
+}
+
+class RegistrationTest : public FamilyTest<Registration> {
   protected:
-    RegistrationTest() : FamilyTest(kRegistrations) {}
+    RegistrationTest() : FamilyTest(&DriverFacts::registration) {}
 
     void SetUp() override {
         FamilyTest::SetUp();
@@ -82,18 +63,17 @@ TEST_P(RegistrationTest, LteOrElseThePacketSideDecidesAndEachStatIsKept) {
         EXPECT_EQ(test.is_registered ? 1 : 0, cell.CheckServiceStatus()) << test.lte << test.packet;
         EXPECT_EQ(test.lte_stat, cell.m_CEREG) << test.lte << test.packet;
         EXPECT_EQ(test.packet_stat, cell.m_CGREG) << test.lte << test.packet;
-        Texts questions = row->way == Way::kThreeSteps ? Texts{"AT+CREG?", "AT+CEREG?"} : Texts{"AT+CEREG?"};
+        Texts questions = HasThreeSteps(*row) ? Texts{"AT+CREG?", "AT+CEREG?"} : Texts{"AT+CEREG?"};
         if (!IsRegistered(test.lte_stat)) questions.push_back("AT+CGREG?");
         EXPECT_EQ(questions, modem.Sent()) << test.lte << test.packet;
         const Texts lines = {"7 CheckServiceStatus: Get_network_check_times 1\n"};
-        EXPECT_EQ(row->way == Way::kThreeSteps ? lines : Texts{}, TakeLines()) << test.lte << test.packet;
+        EXPECT_EQ(HasThreeSteps(*row) ? lines : Texts{}, TakeLines()) << test.lte << test.packet;
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    , RegistrationTest,
-    testing::ValuesIn(FamiliesWhere(kRegistrations, [](const auto& row) { return row.way != Way::kOwn; })),
-    FamilyOfTest);
+INSTANTIATE_TEST_SUITE_P(, RegistrationTest,
+                         testing::ValuesIn(FamiliesWhere(&DriverFacts::registration, IsShared)),
+                         FamilyOfTest);
 
 class CircuitSideTest : public RegistrationTest {};
 
@@ -123,8 +103,7 @@ TEST_P(CircuitSideTest, LaterTestsGoOnWhateverTheCircuitSwitchedSideSays) {
 }
 
 INSTANTIATE_TEST_SUITE_P(, CircuitSideTest,
-                         testing::ValuesIn(FamiliesWhere(
-                             kRegistrations, [](const auto& row) { return row.way == Way::kThreeSteps; })),
+                         testing::ValuesIn(FamiliesWhere(&DriverFacts::registration, HasThreeSteps)),
                          FamilyOfTest);
 
 }  // namespace

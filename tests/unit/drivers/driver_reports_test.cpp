@@ -9,34 +9,19 @@ using namespace cc_cell;
 
 namespace {
 
-struct ReportRow {
-    VendorType family;
-    std::vector<int32_t> hints;  // that the driver acts on; all others are the engine's
-};
+using Hints = std::vector<int32_t>;
 
-const ReportRow kReports[] = {
-    {kVendorLongSung, {kHintDataStatus}},
-    {kVendorChuangYi, {kHintDataStatus}},  // though no row of its own gives it
-    {kVendorNodeCom, {kHintDataStatus}},
-    {kVendorHuaWei, {kHintHcsq}},
-    {kVendorZte, {kHintZpas}},
-    {kVendorQuectelQcom, {}},
-    {kVendorQuectelUnisoc, {}},
-    {kVendorQuectelAsr, {}},
-    {kVendorSimCom, {}},
-    {kVendorCinterion, {kHintZpas}},  // though no row of its own gives it
-    {kVendorFibocom, {}},
-    {kVendorLynq, {}},
-    {kVendorFibocomLe, {}},
-};
-
-bool HasHint(const ReportRow& row, int32_t hint) {
-    return std::find(row.hints.begin(), row.hints.end(), hint) != row.hints.end();
+bool HasHint(const Hints& hints, int32_t hint) {
+    return std::find(hints.begin(), hints.end(), hint) != hints.end();
 }
 
-class ReportTest : public FamilyTest<ReportRow> {
+bool HasDataStatus(const Hints& hints) {
+    return HasHint(hints, kHintDataStatus);
+}
+
+class ReportTest : public FamilyTest<Hints> {
   protected:
-    ReportTest() : FamilyTest(kReports) {}
+    ReportTest() : FamilyTest(&DriverFacts::hints) {}
 
     int32_t Deal(int32_t hint, int32_t value) {
         AtResult record = {};
@@ -84,9 +69,7 @@ TEST_P(DataStatusReportTest, StatusOtherThan0IsOnline) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    , DataStatusReportTest,
-    testing::ValuesIn(FamiliesWhere(kReports, [](const auto& row) { return HasHint(row, kHintDataStatus); })),
-    FamilyOfTest);
+INSTANTIATE_TEST_SUITE_P(, DataStatusReportTest,
+                         testing::ValuesIn(FamiliesWhere(&DriverFacts::hints, HasDataStatus)), FamilyOfTest);
 
 }  // namespace

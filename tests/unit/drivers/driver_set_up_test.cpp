@@ -19,117 +19,17 @@ extern "C" int32_t __wrap__ZN7cc_cell8CellBase10InitializeEv(CellBase* cell) {
 
 namespace {
 
-struct Step {
-    std::string command;
-    double seconds = 1;  // until the next command, or the end; one goes by for the answer
-};
-
-struct SetUpRow {
-    VendorType family;
-    const char* interface_name;
-    const char* maker;
-    const char* firmware;     // when the modem doesn't tell it
-    std::vector<Step> steps;  // with the settings below, after the engine's set-up
-    const char* word = "";    // in the answer to ATI, in front of the firmware; not asked without one
-    size_t limit = 0;         // characters after the word that are stored
-    Texts lines_before = {};  // what the log says in front of the model, and after it
-    Texts lines_after = {};
-    Texts shell = {};
-    bool is_after_engines = true;  // false: the steps are all there is
-};
-
-const CallSettings kSettings = {"cmnet", "me", "secret", "1234", 2};
-const std::string kApn = "AT+CGDCONT=1,\"IPV4V6\",\"cmnet\"";
-const std::string kContext = "AT+QICSGP=1,1,\"cmnet\",\"me\",\"secret\",2\r\n";
-const std::string kAccount = "AT+MGAUTH=1,3,\"me\",\"secret\"\r\n";
 const std::string kUsbMode = Answer("+GTUSBMODE: 18,32");
-const std::string kUsbModeLine = "6 AT+gtusbmode? " + kUsbMode + "!!! \n";
 
-const std::vector<Step> kReports = {
-    {"AT+SIGNALIND=1"}, {"AT+NWTYPEIND=1"}, {"AT+URCIND=1"}, {"AT+PSDIALIND=1"}, {"AT+DATASTATUSEN=1"}};
-
-/// Quectel's, with the context a second after the rest.
-std::vector<Step> QuectelSteps(const char* network_device) {
-    return {{network_device}, {"AT+CMEE=2", 1 + 1}, {kContext}, {"ATI"}};
-}
-
-const SetUpRow kSetUps[] = {
-    {kVendorLongSung, "wwan0", "LONGSUNG", "LONGSUNG", kReports},
-    {kVendorChuangYi, "eth1", "Innofidei", "Innofidei", {}},
-    {kVendorNodeCom, "usb0", "Nodecom", "Nodecom", kReports},
-    {kVendorHuaWei, "wwan0", "Huawei", "ME909", {{"AT^LEDCTRL=1"}}},
-    {kVendorZte,
-     "wwan0",
-     "GOSUNCN",
-     "GOSUNCN",
-     {{"AT+CMEE=2"}, {"AT+ZSWITCH=l"}, {"AT+ZADSET=e"}, {"ATI"}},
-     "Revision:",
-     17},
-    {kVendorQuectelQcom,
-     "wwan0",
-     "Qcom",
-     "Qcom",
-     QuectelSteps("AT+qcfg=\"usbnet\",0"),
-     "Revision:",
-     18,
-     {"7 " + kContext}},
-    {kVendorQuectelUnisoc,
-     "wwan0",
-     "Quectel",
-     "EC200-Uni",
-     QuectelSteps("AT+qcfg=\"usbnet\",1"),
-     "Revision:",
-     20,
-     {"7 " + kContext}},
-    {kVendorQuectelAsr,
-     "wwan0",
-     "QuectelAsr",
-     "EC200x",
-     {{"AT+qcfg=\"usbnet\",1"}, {"AT+CMEE=2"}, {"ATI"}},
-     "Revision:",
-     20},
-    {kVendorSimCom, "wwan0", "SIMCOM", "SIMCOM", {}, "", 0, {}, {}, {"ifconfig wwan0 up"}},
-    {kVendorCinterion, "wwan0", "Cinterion", "Cinterion", {{"AT^SCTM=1,1"}, {"ATI"}}, "REVISION", 7},
-    {kVendorFibocom,
-     "wwan0",
-     "Fibcom",
-     "NL668x",
-     {{"AT+CFUN=0", 1 + 2},
-      {"AT+CFUN=1", 1 + 1},
-      {"AT+gtusbmode?"},
-      {"ATI", 1 + 1},
-      {"AT+CFUN=1", 1 + 1},
-      {kApn, 1 + 1},
-      {kAccount}},
-     "Revision:",
-     23,
-     {kUsbModeLine},
-     {"7 " + kAccount, "5 AT+MGAUTH=1,3 done\n"},
-     {},
-     false},
-    {kVendorLynq, "wwan0", "LYNQ", "L503", {{"AT+COPS=0,0"}, {"AT+CGNETLED=1"}}},
-    {kVendorFibocomLe,
-     "wwan0",
-     "Fibcom",
-     "LE370",
-     {{"AT+gtusbmode?"}, {"AT+CFUN=0", 1 + 3}, {"AT+CFUN=1", 1 + 1}, {"AT+CFUN=1", 1 + 1}, {kApn, 1 + 1}},
-     "",
-     0,
-     {kUsbModeLine},
-     {},
-     {},
-     false},
-};
-
-class SetUpTest : public FamilyTest<SetUpRow> {
+class SetUpTest : public FamilyTest<SetUpFacts> {
   protected:
-    SetUpTest() : FamilyTest(kSetUps) {}
+    SetUpTest() : FamilyTest(&DriverFacts::set_up) {}
 
     void SetUp() override {
         FamilyTest::SetUp();
         if (HasFatalFailure()) return;
         CellBase::m_ModuleName = "Some%s%n";
-        Set(kSettings);
+        Set(kAll);
         AnswerSteps(kOk);
     }
 
@@ -188,6 +88,10 @@ TEST_P(SetUpTest, RefusedSetUpIsNoFailure) {
     EXPECT_STREQ(row->firmware, cell.m_fw_version);
 }
 
+bool IsAfterEngines(const SetUpFacts& facts) {
+    return facts.is_after_engines;
+}
+
 class EngineSetUpTest : public SetUpTest {};
 
 /// The engine's set-up has no failure today; a driver that runs it stops when it has one.
@@ -240,10 +144,9 @@ TEST_P(SetUpTest, FirmwareIsWhatTheModemTellsAfterTheWord) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    , EngineSetUpTest,
-    testing::ValuesIn(FamiliesWhere(kSetUps, [](const SetUpRow& row) { return row.is_after_engines; })),
-    FamilyOfTest);
+INSTANTIATE_TEST_SUITE_P(, EngineSetUpTest,
+                         testing::ValuesIn(FamiliesWhere(&DriverFacts::set_up, IsAfterEngines)),
+                         FamilyOfTest);
 
 INSTANTIATE_TEST_SUITE_P(, SetUpTest, testing::ValuesIn(EachFamily()), FamilyOfTest);
 

@@ -8,33 +8,9 @@ using namespace cc_cell;
 
 namespace {
 
-struct SignalRow {
-    VendorType family;
-    Texts network_questions = {};     // before the signal's
-    std::string network_answer = "";  // to the first of them
-    const char* network = "before";   // the type that it gives
-    const char* level = nullptr;      // of the line that shows the type; none is said without it
-};
-
-const SignalRow kSignals[] = {
-    {kVendorLongSung},
-    {kVendorChuangYi},
-    {kVendorNodeCom},
-    {kVendorHuaWei},
-    {kVendorZte},
-    {kVendorQuectelQcom, {"AT+QNWINFO"}, Answer("+QNWINFO: \"FDD LTE\",\"46001\""), "\"FDD LTE\""},
-    {kVendorQuectelUnisoc, {"AT+QNWINFO"}, Answer("+QNWINFO: \"FDD LTE\",\"46001\""), "\"FDD LTE\""},
-    {kVendorQuectelAsr, {"AT+QNWINFO"}, Answer("+QNWINFO: \"FDD LTE\",\"46001\""), "\"FDD LTE\""},
-    {kVendorSimCom, {"AT+CPSI?", "AT+CGACT?"}, Answer("+CPSI: LTE,Online,460-00"), "LTE"},
-    {kVendorCinterion},
-    {kVendorFibocom, {"AT+PSRAT"}, Answer("+PSRAT: LTE"), "\"LTE\"", "7"},
-    {kVendorLynq},
-    {kVendorFibocomLe, {"AT+GTCCINFO?\r\n"}, "\r\n+GTCCINFO:\r\n1,4,460\r\n\r\nOK\r\n", "LTE", "5"},
-};
-
-class SignalTest : public FamilyTest<SignalRow> {
+class SignalTest : public FamilyTest<SignalFacts> {
   protected:
-    SignalTest() : FamilyTest(kSignals) {}
+    SignalTest() : FamilyTest(&DriverFacts::signal) {}
 
     /// One reading of the signal, with these answers to the first question for the network type and to the
     /// one for the signal.
@@ -80,43 +56,9 @@ TEST_P(SignalTest, SignalAloneDecidesAndTheNetworkTypeStaysWithoutAnAnswer) {
 
 INSTANTIATE_TEST_SUITE_P(, SignalTest, testing::ValuesIn(EachFamily()), FamilyOfTest);
 
-/// What the operations send that do nothing in a family without them.
-struct OptionalRow {
-    VendorType family;
-    Texts temperature = {}, thermal_limit = {}, signal = {}, neighbour = {};
-    int32_t upgrade = 2;  // result without any file for it
-    bool speaks = false;  // of what it doesn't ask
-};
-
-const Texts kServingCell = {"AT+QENG=\"servingcell\"\r\n"};
-const Texts kNeighbourCell = {"AT+QENG=\"neighbourcell\"\r\n"};
-
-const OptionalRow kOptions[] = {
-    {kVendorLongSung},
-    {kVendorChuangYi},
-    {kVendorNodeCom},
-    {kVendorHuaWei},
-    {kVendorZte, {}, {}, {}, {"AT+ZCELLINFO?"}, 2, true},
-    {kVendorQuectelQcom,
-     {"AT+QTEMP"},
-     {"AT+QCFG='thermal/limit_rates',1", "AT+QCFG='thermal/txpwrlmt',1,2,105,1000,3,10",
-      "AT+QCFG='thermal/modem',1,100000,95000", "AT+QCFG='thermal/modem',2,105000,100000",
-      "AT+QCFG='thermal/modem',3,115000,105000"},
-     kServingCell,
-     kNeighbourCell,
-     3},
-    {kVendorQuectelUnisoc, {}, {}, kServingCell, kNeighbourCell},
-    {kVendorQuectelAsr, {}, {}, kServingCell, kNeighbourCell},
-    {kVendorSimCom},
-    {kVendorCinterion, {"AT^SCTM?"}},
-    {kVendorFibocom},
-    {kVendorLynq},
-    {kVendorFibocomLe, {}, {}, {"AT+CESQ\r\n"}},
-};
-
-class OptionalOperationTest : public FamilyTest<OptionalRow> {
+class OptionalOperationTest : public FamilyTest<OptionalFacts> {
   protected:
-    OptionalOperationTest() : FamilyTest(kOptions) {}
+    OptionalOperationTest() : FamilyTest(&DriverFacts::optional) {}
 
     void Expect(const Texts& questions, void (CellBase::*operation)()) {
         modem.AllowUnknown();

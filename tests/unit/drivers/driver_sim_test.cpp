@@ -8,36 +8,13 @@ using namespace cc_cell;
 
 namespace {
 
-struct SimRow {
-    VendorType family;
-    const char* question = nullptr;  // for the ICCID; null: the engine's check is all
-    const char* prefix = "";         // of the answer
-    Texts shell = {};                // run on the i.MX6UL board when the SIM is ready
-    Texts failure = {};              // what the log says of a SIM that isn't ready
-};
+bool AsksForIccid(const SimFacts& sim) {
+    return sim.question != nullptr;
+}
 
-const SimRow kSims[] = {
-    {kVendorLongSung},
-    {kVendorChuangYi},
-    {kVendorNodeCom},
-    {kVendorHuaWei},
-    {kVendorZte, "AT+ZGETICCID", "+ZGETICCID: "},
-    {kVendorQuectelQcom,
-     "AT+QCCID",
-     "+QCCID: ",
-     {"rmmod qmi_wwan_q.ko", "insmod /ubi/local/modules/qmi_wwan_q.ko"}},
-    {kVendorQuectelUnisoc, "AT+QCCID", "+QCCID: "},
-    {kVendorQuectelAsr, "AT+QCCID", "+QCCID: "},
-    {kVendorSimCom, "AT+CICCID", "+ICCID: "},
-    {kVendorCinterion, "AT+CCID", "+CCID: ", {}, {"1 CheckSimCard: CheckSimCard ERROR = -2!!!\n"}},
-    {kVendorFibocom, "AT+CCID", "+CCID: "},
-    {kVendorLynq, "AT+ICCID", "+ICCID:"},
-    {kVendorFibocomLe, "AT+CCID", "+CCID: "},
-};
-
-class SimTest : public FamilyTest<SimRow> {
+class SimTest : public FamilyTest<SimFacts> {
   protected:
-    SimTest() : FamilyTest(kSims) {}
+    SimTest() : FamilyTest(&DriverFacts::sim) {}
 
     void SetUp() override {
         FamilyTest::SetUp();
@@ -112,9 +89,7 @@ TEST_P(IccidTest, IccidOfTheEnginesQuestionStaysWithoutAnAnswer) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    , IccidTest,
-    testing::ValuesIn(FamiliesWhere(kSims, [](const auto& row) { return row.question != nullptr; })),
-    FamilyOfTest);
+INSTANTIATE_TEST_SUITE_P(, IccidTest, testing::ValuesIn(FamiliesWhere(&DriverFacts::sim, AsksForIccid)),
+                         FamilyOfTest);
 
 }  // namespace
