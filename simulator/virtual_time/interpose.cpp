@@ -8,7 +8,6 @@
 #include <dirent.h>
 #include <dlfcn.h>
 #include <fcntl.h>
-#include <poll.h>
 #include <pthread.h>
 #include <sys/select.h>
 #include <sys/stat.h>
@@ -27,10 +26,12 @@
 #include <string>
 #include <vector>
 
+#include "simulator/virtual_time/descriptor_watch.h"
 #include "simulator/virtual_time/environment.h"
 
 namespace {
 
+using virtual_time::DescriptorWatch;
 using virtual_time::Environment;
 using virtual_time::kMicrosecondsPerMillisecond;
 using virtual_time::kMicrosecondsPerSecond;
@@ -207,109 +208,31 @@ int clock_nanosleep(clockid_t clock, int flags, const timespec* wanted, timespec
 
 // Waiting for descriptors
 
-namespace {
-
-struct SelectSets {
-    int count;
-    fd_set* read;
-    fd_set* write;
-    fd_set* except;
-};
-
-bool IsSet(int fd, const fd_set* set) {
-    return set != nullptr && FD_ISSET(fd, set);
-}
-
-short RealEvents(int fd, short wanted) {
-    pollfd entry = {fd, wanted, 0};
-    if (REAL(poll)(&entry, 1, 0) < 0) return 0;
-    return entry.revents;
-}
-
-bool IsReadable(Environment* world, int fd) {
-    if (world->IsPort(fd)) return world->IsReadable(fd);
-    return (RealEvents(fd, POLLIN) & (POLLIN | POLLHUP | POLLERR)) != 0;
-}
-
-bool IsWritable(Environment* world, int fd) {
-    return world->IsPort(fd) || (RealEvents(fd, POLLOUT) & (POLLOUT | POLLERR)) != 0;
-}
-
-bool HasBadDescriptor(Environment* world, const SelectSets& sets) {
-    for (int fd = 0; fd < sets.count; ++fd) {
-        if (!IsSet(fd, sets.read) && !IsSet(fd, sets.write) && !IsSet(fd, sets.except)) continue;
-        if (!world->IsPort(fd) && (RealEvents(fd, 0) & POLLNVAL) != 0) return true;
-    }
-    return false;
-}
-
-bool AnyReady(Environment* world, const SelectSets& sets) {
-    for (int fd = 0; fd < sets.count; ++fd) {
-        if (IsSet(fd, sets.read) && IsReadable(world, fd)) return true;
-        if (IsSet(fd, sets.write) && IsWritable(world, fd)) return true;
-    }
-    return false;
-}
-
-bool AnyHungUp(Environment* world, const SelectSets& sets) {
-    for (int fd = 0; fd < sets.count; ++fd) {
-        if (IsSet(fd, sets.read) && world->IsPort(fd) && world->IsHungUp(fd)) return true;
-    }
-    return false;
-}
-
-// Leaves in the sets what is ready; the number of bits left.
-int KeepReady(Environment* world, const SelectSets& sets) {
-    int ready = 0;
-    for (int fd = 0; fd < sets.count; ++fd) {
-        if (IsSet(fd, sets.read)) {
-            if (IsReadable(world, fd)) {
-                ++ready;
-            } else {
-                FD_CLR(fd, sets.read);
-            }
-        }
-        if (IsSet(fd, sets.write)) {
-            if (IsWritable(world, fd)) {
-                ++ready;
-            } else {
-                FD_CLR(fd, sets.write);
-            }
-        }
-        if (sets.except != nullptr) FD_CLR(fd, sets.except);
-    }
-    return ready;
-}
-
-}  // namespace
-
 int select(int count, fd_set* read_set, fd_set* write_set, fd_set* except_set, timeval* timeout) {
     const Environment* own_world = Environment::OfThisThread();
     const int64_t start_us = own_world != nullptr ? own_world->now_us() : 0;
     Environment* world = WorldToWaitIn();  // may take time, which counts
     if (world == nullptr) return REAL(select)(count, read_set, write_set, except_set, timeout);
-    const SelectSets sets = {std::min(count, FD_SETSIZE), read_set, write_set, except_set};
     if (count < 0 || (timeout != nullptr && (timeout->tv_sec < 0 || timeout->tv_usec < 0))) {
         errno = EINVAL;
         return -1;
     }
-    if (HasBadDescriptor(world, sets)) {
+    DescriptorWatch watch(world, count, read_set, write_set, except_set);
+    if (watch.HasBadDescriptor()) {
         errno = EBADF;
         return -1;
     }
     const int64_t deadline_us = timeout == nullptr ? kNever : start_us + ToMicroseconds(*timeout);
     // A port that has gone away is ready at once and for ever. Whoever reads it in a loop until a time-out
     // has run out burns real time, so it must cost virtual time.
-    if (AnyHungUp(world, sets)) {
+    if (watch.AnyHungUp()) {
         const int64_t left_us = std::max<int64_t>(deadline_us - world->now_us(), 0);
         world->scheduler.Sleep(std::min<int64_t>(left_us, kMicrosecondsPerMillisecond));
     }
-    if (!AnyReady(world, sets)) {
-        world->scheduler.Wait(deadline_us, [world, &sets] { return AnyReady(world, sets); });
-    }
+    if (!watch.AnyReady()) world->scheduler.Wait(deadline_us, [&watch] { return watch.AnyReady(); });
     // As on Linux, the argument holds the time that is left.
     if (timeout != nullptr) *timeout = ToTimeval(std::max<int64_t>(deadline_us - world->now_us(), 0));
-    return KeepReady(world, sets);
+    return watch.KeepReady();
 }
 
 // Descriptors
