@@ -21,6 +21,7 @@
 #include "simulator/virtual_time/private_folder.h"
 #include "simulator/virtual_time/scheduler.h"
 #include "simulator/virtual_time/shell.h"
+#include "simulator/virtual_time/written_files.h"
 
 namespace virtual_time {
 
@@ -91,11 +92,12 @@ class Environment {
     // What the program does
     std::function<void(const std::string& bytes)> on_port_written;
     std::function<void(const std::string& bytes)> on_port_read;
-    // A file that was open for writing was closed. The path is the program's.
-    std::function<void(const std::string& path)> on_file_written;
+    // A file in the private folder that was open for writing was closed and holds this text now. The path is
+    // the program's.
+    std::function<void(const std::string& path, const std::string& text)> on_file_written;
 
     // For interpose.cpp
-    std::map<FILE*, std::string> written_files;          // open for writing
+    WrittenFiles written_files;
     std::map<unsigned long, int> thread_numbers;         // by pthread_t
     FILE* OpenCommandOutput(const ShellAnswer& answer);  // a stream for popen
     std::map<FILE*, bool> command_streams;

@@ -23,6 +23,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -333,8 +334,8 @@ int tcflush(int fd, int queue) noexcept {
 static FILE* OpenStream(const char* path, const char* mode) {
     FILE* stream = REAL(fopen)(path == nullptr ? path : RealPath(path).c_str(), mode);
     Environment* world = Environment::OfThisThread();
-    if (world != nullptr && stream != nullptr && strpbrk(mode, "wa+") != nullptr) {
-        world->written_files[stream] = path;
+    if (world != nullptr && stream != nullptr && world->on_file_written && PrivateFolder::Moves(path)) {
+        world->written_files.Opened(stream, path, mode, world->now_us());
     }
     return stream;
 }
@@ -350,16 +351,12 @@ FILE* fopen64(const char* path, const char* mode) {
 
 int fclose(FILE* stream) {
     Environment* world = World();
-    std::string written;
-    if (world != nullptr) {
-        const auto entry = world->written_files.find(stream);
-        if (entry != world->written_files.end()) {
-            written = entry->second;
-            world->written_files.erase(entry);
-        }
-    }
+    std::optional<virtual_time::WrittenFile> file;
+    if (world != nullptr) file = world->written_files.Take(stream);
+    if (!file) return REAL(fclose)(stream);
+    const std::optional<std::string> text = TextBeforeClose(*file, world->now_us());
     const int result = REAL(fclose)(stream);
-    if (!written.empty() && world->on_file_written) world->on_file_written(written);
+    world->on_file_written(file->path, text && result == 0 ? *text : world->folder.Read(file->path));
     return result;
 }
 

@@ -13,15 +13,16 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <deque>
 #include <map>
 #include <memory>
-#include <set>
 #include <sstream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/busglue/busglue.h"
@@ -51,8 +52,22 @@ std::vector<std::string> SplitLines(const std::string& text) {
 }
 
 // Lines that differ each time a file is written, and say nothing.
-bool IsClockLine(const std::string& line) {
-    return line.rfind("Now=", 0) == 0 || line.rfind("Uptime=", 0) == 0;
+bool IsClockLine(std::string_view line) {
+    return line.substr(0, 4) == "Now=" || line.substr(0, 7) == "Uptime=";
+}
+
+std::string_view TakeLine(std::string_view* text) {
+    const size_t end = std::min(text->find('\n'), text->size());
+    const std::string_view line = text->substr(0, end);
+    text->remove_prefix(std::min(end + 1, text->size()));
+    return line;
+}
+
+bool HasLine(std::string_view text, std::string_view wanted) {
+    while (!text.empty()) {
+        if (TakeLine(&text) == wanted) return true;
+    }
+    return false;
 }
 
 // Length of "HH:MM:SS.ms FILE:FUNCTION:LINE:" at the start of a line of the log, or 0; `place` gets the part
@@ -155,11 +170,6 @@ class Run {
     }
 
   private:
-    struct KnownFile {  // as it was when it was last written
-        std::string text;
-        std::set<std::string> lines;
-    };
-
     struct Message {
         bool is_call;
         std::string bytes;
@@ -181,8 +191,7 @@ class Run {
 
     void WriteFile(const std::string& path, const std::string& text) {
         environment_.folder.Write(path, text);
-        const std::vector<std::string> lines = SplitLines(text);
-        known_files_[path] = {text, std::set<std::string>(lines.begin(), lines.end())};
+        known_files_[path] = text;
     }
 
     void InstallModem() {
@@ -256,7 +265,9 @@ class Run {
         };
         environment_.on_port_written = [this](const std::string& bytes) { NoteSent(bytes); };
         environment_.on_port_read = [this](const std::string& bytes) { Note("hears", bytes); };
-        environment_.on_file_written = [this](const std::string& path) { NoteFile(path); };
+        environment_.on_file_written = [this](const std::string& path, const std::string& text) {
+            NoteFile(path, text);
+        };
         environment_.scheduler.on_deadlock = [this] {
             End("stuck: every thread waits for something that never comes", 1);
         };
@@ -301,15 +312,18 @@ class Run {
         }
     }
 
-    void NoteFile(const std::string& path) {
-        const std::string text = environment_.folder.Read(path);
-        KnownFile& known = known_files_[path];
-        if (text == known.text) return;
-        const std::vector<std::string> lines = SplitLines(text);
-        for (const std::string& line : lines) {
-            if (known.lines.count(line) == 0 && !IsClockLine(line)) Note("publishes", path + " " + line);
+    // Most lines stand where they stood before.
+    void NoteFile(const std::string& path, const std::string& text) {
+        std::string& known = known_files_[path];
+        if (text == known) return;
+        std::string_view lines = text, known_lines = known;
+        while (!lines.empty()) {
+            const std::string_view line = TakeLine(&lines);
+            const bool stood_there = !known_lines.empty() && line == TakeLine(&known_lines);
+            if (stood_there || IsClockLine(line) || HasLine(known, line)) continue;
+            Note("publishes", path + " " + std::string(line));
         }
-        known = {text, std::set<std::string>(lines.begin(), lines.end())};
+        known = text;
     }
 
     void Show(const std::string& path) {
@@ -469,7 +483,7 @@ class Run {
     std::unique_ptr<ModemPort> modem_;
     const busglue_descriptor* descriptor_ = nullptr;
     std::deque<Message> messages_;
-    std::map<std::string, KnownFile> known_files_;
+    std::map<std::string, std::string> known_files_;  // as they were when they were last written
     std::string sent_;
     int64_t sent_at_us_ = 0;
     std::string forwarded_;
