@@ -22,14 +22,23 @@ class ModemPort : public PortPeer {
     int64_t Generation() override;
     std::string OtherPath() override;
 
-    modem_sim::Modem& modem() { return modem_; }
+    /// For all that may change the modem.
+    modem_sim::Modem& modem() {
+        has_next_event_ = false;
+        return modem_;
+    }
 
     // Called when the port comes or goes.
     std::function<void(bool present)> on_presence;
 
   private:
+    /// Whether nothing has happened by then, unless somebody calls.
+    bool IsQuiet(int64_t now_us);
+
     modem_sim::Modem modem_;
-    std::string taken_;  // taken from the model to see whether there is anything
+    int64_t next_event_us_ = 0;
+    bool has_next_event_ = false;  // whether that is still true
+    std::string taken_;            // taken from the model to see whether there is anything
     int64_t taken_generation_ = 0;
     bool was_present_ = true;
 };

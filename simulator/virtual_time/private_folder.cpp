@@ -4,13 +4,13 @@
 #include <sys/file.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 #include <system_error>
 
 namespace virtual_time {
@@ -19,13 +19,17 @@ namespace fs = std::filesystem;
 
 namespace {
 
-const char* const kMovedPlaces[] = {
+constexpr std::string_view kMovedPlaces[] = {
     "/run/network", "/ubi", "/etc/init.d", "/proc/cpuinfo", "/proc/version", "/sys/class/gpio", "/media"};
 
 constexpr char kFolderName[] = "virtual-time-";
 
-bool BeginsWith(const std::string& text, const std::string& start) {
-    return text.compare(0, start.size(), start) == 0;
+bool BeginsWith(std::string_view text, std::string_view start) {
+    return text.substr(0, start.size()) == start;
+}
+
+bool IsIn(std::string_view path, std::string_view place) {
+    return BeginsWith(path, place) && (path.size() == place.size() || path[place.size()] == '/');
 }
 
 // Memory if it can be had: the daemon rewrites its status files with every pass, and a file system on a disk
@@ -74,7 +78,7 @@ void RemoveAbandonedFolders(const std::string& place, const std::string& own) {
 
 }  // namespace
 
-bool IsModemPortPath(const std::string& path) {
+bool IsModemPortPath(std::string_view path) {
     return BeginsWith(path, "/dev/ttyUSB") || BeginsWith(path, "/dev/ttyACM");
 }
 
@@ -96,18 +100,21 @@ PrivateFolder::~PrivateFolder() {
     close(lock_fd_);
 }
 
-bool PrivateFolder::Moves(const std::string& path) {
+bool PrivateFolder::Moves(std::string_view path) {
     if (path == "/dev" || path == "/dev/" || IsModemPortPath(path)) return true;
-    for (const char* place : kMovedPlaces) {
-        const std::string start = place;
-        if (path == start || BeginsWith(path, start + "/")) return true;
-    }
-    return false;
+    return std::any_of(std::begin(kMovedPlaces), std::end(kMovedPlaces),
+                       [path](std::string_view place) { return IsIn(path, place); });
 }
 
-std::string PrivateFolder::Real(const std::string& path) const {
-    const bool is_inside = BeginsWith(path, root_ + "/");  // the folder itself may lie in one of the places
-    return Moves(path) && !is_inside ? Inside(path) : path;
+std::string PrivateFolder::Real(std::string_view path) const {
+    // the folder itself may lie in one of the places
+    return Moves(path) && !IsIn(path, root_) ? Inside(path) : std::string(path);
+}
+
+std::string PrivateFolder::Inside(std::string_view path) const {
+    std::string inside;
+    inside.reserve(root_.size() + 1 + path.size());
+    return inside.append(root_).append(1, '/').append(path);
 }
 
 void PrivateFolder::Write(const std::string& path, const std::string& text) const {

@@ -3,7 +3,7 @@
 #pragma once
 
 #include <string>
-#include <vector>
+#include <string_view>
 
 namespace virtual_time {
 
@@ -21,14 +21,14 @@ class PrivateFolder {
     /// Whether `path` is, or lies in, one of the places that move: /run/network, /ubi, /etc/init.d,
     /// /proc/cpuinfo, /proc/version, /sys/class/gpio, /media, and in /dev the folder itself and the serial
     /// ports of modems.
-    static bool Moves(const std::string& path);
+    static bool Moves(std::string_view path);
 
     /// Where `path` really is; unchanged when it doesn't move.
-    std::string Real(const std::string& path) const;
+    std::string Real(std::string_view path) const;
 
     // Paths here are those that the daemon knows; what doesn't move is taken as a place in the folder all the
     // same.
-    std::string Inside(const std::string& path) const { return root_ + "/" + path; }
+    std::string Inside(std::string_view path) const;
     /// Writes a file, and makes the folders above it.
     void Write(const std::string& path, const std::string& text) const;
     /// Empty when there is none.
@@ -44,6 +44,6 @@ class PrivateFolder {
 };
 
 /// Whether the path names a serial port of a modem: /dev/ttyUSB* or /dev/ttyACM*.
-bool IsModemPortPath(const std::string& path);
+bool IsModemPortPath(std::string_view path);
 
 }  // namespace virtual_time
