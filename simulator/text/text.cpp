@@ -20,6 +20,10 @@ size_t Utf8Length(std::string_view text) {
     return length;
 }
 
+bool IsPlain(char character) {
+    return character >= 0x20 && character < 0x7F && character != '\\';
+}
+
 bool IsHexPair(std::string_view text) {
     return text.size() >= 2 && isxdigit(static_cast<unsigned char>(text[0])) != 0 &&
            isxdigit(static_cast<unsigned char>(text[1])) != 0;
@@ -33,33 +37,36 @@ char ByteOfHexPair(std::string_view text) {
 
 std::string Escape(std::string_view bytes) {
     std::string text;
+    AppendEscaped(bytes, &text);
+    return text;
+}
+
+void AppendEscaped(std::string_view bytes, std::string* text) {
+    size_t plain_start = 0;  // what needs no escape is taken over in one piece
     for (size_t i = 0; i < bytes.size(); ++i) {
-        const auto byte = static_cast<unsigned char>(bytes[i]);
-        if (byte >= 0x80) {
-            const size_t length = Utf8Length(bytes.substr(i));
-            if (length > 0) {
-                text += bytes.substr(i, length);
-                i += length - 1;
-                continue;
-            }
+        if (IsPlain(bytes[i])) continue;
+        const size_t character_length = Utf8Length(bytes.substr(i));
+        if (character_length > 0) {
+            i += character_length - 1;
+            continue;
         }
-        if (byte == '\r') {
-            text += "\\r";
-        } else if (byte == '\n') {
-            text += "\\n";
-        } else if (byte == '\t') {
-            text += "\\t";
-        } else if (byte == '\0') {
-            text += "\\0";
-        } else if (byte == '\\') {
-            text += "\\\\";
-        } else if (byte < 0x20 || byte >= 0x7F) {
-            text += "\\x" + ToHex(bytes.substr(i, 1));
+        text->append(bytes, plain_start, i - plain_start);
+        plain_start = i + 1;
+        if (bytes[i] == '\r') {
+            *text += "\\r";
+        } else if (bytes[i] == '\n') {
+            *text += "\\n";
+        } else if (bytes[i] == '\t') {
+            *text += "\\t";
+        } else if (bytes[i] == '\0') {
+            *text += "\\0";
+        } else if (bytes[i] == '\\') {
+            *text += "\\\\";
         } else {
-            text += bytes[i];
+            *text += "\\x" + ToHex(bytes.substr(i, 1));
         }
     }
-    return text;
+    text->append(bytes, plain_start);
 }
 
 std::string Unescape(std::string_view text) {

@@ -9,6 +9,7 @@ namespace simulator_text {
 
 /// Printable characters and whole UTF-8 characters stay; \r \n \t \0 \\ and \xHH stand for the others.
 std::string Escape(std::string_view bytes);
+void AppendEscaped(std::string_view bytes, std::string* text);
 
 /// The reverse; \" is a quote. An unknown escape stays as it is.
 std::string Unescape(std::string_view text);

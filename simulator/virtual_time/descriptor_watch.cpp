@@ -55,35 +55,31 @@ void DescriptorWatch::Add(int fd, bool to_read, bool to_write) {
     }
 }
 
-void DescriptorWatch::AskSystem() {
+bool DescriptorWatch::Ask() {
+    has_bad_descriptor_ = has_hung_up_ = false;
+    bool is_any_ready = AskSystem();
+    for (Port& port : ports_) is_any_ready = AskPort(&port) || is_any_ready;
+    return is_any_ready;
+}
+
+bool DescriptorWatch::AskPort(Port* port) {
+    const bool is_open = world_->IsPort(port->fd);
+    port->is_readable = port->to_read && is_open && world_->IsReadable(port->fd);
+    if (port->is_readable && world_->IsHungUp(port->fd)) has_hung_up_ = true;
+    return port->is_readable || port->to_write;
+}
+
+bool DescriptorWatch::AskSystem() {
+    if (others_.empty()) return false;
     for (pollfd& other : others_) other.revents = 0;
-    if (!others_.empty()) poll(others_.data(), others_.size(), 0);
-}
-
-bool DescriptorWatch::HasBadDescriptor() {
-    AskSystem();
-    return std::any_of(others_.begin(), others_.end(),
-                       [](const pollfd& other) { return HasAny(other.revents, POLLNVAL); });
-}
-
-bool DescriptorWatch::AnyHungUp() const {
-    return std::any_of(ports_.begin(), ports_.end(), [this](const Port& port) {
-        return port.to_read && world_->IsPort(port.fd) && world_->IsHungUp(port.fd);
-    });
-}
-
-bool DescriptorWatch::AnyReady() {
-    bool any = false;
-    for (Port& port : ports_) {
-        port.is_readable = port.to_read && world_->IsPort(port.fd) && world_->IsReadable(port.fd);
-        any = any || port.is_readable || port.to_write;
-    }
-    AskSystem();
+    poll(others_.data(), others_.size(), 0);
+    bool is_any_ready = false;
     for (const pollfd& other : others_) {
-        any = any || (HasAny(other.events, POLLIN) && HasAny(other.revents, kReadable)) ||
-              (HasAny(other.events, POLLOUT) && HasAny(other.revents, kWritable));
+        if (HasAny(other.revents, POLLNVAL)) has_bad_descriptor_ = true;
+        is_any_ready = is_any_ready || (HasAny(other.events, POLLIN) && HasAny(other.revents, kReadable)) ||
+                       (HasAny(other.events, POLLOUT) && HasAny(other.revents, kWritable));
     }
-    return any;
+    return is_any_ready;
 }
 
 int DescriptorWatch::KeepReady() {

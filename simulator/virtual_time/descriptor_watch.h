@@ -15,16 +15,15 @@ class DescriptorWatch {
     /// Sets as select takes them, each of which may be null. They must outlive the watch.
     DescriptorWatch(Environment* world, int count, fd_set* read_set, fd_set* write_set, fd_set* except_set);
 
+    /// Asks what is ready now; whether anything is.
+    bool Ask();
+
+    // As Ask() saw it last.
     /// Whether one of the descriptors isn't open.
-    bool HasBadDescriptor();
-
+    bool has_bad_descriptor() const { return has_bad_descriptor_; }
     /// Whether a port among those to be read has gone away.
-    bool AnyHungUp() const;
-
-    /// Asks anew.
-    bool AnyReady();
-
-    /// Leaves in the sets what was ready when AnyReady asked last; the number of bits left.
+    bool has_hung_up() const { return has_hung_up_; }
+    /// Leaves in the sets what is ready; the number of bits left.
     int KeepReady();
 
   private:
@@ -36,7 +35,8 @@ class DescriptorWatch {
     };
 
     void Add(int fd, bool to_read, bool to_write);
-    void AskSystem();
+    bool AskPort(Port* port);
+    bool AskSystem();
 
     Environment* const world_;
     const int count_;
@@ -45,6 +45,8 @@ class DescriptorWatch {
     fd_set* const except_set_;
     std::vector<Port> ports_;
     std::vector<pollfd> others_;
+    bool has_bad_descriptor_ = false;
+    bool has_hung_up_ = false;
 };
 
 }  // namespace virtual_time

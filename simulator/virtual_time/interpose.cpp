@@ -219,18 +219,20 @@ int select(int count, fd_set* read_set, fd_set* write_set, fd_set* except_set, t
         return -1;
     }
     DescriptorWatch watch(world, count, read_set, write_set, except_set);
-    if (watch.HasBadDescriptor()) {
+    bool is_ready = watch.Ask();
+    if (watch.has_bad_descriptor()) {
         errno = EBADF;
         return -1;
     }
     const int64_t deadline_us = timeout == nullptr ? kNever : start_us + ToMicroseconds(*timeout);
     // A port that has gone away is ready at once and for ever. Whoever reads it in a loop until a time-out
     // has run out burns real time, so it must cost virtual time.
-    if (watch.AnyHungUp()) {
+    if (watch.has_hung_up()) {
         const int64_t left_us = std::max<int64_t>(deadline_us - world->now_us(), 0);
         world->scheduler.Sleep(std::min<int64_t>(left_us, kMicrosecondsPerMillisecond));
+        is_ready = watch.Ask();
     }
-    if (!watch.AnyReady()) world->scheduler.Wait(deadline_us, [&watch] { return watch.AnyReady(); });
+    if (!is_ready) world->scheduler.Wait(deadline_us, [&watch] { return watch.Ask(); });
     // As on Linux, the argument holds the time that is left.
     if (timeout != nullptr) *timeout = ToTimeval(std::max<int64_t>(deadline_us - world->now_us(), 0));
     return watch.KeepReady();

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <cstdlib>
 
 namespace virtual_time {
@@ -10,8 +9,22 @@ namespace virtual_time {
 namespace {
 
 // Columns of a line: time, kind, text.
-constexpr int kKindWidth = 9;
-constexpr int kTextGap = 2;
+constexpr size_t kTimeWidth = 12;
+constexpr size_t kTimeGap = 2;
+constexpr size_t kKindWidth = 9;
+constexpr size_t kTextGap = 2;
+
+void AppendBlanks(size_t width, size_t used, std::string* line) {
+    if (used < width) line->append(width - used, ' ');
+}
+
+// Everything up to the text of an entry.
+void AppendHead(int64_t at_us, std::string_view kind, std::string* line) {
+    const std::string time = FormatSeconds(at_us);
+    AppendBlanks(kTimeWidth, time.size(), line);
+    line->append(time).append(kTimeGap, ' ').append(kind);
+    AppendBlanks(kKindWidth + kTextGap, kind.size(), line);
+}
 
 }  // namespace
 
@@ -29,17 +42,21 @@ bool IsRecordKind(const std::string& word) {
 }
 
 std::string FormatSeconds(int64_t microseconds) {
-    char text[40];
-    snprintf(text, sizeof(text), "%lld.%03lld", static_cast<long long>(microseconds / 1000000),
-             static_cast<long long>(microseconds % 1000000 / 1000));
-    return text;
+    const int64_t milliseconds = microseconds / 1000;
+    const std::string digits = std::to_string(1000 + milliseconds % 1000);  // the 1 keeps leading zeros
+    return std::to_string(milliseconds / 1000) + "." + digits.substr(1);
 }
 
 std::string FormatEntry(const RecordEntry& entry) {
-    char head[60];
-    snprintf(head, sizeof(head), "%12s  %-*s", FormatSeconds(entry.at_us).c_str(), kKindWidth + kTextGap,
-             entry.kind.c_str());
-    return head + entry.text + "\n";
+    std::string line;
+    AppendHead(entry.at_us, entry.kind, &line);
+    return line + entry.text + "\n";
+}
+
+void AppendEntry(int64_t at_us, std::string_view kind, std::string_view bytes, std::string* text) {
+    AppendHead(at_us, kind, text);
+    simulator_text::AppendEscaped(bytes, text);
+    *text += '\n';
 }
 
 std::vector<RecordEntry> ParseRecord(const std::string& text) {

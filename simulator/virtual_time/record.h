@@ -25,6 +25,8 @@ const std::vector<std::string>& RecordKinds();
 bool IsRecordKind(const std::string& word);
 
 std::string FormatEntry(const RecordEntry& entry);  // with its line end
+/// The same for an entry whose text isn't escaped yet, at the end of `text`.
+void AppendEntry(int64_t at_us, std::string_view kind, std::string_view bytes, std::string* text);
 std::vector<RecordEntry> ParseRecord(const std::string& text);
 
 /// Seconds with three digits after the point.

@@ -32,10 +32,11 @@ RecordFile::RecordFile(const std::string& path) {
 }
 
 bool RecordFile::Note(int64_t at_us, const char* kind, std::string_view bytes) {
-    const std::string line = FormatEntry({at_us, kind, Escape(bytes)});
-    if (used_ + line.size() >= kRecordMax_bytes) return false;
-    memcpy(start_ + used_, line.data(), line.size());
-    used_ += line.size();
+    line_.clear();
+    AppendEntry(at_us, kind, bytes, &line_);
+    if (used_ + line_.size() >= kRecordMax_bytes) return false;
+    memcpy(start_ + used_, line_.data(), line_.size());
+    used_ += line_.size();
     return true;
 }
 

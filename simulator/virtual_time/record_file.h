@@ -23,6 +23,7 @@ class RecordFile {
   private:
     char* start_ = nullptr;
     size_t used_ = 0;
+    std::string line_;  // kept for its room
 };
 
 /// Text of a record file, without the room after it.
