@@ -103,8 +103,9 @@ std::string WithSinglePercents(const std::string& text) {
 
 class Run {
   public:
-    Run(const Scenario& scenario, const std::string& root, const std::string& record_path)
-        : scenario_(scenario), record_(record_path), environment_(root) {
+    Run(const Scenario& scenario, const std::string& root, const std::string& record_path,
+        size_t record_limit_bytes)
+        : scenario_(scenario), record_(record_path, record_limit_bytes), environment_(root) {
         Furnish();
         Watch();
         Schedule();
@@ -269,7 +270,7 @@ class Run {
             NoteFile(path, text);
         };
         environment_.scheduler.on_deadlock = [this] {
-            End("stuck: every thread waits for something that never comes", 1);
+            End("stuck: every thread waits for something that never comes");
         };
     }
 
@@ -294,10 +295,7 @@ class Run {
     }
 
     void NoteAt(int64_t at_us, const char* kind, const std::string& bytes) {
-        if (!record_.Note(at_us, kind, bytes)) {
-            fprintf(stderr, "the record is full\n");
-            _exit(1);
-        }
+        if (!record_.Note(at_us, kind, bytes)) EndWithFullRecord(at_us);
         if (marks_left_ > 0) LookForMarks({at_us, kind, Escape(bytes)});
     }
 
@@ -364,7 +362,7 @@ class Run {
 
     void Schedule() {
         ScheduleFrom(kNoMark, 0);
-        environment_.scheduler.At(scenario_.until_us, [this] { End("still running", 0); });
+        environment_.scheduler.At(scenario_.until_us, [this] { End("still running"); });
     }
 
     void ScheduleFrom(int mark, int64_t base_us) {
@@ -462,9 +460,19 @@ class Run {
     static ssize_t TakeOutput(void* cookie, const char* bytes, size_t size);
     void CaptureOutput();
 
-    [[noreturn]] void End(const std::string& why, int status) {
+    // Nothing more can be noted, so nothing is flushed, and what is printed goes to the real standard error.
+    [[noreturn]] void EndWithFullRecord(int64_t at_us) {
+        const std::string end = "the record is full: " + std::to_string(record_.used_bytes()) + " bytes by " +
+                                FormatSeconds(at_us) + " s";
+        record_.NoteEnd(at_us, end);
+        dprintf(STDERR_FILENO, "%s\n", end.c_str());
+        _exit(0);
+    }
+
+    [[noreturn]] void End(const std::string& why) {
         FlushOutput();
         Note("ends", why);
+        int status = 0;
         if (__lsan_do_recoverable_leak_check != nullptr && __lsan_do_recoverable_leak_check() != 0) {
             status = 1;
         }
@@ -525,7 +533,9 @@ __attribute__((constructor)) void StartRun() {
     const char* scenario_path = getenv(kScenarioVariable);
     const char* root = getenv(kRootVariable);
     const char* record_path = getenv(kRecordVariable);
-    if (scenario_path == nullptr || root == nullptr || record_path == nullptr) return;
+    const char* record_limit = getenv(kRecordLimitVariable);
+    if (scenario_path == nullptr || root == nullptr || record_path == nullptr || record_limit == nullptr)
+        return;
     the_scenario = new Scenario;
     std::string problem;
     if (!ReadScenario(scenario_path, the_scenario, &problem)) {
@@ -534,7 +544,7 @@ __attribute__((constructor)) void StartRun() {
     }
     // The run notes things while it is built.
     the_run = static_cast<Run*>(operator new(sizeof(Run)));
-    new (the_run) Run(*the_scenario, root, record_path);
+    new (the_run) Run(*the_scenario, root, record_path, strtoull(record_limit, nullptr, 10));
     on_exit([](int status, void*) { the_run->DaemonExits(status & 0xFF); }, nullptr);
 }
 

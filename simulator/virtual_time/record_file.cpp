@@ -13,15 +13,15 @@ namespace virtual_time {
 
 namespace {
 
-constexpr size_t kRecordMax_bytes = size_t{48} * 1024 * 1024;  // takes no room until it is written
+constexpr size_t kEnd_bytes = 256;  // room for the last entry
 
 }  // namespace
 
-RecordFile::RecordFile(const std::string& path) {
+RecordFile::RecordFile(const std::string& path, size_t limit_bytes) : size_(limit_bytes + kEnd_bytes) {
     const int fd = open(path.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
     void* mapping = MAP_FAILED;
-    if (fd >= 0 && ftruncate(fd, kRecordMax_bytes) == 0) {
-        mapping = mmap(nullptr, kRecordMax_bytes, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_NORESERVE, fd, 0);
+    if (fd >= 0 && ftruncate(fd, static_cast<off_t>(size_)) == 0) {
+        mapping = mmap(nullptr, size_, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_NORESERVE, fd, 0);
     }
     if (mapping == MAP_FAILED) {
         perror(path.c_str());
@@ -31,10 +31,23 @@ RecordFile::RecordFile(const std::string& path) {
     start_ = static_cast<char*>(mapping);
 }
 
-bool RecordFile::Note(int64_t at_us, const char* kind, std::string_view bytes) {
+RecordFile::~RecordFile() {
+    munmap(start_, size_);
+}
+
+bool RecordFile::Note(int64_t at_us, std::string_view kind, std::string_view bytes) {
+    return Append(size_ - kEnd_bytes, at_us, kind, bytes);
+}
+
+void RecordFile::NoteEnd(int64_t at_us, std::string_view end) {
+    Append(size_, at_us, "ends", end);
+}
+
+// A NUL byte ends the text.
+bool RecordFile::Append(size_t limit_bytes, int64_t at_us, std::string_view kind, std::string_view bytes) {
     line_.clear();
     AppendEntry(at_us, kind, bytes, &line_);
-    if (used_ + line_.size() >= kRecordMax_bytes) return false;
+    if (used_ + line_.size() >= limit_bytes) return false;
     memcpy(start_ + used_, line_.data(), line_.size());
     used_ += line_.size();
     return true;

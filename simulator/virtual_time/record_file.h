@@ -11,16 +11,31 @@
 
 namespace virtual_time {
 
+constexpr size_t kRecordMax_bytes = size_t{48} * 1024 * 1024;  // unless a run is given another limit
+
 class RecordFile {
   public:
-    /// Ends the process if the file can't be made. The descriptor is closed again: the program sees the
-    /// numbers that it would see without us.
-    explicit RecordFile(const std::string& path);
+    /// Makes a file for so many bytes, which take no room until they are written. Ends the process if it
+    /// can't be made. The descriptor is closed again: the program sees the numbers that it would see without
+    /// us.
+    RecordFile(const std::string& path, size_t limit_bytes);
+    ~RecordFile();
+    RecordFile(const RecordFile&) = delete;
+    RecordFile& operator=(const RecordFile&) = delete;
 
-    /// `bytes` are escaped. False when the record is full: a run that writes so much has lost its way.
-    bool Note(int64_t at_us, const char* kind, std::string_view bytes);
+    /// `bytes` are escaped. False when the record is full: a run that writes so much has lost its way, or
+    /// wants a larger record.
+    bool Note(int64_t at_us, std::string_view kind, std::string_view bytes);
+
+    /// Notes how the run ended, for which there is room in a full record too.
+    void NoteEnd(int64_t at_us, std::string_view end);
+
+    size_t used_bytes() const { return used_; }
 
   private:
+    bool Append(size_t limit_bytes, int64_t at_us, std::string_view kind, std::string_view bytes);
+
+    const size_t size_;
     char* start_ = nullptr;
     size_t used_ = 0;
     std::string line_;  // kept for its room

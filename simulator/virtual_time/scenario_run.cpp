@@ -47,6 +47,7 @@ struct Options : CommonOptions {
     std::string emulator;
     std::vector<std::string> environment;
     int limit_seconds = kDefaultLimit_seconds;
+    int record_limit_bytes = virtual_time::kRecordMax_bytes;
     int unmet = 0;
 };
 
@@ -98,6 +99,7 @@ std::vector<std::string> DaemonEnvironment(const Options& options, const std::st
         std::string(virtual_time::kScenarioVariable) + "=" + scenario_path,
         std::string(virtual_time::kRootVariable) + "=" + root,
         std::string(virtual_time::kRecordVariable) + "=" + record_path,
+        std::string(virtual_time::kRecordLimitVariable) + "=" + std::to_string(options.record_limit_bytes),
         // Our library comes in front of the sanitizer's, so that the sanitizer sees threads start as usual.
         sanitizer_options("ASAN_OPTIONS", "verify_asan_link_order=0"),
         sanitizer_options("UBSAN_OPTIONS", "print_stacktrace=1"),
@@ -146,9 +148,11 @@ void NoteDeath(int status, Outcome* outcome) {
     const bool has_end = !entries.empty() && entries.back().kind == "ends";
     if (has_end) {
         const std::string& end = entries.back().text;
-        const bool as_noted = WIFEXITED(status) &&
-                              (end == "still running" ? WEXITSTATUS(status) == 0
-                                                      : end == "exit " + std::to_string(WEXITSTATUS(status)));
+        const bool is_daemons_own =
+            end.rfind("exit ", 0) == 0;  // or else the library ended it, with status 0
+        const bool as_noted =
+            WIFEXITED(status) && (is_daemons_own ? end == "exit " + std::to_string(WEXITSTATUS(status))
+                                                 : WEXITSTATUS(status) == 0);
         if (!as_noted) outcome->problem = "the daemon noted \"" + end + "\" and then failed on its way out";
         return;
     }
@@ -304,6 +308,7 @@ std::string ReadOptions(int argc, char** argv, Options* options) {
                             TextOption("emulator", &options->emulator),
                             {"environment", true, take_variable},
                             NumberOption("limit", 1, INT_MAX, &options->limit_seconds),
+                            NumberOption("record-limit", 1, INT_MAX, &options->record_limit_bytes),
                         },
                         options);
     return !problem.empty() || options->asks_for_text() ? problem : CheckFiles(*options);
