@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "simulator/virtual_time/interpose.h"
+#include "simulator/virtual_time/own_heap.h"
 
 namespace virtual_time {
 
@@ -30,6 +31,7 @@ void WaitSeconds(Environment& environment, int64_t seconds) {
 }
 
 ssize_t ReadCommandOutput(void* cookie, char* to, size_t size) {
+    const ForTheWorld memory;
     CommandOutput* output = static_cast<CommandOutput*>(cookie);
     const std::string& text = output->answer.output;
     if (output->position == text.size()) {
@@ -49,6 +51,7 @@ ssize_t ReadCommandOutput(void* cookie, char* to, size_t size) {
 
 /// pclose waits for the command's end, whether its output was read to the end or not.
 int CloseCommandOutput(void* cookie) {
+    const ForTheWorld memory;
     CommandOutput* output = static_cast<CommandOutput*>(cookie);
     if (!output->ended) WaitSeconds(*output->environment, output->answer.takes_seconds);
     delete output;
@@ -200,8 +203,15 @@ FILE* Environment::OpenCommandOutput(const ShellAnswer& answer) {
         delete output;
         return nullptr;
     }
-    command_streams[stream] = true;
+    command_outputs_.insert(stream);
+    ++running_commands_;
     return stream;
+}
+
+bool Environment::ForgetCommandOutput(FILE* stream) {
+    if (command_outputs_.erase(stream) == 0) return false;
+    --running_commands_;
+    return true;
 }
 
 }  // namespace virtual_time

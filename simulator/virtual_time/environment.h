@@ -14,6 +14,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -100,7 +101,11 @@ class Environment {
     WrittenFiles written_files;
     std::map<unsigned long, int> thread_numbers;         // by pthread_t
     FILE* OpenCommandOutput(const ShellAnswer& answer);  // a stream for popen
-    std::map<FILE*, bool> command_streams;
+    /// False for a stream that isn't one of them.
+    bool ForgetCommandOutput(FILE* stream);
+
+    /// Commands that popen has started and pclose hasn't waited for.
+    int running_commands() const { return running_commands_; }
 
   private:
     struct Port {
@@ -120,6 +125,9 @@ class Environment {
     std::vector<Port> ports_;
     std::map<int, OpenPortEntry> open_ports_;
     std::deque<std::string> typed_lines_;
+    std::set<FILE*> command_outputs_;
+    int running_commands_ =
+        0;  // not the size of the set: a stream that was closed otherwise has no place in it for long
 };
 
 }  // namespace virtual_time

@@ -29,6 +29,7 @@
 
 #include "simulator/virtual_time/descriptor_watch.h"
 #include "simulator/virtual_time/environment.h"
+#include "simulator/virtual_time/own_heap.h"
 
 namespace {
 
@@ -73,27 +74,35 @@ const char* LibraryName(const char* name) {
         return real;                                                                                        \
     }())
 
-// World of the calling thread, or null. Counts the call, so that a loop of calls can't stop the clock for
-// ever.
-Environment* World() {
-    Environment* world = Environment::OfThisThread();
-    if (world != nullptr) world->scheduler.CountCall();
-    return world;
-}
+// A call of the program's: the world of its thread, or null. Counts, so that a loop of calls can't stop the
+// clock for ever.
+class Call {
+  public:
+    Call() : world_(Environment::OfThisThread()) {
+        if (world_ != nullptr) world_->scheduler.CountCall();
+    }
+    operator Environment*() const { return world_; }
+    Environment* operator->() const { return world_; }
 
-// World of the calling thread, to wait in.
-Environment* WorldToWaitIn() {
-    Environment* world = World();
-    if (world != nullptr && !world->scheduler.MayWait()) {
+  private:
+    const virtual_time::ForTheWorld memory_;
+    Environment* const world_;
+};
+
+// The same for a call that waits.
+class WaitingCall : public Call {
+  public:
+    WaitingCall() {
+        Environment* world = *this;
+        if (world == nullptr || world->scheduler.MayWait()) return;
         fprintf(stderr, "virtual time: an event must not wait\n");
         abort();
     }
-    return world;
-}
+};
 
 // Path as the library is to see it.
 std::string RealPath(const char* path) {
-    Environment* world = World();
+    const Call world;
     if (path == nullptr) return "";
     if (world == nullptr) return path;
     if (strncmp(path, "/dev", 4) == 0 && PrivateFolder::Moves(path)) world->ShowPorts();
@@ -134,7 +143,7 @@ extern "C" {
 // Clocks and sleeps
 
 time_t time(time_t* result) noexcept {
-    Environment* world = World();
+    const Call world;
     if (world == nullptr) return REAL(time)(result);
     const time_t now = world->wall_clock_us() / kMicrosecondsPerSecond;
     if (result != nullptr) *result = now;
@@ -142,14 +151,14 @@ time_t time(time_t* result) noexcept {
 }
 
 int gettimeofday(timeval* now, void* zone) noexcept {
-    Environment* world = World();
+    const Call world;
     if (world == nullptr) return REAL(gettimeofday)(now, zone);
     *now = ToTimeval(world->wall_clock_us());
     return 0;
 }
 
 int clock_gettime(clockid_t clock, timespec* now) noexcept {
-    Environment* world = World();
+    const Call world;
     if (world == nullptr) return REAL(clock_gettime)(clock, now);
     switch (clock) {
         case CLOCK_REALTIME:
@@ -168,7 +177,7 @@ int clock_gettime(clockid_t clock, timespec* now) noexcept {
 }
 
 int sysinfo(struct sysinfo* info) noexcept {
-    Environment* world = World();
+    const Call world;
     if (world == nullptr) return REAL(sysinfo)(info);
     *info = {};
     info->uptime = world->uptime_us() / kMicrosecondsPerSecond;
@@ -176,28 +185,28 @@ int sysinfo(struct sysinfo* info) noexcept {
 }
 
 unsigned sleep(unsigned seconds) {
-    Environment* world = WorldToWaitIn();
+    const WaitingCall world;
     if (world == nullptr) return REAL(sleep)(seconds);
     world->scheduler.Sleep(seconds * kMicrosecondsPerSecond);
     return 0;
 }
 
 int usleep(useconds_t microseconds) {
-    Environment* world = WorldToWaitIn();
+    const WaitingCall world;
     if (world == nullptr) return REAL(usleep)(microseconds);
     world->scheduler.Sleep(microseconds);
     return 0;
 }
 
 int nanosleep(const timespec* wanted, timespec* left) {
-    Environment* world = WorldToWaitIn();
+    const WaitingCall world;
     if (world == nullptr) return REAL(nanosleep)(wanted, left);
     world->scheduler.Sleep(ToMicroseconds(*wanted));
     return 0;
 }
 
 int clock_nanosleep(clockid_t clock, int flags, const timespec* wanted, timespec* left) {
-    Environment* world = WorldToWaitIn();
+    const WaitingCall world;
     if (world == nullptr) return REAL(clock_nanosleep)(clock, flags, wanted, left);
     int64_t wait_us = ToMicroseconds(*wanted);
     if ((flags & TIMER_ABSTIME) != 0) {
@@ -212,7 +221,7 @@ int clock_nanosleep(clockid_t clock, int flags, const timespec* wanted, timespec
 int select(int count, fd_set* read_set, fd_set* write_set, fd_set* except_set, timeval* timeout) {
     const Environment* own_world = Environment::OfThisThread();
     const int64_t start_us = own_world != nullptr ? own_world->now_us() : 0;
-    Environment* world = WorldToWaitIn();  // may take time, which counts
+    const WaitingCall world;  // may take time, which counts
     if (world == nullptr) return REAL(select)(count, read_set, write_set, except_set, timeout);
     if (count < 0 || (timeout != nullptr && (timeout->tv_sec < 0 || timeout->tv_usec < 0))) {
         errno = EINVAL;
@@ -241,6 +250,7 @@ int select(int count, fd_set* read_set, fd_set* write_set, fd_set* except_set, t
 // Descriptors
 
 static int OpenPath(const char* path, int flags, mode_t mode) {
+    const virtual_time::ForTheWorld memory;
     Environment* world = Environment::OfThisThread();
     if (world != nullptr && path != nullptr && virtual_time::IsModemPortPath(path)) {
         const int fd = world->OpenPort(path);
@@ -276,13 +286,13 @@ int __open64_2(const char* path, int flags) {
 }
 
 int close(int fd) {
-    Environment* world = World();
+    const Call world;
     if (world != nullptr) world->ForgetPort(fd);
     return REAL(close)(fd);
 }
 
 ssize_t read(int fd, void* to, size_t size) {
-    Environment* world = World();
+    const Call world;
     if (world == nullptr || !world->IsPort(fd)) return REAL(read)(fd, to, size);
     return world->ReadPort(fd, to, size);
 }
@@ -296,14 +306,14 @@ ssize_t __read_chk(int fd, void* to, size_t size, size_t room) {
 }
 
 ssize_t write(int fd, const void* from, size_t size) {
-    Environment* world = World();
+    const Call world;
     if (world == nullptr || !world->IsPort(fd)) return REAL(write)(fd, from, size);
     return world->WritePort(fd, from, size);
 }
 
 // The attributes of a port don't matter to its peer, but whoever set them reads them back.
 int tcgetattr(int fd, termios* attributes) noexcept {
-    Environment* world = World();
+    const Call world;
     if (world == nullptr || !world->IsPort(fd)) return REAL(tcgetattr)(fd, attributes);
     if (world->IsHungUp(fd)) {
         errno = EIO;
@@ -314,7 +324,7 @@ int tcgetattr(int fd, termios* attributes) noexcept {
 }
 
 int tcsetattr(int fd, int actions, const termios* attributes) noexcept {
-    Environment* world = World();
+    const Call world;
     if (world == nullptr || !world->IsPort(fd)) return REAL(tcsetattr)(fd, actions, attributes);
     if (world->IsHungUp(fd)) {
         errno = EIO;
@@ -325,7 +335,7 @@ int tcsetattr(int fd, int actions, const termios* attributes) noexcept {
 }
 
 int tcflush(int fd, int queue) noexcept {
-    Environment* world = World();
+    const Call world;
     if (world == nullptr || !world->IsPort(fd)) return REAL(tcflush)(fd, queue);
     if (queue != TCOFLUSH) world->FlushPort(fd);
     return 0;
@@ -334,6 +344,7 @@ int tcflush(int fd, int queue) noexcept {
 // Files
 
 static FILE* OpenStream(const char* path, const char* mode) {
+    const virtual_time::ForTheWorld memory;
     FILE* stream = REAL(fopen)(path == nullptr ? path : RealPath(path).c_str(), mode);
     Environment* world = Environment::OfThisThread();
     if (world != nullptr && stream != nullptr && world->on_file_written && PrivateFolder::Moves(path)) {
@@ -352,7 +363,7 @@ FILE* fopen64(const char* path, const char* mode) {
 #endif
 
 int fclose(FILE* stream) {
-    Environment* world = World();
+    const Call world;
     std::optional<virtual_time::WrittenFile> file;
     if (world != nullptr) file = world->written_files.Take(stream);
     if (!file) return REAL(fclose)(stream);
@@ -391,7 +402,7 @@ DIR* opendir(const char* path) {
 // Shell
 
 int system(const char* command) {
-    Environment* world = World();
+    const Call world;
     if (world == nullptr || command == nullptr) return REAL(system)(command);
     const virtual_time::ShellAnswer answer = world->shell.Run(command, false, world->now_us());
     if (answer.action) answer.action();
@@ -400,7 +411,7 @@ int system(const char* command) {
 }
 
 FILE* popen(const char* command, const char* mode) {
-    Environment* world = World();
+    const Call world;
     if (world == nullptr) return REAL(popen)(command, mode);
     if (strcmp(mode, "r") != 0 && strcmp(mode, "re") != 0) {  // nobody here reads what a program writes
         errno = EINVAL;
@@ -414,15 +425,16 @@ FILE* popen(const char* command, const char* mode) {
 }
 
 int pclose(FILE* stream) {
-    Environment* world = World();
-    if (world == nullptr || world->command_streams.erase(stream) == 0) return REAL(pclose)(stream);
+    const Call world;
+    if (world == nullptr || !world->ForgetCommandOutput(stream)) return REAL(pclose)(stream);
     return REAL(fclose)(stream);
 }
 
 // Standard input
 
 ssize_t getdelim(char** line, size_t* size, int delimiter, FILE* stream) {
-    Environment* world = stream == stdin ? WorldToWaitIn() : nullptr;
+    if (stream != stdin) return REAL(getdelim)(line, size, delimiter, stream);
+    const WaitingCall world;
     if (world == nullptr) return REAL(getdelim)(line, size, delimiter, stream);
     const std::string typed = world->WaitForTypedLine();
     if (*line == nullptr || *size < typed.size() + 1) {
@@ -447,7 +459,7 @@ ssize_t getline(char** line, size_t* size, FILE* stream) {
 
 int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*entry)(void*),
                    void* argument) noexcept {
-    Environment* world = World();
+    const Call world;
     if (world == nullptr) return REAL(pthread_create)(thread, attributes, entry, argument);
     if (world->fail_thread_creation) return EAGAIN;
     int number = 0;
@@ -462,10 +474,13 @@ int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*
 }
 
 int pthread_join(pthread_t thread, void** result) {
-    Environment* world = World();
+    const Call world;
     if (world != nullptr) {
         const auto number = world->thread_numbers.find(thread);
-        if (number != world->thread_numbers.end()) world->scheduler.WaitForEnd(number->second);
+        if (number != world->thread_numbers.end()) {
+            world->scheduler.WaitForEnd(number->second);
+            world->thread_numbers.erase(thread);
+        }
     }
     return REAL(pthread_join)(thread, result);
 }

@@ -29,8 +29,10 @@
 #include "simulator/virtual_time/environment.h"
 #include "simulator/virtual_time/expectations.h"
 #include "simulator/virtual_time/modem_port.h"
+#include "simulator/virtual_time/own_heap.h"
 #include "simulator/virtual_time/ping.h"
 #include "simulator/virtual_time/record_file.h"
+#include "simulator/virtual_time/resources.h"
 #include "simulator/virtual_time/scenario.h"
 
 // Of the leak sanitizer, where the daemon is built with it.
@@ -166,6 +168,7 @@ class Run {
 
     // The daemon calls exit, or returns from main.
     void DaemonExits(int status) {
+        const ForTheWorld memory;
         FlushOutput();
         Note("ends", "exit " + std::to_string(status));
     }
@@ -405,11 +408,23 @@ class Run {
                 Note("world", "shell " + event.shell.part);
                 AddShellRule(event.shell);
                 break;
+            case Kind::kResources:
+                NoteResources();
+                break;
             case Kind::kCall:
             case Kind::kSignal:
                 messages_.push_back({event.kind == Kind::kCall, event.text});
                 break;
         }
+    }
+
+    // Without the thread that serves the bus, which isn't the daemon's.
+    void NoteResources() {
+        const Resources resources = CountResources(environment_);
+        Note("world", "resources descriptors " + std::to_string(resources.descriptors) + " threads " +
+                          std::to_string(resources.threads - (descriptor_ != nullptr ? 1 : 0)) +
+                          " children " + std::to_string(resources.children) + " heap " +
+                          std::to_string(resources.heap_bytes));
     }
 
     void WriteFifo(const std::string& text) {
@@ -424,6 +439,7 @@ class Run {
 
     // The library's own thread.
     static void* ServeBus(void* argument) {
+        const ForTheWorld memory;
         Run* run = static_cast<Run*>(argument);
         while (true) {
             run->environment_.scheduler.Wait(kNever, [run] { return !run->messages_.empty(); });
@@ -444,7 +460,10 @@ class Run {
                              : descriptor_->signals != nullptr && descriptor_->signals->name != nullptr);
         if (!has_row) {
             Note("bus", "nobody is there");
-        } else if (message.is_call) {
+            return;
+        }
+        const ForTheProgram memory;
+        if (message.is_call) {
             descriptor_->methods->handler(length, bytes, this, TakeReply);
         } else {
             descriptor_->signals->handler(length, bytes);
@@ -452,6 +471,7 @@ class Run {
     }
 
     static void TakeReply(int length, unsigned char* bytes, void* context) {
+        const ForTheWorld memory;
         static_cast<Run*>(context)->Note("bus", "replies " + HexOf(bytes, length));
     }
 
@@ -507,6 +527,7 @@ Scenario* the_scenario = nullptr;
 FILE* captured_output = nullptr;
 
 ssize_t Run::TakeOutput(void* cookie, const char* bytes, size_t size) {
+    const ForTheWorld memory;
     const std::string chunk(bytes, size);
     if (cookie == nullptr) {
         the_run->Printed(chunk);
@@ -530,12 +551,14 @@ void Run::CaptureOutput() {
 }
 
 __attribute__((constructor)) void StartRun() {
+    const ForTheWorld memory;
     const char* scenario_path = getenv(kScenarioVariable);
     const char* root = getenv(kRootVariable);
     const char* record_path = getenv(kRecordVariable);
     const char* record_limit = getenv(kRecordLimitVariable);
-    if (scenario_path == nullptr || root == nullptr || record_path == nullptr || record_limit == nullptr)
+    if (scenario_path == nullptr || root == nullptr || record_path == nullptr || record_limit == nullptr) {
         return;
+    }
     the_scenario = new Scenario;
     std::string problem;
     if (!ReadScenario(scenario_path, the_scenario, &problem)) {
@@ -564,15 +587,18 @@ extern "C" int setvbuf(FILE* stream, char* buffer, int mode, size_t size) {
 using virtual_time::the_run;
 
 extern "C" int dbs_connect_init(const char* name, const struct busglue_descriptor* descriptor) {
+    const virtual_time::ForTheWorld memory;
     return the_run == nullptr ? -1 : the_run->JoinBus(name, descriptor);
 }
 
 extern "C" int dbs_send_method_async(struct busglue_send_record* record, busglue_send_reply) {
+    const virtual_time::ForTheWorld memory;
     if (the_run == nullptr) return -1;
     the_run->SendOnBus(*record);
     return 0;
 }
 
 extern "C" void log_send(const char* text) {
+    const virtual_time::ForTheWorld memory;
     if (the_run != nullptr) the_run->Forwarded(text);
 }

@@ -397,6 +397,9 @@ class Parser {
             const std::optional<std::string> bytes = FromHex(rest);
             if (!bytes || bytes->empty()) return Fail("bytes in hexadecimal are wanted");
             event.text = *bytes;
+        } else if (word == "resources") {
+            event.kind = Kind::kResources;
+            if (!rest.empty()) return Fail("nothing is wanted after \"resources\"");
         } else {
             event.kind = Kind::kKnob;
             event.subject = whole;

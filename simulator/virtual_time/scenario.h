@@ -46,7 +46,19 @@ enum class TimeBase {
 
 /// Something that the scenario does at a time.
 struct ScenarioEvent {
-    enum class Kind { kKnob, kFifo, kWrite, kRemove, kFolder, kShow, kType, kShell, kCall, kSignal };
+    enum class Kind {
+        kKnob,
+        kFifo,
+        kWrite,
+        kRemove,
+        kFolder,
+        kShow,
+        kType,
+        kShell,
+        kCall,
+        kSignal,
+        kResources
+    };
 
     int64_t at_us;
     int mark = kNoMark;  // at_us counts from this mark, or from the start

@@ -100,6 +100,8 @@ std::vector<std::string> DaemonEnvironment(const Options& options, const std::st
         std::string(virtual_time::kRootVariable) + "=" + root,
         std::string(virtual_time::kRecordVariable) + "=" + record_path,
         std::string(virtual_time::kRecordLimitVariable) + "=" + std::to_string(options.record_limit_bytes),
+        // The C library's caches would count as memory in use.
+        "GLIBC_TUNABLES=glibc.malloc.tcache_count=0",
         // Our library comes in front of the sanitizer's, so that the sanitizer sees threads start as usual.
         sanitizer_options("ASAN_OPTIONS", "verify_asan_link_order=0"),
         sanitizer_options("UBSAN_OPTIONS", "print_stacktrace=1"),

@@ -2,11 +2,14 @@
 
 #include <semaphore.h>
 
+#include <algorithm>
 #include <cassert>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
+
+#include "simulator/virtual_time/own_heap.h"
 
 namespace virtual_time {
 
@@ -22,7 +25,7 @@ constexpr int64_t kCharge_us = 1000;
 }  // namespace
 
 struct Scheduler::Thread {
-    enum class State { kWaiting, kRunning, kEnded };
+    enum class State { kWaiting, kRunning };
 
     Scheduler* scheduler;
     int number;
@@ -49,7 +52,7 @@ namespace {
 // parked by an earlier scheduler must not be taken for one of the present. Every call that the world stands
 // in front of looks here first; we are there from the start, so no call is needed to find them.
 #define FOUND_WITHOUT_A_CALL __attribute__((tls_model("initial-exec")))
-thread_local const void* current_thread FOUND_WITHOUT_A_CALL = nullptr;
+thread_local void* current_thread FOUND_WITHOUT_A_CALL = nullptr;
 thread_local const Scheduler* current_scheduler FOUND_WITHOUT_A_CALL = nullptr;
 
 }  // namespace
@@ -70,14 +73,17 @@ Scheduler::~Scheduler() {
     current_scheduler = nullptr;
     // A parked thread still waits on its semaphore.
     for (auto& thread : threads_) {
-        if (thread->number != 0 && thread->state != Thread::State::kEnded) {
-            static_cast<void>(thread.release());
-        }
+        if (thread->number != 0) static_cast<void>(thread.release());
     }
 }
 
+Scheduler::Thread* Scheduler::CurrentOrNull() const {
+    return current_scheduler == this ? static_cast<Thread*>(current_thread) : nullptr;
+}
+
 int Scheduler::CurrentThread() const {
-    return current_scheduler == this ? static_cast<const Thread*>(current_thread)->number : -1;
+    const Thread* thread = CurrentOrNull();
+    return thread != nullptr ? thread->number : -1;
 }
 
 bool Scheduler::MayWait() const {
@@ -102,7 +108,7 @@ void Scheduler::RemovePeer(PortPeer* peer) {
 
 bool Scheduler::Wait(int64_t deadline_us, std::function<bool()> condition) {
     assert(MayWait());
-    Thread* self = threads_[static_cast<size_t>(CurrentThread())].get();
+    Thread* self = CurrentOrNull();
     self->deadline_us = deadline_us;
     self->condition = std::move(condition);
     self->state = Thread::State::kWaiting;
@@ -126,7 +132,7 @@ void Scheduler::Sleep(int64_t microseconds) {
 
 int Scheduler::StartThread(ThreadEntry entry, void* argument,
                            const std::function<int(ThreadEntry entry, void* argument)>& create, int* number) {
-    auto thread = std::make_unique<Thread>(this, static_cast<int>(threads_.size()));
+    auto thread = std::make_unique<Thread>(this, next_number_);
     thread->entry = entry;
     thread->argument = argument;
     thread->state = Thread::State::kWaiting;
@@ -138,6 +144,7 @@ int Scheduler::StartThread(ThreadEntry entry, void* argument,
         threads_.pop_back();
         return error;
     }
+    ++next_number_;
     if (number != nullptr) *number = made->number;
     return 0;
 }
@@ -149,16 +156,29 @@ void* Scheduler::RunThread(void* thread) {
     current_thread = self;
     current_scheduler = scheduler;
     void* result = self->entry(self->argument);
-    self->state = Thread::State::kEnded;
+    const ForTheWorld memory;
+    const std::unique_ptr<Thread> ended = scheduler->Remove(self);
     Thread* next = scheduler->PickNext();
     current_scheduler = nullptr;
     scheduler->HandOver(next);
     return result;
 }
 
+std::unique_ptr<Scheduler::Thread> Scheduler::Remove(Thread* thread) {
+    const auto place = std::find_if(threads_.begin(), threads_.end(),
+                                    [thread](const auto& each) { return each.get() == thread; });
+    std::unique_ptr<Thread> removed = std::move(*place);
+    threads_.erase(place);
+    return removed;
+}
+
+bool Scheduler::HasEnded(int number) const {
+    return std::none_of(threads_.begin(), threads_.end(),
+                        [number](const auto& each) { return each->number == number; });
+}
+
 void Scheduler::WaitForEnd(int number) {
-    const Thread* thread = threads_[static_cast<size_t>(number)].get();
-    Wait(kNever, [thread] { return thread->state == Thread::State::kEnded; });
+    Wait(kNever, [this, number] { return HasEnded(number); });
 }
 
 void Scheduler::HandOver(Thread* next) {
@@ -228,9 +248,7 @@ std::string Scheduler::Describe() const {
     std::string text;
     for (const auto& thread : threads_) {
         text += "  thread " + std::to_string(thread->number);
-        if (thread->state == Thread::State::kEnded) {
-            text += ": ended";
-        } else if (thread->state == Thread::State::kRunning) {
+        if (thread->state == Thread::State::kRunning) {
             text += ": runs";
         } else if (thread->deadline_us == kNever) {
             text += ": waits for a condition";

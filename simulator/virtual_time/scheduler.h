@@ -67,6 +67,9 @@ class Scheduler {
     /// Number of the calling thread, or -1 for a thread that isn't the scheduler's.
     int CurrentThread() const;
 
+    /// Threads that haven't ended, thread 0 among them.
+    size_t thread_count() const { return threads_.size(); }
+
     /// Whether the caller holds the baton outside of an event, so that it may wait.
     bool MayWait() const;
 
@@ -85,6 +88,9 @@ class Scheduler {
     struct Thread;
 
     static void* RunThread(void* thread);
+    Thread* CurrentOrNull() const;
+    bool HasEnded(int number) const;
+    std::unique_ptr<Thread> Remove(Thread* thread);
     Thread* PickNext();
     void RunDueEvents();
     Thread* ReadyThread();
@@ -97,7 +103,8 @@ class Scheduler {
     int64_t calls_since_jump_ = 0;
     std::multimap<int64_t, std::function<void()>> events_;
     std::vector<PortPeer*> peers_;
-    std::vector<std::unique_ptr<Thread>> threads_;  // by number; ended ones stay
+    std::vector<std::unique_ptr<Thread>> threads_;  // those that haven't ended, by number
+    int next_number_ = 1;
 };
 
 }  // namespace virtual_time

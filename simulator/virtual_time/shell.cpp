@@ -10,8 +10,7 @@ void Shell::AddRule(const std::string& part, ShellAnswer answer, int times) {
 }
 
 ShellAnswer Shell::Run(const std::string& command, bool is_popen, int64_t now_us) {
-    calls_.push_back({now_us, command, is_popen});
-    if (on_call) on_call(calls_.back());
+    if (on_call) on_call({now_us, command, is_popen});
     if (!is_popen) ActOnFolder(command);
     for (auto rule = rules_.rbegin(); rule != rules_.rend(); ++rule) {
         if (rule->times_left == 0 || command.find(rule->part) == std::string::npos) continue;

@@ -38,11 +38,9 @@ class Shell {
     /// often it is good for.
     void AddRule(const std::string& part, ShellAnswer answer, int times = 0);
 
-    /// Notes the command, does what it does to the folder and gives its answer; the action is the caller's to
-    /// run.
+    /// Tells of the command, does what it does to the folder and gives its answer; the action is the caller's
+    /// to run.
     ShellAnswer Run(const std::string& command, bool is_popen, int64_t now_us);
-
-    const std::vector<Call>& calls() const { return calls_; }
 
     // Called with every command when it is run.
     std::function<void(const Call&)> on_call;
@@ -58,7 +56,6 @@ class Shell {
 
     const PrivateFolder& folder_;
     std::vector<Rule> rules_;
-    std::vector<Call> calls_;
 };
 
 }  // namespace virtual_time

@@ -97,9 +97,10 @@ TEST(ScenarioLanguage, EventsAreRead) {
         "at 6 remove /run/network/x\n"
         "at 7 call FF 6A\n"
         "every 10 from 20 to 40 csq 5\n"
-        "at 8 shell tool fails\n");
+        "at 8 shell tool fails\n"
+        "at 9 resources\n");
     using Kind = ScenarioEvent::Kind;
-    ASSERT_EQ(10u, scenario.events.size());
+    ASSERT_EQ(11u, scenario.events.size());
     EXPECT_EQ(Kind::kKnob, scenario.events[0].kind);
     EXPECT_EQ("link down", scenario.events[0].subject);
     EXPECT_EQ(120000000, scenario.events[0].at_us);
@@ -111,6 +112,7 @@ TEST(ScenarioLanguage, EventsAreRead) {
     EXPECT_EQ(20000000, scenario.events[6].at_us);
     EXPECT_EQ(40000000, scenario.events[8].at_us);
     EXPECT_TRUE(scenario.events[9].shell.fails);
+    EXPECT_EQ(Kind::kResources, scenario.events[10].kind);
 }
 
 TEST(ScenarioLanguage, ExpectationsAreRead) {
@@ -202,6 +204,7 @@ TEST(ScenarioLanguage, MistakesAreToldWithTheirLine) {
         {"modem none\nsee logs Task\n", "the function and the text"},
         {"modem none\ncount sends AT\n", "a number is wanted"},
         {"modem none\nat 5 call FF6\n", "bytes in hexadecimal"},
+        {"modem none\nat 5 resources all\n", "nothing is wanted after"},
         {"modem none\nsettings\nuntil 5\n", "the settings are missing"},
         {"modem none\nshell ping mumbles\n", "not \"mumbles\""},
         {"    APN=x\nmodem none\n", "x:1: an indented line with nothing above it"},
