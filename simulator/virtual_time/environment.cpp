@@ -60,14 +60,19 @@ int CloseCommandOutput(void* cookie) {
 
 }  // namespace
 
-Environment::Environment(const std::string& root) : folder(root), shell(folder) {
+Environment::Environment(const std::string& root, std::optional<int64_t> resumed_us)
+    : folder(root), scheduler(resumed_us.value_or(0)), shell(folder) {
     assert(active_environment == nullptr);
+    if (!resumed_us) MakePlaces();
+    KeepInterposition();
+    active_environment = this;
+}
+
+void Environment::MakePlaces() {
     for (const char* place : {"/run/network", "/ubi/conf/network", "/etc/init.d", "/proc", "/dev", "/media",
                               "/sys/class/gpio/gpio130", "/sys/class/gpio/gpio182"}) {
         folder.MakeFolder(place);
     }
-    KeepInterposition();
-    active_environment = this;
 }
 
 Environment::~Environment() {

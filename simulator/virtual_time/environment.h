@@ -14,6 +14,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -35,8 +36,9 @@ constexpr int64_t kSilentRead_us = 15 * kMicrosecondsPerSecond;
 
 class Environment {
   public:
-    /// Takes effect at once; the calling thread becomes thread 0. See PrivateFolder for `root`.
-    explicit Environment(const std::string& root = "");
+    /// Takes effect at once; the calling thread becomes thread 0. See PrivateFolder for `root`. A world that
+    /// goes on at `resumed_us` takes its folder as it is.
+    explicit Environment(const std::string& root = "", std::optional<int64_t> resumed_us = {});
     ~Environment();
     Environment(const Environment&) = delete;
     Environment& operator=(const Environment&) = delete;
@@ -119,6 +121,7 @@ class Environment {
         termios attributes;
     };
 
+    void MakePlaces();
     std::string PathNow(const Port& port);
 
     int64_t wall_clock_at_start_us_ = kWallClockAtStart_seconds * kMicrosecondsPerSecond;

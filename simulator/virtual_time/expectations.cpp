@@ -197,12 +197,33 @@ class Checker {
                 problems_.push_back("the scenario is broken:\n    " + FormatEntry(entry));
             }
         }
+        CheckEarlierEnds();
         const bool has_end = !record_.empty() && record_.back().kind == "ends";
         if (!has_end) {
             problems_.push_back("the record has no end\n");
         } else if (!scenario_.ExpectsAnEnd() && record_.back().text != "still running") {
             problems_.push_back("nobody expected that the daemon ends:\n    " + FormatEntry(record_.back()));
         }
+    }
+
+    // A supervisor starts a daemon again whatever its end was. One by a signal that the scenario didn't send
+    // is nothing that a scenario can leave unsaid.
+    void CheckEarlierEnds() {
+        for (size_t i = 0; i + 1 < record_.size(); ++i) {
+            const RecordEntry& end = record_[i];
+            const bool is_crash = end.kind == "ends" && end.text.rfind("exit ", 0) != 0;
+            const bool was_killed =
+                i > 0 && record_[i - 1].kind == "world" && record_[i - 1].text.rfind("kill ", 0) == 0;
+            if (!is_crash || was_killed || IsExpected(end)) continue;
+            problems_.push_back("nobody expected that the daemon ends so:\n    " + FormatEntry(end));
+        }
+    }
+
+    bool IsExpected(const RecordEntry& entry) const {
+        return std::any_of(scenario_.expectations.begin(), scenario_.expectations.end(),
+                           [&](const Expectation& each) {
+                               return each.mode != Expectation::Mode::kNowhere && TextMatches(each, entry);
+                           });
     }
 
     void Miss(const Expectation& expectation, size_t start) {

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "simulator/modem/modem_model.h"
+#include "simulator/virtual_time/journal.h"
 #include "simulator/virtual_time/port_peer.h"
 
 namespace virtual_time {
@@ -22,24 +23,39 @@ class ModemPort : public PortPeer {
     int64_t Generation() override;
     std::string OtherPath() override;
 
-    /// For all that may change the modem.
-    modem_sim::Modem& modem() {
-        has_next_event_ = false;
-        return modem_;
-    }
+    const modem_sim::Modem& modem() const { return modem_; }
+
+    /// Turns a knob, as Modem::Control.
+    bool Turn(const std::string& line, std::string* reply, int64_t now_us);
 
     // Called when the port comes or goes.
     std::function<void(bool present)> on_presence;
 
+    /// Called with each call that another modem must be given again to be where this one is.
+    std::function<void(JournalEntry::Kind kind, int64_t at_us, int64_t number, std::string_view bytes)>
+        on_call;
+    /// Gives it such a call again. Those of other kinds don't matter.
+    void Repeat(const JournalEntry& entry);
+
   private:
+    /// For all that may change the modem.
+    modem_sim::Modem& changing_modem() {
+        has_next_event_ = false;
+        return modem_;
+    }
+    bool Fetch(int64_t now_us);
+    void Tell(JournalEntry::Kind kind, int64_t at_us, int64_t number, std::string_view bytes = "") const {
+        if (on_call) on_call(kind, at_us, number, bytes);
+    }
+
     /// Whether nothing has happened by then, unless somebody calls.
     bool IsQuiet(int64_t now_us);
 
     modem_sim::Modem modem_;
     int64_t next_event_us_ = 0;
     bool has_next_event_ = false;  // whether that is still true
-    std::string taken_;            // taken from the model to see whether there is anything
-    int64_t taken_generation_ = 0;
+    std::string fetched_;          // from the model, to see whether there is anything
+    int64_t fetched_generation_ = 0;
     bool was_present_ = true;
 };
 

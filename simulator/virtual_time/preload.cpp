@@ -2,8 +2,9 @@
 // the virtual world that the scenario asks for; from then on it turns knobs, writes files and pipes at their
 // times, and notes in the record what the daemon does. It also stands in for the bus library.
 //
-// Started by scenario_run, which says by three environment variables which scenario, folder and record file
-// to use.
+// Started by scenario_run, which says by environment variables which scenario, folder and record file to use.
+// When the daemon has ended and a supervisor starts it again, the new process goes on with the same world:
+// what it can't find in the folder stands in the journal.
 
 #include "simulator/virtual_time/preload.h"
 
@@ -13,25 +14,29 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <deque>
-#include <map>
+#include <filesystem>
 #include <memory>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <string_view>
+#include <system_error>
+#include <utility>
 #include <vector>
 
 #include "platform/busglue/busglue.h"
 #include "simulator/virtual_time/environment.h"
 #include "simulator/virtual_time/expectations.h"
+#include "simulator/virtual_time/journal.h"
 #include "simulator/virtual_time/modem_port.h"
 #include "simulator/virtual_time/own_heap.h"
 #include "simulator/virtual_time/ping.h"
-#include "simulator/virtual_time/record_file.h"
+#include "simulator/virtual_time/recorder.h"
 #include "simulator/virtual_time/resources.h"
 #include "simulator/virtual_time/scenario.h"
 
@@ -53,101 +58,69 @@ std::vector<std::string> SplitLines(const std::string& text) {
     return lines;
 }
 
-// Lines that differ each time a file is written, and say nothing.
-bool IsClockLine(std::string_view line) {
-    return line.substr(0, 4) == "Now=" || line.substr(0, 7) == "Uptime=";
+std::string Variable(const char* name) {
+    const char* value = getenv(name);
+    return value != nullptr ? value : "";
 }
 
-std::string_view TakeLine(std::string_view* text) {
-    const size_t end = std::min(text->find('\n'), text->size());
-    const std::string_view line = text->substr(0, end);
-    text->remove_prefix(std::min(end + 1, text->size()));
-    return line;
-}
+// What scenario_run says; without a scenario where somebody else has started the program.
+struct RunFiles {
+    std::string scenario;
+    std::string root;
+    std::string record;
+    size_t record_limit_bytes = 0;
+    size_t record_used_bytes = 0;
+    std::string journal;                // empty without a supervisor
+    std::optional<int64_t> resumed_us;  // when the daemon ended before; nothing at its first start
+};
 
-bool HasLine(std::string_view text, std::string_view wanted) {
-    while (!text.empty()) {
-        if (TakeLine(&text) == wanted) return true;
+RunFiles FilesOfEnvironment() {
+    RunFiles files;
+    files.scenario = Variable(kScenarioVariable);
+    files.root = Variable(kRootVariable);
+    files.record = Variable(kRecordVariable);
+    files.record_limit_bytes = strtoull(Variable(kRecordLimitVariable).c_str(), nullptr, 10);
+    files.journal = Variable(kJournalVariable);
+    const std::string resumed = Variable(kResumedVariable);
+    if (!resumed.empty()) {
+        char* rest = nullptr;
+        files.resumed_us = strtoll(resumed.c_str(), &rest, 10);
+        files.record_used_bytes = strtoull(rest, nullptr, 10);
     }
-    return false;
-}
-
-// Length of "HH:MM:SS.ms FILE:FUNCTION:LINE:" at the start of a line of the log, or 0; `place` gets the part
-// after the time, without its last colon.
-size_t ParseLogPrefix(const std::string& text, std::string* place) {
-    int hour = 0, minute = 0, second = 0, milliseconds = 0, length = 0;
-    if (sscanf(text.c_str(), "%2d:%2d:%2d.%d %n", &hour, &minute, &second, &milliseconds, &length) != 4) {
-        return 0;
-    }
-    const size_t start = static_cast<size_t>(length);
-    const size_t function = text.find(':', start);
-    const size_t line = function == std::string::npos ? function : text.find(':', function + 1);
-    const size_t end = line == std::string::npos ? line : text.find(':', line + 1);
-    if (end == std::string::npos || text.find_first_not_of("0123456789", line + 1) != end) return 0;
-    *place = text.substr(start, end - start);
-    return end + 1;
-}
-
-std::string WithoutLineEnd(std::string text) {
-    if (!text.empty() && text.back() == '\n') text.pop_back();
-    return text;
-}
-
-// What the log's second interpretation as a format makes of a text.
-std::string WithSinglePercents(const std::string& text) {
-    std::string result;
-    for (size_t i = 0; i < text.size(); ++i) {
-        result += text[i];
-        if (text[i] == '%' && i + 1 < text.size() && text[i + 1] == '%') ++i;
-    }
-    return result;
+    return files;
 }
 
 class Run {
   public:
-    Run(const Scenario& scenario, const std::string& root, const std::string& record_path,
-        size_t record_limit_bytes)
-        : scenario_(scenario), record_(record_path, record_limit_bytes), environment_(root) {
-        Furnish();
+    Run(const Scenario& scenario, const RunFiles& files)
+        : scenario_(scenario),
+          recorder_(files.record, files.record_limit_bytes, files.record_used_bytes,
+                    [this] { return environment_.now_us(); }),
+          environment_(files.root, files.resumed_us) {
+        if (!files.journal.empty()) KeepJournal(files.journal);
+        AddShellRules();
+        if (!scenario_.modem_family.empty()) MakeModem();
         Watch();
-        Schedule();
+        if (files.resumed_us) {
+            FindFiles();
+            GoOn();
+        } else {
+            Furnish();
+            Begin();
+        }
         CaptureOutput();
     }
 
-    void Note(const char* kind, const std::string& bytes) {
-        FlushSent();
-        FlushForwarded();
-        NoteAt(environment_.now_us(), kind, bytes);
+    /// In a daemon that is started again: waits for the supervisor, as long as it waits.
+    void WaitForStart() {
+        is_down_ = true;
+        environment_.scheduler.Sleep(scenario_.restart_after_us);
+        is_down_ = false;
+        Note("world", "starts again");
     }
 
-    // Log and output
-
-    // A line of the log is forwarded first and then printed, by one thread that doesn't wait in between. So
-    // what was forwarded is kept until it is seen whether it is printed too.
-    void Forwarded(const std::string& text) {
-        FlushForwarded();
-        forwarded_ = text;
-        forwarded_at_us_ = environment_.now_us();
-        has_forwarded_ = true;
-    }
-
-    void Printed(const std::string& chunk) {
-        std::string place;
-        const size_t prefix = ParseLogPrefix(chunk, &place);
-        if (prefix == 0) {
-            PrintPlain(chunk, "prints", &printed_);
-            return;
-        }
-        const std::string message = WithoutLineEnd(chunk.substr(prefix));
-        const std::string forwarded = WithSinglePercents(forwarded_);
-        // The forwarded copy of a line that has no line end lacks its last character.
-        const bool is_same = has_forwarded_ && message.compare(0, forwarded.size(), forwarded) == 0 &&
-                             message.size() - forwarded.size() <= 1;
-        if (is_same) has_forwarded_ = false;
-        Note(is_same ? "logs" : "debugs", place + " " + message);
-    }
-
-    void Complained(const std::string& chunk) { PrintPlain(chunk, "complains", &complained_); }
+    void Note(const char* kind, const std::string& bytes) { recorder_.Note(kind, bytes); }
+    Recorder& recorder() { return recorder_; }
 
     // Bus
 
@@ -169,7 +142,7 @@ class Run {
     // The daemon calls exit, or returns from main.
     void DaemonExits(int status) {
         const ForTheWorld memory;
-        FlushOutput();
+        recorder_.Flush();
         Note("ends", "exit " + std::to_string(status));
     }
 
@@ -184,27 +157,50 @@ class Run {
     void Furnish() {
         for (const ScenarioFile& file : scenario_.files) WriteFile(file.path, file.text);
         for (const std::string& folder : scenario_.folders) environment_.folder.MakeFolder(folder);
+    }
+
+    void WriteFile(const std::string& path, const std::string& text) {
+        environment_.folder.Write(path, text);
+        recorder_.FileIs(path, text);
+    }
+
+    // The files as the last run of the daemon has left them.
+    void FindFiles() {
+        namespace fs = std::filesystem;
+        std::error_code error;
+        const std::string& root = environment_.folder.root();
+        for (fs::recursive_directory_iterator entry(root, error), end; !error && entry != end;
+             entry.increment(error)) {
+            if (!entry->is_regular_file(error)) continue;
+            const std::string path = entry->path().string().substr(root.size());
+            recorder_.FileIs(path, environment_.folder.Read(path));
+        }
+    }
+
+    void AddShellRules() {
         // Reset scripts pull the modem's reset or power pin; a rule of the scenario can make them do
         // something else.
         AddResetScript("Reset4G.sh start", {"reset"});
         AddResetScript("Reset4G.sh start pin_power", {"power off", "power on"});
         for (const char* path : kSelectorPins) AddSelectorPin(path);
         for (const ShellRule& rule : scenario_.shell) AddShellRule(rule);
-        if (!scenario_.modem_family.empty()) InstallModem();
     }
 
-    void WriteFile(const std::string& path, const std::string& text) {
-        environment_.folder.Write(path, text);
-        known_files_[path] = text;
-    }
-
-    void InstallModem() {
+    void MakeModem() {
         modem_sim::ModemOptions options;
         options.family = scenario_.modem_family;
         options.model = scenario_.modem_model;
         modem_ = std::make_unique<ModemPort>(options);
-        for (const std::string& knob : scenario_.knobs) TurnKnob(knob);
-        modem_->Advance(0);
+    }
+
+    void JournaliseModem() {
+        if (modem_ == nullptr || journal_ == nullptr) return;
+        modem_->on_call = [this](JournalEntry::Kind kind, int64_t at_us, int64_t number,
+                                 std::string_view bytes) { Journalise(kind, at_us, number, bytes); };
+    }
+
+    void ConnectModem() {
+        if (modem_ == nullptr) return;
         modem_->on_presence = [this](bool present) {
             Note("modem", present ? "port is back" : "port is gone");
         };
@@ -254,11 +250,9 @@ class Run {
     void TurnKnob(const std::string& line) {
         std::string reply;
         Note("modem", line);
-        const int64_t now_ms = environment_.now_us() / kMicrosecondsPerMillisecond;
-        if (modem_ == nullptr || !modem_->modem().Control(line, &reply, now_ms)) {
+        if (modem_ == nullptr || !modem_->Turn(line, &reply, environment_.now_us())) {
             Note("broken", "modem: " + reply);
         }
-        if (modem_ != nullptr) modem_->Advance(environment_.now_us());
     }
 
     // Watching
@@ -267,39 +261,15 @@ class Run {
         environment_.shell.on_call = [this](const Shell::Call& call) {
             Note(call.is_popen ? "asks" : "runs", call.command);
         };
-        environment_.on_port_written = [this](const std::string& bytes) { NoteSent(bytes); };
+        environment_.on_port_written = [this](const std::string& bytes) { recorder_.Sent(bytes); };
         environment_.on_port_read = [this](const std::string& bytes) { Note("hears", bytes); };
         environment_.on_file_written = [this](const std::string& path, const std::string& text) {
-            NoteFile(path, text);
+            recorder_.FileWritten(path, text);
         };
+        if (marks_left_ > 0) recorder_.on_entry = [this](const RecordEntry& entry) { LookForMarks(entry); };
         environment_.scheduler.on_deadlock = [this] {
             End("stuck: every thread waits for something that never comes");
         };
-    }
-
-    // The transport writes a command and then its line end. A command that came with a line end of its own is
-    // complete when something else follows.
-    void NoteSent(const std::string& bytes) {
-        if (bytes == "\r\n") {
-            NoteAt(environment_.now_us(), "sends", sent_);
-            sent_.clear();
-            return;
-        }
-        FlushSent();
-        sent_ = bytes;
-        sent_at_us_ = environment_.now_us();
-    }
-
-    void FlushSent() {
-        if (sent_.empty()) return;
-        const bool has_line_end = sent_.size() >= 2 && sent_.compare(sent_.size() - 2, 2, "\r\n") == 0;
-        NoteAt(sent_at_us_, "sends", has_line_end ? sent_.substr(0, sent_.size() - 2) : sent_);
-        sent_.clear();
-    }
-
-    void NoteAt(int64_t at_us, const char* kind, const std::string& bytes) {
-        if (!record_.Note(at_us, kind, bytes)) EndWithFullRecord(at_us);
-        if (marks_left_ > 0) LookForMarks({at_us, kind, Escape(bytes)});
     }
 
     // What the scenario does so long after a mark is known once the daemon has come to it.
@@ -307,24 +277,15 @@ class Run {
         for (size_t i = 0; i < scenario_.marks.size(); ++i) {
             const Mark& mark = scenario_.marks[i];
             if (is_reached_[i] || !MatchesEntry(mark.kind, mark.place, mark.text, entry)) continue;
-            is_reached_[i] = true;
-            --marks_left_;
-            ScheduleFrom(static_cast<int>(i), entry.at_us);
+            Journalise(JournalEntry::Kind::kMark, entry.at_us, static_cast<int64_t>(i));
+            Reached(i, entry.at_us);
         }
     }
 
-    // Most lines stand where they stood before.
-    void NoteFile(const std::string& path, const std::string& text) {
-        std::string& known = known_files_[path];
-        if (text == known) return;
-        std::string_view lines = text, known_lines = known;
-        while (!lines.empty()) {
-            const std::string_view line = TakeLine(&lines);
-            const bool stood_there = !known_lines.empty() && line == TakeLine(&known_lines);
-            if (stood_there || IsClockLine(line) || HasLine(known, line)) continue;
-            Note("publishes", path + " " + std::string(line));
-        }
-        known = text;
+    void Reached(size_t mark, int64_t at_us) {
+        is_reached_[mark] = true;
+        if (--marks_left_ == 0) recorder_.on_entry = nullptr;
+        ScheduleFrom(static_cast<int>(mark), at_us);
     }
 
     void Show(const std::string& path) {
@@ -337,42 +298,60 @@ class Run {
         }
     }
 
-    void PrintPlain(const std::string& chunk, const char* kind, std::string* rest) {
-        *rest += chunk;
-        size_t start = 0;
-        for (size_t end; (end = rest->find('\n', start)) != std::string::npos; start = end + 1) {
-            Note(kind, rest->substr(start, end - start));
-        }
-        rest->erase(0, start);
-    }
-
-    void FlushForwarded() {
-        if (!has_forwarded_) return;
-        has_forwarded_ = false;
-        NoteAt(forwarded_at_us_, "forwards", forwarded_);
-    }
-
-    void FlushOutput() {
-        FlushSent();
-        FlushForwarded();
-        if (!printed_.empty()) Note("prints", printed_);
-        if (!complained_.empty()) Note("complains", complained_);
-        printed_.clear();
-        complained_.clear();
-    }
-
     // What happens when
 
-    void Schedule() {
+    void Begin() {
+        JournaliseModem();
+        for (const std::string& knob : scenario_.knobs) TurnKnob(knob);
+        if (modem_ != nullptr) modem_->Advance(0);
+        ConnectModem();
         ScheduleFrom(kNoMark, 0);
+        ScheduleEnd();
+    }
+
+    // What has happened to the modem happens to it again. What the scenario has done isn't done again; where
+    // it changed the world and not the folder, the change is made again.
+    void GoOn() {
+        std::vector<std::pair<size_t, int64_t>> reached;
+        journal_->ForEach([&](const JournalEntry& entry) {
+            const auto number = static_cast<size_t>(entry.number);
+            if (entry.kind == JournalEntry::Kind::kMark) {
+                reached.emplace_back(number, entry.at_us);
+            } else if (entry.kind == JournalEntry::Kind::kEvent) {
+                is_done_[number] = true;
+                Redo(scenario_.events[number]);
+            } else if (modem_ != nullptr) {
+                modem_->Repeat(entry);
+            }
+        });
+        JournaliseModem();
+        ConnectModem();
+        ScheduleFrom(kNoMark, 0);
+        for (const auto& [mark, at_us] : reached) Reached(mark, at_us);
+        // The end of a daemon that was killed was noted by the supervisor.
+        for (const RecordEntry& end : ParseRecord(std::string(LastLine(recorder_.text())))) {
+            LookForMarks({environment_.now_us(), end.kind, end.text});
+        }
+        ScheduleEnd();
+    }
+
+    void ScheduleEnd() {
         environment_.scheduler.At(scenario_.until_us, [this] { End("still running"); });
     }
 
     void ScheduleFrom(int mark, int64_t base_us) {
-        for (const ScenarioEvent& event : scenario_.events) {
-            if (event.mark != mark) continue;
-            environment_.scheduler.At(base_us + event.at_us, [this, &event] { Do(event); });
+        for (size_t i = 0; i < scenario_.events.size(); ++i) {
+            const ScenarioEvent& event = scenario_.events[i];
+            if (event.mark != mark || is_done_[i]) continue;
+            environment_.scheduler.At(base_us + event.at_us, [this, i] {
+                Journalise(JournalEntry::Kind::kEvent, environment_.now_us(), static_cast<int64_t>(i));
+                Do(scenario_.events[i]);
+            });
         }
+    }
+
+    void Redo(const ScenarioEvent& event) {
+        if (event.kind == ScenarioEvent::Kind::kShell) AddShellRule(event.shell);
     }
 
     void Do(const ScenarioEvent& event) {
@@ -413,13 +392,27 @@ class Run {
                 break;
             case Kind::kCall:
             case Kind::kSignal:
-                messages_.push_back({event.kind == Kind::kCall, event.text});
+                Send({event.kind == Kind::kCall, event.text});
+                break;
+            case Kind::kKill:
+                Kill(event);
                 break;
         }
     }
 
+    // Whether and how it ends by that is up to the daemon.
+    void Kill(const ScenarioEvent& event) {
+        recorder_.Flush();
+        Note("world", "kill " + event.subject);
+        if (!is_down_) raise(event.signal);
+    }
+
     // Without the thread that serves the bus, which isn't the daemon's.
     void NoteResources() {
+        if (is_down_) {
+            Note("world", "nobody is there to have resources");
+            return;
+        }
         const Resources resources = CountResources(environment_);
         Note("world", "resources descriptors " + std::to_string(resources.descriptors) + " threads " +
                           std::to_string(resources.threads - (descriptor_ != nullptr ? 1 : 0)) +
@@ -437,6 +430,20 @@ class Run {
 
     // Bus
 
+    // While the daemon is down, the bus finds nobody. While it hasn't joined yet, the message waits.
+    void Send(const Message& message) {
+        if (is_down_) {
+            NoteMessage(message);
+            Note("bus", "nobody is there");
+        } else {
+            messages_.push_back(message);
+        }
+    }
+
+    void NoteMessage(const Message& message) {
+        Note("bus", (message.is_call ? "calls " : "signals ") + simulator_text::ToHex(message.bytes));
+    }
+
     // The library's own thread.
     static void* ServeBus(void* argument) {
         const ForTheWorld memory;
@@ -453,7 +460,7 @@ class Run {
     void Deliver(Message message) {
         auto* bytes = reinterpret_cast<unsigned char*>(message.bytes.data());
         const int length = static_cast<int>(message.bytes.size());
-        Note("bus", (message.is_call ? "calls " : "signals ") + HexOf(bytes, length));
+        NoteMessage(message);
         const bool has_row =
             descriptor_ != nullptr &&
             (message.is_call ? descriptor_->methods != nullptr && descriptor_->methods->name != nullptr
@@ -475,22 +482,24 @@ class Run {
         static_cast<Run*>(context)->Note("bus", "replies " + HexOf(bytes, length));
     }
 
+    // Journal
+
+    void KeepJournal(const std::string& path) {
+        journal_ = std::make_unique<Journal>(path);
+        recorder_.on_time = [this](int64_t at_us) { journal_->Reach(at_us); };
+    }
+
+    void Journalise(JournalEntry::Kind kind, int64_t at_us, int64_t number, std::string_view bytes = "") {
+        if (journal_ != nullptr && !journal_->Note(kind, at_us, number, bytes)) recorder_.EndFull("journal");
+    }
+
     // Output and end
 
     static ssize_t TakeOutput(void* cookie, const char* bytes, size_t size);
     void CaptureOutput();
 
-    // Nothing more can be noted, so nothing is flushed, and what is printed goes to the real standard error.
-    [[noreturn]] void EndWithFullRecord(int64_t at_us) {
-        const std::string end = "the record is full: " + std::to_string(record_.used_bytes()) + " bytes by " +
-                                FormatSeconds(at_us) + " s";
-        record_.NoteEnd(at_us, end);
-        dprintf(STDERR_FILENO, "%s\n", end.c_str());
-        _exit(0);
-    }
-
     [[noreturn]] void End(const std::string& why) {
-        FlushOutput();
+        recorder_.Flush();
         Note("ends", why);
         int status = 0;
         if (__lsan_do_recoverable_leak_check != nullptr && __lsan_do_recoverable_leak_check() != 0) {
@@ -504,21 +513,16 @@ class Run {
     static constexpr char kFifoPath[] = "/run/network/ravelin_fifo";
 
     const Scenario& scenario_;
-    RecordFile record_;
-    std::vector<bool> is_reached_ = std::vector<bool>(scenario_.marks.size());  // one for each mark
-    size_t marks_left_ = scenario_.marks.size();
+    Recorder recorder_;
     Environment environment_;
+    std::unique_ptr<Journal> journal_;  // only under a supervisor
+    std::vector<bool> is_done_ = std::vector<bool>(scenario_.events.size());
+    std::vector<bool> is_reached_ = std::vector<bool>(scenario_.marks.size());
+    size_t marks_left_ = scenario_.marks.size();
+    bool is_down_ = false;  // the supervisor hasn't started the daemon again yet
     std::unique_ptr<ModemPort> modem_;
     const busglue_descriptor* descriptor_ = nullptr;
     std::deque<Message> messages_;
-    std::map<std::string, std::string> known_files_;  // as they were when they were last written
-    std::string sent_;
-    int64_t sent_at_us_ = 0;
-    std::string forwarded_;
-    int64_t forwarded_at_us_ = 0;
-    bool has_forwarded_ = false;
-    std::string printed_;
-    std::string complained_;
 };
 
 // Both live until the process ends: other threads may use them up to the last moment.
@@ -530,9 +534,9 @@ ssize_t Run::TakeOutput(void* cookie, const char* bytes, size_t size) {
     const ForTheWorld memory;
     const std::string chunk(bytes, size);
     if (cookie == nullptr) {
-        the_run->Printed(chunk);
+        the_run->recorder().Printed(chunk);
     } else {
-        the_run->Complained(chunk);
+        the_run->recorder().Complained(chunk);
     }
     return static_cast<ssize_t>(size);
 }
@@ -552,22 +556,18 @@ void Run::CaptureOutput() {
 
 __attribute__((constructor)) void StartRun() {
     const ForTheWorld memory;
-    const char* scenario_path = getenv(kScenarioVariable);
-    const char* root = getenv(kRootVariable);
-    const char* record_path = getenv(kRecordVariable);
-    const char* record_limit = getenv(kRecordLimitVariable);
-    if (scenario_path == nullptr || root == nullptr || record_path == nullptr || record_limit == nullptr) {
-        return;
-    }
+    const RunFiles files = FilesOfEnvironment();
+    if (files.scenario.empty()) return;
     the_scenario = new Scenario;
     std::string problem;
-    if (!ReadScenario(scenario_path, the_scenario, &problem)) {
+    if (!ReadScenario(files.scenario, the_scenario, &problem)) {
         fprintf(stderr, "%s\n", problem.c_str());
         _exit(1);
     }
     // The run notes things while it is built.
     the_run = static_cast<Run*>(operator new(sizeof(Run)));
-    new (the_run) Run(*the_scenario, root, record_path, strtoull(record_limit, nullptr, 10));
+    new (the_run) Run(*the_scenario, files);
+    if (files.resumed_us) the_run->WaitForStart();
     on_exit([](int status, void*) { the_run->DaemonExits(status & 0xFF); }, nullptr);
 }
 
@@ -600,5 +600,5 @@ extern "C" int dbs_send_method_async(struct busglue_send_record* record, busglue
 
 extern "C" void log_send(const char* text) {
     const virtual_time::ForTheWorld memory;
-    if (the_run != nullptr) the_run->Forwarded(text);
+    if (the_run != nullptr) the_run->recorder().Forwarded(text);
 }

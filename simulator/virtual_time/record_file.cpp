@@ -1,11 +1,5 @@
 #include "simulator/virtual_time/record_file.h"
 
-#include <fcntl.h>
-#include <sys/mman.h>
-#include <unistd.h>
-
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <fstream>
 
@@ -17,30 +11,15 @@ constexpr size_t kEnd_bytes = 256;  // room for the last entry
 
 }  // namespace
 
-RecordFile::RecordFile(const std::string& path, size_t limit_bytes) : size_(limit_bytes + kEnd_bytes) {
-    const int fd = open(path.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-    void* mapping = MAP_FAILED;
-    if (fd >= 0 && ftruncate(fd, static_cast<off_t>(size_)) == 0) {
-        mapping = mmap(nullptr, size_, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_NORESERVE, fd, 0);
-    }
-    if (mapping == MAP_FAILED) {
-        perror(path.c_str());
-        _exit(1);
-    }
-    close(fd);
-    start_ = static_cast<char*>(mapping);
-}
-
-RecordFile::~RecordFile() {
-    munmap(start_, size_);
-}
+RecordFile::RecordFile(const std::string& path, size_t limit_bytes, size_t used_bytes)
+    : file_(path, limit_bytes + kEnd_bytes), used_(used_bytes) {}
 
 bool RecordFile::Note(int64_t at_us, std::string_view kind, std::string_view bytes) {
-    return Append(size_ - kEnd_bytes, at_us, kind, bytes);
+    return Append(file_.size_bytes() - kEnd_bytes, at_us, kind, bytes);
 }
 
 void RecordFile::NoteEnd(int64_t at_us, std::string_view end) {
-    Append(size_, at_us, "ends", end);
+    Append(file_.size_bytes(), at_us, "ends", end);
 }
 
 // A NUL byte ends the text.
@@ -48,9 +27,14 @@ bool RecordFile::Append(size_t limit_bytes, int64_t at_us, std::string_view kind
     line_.clear();
     AppendEntry(at_us, kind, bytes, &line_);
     if (used_ + line_.size() >= limit_bytes) return false;
-    memcpy(start_ + used_, line_.data(), line_.size());
+    memcpy(file_.start() + used_, line_.data(), line_.size());
     used_ += line_.size();
     return true;
+}
+
+std::string_view LastLine(std::string_view record) {
+    if (record.size() < 2) return record;
+    return record.substr(record.rfind('\n', record.size() - 2) + 1);
 }
 
 std::string ReadRecordFile(const std::string& path) {

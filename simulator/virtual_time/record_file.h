@@ -1,5 +1,4 @@
-// The file that a run writes its record to. It is mapped into memory, so that an entry costs no system call,
-// and what was noted is in the file even if the next instruction kills the process.
+// The file that a run writes its record to.
 #pragma once
 
 #include <cstddef>
@@ -7,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "simulator/virtual_time/mapped_file.h"
 #include "simulator/virtual_time/record.h"
 
 namespace virtual_time {
@@ -15,13 +15,8 @@ constexpr size_t kRecordMax_bytes = size_t{48} * 1024 * 1024;  // unless a run i
 
 class RecordFile {
   public:
-    /// Makes a file for so many bytes, which take no room until they are written. Ends the process if it
-    /// can't be made. The descriptor is closed again: the program sees the numbers that it would see without
-    /// us.
-    RecordFile(const std::string& path, size_t limit_bytes);
-    ~RecordFile();
-    RecordFile(const RecordFile&) = delete;
-    RecordFile& operator=(const RecordFile&) = delete;
+    /// A record of so many bytes at most, of which the file holds the first `used_bytes` already.
+    RecordFile(const std::string& path, size_t limit_bytes, size_t used_bytes = 0);
 
     /// `bytes` are escaped. False when the record is full: a run that writes so much has lost its way, or
     /// wants a larger record.
@@ -30,16 +25,18 @@ class RecordFile {
     /// Notes how the run ended, for which there is room in a full record too.
     void NoteEnd(int64_t at_us, std::string_view end);
 
-    size_t used_bytes() const { return used_; }
+    std::string_view text() const { return {file_.start(), used_}; }
 
   private:
     bool Append(size_t limit_bytes, int64_t at_us, std::string_view kind, std::string_view bytes);
 
-    const size_t size_;
-    char* start_ = nullptr;
-    size_t used_ = 0;
+    MappedFile file_;
+    size_t used_;
     std::string line_;  // kept for its room
 };
+
+/// With its line end; empty when there is none.
+std::string_view LastLine(std::string_view record);
 
 /// Text of a record file, without the room after it.
 std::string ReadRecordFile(const std::string& path);

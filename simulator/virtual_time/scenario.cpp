@@ -4,6 +4,7 @@
 #include <cctype>
 #include <climits>
 #include <cmath>
+#include <csignal>
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
@@ -107,6 +108,14 @@ bool ParseRange(const std::string& text, int64_t* from_us, int64_t* to_us) {
     return (from.empty() || ParseSeconds(from, from_us)) && (to.empty() || ParseSeconds(to, to_us));
 }
 
+// 0 for a word that is none of them.
+int SignalNumber(const std::string& name) {
+    if (name == "term") return SIGTERM;
+    if (name == "kill") return SIGKILL;
+    if (name == "int") return SIGINT;
+    return name == "hup" ? SIGHUP : 0;
+}
+
 // One line with the indented lines that belong to it.
 struct Statement {
     int line;
@@ -179,6 +188,7 @@ class Parser {
         if (verb == "folder") return ParseFolder(rest);
         if (verb == "shell") return ParseShell(rest, &scenario_->shell.emplace_back());
         if (verb == "bus") return ParseBus(rest);
+        if (verb == "supervise") return ParseSupervise(rest);
         if (verb == "mark") return ParseMark(statement, rest);
         if (verb == "at") return ParseAt(statement, rest);
         if (verb == "every") return ParseEvery(statement, rest);
@@ -254,6 +264,11 @@ class Parser {
     bool ParseBus(const std::string& rest) {
         scenario_->bus_fails = rest == "fails";
         return rest == "fails" || Fail("only \"bus fails\" is known");
+    }
+
+    bool ParseSupervise(const std::string& rest) {
+        return (ParseSeconds(rest, &scenario_->restart_after_us) && scenario_->restart_after_us > 0) ||
+               Fail("seconds until the next start are wanted");
     }
 
     bool ParseShell(std::string rest, ShellRule* rule) {
@@ -397,6 +412,11 @@ class Parser {
             const std::optional<std::string> bytes = FromHex(rest);
             if (!bytes || bytes->empty()) return Fail("bytes in hexadecimal are wanted");
             event.text = *bytes;
+        } else if (word == "kill") {
+            event.kind = Kind::kKill;
+            event.subject = rest;
+            event.signal = SignalNumber(rest);
+            if (event.signal == 0) return Fail("term, kill, int or hup is wanted");
         } else if (word == "resources") {
             event.kind = Kind::kResources;
             if (!rest.empty()) return Fail("nothing is wanted after \"resources\"");

@@ -57,7 +57,8 @@ struct ScenarioEvent {
         kShell,
         kCall,
         kSignal,
-        kResources
+        kResources,
+        kKill
     };
 
     int64_t at_us;
@@ -66,6 +67,7 @@ struct ScenarioEvent {
     std::string subject;  // path, knob line, or bytes in hex
     std::string text;     // bytes
     ShellRule shell;
+    int signal;                // of kKill
     bool is_snapshot = false;  // made for an expectation of what a file shows
     int line;
 };
@@ -103,6 +105,7 @@ struct Scenario {
     std::vector<std::string> folders;
     std::vector<ShellRule> shell;
     bool bus_fails = false;
+    int64_t restart_after_us = 0;  // when the daemon has ended; 0: nobody starts it again
     int64_t until_us = 0;
     std::vector<Mark> marks;
     std::vector<ScenarioEvent> events;

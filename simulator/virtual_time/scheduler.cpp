@@ -57,7 +57,7 @@ thread_local const Scheduler* current_scheduler FOUND_WITHOUT_A_CALL = nullptr;
 
 }  // namespace
 
-Scheduler::Scheduler() {
+Scheduler::Scheduler(int64_t now_us) : now_us_(now_us) {
     threads_.push_back(std::make_unique<Thread>(this, 0));
     current_thread = threads_.front().get();
     current_scheduler = this;

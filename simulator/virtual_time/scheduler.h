@@ -34,7 +34,7 @@ class Scheduler {
   public:
     /// The calling thread becomes thread 0 and holds the baton. Threads that still wait when the scheduler
     /// goes away stay parked until the process ends: there is no safe way to end a foreign thread.
-    Scheduler();
+    explicit Scheduler(int64_t now_us = 0);
     ~Scheduler();
     Scheduler(const Scheduler&) = delete;
     Scheduler& operator=(const Scheduler&) = delete;
@@ -98,7 +98,7 @@ class Scheduler {
     void AdvancePeers();
     void HandOver(Thread* next);
 
-    int64_t now_us_ = 0;
+    int64_t now_us_;
     bool in_event_ = false;
     int64_t calls_since_jump_ = 0;
     std::multimap<int64_t, std::function<void()>> events_;

@@ -3,6 +3,7 @@
 
 #include "simulator/virtual_time/scenario.h"
 
+#include <csignal>
 #include <fstream>
 #include <string>
 #include <vector>
@@ -54,7 +55,8 @@ TEST(ScenarioLanguage, GivenPartIsRead) {
         "folder /media/x\n"
         "shell \"ping  8.8.8.8\" prints \"3\\n\" takes 2\n"
         "shell ping pings\n"
-        "bus fails\n");
+        "bus fails\n"
+        "supervise 2.5\n");
     EXPECT_EQ("quectel_qcom", scenario.modem_family);
     EXPECT_EQ("EG25", scenario.modem_model);
     EXPECT_EQ((std::vector<std::string>{"csq 12"}), scenario.knobs);
@@ -72,6 +74,7 @@ TEST(ScenarioLanguage, GivenPartIsRead) {
     EXPECT_FALSE(scenario.shell[0].pings);
     EXPECT_TRUE(scenario.shell[1].pings);
     EXPECT_TRUE(scenario.bus_fails);
+    EXPECT_EQ(2500000, scenario.restart_after_us);
     EXPECT_EQ(100000000, scenario.until_us);
 }
 
@@ -98,9 +101,10 @@ TEST(ScenarioLanguage, EventsAreRead) {
         "at 7 call FF 6A\n"
         "every 10 from 20 to 40 csq 5\n"
         "at 8 shell tool fails\n"
-        "at 9 resources\n");
+        "at 9 resources\n"
+        "at 9 kill hup\n");
     using Kind = ScenarioEvent::Kind;
-    ASSERT_EQ(11u, scenario.events.size());
+    ASSERT_EQ(12u, scenario.events.size());
     EXPECT_EQ(Kind::kKnob, scenario.events[0].kind);
     EXPECT_EQ("link down", scenario.events[0].subject);
     EXPECT_EQ(120000000, scenario.events[0].at_us);
@@ -113,6 +117,8 @@ TEST(ScenarioLanguage, EventsAreRead) {
     EXPECT_EQ(40000000, scenario.events[8].at_us);
     EXPECT_TRUE(scenario.events[9].shell.fails);
     EXPECT_EQ(Kind::kResources, scenario.events[10].kind);
+    EXPECT_EQ(Kind::kKill, scenario.events[11].kind);
+    EXPECT_EQ(SIGHUP, scenario.events[11].signal);
 }
 
 TEST(ScenarioLanguage, ExpectationsAreRead) {
@@ -205,6 +211,9 @@ TEST(ScenarioLanguage, MistakesAreToldWithTheirLine) {
         {"modem none\ncount sends AT\n", "a number is wanted"},
         {"modem none\nat 5 call FF6\n", "bytes in hexadecimal"},
         {"modem none\nat 5 resources all\n", "nothing is wanted after"},
+        {"modem none\nat 5 kill 9\n", "term, kill, int or hup is wanted"},
+        {"modem none\nsupervise 0\n", "seconds until the next start are wanted"},
+        {"modem none\nsupervise\n", "seconds until the next start are wanted"},
         {"modem none\nsettings\nuntil 5\n", "the settings are missing"},
         {"modem none\nshell ping mumbles\n", "not \"mumbles\""},
         {"    APN=x\nmodem none\n", "x:1: an indented line with nothing above it"},
@@ -394,6 +403,22 @@ TEST(Judgement, AnEndThatNobodyExpectsFails) {
     EXPECT_EQ(0u, Judge("see sends AT\nsee ends signal 11\n", crash).size());
     EXPECT_EQ(1u, Judge("see sends AT\nsee ends exit 0\n", crash).size());
     EXPECT_EQ(1u, Judge("see sends AT\n", "       1.000  sends      AT\n").size());  // no end at all
+}
+
+TEST(Judgement, ACrashThatASupervisorMendsIsFound) {
+    const auto judge_end = [](const std::string& before, const std::string& end,
+                              const std::string& expectations) {
+        return Judge("supervise 5\nsee ends still running\n" + expectations,
+                     before + "       2.000  ends       " + end +
+                         "\n       7.000  world      starts again\n     100.000  ends       still running\n");
+    };
+    const std::string killed = "       2.000  world      kill term\n";
+    EXPECT_EQ(0u, judge_end("", "exit 255", "").size());
+    EXPECT_EQ(0u, judge_end(killed, "signal 15", "").size());
+    EXPECT_EQ(1u, judge_end("", "signal 11", "").size());
+    EXPECT_EQ(1u, judge_end("", "died with status 1", "").size());
+    EXPECT_EQ(0u, judge_end("", "signal 11", "also ends signal 11\n").size());
+    EXPECT_EQ(1u, judge_end("", "signal 11", "never 50.. ends signal 11\n").size());
 }
 
 TEST(Judgement, AScenarioThatIsBrokenFails) {
