@@ -56,6 +56,9 @@ class Environment {
         wall_clock_at_start_us_ = seconds * kMicrosecondsPerSecond - now_us();
     }
 
+    /// The same, by so much.
+    void MoveWallClock(int64_t by_us) { wall_clock_at_start_us_ += by_us; }
+
     PrivateFolder folder;
     Scheduler scheduler;
     Shell shell;

@@ -350,8 +350,10 @@ class Run {
         }
     }
 
+    // What an event changes outside of the folder and the modem.
     void Redo(const ScenarioEvent& event) {
         if (event.kind == ScenarioEvent::Kind::kShell) AddShellRule(event.shell);
+        if (event.kind == ScenarioEvent::Kind::kClock) environment_.MoveWallClock(event.by_us);
     }
 
     void Do(const ScenarioEvent& event) {
@@ -385,7 +387,7 @@ class Run {
                 break;
             case Kind::kShell:
                 Note("world", "shell " + event.shell.part);
-                AddShellRule(event.shell);
+                Redo(event);
                 break;
             case Kind::kResources:
                 NoteResources();
@@ -396,6 +398,10 @@ class Run {
                 break;
             case Kind::kKill:
                 Kill(event);
+                break;
+            case Kind::kClock:
+                Note("world", "clock " + event.subject);
+                Redo(event);
                 break;
         }
     }

@@ -89,6 +89,15 @@ bool ParseSeconds(const std::string& text, int64_t* microseconds) {
     return true;
 }
 
+// Seconds with their sign.
+bool ParseStep(const std::string& text, int64_t* microseconds) {
+    if (text.empty() || (text[0] != '+' && text[0] != '-') || !ParseSeconds(text.substr(1), microseconds)) {
+        return false;
+    }
+    if (text[0] == '-') *microseconds = -*microseconds;
+    return true;
+}
+
 bool ParseWholeNumber(const std::string& text, int64_t most, int64_t* number) {
     char* end = nullptr;
     *number = strtoll(text.c_str(), &end, 10);
@@ -417,6 +426,10 @@ class Parser {
             event.subject = rest;
             event.signal = SignalNumber(rest);
             if (event.signal == 0) return Fail("term, kill, int or hup is wanted");
+        } else if (word == "clock") {
+            event.kind = Kind::kClock;
+            event.subject = rest;
+            if (!ParseStep(rest, &event.by_us)) return Fail("+SECONDS or -SECONDS is wanted");
         } else if (word == "resources") {
             event.kind = Kind::kResources;
             if (!rest.empty()) return Fail("nothing is wanted after \"resources\"");

@@ -58,7 +58,8 @@ struct ScenarioEvent {
         kCall,
         kSignal,
         kResources,
-        kKill
+        kKill,
+        kClock
     };
 
     int64_t at_us;
@@ -68,6 +69,7 @@ struct ScenarioEvent {
     std::string text;     // bytes
     ShellRule shell;
     int signal;                // of kKill
+    int64_t by_us;             // of kClock
     bool is_snapshot = false;  // made for an expectation of what a file shows
     int line;
 };

@@ -49,6 +49,18 @@ TEST(VirtualClock, UptimeAndWallClockMoveTogether) {
     EXPECT_STREQ("Thu Jan  1 00:00:01 2026\n", asctime(localtime(&seconds)));
 }
 
+TEST(VirtualClock, TheWallClockCanJumpAlone) {
+    World world;
+    sleep(10);
+    world.environment().MoveWallClock(-3600 * virtual_time::kMicrosecondsPerSecond);
+    EXPECT_EQ(1767225600 + 10 - 3600, time(nullptr));
+    struct sysinfo info;
+    ASSERT_EQ(0, sysinfo(&info));
+    EXPECT_EQ(1010, info.uptime);
+    sleep(1);
+    EXPECT_EQ(1767225600 + 11 - 3600, time(nullptr));
+}
+
 TEST(VirtualClock, IsRealAgainOutsideOfAWorld) {
     { World world; }
     EXPECT_GT(time(nullptr), 1577836800);
