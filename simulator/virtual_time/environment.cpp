@@ -61,7 +61,7 @@ int CloseCommandOutput(void* cookie) {
 }  // namespace
 
 Environment::Environment(const std::string& root, std::optional<int64_t> resumed_us)
-    : folder(root), scheduler(resumed_us.value_or(0)), shell(folder) {
+    : folder(root), scheduler(resumed_us.value_or(0)), shell(folder, storage) {
     assert(active_environment == nullptr);
     if (!resumed_us) MakePlaces();
     KeepInterposition();

@@ -23,6 +23,7 @@
 #include "simulator/virtual_time/private_folder.h"
 #include "simulator/virtual_time/scheduler.h"
 #include "simulator/virtual_time/shell.h"
+#include "simulator/virtual_time/storage.h"
 #include "simulator/virtual_time/written_files.h"
 
 namespace virtual_time {
@@ -60,6 +61,7 @@ class Environment {
     void MoveWallClock(int64_t by_us) { wall_clock_at_start_us_ += by_us; }
 
     PrivateFolder folder;
+    Storage storage;
     Scheduler scheduler;
     Shell shell;
 

@@ -13,6 +13,7 @@
 #include <sys/stat.h>
 #include <sys/sysinfo.h>
 #include <sys/time.h>
+#include <sys/wait.h>
 #include <termios.h>
 #include <time.h>
 #include <unistd.h>
@@ -107,6 +108,23 @@ std::string RealPath(const char* path) {
     if (world == nullptr) return path;
     if (strncmp(path, "/dev", 4) == 0 && PrivateFolder::Moves(path)) world->ShowPorts();
     return world->folder.Real(path);
+}
+
+// What the world makes of a file system that can't be written.
+
+int ReadOnly() {
+    errno = EROFS;
+    return -1;
+}
+
+bool IsReadOnly(const Environment* world, const char* path) {
+    return world != nullptr && path != nullptr && world->storage.IsReadOnly(path);
+}
+
+// A pipe, or a device, can be written all the same.
+bool IsReadOnlyFile(const Environment* world, const char* path, const std::string& real_path) {
+    struct stat info;
+    return IsReadOnly(world, path) && (REAL(stat)(real_path.c_str(), &info) != 0 || S_ISREG(info.st_mode));
 }
 
 int64_t ToMicroseconds(const timeval& time) {
@@ -256,7 +274,10 @@ static int OpenPath(const char* path, int flags, mode_t mode) {
         const int fd = world->OpenPort(path);
         if (fd != Environment::kNoPort) return fd;
     }
-    return REAL(open)(path == nullptr ? path : RealPath(path).c_str(), flags, mode);
+    if (path == nullptr) return REAL(open)(path, flags, mode);
+    const std::string real_path = RealPath(path);
+    if ((flags & O_ACCMODE) != O_RDONLY && IsReadOnlyFile(world, path, real_path)) return ReadOnly();
+    return REAL(open)(real_path.c_str(), flags, mode);
 }
 
 int open(const char* path, int flags, ...) {
@@ -343,11 +364,26 @@ int tcflush(int fd, int queue) noexcept {
 
 // Files
 
+static FILE* OpenInStorage(Environment* world, const char* path, const std::string& real_path,
+                           const char* mode) {
+    const bool writes = strpbrk(mode, "wa+") != nullptr;
+    if (writes && IsReadOnlyFile(world, path, real_path)) {
+        errno = EROFS;
+        return nullptr;
+    }
+    if (writes && world->storage.Of(path) == virtual_time::Storage::State::kFull) {
+        return virtual_time::OpenWithoutRoom(real_path.c_str(), mode);
+    }
+    return REAL(fopen)(real_path.c_str(), mode);
+}
+
 static FILE* OpenStream(const char* path, const char* mode) {
     const virtual_time::ForTheWorld memory;
-    FILE* stream = REAL(fopen)(path == nullptr ? path : RealPath(path).c_str(), mode);
     Environment* world = Environment::OfThisThread();
-    if (world != nullptr && stream != nullptr && world->on_file_written && PrivateFolder::Moves(path)) {
+    if (world == nullptr || path == nullptr) return REAL(fopen)(path, mode);
+    const std::string real_path = RealPath(path);
+    FILE* stream = OpenInStorage(world, path, real_path, mode);
+    if (stream != nullptr && world->on_file_written && PrivateFolder::Moves(path)) {
         world->written_files.Opened(stream, path, mode, world->now_us());
     }
     return stream;
@@ -374,15 +410,23 @@ int fclose(FILE* stream) {
 }
 
 int access(const char* path, int mode) noexcept {
-    return REAL(access)(RealPath(path).c_str(), mode);
+    const std::string real_path = RealPath(path);
+    if ((mode & W_OK) != 0 && IsReadOnlyFile(Environment::OfThisThread(), path, real_path)) return ReadOnly();
+    return REAL(access)(real_path.c_str(), mode);
 }
 
 int mkfifo(const char* path, mode_t mode) noexcept {
-    return REAL(mkfifo)(RealPath(path).c_str(), mode);
+    const std::string real_path = RealPath(path);
+    if (IsReadOnly(Environment::OfThisThread(), path) && REAL(access)(real_path.c_str(), F_OK) != 0) {
+        return ReadOnly();
+    }
+    return REAL(mkfifo)(real_path.c_str(), mode);
 }
 
 int unlink(const char* path) noexcept {
-    return REAL(unlink)(RealPath(path).c_str());
+    const std::string real_path = RealPath(path);
+    if (IsReadOnly(Environment::OfThisThread(), path)) return ReadOnly();
+    return REAL(unlink)(real_path.c_str());
 }
 
 int stat(const char* path, struct stat* info) noexcept {
@@ -407,7 +451,7 @@ int system(const char* command) {
     const virtual_time::ShellAnswer answer = world->shell.Run(command, false, world->now_us());
     if (answer.action) answer.action();
     if (answer.takes_seconds > 0) sleep(static_cast<unsigned>(answer.takes_seconds));
-    return answer.fails ? -1 : 0;
+    return answer.fails ? -1 : W_EXITCODE(answer.exit_status, 0);
 }
 
 FILE* popen(const char* command, const char* mode) {

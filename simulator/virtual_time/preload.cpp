@@ -354,6 +354,9 @@ class Run {
     void Redo(const ScenarioEvent& event) {
         if (event.kind == ScenarioEvent::Kind::kShell) AddShellRule(event.shell);
         if (event.kind == ScenarioEvent::Kind::kClock) environment_.MoveWallClock(event.by_us);
+        if (event.kind == ScenarioEvent::Kind::kStorage) {
+            environment_.storage.Set(event.subject, event.storage);
+        }
     }
 
     void Do(const ScenarioEvent& event) {
@@ -401,6 +404,10 @@ class Run {
                 break;
             case Kind::kClock:
                 Note("world", "clock " + event.subject);
+                Redo(event);
+                break;
+            case Kind::kStorage:
+                Note("world", event.text);
                 Redo(event);
                 break;
         }

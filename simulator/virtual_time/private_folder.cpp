@@ -28,10 +28,6 @@ bool BeginsWith(std::string_view text, std::string_view start) {
     return text.substr(0, start.size()) == start;
 }
 
-bool IsIn(std::string_view path, std::string_view place) {
-    return BeginsWith(path, place) && (path.size() == place.size() || path[place.size()] == '/');
-}
-
 // Memory if it can be had: the daemon rewrites its status files with every pass, and a file system on a disk
 // writes each of them out. A name with a blank or a colon won't do: LD_PRELOAD would cut it.
 std::string TemporaryPlace() {
@@ -78,6 +74,10 @@ void RemoveAbandonedFolders(const std::string& place, const std::string& own) {
 
 }  // namespace
 
+bool IsPathIn(std::string_view path, std::string_view place) {
+    return BeginsWith(path, place) && (path.size() == place.size() || path[place.size()] == '/');
+}
+
 bool IsModemPortPath(std::string_view path) {
     return BeginsWith(path, "/dev/ttyUSB") || BeginsWith(path, "/dev/ttyACM");
 }
@@ -103,12 +103,12 @@ PrivateFolder::~PrivateFolder() {
 bool PrivateFolder::Moves(std::string_view path) {
     if (path == "/dev" || path == "/dev/" || IsModemPortPath(path)) return true;
     return std::any_of(std::begin(kMovedPlaces), std::end(kMovedPlaces),
-                       [path](std::string_view place) { return IsIn(path, place); });
+                       [path](std::string_view place) { return IsPathIn(path, place); });
 }
 
 std::string PrivateFolder::Real(std::string_view path) const {
     // the folder itself may lie in one of the places
-    return Moves(path) && !IsIn(path, root_) ? Inside(path) : std::string(path);
+    return Moves(path) && !IsPathIn(path, root_) ? Inside(path) : std::string(path);
 }
 
 std::string PrivateFolder::Inside(std::string_view path) const {

@@ -43,6 +43,9 @@ class PrivateFolder {
     int lock_fd_ = -1;  // held while the folder is in use; only of one that was made here
 };
 
+/// Whether the path is that of the place or of something below it.
+bool IsPathIn(std::string_view path, std::string_view place);
+
 /// Whether the path names a serial port of a modem: /dev/ttyUSB* or /dev/ttyACM*.
 bool IsModemPortPath(std::string_view path);
 

@@ -426,6 +426,15 @@ class Parser {
             event.subject = rest;
             event.signal = SignalNumber(rest);
             if (event.signal == 0) return Fail("term, kill, int or hup is wanted");
+        } else if (word == "full" || word == "readonly" || word == "writable") {
+            using State = Storage::State;
+            event.kind = Kind::kStorage;
+            event.storage = word == "full"       ? State::kFull
+                            : word == "readonly" ? State::kReadOnly
+                                                 : State::kWritable;
+            event.subject = TakeText(&rest);
+            if (event.subject.empty() || event.subject[0] != '/') return Fail("a path is wanted");
+            event.text = word + " " + event.subject;
         } else if (word == "clock") {
             event.kind = Kind::kClock;
             event.subject = rest;

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "simulator/virtual_time/record.h"
+#include "simulator/virtual_time/storage.h"
 
 namespace virtual_time {
 
@@ -59,7 +60,8 @@ struct ScenarioEvent {
         kSignal,
         kResources,
         kKill,
-        kClock
+        kClock,
+        kStorage
     };
 
     int64_t at_us;
@@ -68,8 +70,9 @@ struct ScenarioEvent {
     std::string subject;  // path, knob line, or bytes in hex
     std::string text;     // bytes
     ShellRule shell;
-    int signal;                // of kKill
-    int64_t by_us;             // of kClock
+    int signal;     // of kKill
+    int64_t by_us;  // of kClock
+    Storage::State storage;
     bool is_snapshot = false;  // made for an expectation of what a file shows
     int line;
 };

@@ -11,11 +11,13 @@
 #include <vector>
 
 #include "simulator/virtual_time/private_folder.h"
+#include "simulator/virtual_time/storage.h"
 
 namespace virtual_time {
 
 struct ShellAnswer {
     bool fails = false;               // popen gives no stream; system gives -1
+    int exit_status = 0;              // system gives it
     std::string output;               // what a reader of popen gets
     int64_t seconds_before_line = 0;  // how long the reader waits for each line of it
     int64_t takes_seconds = 0;        // system returns, popen's output ends or is closed so much later
@@ -32,7 +34,7 @@ class Shell {
         bool is_popen;
     };
 
-    explicit Shell(const PrivateFolder& folder) : folder_(folder) {}
+    Shell(const PrivateFolder& folder, const Storage& storage) : folder_(folder), storage_(storage) {}
 
     /// A command that holds `part` is answered so. The latest rule that fits wins; `times`, if not 0, is how
     /// often it is good for.
@@ -52,9 +54,14 @@ class Shell {
         int times_left;  // negative: no end
     };
 
-    void ActOnFolder(const std::string& command);
+    // False when the command fails.
+    bool ActOnFolder(const std::string& command);
+    bool MakeFolder(const std::string& path);
+    bool Remove(const std::string& path);
+    bool Echo(const std::string& text, const std::string& path);
 
     const PrivateFolder& folder_;
+    const Storage& storage_;
     std::vector<Rule> rules_;
 };
 

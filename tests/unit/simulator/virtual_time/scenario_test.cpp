@@ -103,9 +103,10 @@ TEST(ScenarioLanguage, EventsAreRead) {
         "at 8 shell tool fails\n"
         "at 9 resources\n"
         "at 9 kill hup\n"
-        "at 9 clock -1.5\n");
+        "at 9 clock -1.5\n"
+        "at 9 readonly /run/network\n");
     using Kind = ScenarioEvent::Kind;
-    ASSERT_EQ(13u, scenario.events.size());
+    ASSERT_EQ(14u, scenario.events.size());
     EXPECT_EQ(Kind::kKnob, scenario.events[0].kind);
     EXPECT_EQ("link down", scenario.events[0].subject);
     EXPECT_EQ(120000000, scenario.events[0].at_us);
@@ -122,6 +123,9 @@ TEST(ScenarioLanguage, EventsAreRead) {
     EXPECT_EQ(SIGHUP, scenario.events[11].signal);
     EXPECT_EQ(Kind::kClock, scenario.events[12].kind);
     EXPECT_EQ(-1500000, scenario.events[12].by_us);
+    EXPECT_EQ(Kind::kStorage, scenario.events[13].kind);
+    EXPECT_EQ("/run/network", scenario.events[13].subject);
+    EXPECT_EQ(virtual_time::Storage::State::kReadOnly, scenario.events[13].storage);
 }
 
 TEST(ScenarioLanguage, ExpectationsAreRead) {
@@ -215,6 +219,8 @@ TEST(ScenarioLanguage, MistakesAreToldWithTheirLine) {
         {"modem none\nat 5 call FF6\n", "bytes in hexadecimal"},
         {"modem none\nat 5 resources all\n", "nothing is wanted after"},
         {"modem none\nat 5 kill 9\n", "term, kill, int or hup is wanted"},
+        {"modem none\nat 5 full\n", "a path is wanted"},
+        {"modem none\nat 5 writable all\n", "a path is wanted"},
         {"modem none\nat 5 clock 3600\n", "+SECONDS or -SECONDS is wanted"},
         {"modem none\nat 5 clock -\n", "+SECONDS or -SECONDS is wanted"},
         {"modem none\nsupervise 0\n", "seconds until the next start are wanted"},
