@@ -33,6 +33,7 @@ tests/unit/simulator/modem/modem_device_test.cpp | simulator/modem/device.cpp | 
 tests/unit/simulator/modem/modem_dialect_test.cpp | simulator/modem/dialect.cpp | ctest shows no folder
 tests/unit/simulator/modem/modem_knobs_test.cpp | simulator/modem/knobs.cpp | ctest shows no folder
 tests/unit/simulator/modem/modem_tool_test.cpp | simulator/modem/modem_sim.cpp | the tool as people start it
+tests/unit/simulator/modem/modem_line_faults_test.cpp | simulator/modem/modem_model.cpp | what a bad line makes of its answers
 tests/unit/simulator/modem/modem_dialect_reporting_test.cpp | simulator/modem/dialects | families that report unasked
 tests/unit/simulator/modem/modem_fibocom_test.cpp | simulator/modem/dialects/fibocom.cpp | with fibocom_le.cpp
 tests/unit/simulator/modem/modem_simcom_lynq_test.cpp | simulator/modem/dialects/simcom.cpp | with lynq.cpp

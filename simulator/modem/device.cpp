@@ -373,6 +373,8 @@ void Device::Announce(Event event) {
 
 void Device::Report(RadioReport report) {
     if (family.radio_report == nullptr) return;
+    const bool names_technology = report == RadioReport::kTechnology || family.signal_report_names_technology;
+    if (names_technology && !reports_technology) return;
     const std::string text = FrameUnsolicited(family.radio_report(*this, report));
     if (!text.empty()) host_->Say(text);
 }

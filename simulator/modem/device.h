@@ -193,6 +193,7 @@ class Device {
     const Family& family;
     std::string model;
     std::string firmware;
+    bool reports_technology = true;  // unsolicited, where the family does
     Surroundings air;
     Timing timing;
     Session session;

@@ -153,6 +153,7 @@ struct Family {
     /// What the modem says by itself about the radio, as lines: the signal every few seconds, the technology
     /// when it was found or has changed. Null for never.
     std::string (*radio_report)(const Device& device, RadioReport report) = nullptr;
+    bool signal_report_names_technology = false;  // so that there is none without it
     Table<Row> rows = {};
     Table<Row> (*shared_rows)() = nullptr;  // those of a few relatives
 };

@@ -62,6 +62,11 @@ std::string AsLine(const std::string& bytes) {
     return "\r\n" + bytes + "\r\n";
 }
 
+/// What the modem says for a text: as it stands when it has line ends of its own, or else as a line.
+std::string SpokenBytes(std::string_view text) {
+    return HasLineEndEscape(text) ? Unescape(text) : AsLine(Unescape(text));
+}
+
 }  // namespace
 
 /// One turn at the knobs of a modem. Each knob is a member that takes the words after its name.
@@ -161,6 +166,13 @@ class Knobs {
         return kTaken;
     }
 
+    Refusal TechnologyWord(std::string_view words) {
+        modem_.technology_word_ = words;
+        return kTaken;
+    }
+
+    Refusal Reports(std::string_view words) { return SetSwitch(words, &device_.reports_technology); }
+
     Refusal Reach(std::string_view words) {
         if (words.empty()) return "all, nothing or hosts are wanted";
         Subscription& network = Card().network;
@@ -234,13 +246,29 @@ class Knobs {
     Refusal Pad(std::string_view words) {
         return SetNumber(words, 0, kMost_bytes, &modem_.faults_.pad_bytes);
     }
+    Refusal Cut(std::string_view words) {
+        return SetNumber(words, 0, kMost_bytes, &modem_.faults_.cut_bytes);
+    }
+    Refusal Stale(std::string_view words) { return SetSwitch(words, &modem_.faults_.stale); }
+
+    Refusal Merge(std::string_view words) {
+        bool merge = false;
+        if (const Refusal refusal = SetSwitch(words, &merge)) return refusal;
+        modem_.SetMerge(merge);
+        return kTaken;
+    }
+
+    Refusal Chatter(std::string_view words) {
+        modem_.faults_.chatter = words.empty() ? "" : SpokenBytes(words);
+        return kTaken;
+    }
+
     Refusal Percent(std::string_view words) { return SetSwitch(words, &modem_.faults_.percent); }
     Refusal Nul(std::string_view words) { return SetSwitch(words, &modem_.faults_.nul); }
 
     Refusal Urc(std::string_view words) {
         if (words.empty()) return "a text is wanted";
-        const std::string bytes = Unescape(words);
-        modem_.Say(HasLineEndEscape(words) ? bytes : AsLine(bytes));
+        modem_.Say(SpokenBytes(words));
         return kTaken;
     }
 
@@ -369,6 +397,8 @@ const Knobs::Knob Knobs::kKnobs[] = {
     {"pcid", &Knobs::Air<&Surroundings::cell_id, 0, 503>},
     {"operator", &Knobs::Operator},
     {"network", &Knobs::Network},
+    {"technology-word", &Knobs::TechnologyWord},
+    {"reports", &Knobs::Reports},
     {"reach", &Knobs::Reach, kOfSim},
     {"round-trip", &Knobs::RoundTrip, kOfSim},
     // data call
@@ -382,6 +412,10 @@ const Knobs::Knob Knobs::kKnobs[] = {
     {"pad", &Knobs::Pad},
     {"percent", &Knobs::Percent},
     {"nul", &Knobs::Nul},
+    {"cut", &Knobs::Cut},
+    {"merge", &Knobs::Merge},
+    {"stale", &Knobs::Stale},
+    {"chatter", &Knobs::Chatter},
     {"urc", &Knobs::Urc},
     {"garbage", &Knobs::Garbage},
     {"seed", &Knobs::Seed},

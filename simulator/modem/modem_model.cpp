@@ -3,6 +3,7 @@
 #include "simulator/modem/modem_model.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cstdio>
 #include <cstdlib>
 
@@ -34,6 +35,30 @@ std::string WithPercent(std::string bytes) {
     return std::string(kLineEnd) + kPercentText + std::string(kLineEnd) + bytes;
 }
 
+/// Where the result line begins, with the line end in front of it.
+size_t FindResult(const std::string& bytes) {
+    if (bytes.size() <= kLineEnd.size()) return 0;
+    const size_t result_line = bytes.rfind(kLineEnd, bytes.size() - kLineEnd.size() - 1);
+    return result_line == std::string::npos ? 0 : result_line;
+}
+
+bool IsPartOfName(char character) {
+    return isalnum(static_cast<unsigned char>(character)) != 0 || character == '-' || character == '_';
+}
+
+/// With another word where the modem says "LTE" and no longer name that holds it.
+std::string WithTechnology(std::string bytes, const std::string& word) {
+    constexpr std::string_view kLte = "LTE";
+    for (size_t at = bytes.find(kLte); at != std::string::npos; at = bytes.find(kLte, at)) {
+        const size_t end = at + kLte.size();
+        const bool is_word =
+            (at == 0 || !IsPartOfName(bytes[at - 1])) && (end == bytes.size() || !IsPartOfName(bytes[end]));
+        if (is_word) bytes.replace(at, kLte.size(), word);
+        at += is_word ? word.size() : kLte.size();
+    }
+    return bytes;
+}
+
 /// Filler in front of the result line, so that what the host looks for first stays in front.
 std::string WithPadding(std::string bytes, size_t wanted_bytes) {
     if (bytes.size() >= wanted_bytes) return bytes;
@@ -44,11 +69,7 @@ std::string WithPadding(std::string bytes, size_t wanted_bytes) {
         filler =
             std::string(kLineEnd) + std::string(missing_bytes - line_ends_bytes, 'x') + std::string(kLineEnd);
     }
-    size_t result_line = std::string::npos;
-    if (bytes.size() > kLineEnd.size()) {
-        result_line = bytes.rfind(kLineEnd, bytes.size() - kLineEnd.size() - 1);
-    }
-    return bytes.insert(result_line == std::string::npos ? 0 : result_line, filler);
+    return bytes.insert(FindResult(bytes), filler);
 }
 
 /// Where the command begins: noise in front of "AT" is passed over, and a line without it isn't for the
@@ -150,11 +171,26 @@ std::string Modem::AnswerTo(const std::string& command, int64_t* takes_ms) {
     return FrameAnswer(device_, outcome);
 }
 
+std::string Modem::WithFaults(std::string answer) const {
+    answer = Worded(std::move(answer));
+    if (faults_.percent) answer = WithPercent(answer);
+    answer = WithPadding(answer, faults_.pad_bytes);
+    if (faults_.nul) answer.insert(answer.size() / 2, 1, '\0');
+    if (!faults_.chatter.empty()) answer.insert(FindResult(answer), faults_.chatter);
+    if (faults_.cut_bytes > 0 && answer.size() > faults_.cut_bytes) answer.resize(faults_.cut_bytes);
+    return answer;
+}
+
 void Modem::SendAnswer(std::string bytes, int64_t takes_ms) {
+    std::swap(bytes, last_answer_);
+    if (!faults_.stale) bytes = last_answer_;
     if (bytes.empty()) return;
-    if (faults_.percent) bytes = WithPercent(bytes);
-    bytes = WithPadding(bytes, faults_.pad_bytes);
-    if (faults_.nul) bytes.insert(bytes.size() / 2, 1, '\0');
+    bytes = held_answer_ + WithFaults(std::move(bytes));
+    if (faults_.merge && held_answer_.empty()) {
+        held_answer_ = bytes;
+        return;
+    }
+    held_answer_.clear();
     int64_t due_ms = std::max(device_.now_ms() + takes_ms + faults_.delay_ms, last_answer_ms_);
     const size_t piece_bytes = faults_.piece_bytes == 0 ? bytes.size() : faults_.piece_bytes;
     for (size_t at = 0; at < bytes.size(); at += piece_bytes) {
@@ -164,12 +200,23 @@ void Modem::SendAnswer(std::string bytes, int64_t takes_ms) {
     last_answer_ms_ = due_ms;
 }
 
+void Modem::SetMerge(bool merge) {
+    faults_.merge = merge;
+    if (merge || held_answer_.empty()) return;
+    output_.Put(std::max(device_.now_ms(), last_answer_ms_), held_answer_);
+    held_answer_.clear();
+}
+
+std::string Modem::Worded(std::string bytes) const {
+    return technology_word_.empty() ? bytes : WithTechnology(std::move(bytes), technology_word_);
+}
+
 void Modem::Say(const std::string& bytes) {
     if (!CanTalk()) return;
     if (is_answering_) {
-        said_meanwhile_ += bytes;
+        said_meanwhile_ += Worded(bytes);
     } else {
-        output_.Put(device_.now_ms(), bytes);
+        output_.Put(device_.now_ms(), Worded(bytes));
     }
 }
 
@@ -198,6 +245,8 @@ void Modem::TakeNextPortName() {
 
 void Modem::ForgetTraffic() {
     output_.Clear();
+    last_answer_.clear();
+    held_answer_.clear();
     line_.clear();
     line_is_too_long_ = false;
     last_answer_ms_ = 0;

@@ -102,6 +102,10 @@ class Modem : private Device::Host {
         size_t pad_bytes = 0;      // shorter answers are filled up to that length
         bool percent = false;      // conversions of printf in each answer
         bool nul = false;          // a NUL byte in the middle of each answer
+        size_t cut_bytes = 0;      // answers end after so many bytes; 0 whole
+        bool merge = false;        // each second answer comes with the one before it, in one block
+        bool stale = false;        // each command gets the answer to the one before it
+        std::string chatter;       // said in front of the result of each answer; empty for nothing
         Fault mute = Fault::kNone;
         int64_t flood_bytes_per_second = 0;
     };
@@ -115,7 +119,11 @@ class Modem : private Device::Host {
     void HearCharacter(char character);
     void RunLine();
     std::string AnswerTo(const std::string& command, int64_t* takes_ms);
+    std::string WithFaults(std::string answer) const;
     void SendAnswer(std::string bytes, int64_t takes_ms);
+    /// As the knob of the technology's word has it.
+    std::string Worded(std::string bytes) const;
+    void SetMerge(bool merge);
     void SayGarbage(size_t count);
     void SetFlood(int64_t bytes_per_second);
     void FloodOnce();
@@ -125,6 +133,9 @@ class Modem : private Device::Host {
     Device device_;
     OutputQueue output_;
     LineFaults faults_;
+    std::string technology_word_;  // in place of "LTE"; empty for "LTE" itself
+    std::string last_answer_;
+    std::string held_answer_;                       // waits for the next one, to come with it
     std::map<std::string, std::string> overrides_;  // normalised command -> bytes of its answer
     std::minstd_rand random_;
     std::string port_path_;  // see port_path()

@@ -59,6 +59,8 @@ std::string Modem::Status() const {
     add("pcid", std::to_string(device_.air.cell_id));
     add("operator", device_.air.operator_name);
     add("network", device_.air.network);
+    add("technology-word", technology_word_.empty() ? "LTE" : technology_word_);
+    add("reports", on_or_off(device_.reports_technology));
     add("temperature", std::to_string(device_.air.temperature_celsius));
     add("usb mode", std::to_string(device_.usb_mode));
     add("boot-time", std::to_string(device_.timing.boot_ms));
@@ -73,6 +75,10 @@ std::string Modem::Status() const {
     add("pad", std::to_string(faults_.pad_bytes));
     add("percent", on_or_off(faults_.percent));
     add("nul", on_or_off(faults_.nul));
+    add("cut", std::to_string(faults_.cut_bytes));
+    add("merge", on_or_off(faults_.merge));
+    add("stale", on_or_off(faults_.stale));
+    add("chatter", Escape(faults_.chatter));
     add("flood",
         faults_.flood_bytes_per_second == 0 ? "off" : std::to_string(faults_.flood_bytes_per_second));
     for (const auto& [command, bytes] : overrides_) add("answer", command + " = " + Escape(bytes));

@@ -81,6 +81,7 @@ extern constexpr Family kHuaweiFamily = {
                     .call_up = "^NDISSTAT: 1,,,\"IPV4\"",
                     .call_down = "^NDISSTAT: 0,33,,\"IPV4\""},
     .radio_report = ReportRadio,
+    .signal_report_names_technology = true,
     .rows = kRows,
 };
 

@@ -67,6 +67,13 @@ constexpr const char* kNonsense[] = {
     "unplug it",
     "seed",
     "status please",
+    "cut",
+    "cut -1",
+    "merge",
+    "merge 2",
+    "stale maybe",
+    "reports",
+    "reports lte",
 };
 
 TEST_F(ModemModel, LinesThatMakeNoSenseAreRefusedWithAReasonAndChangeNothing) {
