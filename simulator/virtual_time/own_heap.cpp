@@ -28,7 +28,7 @@ namespace virtual_time {
 namespace {
 
 // Takes no room until it is used. What doesn't fit any more comes from the C library's heap after all.
-constexpr size_t kRegion_bytes = sizeof(void*) == 8 ? size_t{1} << 32 : size_t{1} << 28;
+constexpr size_t kRegion_bytes = static_cast<size_t>(uint64_t{1} << (sizeof(void*) == 8 ? 32 : 28));
 constexpr size_t kHead_bytes = alignof(std::max_align_t);
 constexpr size_t kSmallest_bytes = 32;
 constexpr int kClassCount = 27;  // sizes are powers of two
