@@ -46,7 +46,7 @@ void FakePort::Write(const std::string& bytes) {
     if (!is_whole) return;
     commands.push_back(command_.substr(0, command_.find_first_of("\r\n")));
     command_.clear();
-    if (commands.back().empty()) return;  // the line end behind a command that brought its own
+    if (commands.back().empty()) return;  // the line end after a command that brought its own
     incoming_ += late_;
     late_.clear();
     if (answers_.empty()) return;

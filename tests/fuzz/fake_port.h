@@ -2,7 +2,7 @@
 // target that links it lists FAKE_PORT_CALLS of CMakeLists.txt. One port at a time.
 //
 // The input is answers with record separators between them; the first may be for the target itself. In an
-// answer, what stands behind a unit separator comes too late, and meets the next command. An answer that is
+// answer, what stands after a unit separator comes too late, and meets the next command. An answer that is
 // missing, or empty, is silence.
 #pragma once
 

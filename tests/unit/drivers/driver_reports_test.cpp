@@ -1,4 +1,4 @@
-// What every driver makes of the texts that its modem sends unasked.
+// What every driver makes of the texts that its modem sends unsolicited.
 #include <algorithm>
 #include <string>
 #include <vector>
