@@ -2,14 +2,17 @@
 #pragma once
 
 #include <cstring>
+#include <iterator>
 #include <string>
 #include <vector>
 
 #include "network_daemon/cellular.h"
 #include "tests/fuzz/fuzz_check.h"
+#include "tests/support/vendors.h"
 
 /// Codes of vendors are below it; one that isn't given out has no driver.
 constexpr int kVendorCodes = 16;
+static_assert(std::rbegin(test_support::kVendors)->code < kVendorCodes);
 
 template <size_t N>
 std::string TextOf(const char (&text)[N]) {

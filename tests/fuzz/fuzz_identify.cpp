@@ -20,7 +20,8 @@ constexpr char kNoModule[] = "nothing";
 constexpr size_t kWakeUpTries = 9;
 constexpr int64_t kMostWait_ms = 45000;
 
-// The words that makers and models are known by, and the families that they can stand for.
+// The words that makers and models are known by, and the families that they can stand for: those of the first
+// thirteen, held here a second time.
 struct Word {
     const char* text;
     std::vector<int> vendors;
@@ -81,6 +82,8 @@ void CheckResult(int vendor, const std::string& answers) {
     }
     const std::unique_ptr<CellBase> cell(BuildDriver(vendor, FakePort::kDescriptor));
     FUZZ_CHECK(cell != nullptr);
+    const auto stands_for_it = [&](const Word& word) { return StandsFor(word, vendor); };
+    if (std::none_of(std::begin(kWords), std::end(kWords), stands_for_it)) return;  // a later family
     const auto says_vendor = [&](const Word& word) {
         return IsSaid(answers, word) && StandsFor(word, vendor);
     };
