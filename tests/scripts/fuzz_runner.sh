@@ -32,7 +32,7 @@ fuzzer_says() {
 
 # What every fuzzer prints at its end.
 statistics='echo "#5	INITED cov: 7 ft: 9 corp: 3/9b"; echo "#900	DONE   cov: 12 ft: 20 corp: 4/9b"
-    echo "stat::number_of_executed_units: 900"; echo "stat::average_exec_per_sec:     30"'
+    echo "stat::number_of_executed_units: 900"'
 # The folder for new inputs is the first word without a dash.
 new_folder='for new; do [ "${new#-}" != "$new" ] || break; done'
 prefix='for word; do [ "${word#-artifact_prefix=}" = "$word" ] || prefix=${word#-artifact_prefix=}; done'
@@ -71,8 +71,8 @@ expect 0 0.5 tlv ini
 called "setup --fuzz"
 called "cmake --preset fuzz"
 called "cmake --build build-fuzz/64-bit --target fuzz_tlv fuzz_ini"
-called "fuzz_tlv .*-max_total_time=30 .* build-fuzz/new/tlv tests/fuzz/corpus/tlv"
-prints "tlv: 0.5 minutes" "==== summary" "tlv +64 +[0-9.]+ +[0-9.]+ +900 +30 +12 +1 +2 +0" "ini +64 .* 900 +30 +12 +1 +0 +0"
+called "fuzz_tlv .* build-fuzz/new/tlv tests/fuzz/corpus/tlv"
+prints "tlv: 0.5 minutes" "==== summary" "tlv +64 +[0-9.]+ +[0-9.]+ +900 +[0-9]+ +12 +1 +2 +0" "ini +64 .* +12 +1 +0 +0"
 cp "$COPY/build-fuzz/summary" "$SCRATCH/summary"
 
 title="the summary of a second run, after that of the first"
@@ -107,6 +107,14 @@ prints "FINDING  tlv  check failed: a == b" "    build-fuzz/findings/tlv-64-cras
     "    again: build-fuzz/64-bit/fuzz_tlv build-fuzz/findings/tlv-64-crash-1234" "tlv .* 1" "ini .* 0"
 [ "$(cat "$COPY/build-fuzz/findings/tlv-64-crash-1234")" = bad ] || fail "$title: isn't kept"
 
+title="time of the processor"
+fuzzer_says tlv "trap 'echo told >>\"$CALLS\"; $statistics; exit 0' USR1" 'until [ $SECONDS -gt 300 ]; do :; done'
+fuzzer_says ini 'sleep 3' "echo by itself >>'$CALLS'" "$statistics" # which takes none
+expect 0 0.02 tlv ini
+called told
+called "by itself"
+prints "tlv +64 .* 900 .* 0"
+
 title="findings of earlier runs are no news"
 sleep 0.01
 fuzzer_says tlv "$statistics"
@@ -137,7 +145,7 @@ prints "tlv: 3 new inputs in tests/fuzz/corpus/tlv: found_at_csq_1 found_at_csq_
 title="minimise after a run"
 fuzzer_says tlv "$statistics"
 expect 0 2 tlv --minimise
-called "fuzz_tlv .*-max_total_time=120 .*"
+called "fuzz_tlv .*-print_final_stats=1 .*"
 called "fuzz_tlv .*-merge=1 .*"
 prints "tlv: 0 new inputs in tests/fuzz/corpus/tlv"
 
