@@ -37,6 +37,7 @@ tests/unit/simulator/modem/modem_line_faults_test.cpp | simulator/modem/modem_mo
 tests/unit/simulator/modem/modem_dialect_reporting_test.cpp | simulator/modem/dialects | families that report unasked
 tests/unit/simulator/modem/modem_fibocom_test.cpp | simulator/modem/dialects/fibocom.cpp | with fibocom_le.cpp
 tests/unit/simulator/modem/modem_simcom_lynq_test.cpp | simulator/modem/dialects/simcom.cpp | with lynq.cpp
+tests/unit/tools/ctl/ctl_command_line_test.cpp | tools/ctl/command_line.cpp | ctest shows no folder
 tests/unit/simulator/virtual_time/virtual_time_test.cpp | simulator/virtual_time/environment.cpp | the world as a whole
 EOF
 }
@@ -54,7 +55,7 @@ suite_of() {
         network_daemon/main*) echo "tests/unit/process/${name}_test.cpp" ;;
         network_daemon/*) echo "tests/unit/engine/${name}_test.cpp" ;;
         CellSubClass/src/*) echo "tests/unit/drivers/${name}_test.cpp" ;;
-        support/* | simulator/*) echo "tests/unit/$(dirname "$1")/${name}_test.cpp" ;;
+        support/* | simulator/* | tools/*) echo "tests/unit/$(dirname "$1")/${name}_test.cpp" ;;
     esac
 }
 

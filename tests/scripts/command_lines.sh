@@ -6,7 +6,7 @@ REPOSITORY=$1
 BUILD=$2
 . "$REPOSITORY/tests/scripts/scratch.bash"
 
-TOOLS="modem_sim ocpp_peer scenario_run"
+TOOLS="modem_sim ocpp_peer ravelinctl scenario_run"
 VERSION=$(sed -n 's/^project(.* VERSION \([0-9.]*\).*/\1/p' "$REPOSITORY/CMakeLists.txt")
 
 # What installs or builds must not be reached.
