@@ -1,4 +1,5 @@
-// The peer's connection to the bus, with a stock D-Bus library. All calls from one thread.
+// A connection to the bus on which the daemon is, with a stock D-Bus library: for tools that ask it
+// something, or take the place of the OCPP service. All calls from one thread.
 #pragma once
 
 #include <functional>
@@ -8,7 +9,9 @@
 
 #include "simulator/bus_peer/frame.h"
 
-namespace bus_peer {
+namespace board {
+
+using bus_peer::Bytes;
 
 enum class CallResult { kAnswered, kNobodyThere, kNotAllowed, kNoAnswer, kNotAFrame };
 
@@ -23,6 +26,9 @@ class BusClient {
 
     /// Joins the bus at `address`, or the system bus where that is empty. False: error() says why.
     bool Open(const std::string& address);
+
+    /// Where the daemon is: RAVELIN_BUS_ADDRESS, or empty for the system bus.
+    static std::string DefaultAddress();
 
     /// Hands the daemon a frame. Null: no memory. The caller owns what is returned, for Await.
     DBusPendingCall* Send(const Bytes& bytes, int timeout_ms);
@@ -52,4 +58,4 @@ class BusClient {
     std::string error_;
 };
 
-}  // namespace bus_peer
+}  // namespace board

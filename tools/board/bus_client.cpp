@@ -1,8 +1,9 @@
-#include "simulator/bus_peer/bus_client.h"
+#include "tools/board/bus_client.h"
 
 #include <chrono>
+#include <cstdlib>
 
-namespace bus_peer {
+namespace board {
 
 namespace {
 
@@ -63,6 +64,11 @@ bool BusClient::Failed(DBusError* error, const std::string& what) {
     error_ = what + ": " + (dbus_error_is_set(error) ? error->message : "out of memory");
     dbus_error_free(error);
     return false;
+}
+
+std::string BusClient::DefaultAddress() {
+    const char* address = getenv("RAVELIN_BUS_ADDRESS");
+    return address == nullptr ? "" : address;
 }
 
 bool BusClient::Open(const std::string& address) {
@@ -162,4 +168,4 @@ ServeResult BusClient::Serve(const std::function<bool(const Bytes& frame, Bytes*
     return ServeResult::kTimeOver;
 }
 
-}  // namespace bus_peer
+}  // namespace board
