@@ -1,0 +1,220 @@
+// The end of a story: what each reset achieved, the ledger, and what to do about what was found.
+#include <algorithm>
+#include <cstdio>
+
+#include "tools/log/history.h"
+
+namespace ravelin_log {
+namespace {
+
+constexpr char kRecoveryPage[] = "docs/recovery.md";
+constexpr char kExplainingPage[] = "docs/explaining.md";
+constexpr char kConfigurationPage[] = "docs/configuration.md";
+constexpr char kLogPage[] = "docs/log.md";
+constexpr char kSupervisionPage[] = "docs/supervision.md";
+constexpr double kManyResetsAnHour = 1.0;
+constexpr int64_t kLongLog_ms = 6 * kHour_ms;
+
+std::string TopOf(const std::string& word) {
+    return word.substr(0, word.find('/'));
+}
+
+std::string SecondsText(int64_t ms) {
+    return std::to_string((ms + kSecond_ms / 2) / kSecond_ms) + " s";
+}
+
+/// What to do about each cause; in the order in which it is told.
+struct CauseAdvice {
+    const char* cause;
+    const char* text;
+    const char* page;
+};
+constexpr CauseAdvice kCauseAdvice[] = {
+    {cause::kModemMute,
+     "The modem stopped answering. Look at its power supply and USB cable, and at its firmware. A port that "
+     "was gone for "
+     "a moment looks the same: the kernel's log tells which.",
+     kRecoveryPage},
+    {cause::kPortGone,
+     "The modem's port was gone. See the kernel's log (dmesg | grep -i usb), the power of the modem, and "
+     "whether the "
+     "port's name stays the same (a udev rule gives it one).",
+     "docs/board-bring-up.md"},
+    {cause::kSim,
+     "The SIM wasn't ready: no card, no contact, or a PIN. The daemon never enters a PIN: take it off with a "
+     "phone.",
+     kLogPage},
+    {cause::kNoService,
+     "There was no service. Look at antenna and cable, at the bands that the operator has here, and at the "
+     "operator's "
+     "own state.",
+     kRecoveryPage},
+    {cause::kDenied,
+     "The network refused the SIM (registration state 3). No reset mends that: ask the operator about the "
+     "contract, the "
+     "SIM's lock to a device, and roaming.",
+     kLogPage},
+    {cause::kLinkDown,
+     "The modem called the data call down, and nothing says why: the operator ends calls, or the signal is "
+     "weak. Level 7 "
+     "of CheckConnection (-Df CheckConnection) shows the answers.",
+     kExplainingPage},
+    {cause::kDataPath,
+     "The link was up, and nothing answered. Look at the operator's network, the APN, and whether the pinged "
+     "addresses "
+     "can be reached through it at all.",
+     kRecoveryPage},
+    {cause::kDialFailed,
+     "The dial was refused or led to no link. Look at APN, user name and password in the settings, and at "
+     "the contract.",
+     kConfigurationPage},
+    {cause::kDhcp,
+     "The modem's link was up, and the DHCP client got no address: look at the interface's name and if-lte.",
+     kConfigurationPage},
+    {cause::kDisabled,
+     "The link was switched off by ENABLE=false. With one SIM it may take 34 checks, five and a half "
+     "minutes, until it is "
+     "back once it is switched on again: the radio stays off until the next soft reset.",
+     kConfigurationPage},
+    {cause::kCommand,
+     "A script asked for the reset through the pipe: each costs half a minute without a link.",
+     kRecoveryPage},
+    {cause::kOcpp,
+     "The OCPP service was offline beyond a threshold while no ping was answered. If only the service was, "
+     "look there.",
+     kRecoveryPage},
+    {cause::kRestart,
+     "The daemon began anew in the middle. A power cut, a kill and a crash look alike in this log: what "
+     "started it again "
+     "knows (journalctl -u ravelin-mobile, or the lines of ravelin-supervise).",
+     kSupervisionPage},
+    {cause::kUnknown,
+     "For an outage without a known cause the lines before it are missing. See which log to keep.",
+     kExplainingPage},
+};
+
+void Advise(History& history, const char* finding, const std::string& text, const char* page) {
+    history.advice.push_back({finding, text, page});
+}
+
+void TellAchievements(History& history, const std::vector<Moment>& online_at, const Moment& end) {
+    size_t next_online = 0;
+    for (size_t i = 0; i < history.resets.size(); ++i) {
+        Reset& reset = history.resets[i];
+        const Moment& at = reset.at;
+        while (next_online < online_at.size() && online_at[next_online].passed_ms < at.passed_ms) {
+            ++next_online;
+        }
+        const bool has_online = next_online < online_at.size();
+        const bool has_reset = i + 1 < history.resets.size();
+        const int64_t online_ms = has_online ? online_at[next_online].passed_ms : 0;
+        const int64_t reset_ms = has_reset ? history.resets[i + 1].at.passed_ms : 0;
+        if (has_online && (!has_reset || online_ms <= reset_ms)) {
+            reset.achieved = "the link was back after " + SecondsText(online_ms - at.passed_ms);
+        } else if (has_reset) {
+            reset.achieved = std::string("nothing: a ") + WordOf(history.resets[i + 1].kind) +
+                             " reset followed after " + SecondsText(reset_ms - at.passed_ms);
+        } else {
+            reset.achieved =
+                "not to be seen: the log ends " + SecondsText(end.passed_ms - at.passed_ms) + " later";
+        }
+    }
+}
+
+}  // namespace
+
+History Historian::Finish() const {
+    History history = history_;
+    Ledger& ledger = history.ledger;
+
+    // What the last lines leave open.
+    Historian last = *this;
+    if (last.pending_hard_.is_set) last.ConfirmHardReset();
+    last.SettleDial();
+    history = last.history_;
+    if (last.online_since_ms_ >= 0 && last.state_ == State::kOnline) {
+        ledger.online_ms += std::max<int64_t>(0, ledger.to.passed_ms - last.online_since_ms_);
+    }
+
+    for (const Outage& outage : history.outages) {
+        const std::string top = TopOf(outage.cause);
+        const int64_t length_ms = std::max<int64_t>(0, outage.length_ms());
+        ++ledger.outages[top];
+        ledger.outage_ms_by_cause[top] += length_ms;
+        ledger.outage_ms += length_ms;
+        ledger.longest_outage_ms = std::max(ledger.longest_outage_ms, length_ms);
+    }
+    for (const Reset& reset : history.resets) {
+        ++ledger.resets[reset.reason];
+        ++ledger.resets_by_kind[WordOf(reset.kind)];
+    }
+    TellAchievements(history, last.online_at_, ledger.to);
+
+    for (const CauseAdvice& row : kCauseAdvice) {
+        if (ledger.outages.count(row.cause) > 0) Advise(history, row.cause, row.text, row.page);
+    }
+    const double hours = static_cast<double>(ledger.length_ms()) / static_cast<double>(kHour_ms);
+    if (hours > 1 && static_cast<double>(history.resets.size()) / hours >= kManyResetsAnHour) {
+        Advise(history, "many-resets",
+               "More than one reset an hour: no reset mends what is wrong here. Treat the most frequent "
+               "cause first.",
+               kRecoveryPage);
+    }
+    for (const Upgrade& upgrade : history.upgrades) {
+        if (upgrade.result == "ok") continue;
+        Advise(history, "upgrade",
+               "An upgrade of the modem's firmware didn't succeed: " + upgrade.result +
+                   ". Only the model EG21 can be upgraded, by the tool QFirehose in its place.",
+               "docs/upgrade-drill.md");
+        break;
+    }
+    if (last.hot_ != 0) {
+        Advise(history, "temperature",
+               "The modem was out of its range of temperature (" + std::to_string(last.hot_) +
+                   " degrees Celsius at last): look at the cooling.",
+               kLogPage);
+    }
+    if (last.is_off_ && last.state_ == State::kOnline) {
+        Advise(history, "disabled-online",
+               "ENABLE=false from the start: the daemon dials all the same, stays online, and doesn't watch "
+               "the link.",
+               kConfigurationPage);
+    }
+
+    // What this log can't tell.
+    if (!ledger.has_lines) {
+        Advise(history, "empty", "No line of the daemon was found.", kExplainingPage);
+        return history;
+    }
+    if (!last.saw_progress_) {
+        Advise(history, "level",
+               "The log has no line of level 5: what the daemon decided is there, why and how it went isn't. "
+               "Keep level 6, "
+               "the default.",
+               kExplainingPage);
+    }
+    if (!last.has_two_sims_ && !last.has_orla_) {
+        Advise(history, "no-probes",
+               "One SIM, no ORLA: nothing is pinged, so a dead data path is never noticed and leaves no line "
+               "at any level. "
+               "Only the OCPP service can tell.",
+               kRecoveryPage);
+    }
+    if (!last.has_two_sims_ && last.saw_progress_) {
+        Advise(history, "silent-online",
+               "Coming online writes no line. The end of an outage is that of its last dial, and is known "
+               "only when a later "
+               "line shows that it led to a link. Keep ravelin_status or the OCPP service's log beside it.",
+               kExplainingPage);
+    }
+    if (history.ledger.length_ms() > kLongLog_ms && last.state_ == State::kOnline) {
+        Advise(history, "silence",
+               "A healthy day may have no line at all: without dates, days that are silent can't be counted. "
+               "Keep syslog or "
+               "the journal, or tell the first day by --date.",
+               kExplainingPage);
+    }
+    return history;
+}
+
+}  // namespace ravelin_log
