@@ -39,6 +39,7 @@ tests/unit/simulator/modem/modem_line_faults_test.cpp | simulator/modem/modem_mo
 tests/unit/simulator/modem/modem_dialect_reporting_test.cpp | simulator/modem/dialects | families that report unasked
 tests/unit/simulator/modem/modem_fibocom_test.cpp | simulator/modem/dialects/fibocom.cpp | with fibocom_le.cpp
 tests/unit/simulator/modem/modem_simcom_lynq_test.cpp | simulator/modem/dialects/simcom.cpp | with lynq.cpp
+tests/unit/tools/doctor/doctor_board_test.cpp | tools/doctor/board.cpp | ctest shows no folder
 tests/unit/tools/ctl/ctl_command_line_test.cpp | tools/ctl/command_line.cpp | ctest shows no folder
 tests/unit/simulator/virtual_time/virtual_time_test.cpp | simulator/virtual_time/environment.cpp | the world as a whole
 EOF

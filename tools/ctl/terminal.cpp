@@ -39,6 +39,9 @@ size_t BytesOf(std::string_view text, size_t columns) {
 bool IsSly(std::string_view character) {
     const auto byte = [&](size_t i) { return static_cast<unsigned char>(character[i]); };
     if (character.size() == 2) return byte(0) == 0xC2 && byte(1) < 0xA0;
+    // What only looks like a character: longer than it has to be, or half of a pair.
+    if (character.size() == 3 && byte(0) == 0xE0 && byte(1) < 0xA0) return true;
+    if (character.size() == 3 && byte(0) == 0xED && byte(1) >= 0xA0) return true;
     if (character.size() != 3 || byte(0) != 0xE2) return false;
     return (byte(1) == 0x80 && (byte(2) >= 0xA8 && byte(2) <= 0xAE)) ||
            (byte(1) == 0x80 && byte(2) <= 0x8F && byte(2) >= 0x8B) ||

@@ -34,6 +34,8 @@ TEST(Terminal, ShowsNothingThatATerminalObeys) {
               "abc");
     EXPECT_EQ(ctl::Shown("\xE2\x80\x93"), "\xE2\x80\x93") << "a dash";
     EXPECT_EQ(ctl::Shown("\xFF\xFE\xC3"), "\\xFF\\xFE\\xC3");
+    EXPECT_EQ(ctl::Shown("\xE0\x80\x9B"), "\\xE0\\x80\\x9B") << "a control longer than it has to be";
+    EXPECT_EQ(ctl::Shown("\xED\xA0\x80"), "\\xED\\xA0\\x80") << "half of a pair";
 }
 
 TEST(Terminal, WrapsAtBlanksAndCutsWhatHasNone) {
