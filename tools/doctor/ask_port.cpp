@@ -43,6 +43,7 @@ class Port {
     }
     ~Port() {
         if (is_ours_) {
+            tcflush(fd_, TCIOFLUSH);  // what a modem doesn't take would hold up the close
             tcsetattr(fd_, TCSANOW, &before_);
             ioctl(fd_, TIOCNXCL);
         }

@@ -1,7 +1,10 @@
 // The programs that the daemon and its scripts run.
+#include <algorithm>
+#include <cctype>
+#include <iterator>
+
 #include "tools/doctor/daemon_commands.h"
 #include "tools/doctor/examination.h"
-#include "tools/doctor/lines.h"
 
 namespace doctor {
 
@@ -9,8 +12,31 @@ namespace {
 
 constexpr const char* kFolders[] = {"/usr/local/sbin", "/usr/local/bin", "/usr/sbin",
                                     "/usr/bin",        "/sbin",          "/bin"};
-constexpr char kIfLte[] = "/ubi/local/apps/network/if-lte";
+constexpr const char* kScripts[] = {"/ubi/local/apps/network/if-lte", "/ubi/local/apps/network/udhcpc-lte",
+                                    "/ubi/local/apps/network/Reset4G.sh"};
 constexpr char kNetworkDriver[] = "/ubi/local/modules/qmi_wwan_q.ko";
+
+bool IsWordPart(char c) {
+    return isalnum(static_cast<unsigned char>(c)) != 0 || c == '_' || c == '-';
+}
+
+/// `text` has `word`, and not just within another one.
+bool HasWord(const std::string& text, const std::string& word) {
+    for (size_t at = text.find(word); at != std::string::npos; at = text.find(word, at + 1)) {
+        const size_t end = at + word.size();
+        if ((at == 0 || !IsWordPart(text[at - 1])) && (end == text.size() || !IsWordPart(text[end]))) {
+            return true;
+        }
+    }
+    return false;
+}
+
+/// A script that the daemon runs has it. A board's own scripts may do without.
+bool IsNamedByScripts(const Examination& examination, const char* program) {
+    return std::any_of(std::begin(kScripts), std::end(kScripts), [&](const char* script) {
+        return HasWord(examination.board().Read(script).bytes, program);
+    });
+}
 
 enum class Presence { kThere, kMissing, kUnseen };
 
@@ -37,9 +63,7 @@ Need NeedOf(const Examination& examination, const Program& program) {
             return examination.HasSwitch("DoubleSIM") || examination.HasSwitch("ORLA") ? Need::kAlways
                                                                                        : Need::kPerhaps;
         case NeededFor::kAddress:
-            // A board's own scripts may do without.
-            return Contains(examination.board().Read(kIfLte).bytes, program.name) ? Need::kAlways
-                                                                                  : Need::kPerhaps;
+            return IsNamedByScripts(examination, program.name) ? Need::kAlways : Need::kPerhaps;
         case NeededFor::kDriverOfImx6ul:
             return examination.Kind() == BoardKind::kImx6ul ? Need::kPerhaps : Need::kNever;
         case NeededFor::kSomeModems:

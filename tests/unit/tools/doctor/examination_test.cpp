@@ -3,12 +3,15 @@
 
 #include <cerrno>
 #include <functional>
+#include <map>
+#include <random>
 #include <set>
 
 #include <gtest/gtest.h>
 
 #include "tests/support/healthy_board.h"
 #include "tools/doctor/catalogue.h"
+#include "tools/doctor/report_json.h"
 
 namespace doctor {
 namespace {
@@ -247,6 +250,17 @@ const Broken kBroken[] = {
      [](HealthyBoard& on) { on.folder.Remove("/usr/bin/ip"); },
      {"tool-missing"},
      "ip isn't installed"},
+    {"no ln, which a script of the board calls",
+     [](HealthyBoard& on) { on.folder.Remove("/usr/bin/ln"); },
+     {"tool-missing"},
+     "ln isn't installed"},
+    {"no ln, and scripts of the board's own",
+     [](HealthyBoard& on) {
+         on.folder.Remove("/usr/bin/ln");
+         on.folder.Write("/ubi/local/apps/network/udhcpc-lte", "#!/bin/sh\nvuln --ln-s\n", 0755);
+     },
+     {"tool-spare"},
+     "ln isn't installed"},
     {"no ping, and it is needed",
      [](HealthyBoard& on) { on.folder.Remove("/usr/bin/ping"); },
      {"tool-missing"},
@@ -785,6 +799,14 @@ TEST(Examination, TakesAQuotedApn) {
     EXPECT_EQ(WhatOf(board.Examine()), "");
 }
 
+TEST(Examination, TakesAClockInAnotherZoneThanThatOfTheBuild) {
+    HealthyBoard board;
+    board.request.built_seconds = kNow_seconds + 14 * 60 * 60;
+    EXPECT_EQ(WhatOf(board.Examine()), "");
+    board.request.built_seconds = kNow_seconds + 25 * 60 * 60;
+    EXPECT_NE(WhatOf(board.Examine()).find("clock-behind"), std::string::npos);
+}
+
 TEST(Examination, IgnoresAMarkThatAFlashHasLeft) {
     HealthyBoard board;
     board.folder.Write("/run/ravelin-flash/flash.400.777", "");
@@ -857,6 +879,52 @@ TEST(Examination, AsksAPortThatIsFree) {
     const Report report = board.Examine();
     EXPECT_EQ(WhatOf(report), "daemon-down: no daemon runs\n");
     EXPECT_EQ(report.groups[0].facts.back(), "/dev/ttyUSB2 answers AT with OK");
+}
+
+/// Files of a healthy board, each damaged in some way: whatever is found, the examination ends with a report.
+TEST(Examination, StandsDamagedFiles) {
+    constexpr int kRounds = 60;
+    std::mt19937 random(1);
+    const auto below = [&](size_t limit) { return random() % limit; };
+    HealthyBoard board;
+    for (const char* path : {"/etc/ravelin/ifcfg-lte", kSettingsFile})
+        board.folder.Append(path, "PASSWORD=x\n");
+    std::map<std::string, std::string> files;
+    for (const char* path :
+         {kSettingsFile, "/etc/ravelin/ifcfg-lte", kJson, kPolicy, kUnit, kResetScript, "/proc/100/cmdline",
+          "/proc/100/status", "/proc/100/comm", "/proc/100/stat", "/proc/cpuinfo",
+          "/etc/default/ravelin-mobile", "/usr/share/dbus-1/system.conf", "/ubi/local/apps/network/if-lte"}) {
+        files[path] = BoardFolder::TextOf(board.folder / path);
+    }
+    for (int round = 0; round < kRounds; ++round) {
+        for (const auto& [path, text] : files) {
+            std::string damaged = text;
+            for (size_t change = below(4); change > 0; --change) {
+                const size_t at = below(damaged.size() + 1);
+                switch (below(5)) {
+                    case 0:
+                        damaged.resize(at);
+                        break;
+                    case 1:
+                        damaged.insert(at, 1 + below(300), static_cast<char>(random()));
+                        break;
+                    case 2:
+                        damaged.insert(at, damaged.substr(below(damaged.size() + 1), below(200)));
+                        break;
+                    case 3:
+                        if (at < damaged.size()) damaged[at] = static_cast<char>(random());
+                        break;
+                    default:
+                        damaged.erase(at, below(50));
+                }
+            }
+            board.folder.Write(path, damaged, 0755);
+        }
+        rapidjson::Document document;
+        document.Parse<rapidjson::kParseValidateEncodingFlag>(JsonOf(board.Examine()).c_str());
+        ASSERT_FALSE(document.HasParseError()) << "round " << round;
+        ASSERT_EQ(document["groups"].Size(), kGroupCount);
+    }
 }
 
 TEST(Examination, CountsWhatAHostileFileBrings) {
