@@ -85,7 +85,6 @@ endif()
 if(RAVELIN_TOOLS)
     set(TOOLS_DOC_DIR ${CMAKE_INSTALL_DATADIR}/doc/ravelin-mobile-tools)
     install(TARGETS modem_sim ocpp_peer ravelinctl RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
-    install(PROGRAMS ${CMAKE_SOURCE_DIR}/scripts/fifo DESTINATION ${CMAKE_INSTALL_BINDIR} RENAME ravelin-fifo COMPONENT tools)
     if(RAVELINCTL_COMPLETION)
         install(FILES ${RAVELINCTL_COMPLETION} DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
             COMPONENT tools)

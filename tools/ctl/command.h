@@ -19,6 +19,17 @@ struct ExitStatus {
     std::string meaning;
 };
 
+struct HelpItem {
+    std::string term;
+    std::string text;
+};
+
+/// A list of its own in the help, between arguments and options.
+struct HelpList {
+    std::string heading;
+    std::vector<HelpItem> items;
+};
+
 /// Does the command's work, once its command line has been read; the exit status.
 using Run = std::function<int()>;
 
@@ -30,6 +41,7 @@ struct Command {
     // Adds the options, and gives back what will use their values. Called for each command on each start, so
     // it must not do anything else.
     std::function<Run(CLI::App& app)> declare;
+    std::vector<HelpList> lists = {};
 };
 
 // Checks of a value, for Option::check. What they say follows the name of the option, e.g. "--lines wants a

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "simulator/text/text.h"
+#include "tools/ctl/commands.h"
 #include "tools/ctl/completion.h"
 #include "tools/ctl/help.h"
 
@@ -98,10 +99,6 @@ void Complain(const std::string& name, const std::string& text) {
     fflush(stdout);
     fprintf(stderr, "%s %s: %s\n", kToolName, name.c_str(), simulator_text::Escape(text).c_str());
 }
-
-#define COMMAND(Name) Command Name##Command();
-#include "tools/ctl/commands.inc"
-#undef COMMAND
 
 std::vector<Command> AllCommands() {
     return {

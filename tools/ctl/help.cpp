@@ -115,9 +115,19 @@ std::string Section(const std::string& heading, const std::string& list) {
     return list.empty() ? "" : "\n" + heading + ":\n" + list;
 }
 
+std::string OwnLists(const Command& command) {
+    std::string sections;
+    for (const HelpList& list : command.lists) {
+        std::string items;
+        for (const HelpItem& item : list.items) items += Item(item.term, item.text, kColumn);
+        sections += Section(list.heading, items);
+    }
+    return sections;
+}
+
 std::string CommandBody(const CLI::App& app, const Command& command) {
     return Paragraphs(Sentence(command.summary)) + Paragraphs(command.about) +
-           Section("Arguments", ArgumentList(app)) + Section("Options", OptionList(app)) +
+           Section("Arguments", ArgumentList(app)) + OwnLists(command) + Section("Options", OptionList(app)) +
            Section("Exit status", StatusList(command));
 }
 
