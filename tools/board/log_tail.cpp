@@ -49,7 +49,7 @@ bool LogTail::Fail(const std::string& problem) {
     return false;
 }
 
-bool LogTail::OpenFile(const std::string& path) {
+bool LogTail::OpenFile(const std::string& path, From from) {
     // A pipe in the place of the log must not be waited for.
     const int fd = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
     struct stat seen = {};
@@ -65,7 +65,7 @@ bool LogTail::OpenFile(const std::string& path) {
     if (fd_ >= 0) close(fd_);
     fd_ = fd;
     inode_ = seen.st_ino;
-    at_ = seen.st_size;
+    at_ = from == From::kStart ? 0 : seen.st_size;
     path_ = name_ = path;
     return true;
 }
@@ -106,7 +106,7 @@ void LogTail::ReadFile() {
         pending_.append(bytes, static_cast<size_t>(count));
         at_ += count;
     }
-    if (pending_.size() < limit && IsExchanged() && OpenFile(path_)) at_ = 0;
+    if (pending_.size() < limit && IsExchanged()) OpenFile(path_, From::kStart);
 }
 
 void LogTail::ReadJournal() {

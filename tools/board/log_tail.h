@@ -15,8 +15,10 @@ class LogTail {
     LogTail(const LogTail&) = delete;
     LogTail& operator=(const LogTail&) = delete;
 
-    /// From the present end of the file. False: problem() says why.
-    bool OpenFile(const std::string& path);
+    enum class From { kStart, kEnd };
+
+    /// From the present end of the file, or its start. False: problem() says why.
+    bool OpenFile(const std::string& path, From from = From::kEnd);
     /// From now, what the daemon says there. False: there is none.
     bool OpenJournal();
     /// The log of the daemon that runs here: the file after its -DL, the journal, or that of syslog. False:

@@ -44,6 +44,11 @@ TEST_F(LogTailTest, OnlyWhatComesAndOnlyWholeLines) {
     EXPECT_EQ(log.NewLines(), (Lines{"and a half"}));
 }
 
+TEST_F(LogTailTest, FromItsStartIfThatIsWanted) {
+    ASSERT_TRUE(log.OpenFile(path, board::LogTail::From::kStart));
+    EXPECT_EQ(log.NewLines(), (Lines{"old"}));
+}
+
 TEST_F(LogTailTest, ALogThatIsEmptiedAndGoesOn) {
     ASSERT_TRUE(log.OpenFile(path));
     ASSERT_EQ(truncate(path.c_str(), 0), 0);
