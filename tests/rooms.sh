@@ -29,6 +29,7 @@ tests/unit/drivers/driver_signal_test.cpp | CellSubClass/src | signal and health
 tests/unit/drivers/driver_sim_test.cpp | CellSubClass/src | the SIM check, of all drivers
 tests/unit/drivers/families_test.cpp | CellSubClass/src | all places that know a family of modems, held against each other
 tests/unit/simulator/text/simulator_text_test.cpp | simulator/text/text.cpp | ctest shows no folder
+tests/unit/tools/log/log_catalogue_test.cpp | tools/log/catalogue.cpp | ctest shows no folder
 tests/unit/tools/log/log_line_test.cpp | tools/log/line.cpp | ctest shows no folder
 tests/unit/tools/log/log_reader_test.cpp | tools/log/reader.cpp | ctest shows no folder
 tests/unit/simulator/modem/modem_device_test.cpp | simulator/modem/device.cpp | ctest shows no folder

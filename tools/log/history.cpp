@@ -21,6 +21,7 @@ constexpr int64_t kUsualChecks = 10;  // of a modem that searches after the firs
 constexpr int kTellingAnswers = 3;
 constexpr int kManySearches = 10;
 constexpr int kPortWaitsToTell = 6;
+constexpr int64_t kSimAskedAgain_ms = 3500;
 constexpr int64_t kLook_ms = 500;  // from the line of a look to that of the question for the SIM
 constexpr int64_t kServiceValid = 2;
 constexpr int64_t kStateSearching = 2;
@@ -586,7 +587,10 @@ void Historian::OnLink(const Said& said) {
             }
             const bool goes_on = !failed_checks_.empty() && said.number[0] == failed_count_ + 1 &&
                                  now_.at.passed_ms - failed_checks_.back().at.passed_ms <= kCheckGap_ms;
-            if (!goes_on) failed_checks_.clear();
+            if (!goes_on) {
+                failed_checks_.clear();
+                sim_hesitated_ = false;
+            }
             if (failed_checks_.empty()) {
                 const bool knows_loss =
                     look_down_.is_set && now_.at.passed_ms - look_down_.evidence.at.passed_ms < kCheckGap_ms;
@@ -600,6 +604,9 @@ void Historian::OnLink(const Said& said) {
                 failed_checks_[1] = now_;
             }
             failed_count_ = said.number[0];
+            // The SIM is asked again after 4 s when it isn't ready at once.
+            sim_hesitated_ |= asked_sim_.is_set && !sim_lost_.is_set &&
+                              now_.at.passed_ms - asked_sim_.evidence.at.passed_ms >= kSimAskedAgain_ms;
             look_down_.is_set = asked_sim_.is_set = false;
             if (failed_count_ <= kMostFailedChecks && !sim_lost_.is_set) return;
             const std::vector<Evidence> checks = failed_checks_;
@@ -611,13 +618,15 @@ void Historian::OnLink(const Said& said) {
                 is_sim && tells_looks_ &&
                 (!look_answered_.is_set || asked_ms - look_answered_.evidence.at.passed_ms > kLook_ms);
             Outage& outage = Open(checks.front(), true,
-                                  is_mute  ? cause::kModemMute
-                                  : is_sim ? cause::kSim
-                                           : cause::kLinkDown,
+                                  is_mute                    ? cause::kModemMute
+                                  : is_sim || sim_hesitated_ ? cause::kSim
+                                                             : cause::kLinkDown,
                                   Certainty::kProbable);
             if (is_sim) Prove(outage, lost);
             Prove(outage, checks.back());
-            if (!is_sim && weakest_rsrp_ <= kWeakRsrp_dbm) outage.cause = "link-down/weak-signal";
+            sim_confirmed_ = sim_hesitated_;
+            if (!is_sim && !sim_hesitated_ && weakest_rsrp_ <= kWeakRsrp_dbm)
+                outage.cause = "link-down/weak-signal";
             failed_checks_.clear();
             sim_lost_.is_set = false;
             failed_count_ = 0;
@@ -703,6 +712,7 @@ void Historian::OnReset(const Said& said) {
                                             : cause::kDataPath;
         Outage& outage = Open(path_failed_.is_set ? path_failed_.evidence : now_, true, word,
                               path_probed_ ? Certainty::kCertain : Certainty::kProbable);
+        sim_confirmed_ = outage.cause == cause::kSim;
         Prove(outage, now_);
         path_series_is_new_ = false;
         return outage;
@@ -878,7 +888,9 @@ void Historian::OnPort(const Said& said) {
             Outage& outage = Ensure(cause::kPortGone, Certainty::kProbable);
             Prove(outage, now_);
             const std::string top = TopOf(outage.cause);
-            if (IsWeak(outage) || top == cause::kModemMute || (top == cause::kSim && !sim_confirmed_)) {
+            // A reset for another reason may have taken the port away.
+            if (top == cause::kUnknown || top == cause::kModemMute ||
+                (top == cause::kSim && !sim_confirmed_)) {
                 SetCause(outage, cause::kPortGone, Certainty::kProbable);
             }
             return;
@@ -889,7 +901,7 @@ void Historian::OnPort(const Said& said) {
                 Outage& outage = *open();
                 if (checks_ == 1) Prove(outage, now_);
                 const std::string top = TopOf(outage.cause);
-                if (IsWeak(outage) || top == cause::kModemMute) {
+                if (top == cause::kUnknown || top == cause::kModemMute) {
                     SetCause(outage, cause::kPortGone, Certainty::kProbable);
                 }
                 return;

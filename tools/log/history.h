@@ -193,9 +193,10 @@ class Historian {
     int64_t failed_count_ = 0;             // the number that the last one of it said
     Mark asked_sim_;                       // as the link was down
     Mark sim_lost_;                        // and it wasn't ready
-    Mark look_answered_;        // the last look that the modem has answered, where the log shows it
-    bool tells_looks_ = false;  // a family that logs each answer to a look
-    Mark look_down_;            // the modem has just called the link down
+    Mark look_answered_;          // the last look that the modem has answered, where the log shows it
+    bool sim_hesitated_ = false;  // it was ready, but not at once
+    bool tells_looks_ = false;    // a family that logs each answer to a look
+    Mark look_down_;              // the modem has just called the link down
     Mark dial_;
     Moment dialed_at_;  // the DHCP client was started, or the last look failed after it
     int64_t dhcp_passed_ms_ = 0;
