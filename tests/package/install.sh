@@ -45,6 +45,8 @@ check "the bus library is a file by itself" test "$(files_in "$stage/busglue")" 
 for file in modem_sim ocpp_peer ravelinctl scenario_run; do
     check "$file is a tool" test -e "$stage/tools/usr/bin/$file" -a -x "$stage/tools/usr/bin/$file"
 done
+check "and the shell completes ravelinctl" \
+    grep -q "^complete -F _ravelinctl ravelinctl" "$stage/tools/usr/share/bash-completion/completions/ravelinctl"
 check "it looks for its libraries in the loader's own places" \
     refuses sh -c 'readelf --dynamic "$1" | grep -E "\((RUNPATH|RPATH)\)"' - "$stage/daemon/usr/sbin/ravelin-mobile"
 check "--strip strips" refuses has_debug_information "$stage/daemon/usr/sbin/ravelin-mobile"

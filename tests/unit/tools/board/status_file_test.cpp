@@ -29,6 +29,7 @@ TEST(StatusFile, IsWholeWithItsLastLineAndLineEnd) {
     }
     EXPECT_FALSE(board::IsWhole("\n"));
     EXPECT_FALSE(board::IsWhole("Now='\n"));
+    EXPECT_FALSE(board::IsWhole("Now='x''")) << "without a line end";
     EXPECT_FALSE(board::IsWhole(kWhole + "IM")) << "the next writing has begun";
 }
 
