@@ -112,7 +112,7 @@ class Teller {
     void Tell(const Outage& outage, const History& history) {
         std::string head = outage.has_begin ? Time(outage.begin) : "before the log begins";
         if (outage.has_end) {
-            head += " to " + ClockOf(outage.end);
+            head += " to " + TimeAfter(outage.end, outage.begin);
             if (outage.has_begin) head += ", " + LengthText(outage.length_ms());
         } else {
             head += outage.is_open ? ", lasts" : ", no line shows when it ended";
@@ -128,22 +128,23 @@ class Teller {
     }
 
     void Tell(const Reset& reset) {
-        std::string head = ClockOf(reset.at);
+        std::string head = Time(reset.at);
         head += reset.kind == ResetKind::kHard   ? " hardware reset: "
                 : reset.kind == ResetKind::kSoft ? " soft reset: "
                                                  : " SIM switch: ";
         head += ReasonText(reset.reason);
         if (reset.certainty == Certainty::kProbable) head += ", probably";
-        for (size_t i = 0; i < reset.evidence.size() && i < 1; ++i) {
-            head += " (" + PlaceOf(reset.evidence.back()) + ")";
-        }
+        if (!reset.evidence.empty()) head += " (" + PlaceOf(reset.evidence.back()) + ")";
         Print(head, Colour::kWarning, kIndent);
-        if (!reset.achieved.empty()) Print("It achieved " + reset.achieved + ".", Colour::kNone, 2 * kIndent);
+        if (!reset.achieved.empty()) {
+            Print("What came of it: " + reset.achieved + ".", Colour::kNone, 2 * kIndent);
+        }
         Print("Next rung: " + reset.next + ".", Colour::kFaint, 2 * kIndent);
     }
 
     void Tell(const Upgrade& upgrade) {
-        std::string head = Time(upgrade.begin) + (upgrade.has_end ? " to " + ClockOf(upgrade.end) : "");
+        std::string head =
+            Time(upgrade.begin) + (upgrade.has_end ? " to " + TimeAfter(upgrade.end, upgrade.begin) : "");
         Print(head + ": upgrade of the modem's firmware, " + upgrade.result, Colour::kStrong, 0);
         for (const Evidence& line : upgrade.evidence) Tell(line);
     }
@@ -155,22 +156,19 @@ class Teller {
     void Print(const std::string& text, Colour colour, size_t indent) {
         const auto width = static_cast<size_t>(terminal_.width);
         const size_t room = width == 0 ? 0 : width > indent + kIndent ? width - indent : kIndent;
-        bool is_first = true;
         for (const std::string& line : Wrap(text, room)) {
-            const std::string shift(is_first || width == 0 ? indent : indent, ' ');
-            printf("%s%s\n", shift.c_str(), Paint(terminal_, colour, line).c_str());
-            is_first = false;
+            printf("%s%s\n", std::string(indent, ' ').c_str(), Paint(terminal_, colour, line).c_str());
         }
     }
 
     std::string Time(const Moment& moment) const { return reader_.ShortTimeText(moment.time_ms); }
-    /// The time of day alone.
-    std::string ClockOf(const Moment& moment) const {
+    /// Without the day, where it is that of another moment which is told before it.
+    std::string TimeAfter(const Moment& moment, const Moment& before) const {
         const std::string text = Time(moment);
         const size_t blank = text.rfind(' ');
-        std::string day = text.substr(0, blank);
-        const std::string clock = blank == std::string::npos ? text : text.substr(blank + 1);
-        return day == last_day_ ? clock : clock;
+        const bool is_same_day =
+            blank != std::string::npos && Time(before).compare(0, blank + 1, text, 0, blank + 1) == 0;
+        return is_same_day ? text.substr(blank + 1) : text;
     }
     std::string PlaceOf(const Evidence& line) const {
         return Shown(reader_.name(line.input)) + ":" + std::to_string(line.line);
@@ -212,7 +210,6 @@ class Teller {
   private:
     const Reader& reader_;
     Terminal terminal_;
-    std::string last_day_;
 };
 
 /// "03:12", "03:12:07", and the same behind a day: "2026-11-22T03:12" or with a blank. Milliseconds of the

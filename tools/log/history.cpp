@@ -19,7 +19,9 @@ constexpr int64_t kMostFailedChecks = 10;
 constexpr int64_t kServiceChecks = 34;
 constexpr int64_t kUsualChecks = 10;  // of a modem that searches after the first start
 constexpr int kTellingAnswers = 3;
+constexpr int kProvingAnswers = 6;
 constexpr int kManySearches = 10;
+constexpr int kEarlyDials = 2;  // of a LongSung modem after the start, which may still be searching
 constexpr int kPortWaitsToTell = 6;
 constexpr int64_t kSimAskedAgain_ms = 3500;
 constexpr int64_t kLook_ms = 500;  // from the line of a look to that of the question for the SIM
@@ -158,7 +160,7 @@ Outage& Historian::Open(const Evidence& begin, bool has_begin, const char* cause
         online_since_ms_ = -1;
     }
     dials_ = 0;
-    searching_ = denied_ = 0;
+    searching_ = denied_ = not_denied_ = 0;
     answered_ = sim_confirmed_ = judged_by_second_sim_ = false;
     Prove(outage, begin);
     return outage;
@@ -357,9 +359,10 @@ void Historian::OnSim(const Said& said) {
             // One SIM, and the modem knows its own number: it is the SIM indeed.
             if (imei_told_) sim_confirmed_ = sim_confirmed_ || top == cause::kSim;
             if (top == cause::kSim) {
-                SetCause(
-                    *outage, cause::kSim,
-                    imei_told_ && outage->resets.size() > 0 ? Certainty::kCertain : Certainty::kProbable);
+                // Set up anew, the modem knows its own number, no SIM, and no network: it is the SIM indeed.
+                const bool is_proven =
+                    imei_told_ && !outage->resets.empty() && answered_ && !registered_ && !has_two_sims_;
+                SetCause(*outage, cause::kSim, is_proven ? Certainty::kCertain : Certainty::kProbable);
             } else if (imei_told_ && outage->resets.size() <= 1 &&
                        (IsWeak(*outage) || top == cause::kNoService)) {
                 SetCause(*outage, cause::kSim, Certainty::kProbable);
@@ -403,7 +406,11 @@ void Historian::OnService(const Said& said) {
         case Event::kRegistration:
             answered_ = true;
             if (said.number[1] == kStateSearching) ++searching_;
-            if (said.number[1] == kStateDenied) ++denied_;
+            if (said.number[1] == kStateDenied) {
+                ++denied_;
+            } else {
+                ++not_denied_;
+            }
             if (IsRegistered(said.number[1])) denied_ = searching_ = 0;
             JudgeSim(IsRegistered(said.number[1]));
             return;
@@ -451,17 +458,18 @@ void Historian::OnService(const Said& said) {
                 // Each family logs what the modem says of its registration: here it has said nothing.
                 SetCause(outage, answered_ ? cause::kNoService : cause::kModemMute, Certainty::kProbable);
             }
+            // One answer of another kind, and it may be the answers that are wrong.
+            const bool is_proven = denied_ >= kProvingAnswers && not_denied_ == 0;
             if (denied_ > 0 &&
                 (IsWeak(outage) || outage.cause == cause::kNoService || top == cause::kNoService) &&
                 (outage.resets.empty() || denied_ >= kTellingAnswers)) {
                 Prove(outage, now_);
-                SetCause(outage, cause::kDenied,
-                         denied_ >= kTellingAnswers ? Certainty::kCertain : Certainty::kProbable);
-            } else if (outage.cause == cause::kDenied && denied_ >= kTellingAnswers) {
+                SetCause(outage, cause::kDenied, is_proven ? Certainty::kCertain : Certainty::kProbable);
+            } else if (outage.cause == cause::kDenied && is_proven) {
                 SetCause(outage, cause::kDenied, Certainty::kCertain);
             }
             if (outage.cause == cause::kNoService && checks_ >= kManySearches &&
-                searching_ >= kManySearches) {
+                searching_ >= kManySearches && searching_ == not_denied_ && denied_ == 0) {
                 SetCause(outage, cause::kNoService, Certainty::kCertain);
             }
             return;
@@ -495,7 +503,7 @@ void Historian::OnLink(const Said& said) {
                                       knows_loss ? cause::kLinkDown : cause::kUnknown,
                                       knows_loss ? Certainty::kProbable : Certainty::kUnknown);
                 if (!knows_loss) outage.would_tell = "the lines before it, at level 5 or above";
-            } else if (!has_open_ && dials_ > 0 && dial_.is_set) {
+            } else if (!has_open_ && dials_ > (registered_ ? 0 : kEarlyDials) && dial_.is_set) {
                 Open(dial_.evidence, true, registered_ ? cause::kDialFailed : cause::kLinkDown,
                      Certainty::kProbable);
                 answered_ = true;
@@ -625,8 +633,8 @@ void Historian::OnLink(const Said& said) {
             if (is_sim) Prove(outage, lost);
             Prove(outage, checks.back());
             sim_confirmed_ = sim_hesitated_;
-            if (!is_sim && !sim_hesitated_ && weakest_rsrp_ <= kWeakRsrp_dbm)
-                outage.cause = "link-down/weak-signal";
+            const bool is_weak = weakest_rsrp_ <= kWeakRsrp_dbm;
+            if (!is_sim && !sim_hesitated_ && is_weak) outage.cause = "link-down/weak-signal";
             failed_checks_.clear();
             sim_lost_.is_set = false;
             failed_count_ = 0;
@@ -694,8 +702,8 @@ void Historian::OnReset(const Said& said) {
     const auto path_outage = [this]() -> Outage& {
         if (has_open_) return *open();
         // The count goes on where it was when no check has passed in between: the path was dead all the time.
-        if (!path_series_is_new_ && !history_.outages.empty() &&
-            TopOf(history_.outages.back().cause) == cause::kDataPath && history_.outages.back().has_end) {
+        if (!path_series_is_new_ && !history_.outages.empty() && path_outages_ == history_.outages.size() &&
+            history_.outages.back().has_end) {
             Outage& former = history_.outages.back();
             former.is_open = true;
             former.has_end = false;
@@ -710,11 +718,12 @@ void Historian::OnReset(const Said& said) {
                            : sim_flag_lost_ ? cause::kSim
                            : not_lte_       ? "data-path/no-lte"
                                             : cause::kDataPath;
-        Outage& outage = Open(path_failed_.is_set ? path_failed_.evidence : now_, true, word,
-                              path_probed_ ? Certainty::kCertain : Certainty::kProbable);
+        Outage& outage = Open(path_series_is_new_ && path_failed_.is_set ? path_failed_.evidence : now_, true,
+                              word, path_probed_ ? Certainty::kCertain : Certainty::kProbable);
         sim_confirmed_ = outage.cause == cause::kSim;
         Prove(outage, now_);
         path_series_is_new_ = false;
+        path_outages_ = history_.outages.size();
         return outage;
     };
     const auto prove_hard = [this](const std::string& why, Certainty certainty) {

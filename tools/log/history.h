@@ -211,6 +211,7 @@ class Historian {
     int64_t checks_ = 0;
     int searching_ = 0;  // answers of that kind within the outage
     int denied_ = 0;
+    int not_denied_ = 0;     // answers of any other kind
     bool answered_ = false;  // the modem has said anything since the outage began
     bool sim_confirmed_ = false;
     bool sim_flag_lost_ = false;         // the SIM wasn't ready when it was asked last
@@ -224,6 +225,7 @@ class Historian {
     bool path_probed_ = false;  // level 7: LTE, and no ping was answered
     Mark path_failed_;          // first of the failed checks at hand
     bool path_series_is_new_ = false;
+    size_t path_outages_ = 0;  // how many outages there were when the last one by such checks was opened
 
     // Resets
     Said last_decision_;  // the last line that can explain a reset
