@@ -174,6 +174,17 @@ History Historian::Finish() const {
                    " degrees Celsius at last): look at the cooling.",
                kLogPage);
     }
+    if (last.lacked_settings_) {
+        Advise(history, "no-settings",
+               "The daemon ended because it found no settings file with a valid line: without it there is no "
+               "link.",
+               kConfigurationPage);
+    }
+    if (last.was_refused_) {
+        Advise(history, "refused-module",
+               "network.json doesn't allow this modem on this board: the daemon ends at each start.",
+               kConfigurationPage);
+    }
     if (last.is_off_ && last.state_ == State::kOnline) {
         Advise(history, "disabled-online",
                "ENABLE=false from the start: the daemon dials all the same, stays online, and doesn't watch "

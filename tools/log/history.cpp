@@ -23,6 +23,8 @@ constexpr int kProvingAnswers = 6;
 constexpr int kManySearches = 10;
 constexpr int kEarlyDials = 2;  // of a LongSung modem after the start, which may still be searching
 constexpr int kPortWaitsToTell = 6;
+constexpr int64_t kLookGap_ms = 8 * kSecond_ms;  // more than between two looks of an attempt
+constexpr int kManyLooks = 25;                   // of the 30 of an attempt in vain
 constexpr int64_t kSimAskedAgain_ms = 3500;
 constexpr int64_t kLook_ms = 500;  // from the line of a look to that of the question for the SIM
 constexpr int64_t kServiceValid = 2;
@@ -222,9 +224,12 @@ void Historian::CameOnline(const Moment& at) {
 
 /// A line has come that an attempt in vain doesn't have so late: the link is up since the dial.
 void Historian::SettleDial() {
-    if (state_ == State::kDialed && now_.at.passed_ms - dhcp_passed_ms_ > kLongestLooks_ms) {
-        CameOnline(dialed_at_);
-    }
+    if (state_ != State::kDialed) return;
+    const bool is_late = now_.at.passed_ms - dhcp_passed_ms_ > kLongestLooks_ms;
+    // Quectel and ZTE modems log each look that fails, one after the other: one has succeeded.
+    const bool is_silent = tells_failures_ && failed_looks_ < kManyLooks &&
+                           now_.at.passed_ms - dialed_at_.passed_ms > kLookGap_ms;
+    if (is_late || is_silent) CameOnline(dialed_at_);
 }
 
 void Historian::Note(const Said&, Mark* mark) {
@@ -553,6 +558,7 @@ void Historian::OnLink(const Said& said) {
             state_ = State::kDialed;
             dialed_at_ = now_.at;
             dhcp_passed_ms_ = now_.at.passed_ms;
+            failed_looks_ = 0;
             return;
         case Event::kLookFailed:
         case Event::kLook:
@@ -564,6 +570,7 @@ void Historian::OnLink(const Said& said) {
             answered_ |= said.event != Event::kLookFailed;
             // SimCom and Quectel modems show it in another way, or not always.
             if (said.event != Event::kLookFailed && said.row->text[0] != 'O') tells_looks_ = true;
+            if (said.event == Event::kLookFailed) tells_failures_ = true;
             // Quectel's Qualcomm family shows the state, which is 0 when there was no answer.
             if (said.event != Event::kLookFailed || said.number[0] != 0) Note(said, &look_answered_);
             if (is_up) {
@@ -578,11 +585,12 @@ void Historian::OnLink(const Said& said) {
                 return;
             }
             if (state_ == State::kDialed) {
-                // A look that fails later than any of an attempt is one of a link that was up.
-                if (now_.at.passed_ms - dhcp_passed_ms_ > kLongestLooks_ms) {
+                // The looks of an attempt follow one another: a later one is that of a link that was up.
+                if (now_.at.passed_ms - dialed_at_.passed_ms > kLookGap_ms) {
                     CameOnline(dialed_at_);
                 } else {
                     dialed_at_ = now_.at;
+                    ++failed_looks_;
                 }
             }
             if (state_ == State::kOnline && !look_down_.is_set) Note(said, &look_down_);
@@ -936,9 +944,11 @@ void Historian::OnPort(const Said& said) {
         }
         case Event::kRefusedModule:
         case Event::kNoSettings: {
-            // GetLTEcfg says it while running, and nothing ends.
-            if (said.event == Event::kNoSettings && state_ != State::kStarting && !is_first_start_) return;
-            run_ended_ = said.event == Event::kRefusedModule;
+            // GetLTEcfg says it while running, and nothing ends; at a start it is the only line.
+            const bool is_running = state_ != State::kUnknown && state_ != State::kStarting;
+            if (said.event == Event::kNoSettings && is_running) return;
+            run_ended_ = true;
+            (said.event == Event::kRefusedModule ? was_refused_ : lacked_settings_) = true;
             return;
         }
         default:

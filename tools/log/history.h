@@ -193,10 +193,12 @@ class Historian {
     int64_t failed_count_ = 0;             // the number that the last one of it said
     Mark asked_sim_;                       // as the link was down
     Mark sim_lost_;                        // and it wasn't ready
-    Mark look_answered_;          // the last look that the modem has answered, where the log shows it
-    bool sim_hesitated_ = false;  // it was ready, but not at once
-    bool tells_looks_ = false;    // a family that logs each answer to a look
-    Mark look_down_;              // the modem has just called the link down
+    Mark look_answered_;           // the last look that the modem has answered, where the log shows it
+    bool sim_hesitated_ = false;   // it was ready, but not at once
+    bool tells_failures_ = false;  // a family that logs each look that fails
+    int failed_looks_ = 0;         // of the attempt at hand
+    bool tells_looks_ = false;     // a family that logs each answer to a look
+    Mark look_down_;               // the modem has just called the link down
     Mark dial_;
     Moment dialed_at_;  // the DHCP client was started, or the last look failed after it
     int64_t dhcp_passed_ms_ = 0;
@@ -246,6 +248,8 @@ class Historian {
     Mark end_of_run_;         // what the supervisor said of it
     int weakest_rsrp_ = 0;
     int64_t hot_ = 0;
+    bool was_refused_ = false;      // the module, by network.json
+    bool lacked_settings_ = false;  // at a start, which ends then
 };
 
 }  // namespace ravelin_log

@@ -116,6 +116,26 @@ TEST(History, AnEndThatNothingShowsIsNone) {
     EXPECT_FALSE(history.outages[0].has_seconds());
 }
 
+TEST(History, AFamilyThatLogsFailedLooksIsOnlineOnceItFallsSilent) {
+    const std::string text =
+        kStart + OfflineChecks(300) + Dial(330, 2) +
+        "351 CheckConnection AT+QNETDEVSTATUS fail:3\n352 CheckConnection AT+QNETDEVSTATUS fail:3\n"
+        "370 handle_command [FIFO]Reset4G:1\n371 Task [FIFO] DeviceReset run\n";
+    EXPECT_EQ(Told(Log().Tell(text)),
+              "link-down probable 302..352; command certain 371..; hard command 371; ");
+}
+
+TEST(History, ALinkThatIsReportedDownLongAfterTheDialWasUp) {
+    const std::string text =
+        kStart + std::string("201 ParseAtResult Connect Status:0\n") + Dial(202, 2) + kLater;
+    EXPECT_EQ(Told(Log().Tell(text)), "link-down probable 201..222; ");
+}
+
+TEST(History, ADaemonWithoutSettingsIsAdvised) {
+    const History history = Log().Tell("0 main config /run/network/ifcfg-lte don't exist\n");
+    EXPECT_EQ(history.advice.front().finding, "no-settings");
+}
+
 TEST(History, OnlyTheLastSeriesOfFailedChecksBegins) {
     const std::string text = kStart + std::string("300 Task Check connection. offline 1/10 times\n") +
                              "900 Task Check connection. offline 2/10 times\n" +
