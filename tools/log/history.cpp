@@ -25,6 +25,8 @@ constexpr int kEarlyDials = 2;  // of a LongSung modem after the start, which ma
 constexpr int kPortWaitsToTell = 6;
 constexpr int64_t kLookGap_ms = 8 * kSecond_ms;  // more than between two looks of an attempt
 constexpr int kManyLooks = 25;                   // of the 30 of an attempt in vain
+constexpr int64_t kFirstTellingVendor = 5;       // kinds of driver that log each look that fails
+constexpr int64_t kLastTellingVendor = 8;
 constexpr int64_t kSimAskedAgain_ms = 3500;
 constexpr int64_t kLook_ms = 500;  // from the line of a look to that of the question for the SIM
 constexpr int64_t kServiceValid = 2;
@@ -1026,6 +1028,10 @@ void Historian::OnEvent(const Said& said) {
             break;
         case Event::kHot:
             hot_ = said.number[0];
+            break;
+        case Event::kVendor:
+            // ZTE and the three of Quectel.
+            tells_failures_ = said.number[0] >= kFirstTellingVendor && said.number[0] <= kLastTellingVendor;
             break;
         default:
             break;
