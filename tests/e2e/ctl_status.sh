@@ -142,7 +142,7 @@ shows 0
 check "nor a pipe" no_escape
 
 # --watch: Ctrl-C gives the screen back. The shell of the terminal says how it ended.
-script -qec "$BUILD/ravelinctl status --watch --interval 1; echo ended \$?" /tmp/ctl.screen </dev/null >/dev/null 2>&1 &
+script -qefc "$BUILD/ravelinctl status --watch --interval 1; echo ended \$?" /tmp/ctl.screen </dev/null >/dev/null 2>&1 &
 SCRIPT=$!
 drawn() {
     grep -qF "Ctrl-C ends it" /tmp/ctl.screen
@@ -160,6 +160,21 @@ given_back() {
     [ "$(grep -oaF "$(printf '\033[?25h\033[?1049l')" /tmp/ctl.screen | wc -l)" -eq 1 ]
 }
 check "the cursor and the screen are back" given_back
+
+# A dumb terminal can't be drawn upon.
+script -qefc "env TERM=dumb $BUILD/ravelinctl status --watch --interval 1 --no-bus" /tmp/ctl.dumb </dev/null >/dev/null 2>&1 &
+SCRIPT=$!
+shown_on_dumb() {
+    grep -q '^Daemon' /tmp/ctl.dumb
+}
+check "a dumb terminal gets blocks" wait_for 30 shown_on_dumb
+WATCHER=$(pgrep -f "^$BUILD/ravelinctl status --watch --interval 1 --no-bus$")
+kill -INT "$WATCHER"
+wait $SCRIPT
+no_escape_on_dumb() {
+    ! grep -q "$(printf '\033')" /tmp/ctl.dumb
+}
+check "and nothing that draws" no_escape_on_dumb
 
 # Without a terminal: a block for each change, whatever the clock does.
 "$BUILD/ravelinctl" status --watch --interval 1 --no-bus --json >/tmp/watch.out &

@@ -44,7 +44,7 @@ void Block(int how) {
 
 }  // namespace
 
-Screen::Screen(const Terminal& terminal) : is_drawn_on_(terminal.is_terminal) {
+Screen::Screen(const Terminal& terminal) : is_drawn_on_(terminal.can_draw) {
     ended_by = 0;
     Block(SIG_BLOCK);
     for (const int signal : kEnds) Handle(signal, NoteEnd);

@@ -87,7 +87,7 @@ std::string Clock(time_t now) {
 int Watch(const Options& options) {
     int status = kStatusDone;
     {
-        const bool draws = StandardOutput().is_terminal && !options.json;
+        const bool draws = StandardOutput().can_draw && !options.json;
         Screen screen(draws ? StandardOutput() : Terminal());
         std::string last;
         std::optional<board::BusStatus> bus;

@@ -55,7 +55,8 @@ Terminal StandardOutput() {
     terminal.is_terminal = isatty(STDOUT_FILENO) == 1;
     if (!terminal.is_terminal) return terminal;
     const std::string kind = Environment("TERM");
-    terminal.has_colour = kind != "dumb" && !kind.empty() && Environment("NO_COLOR").empty();
+    terminal.can_draw = kind != "dumb" && !kind.empty();
+    terminal.has_colour = terminal.can_draw && Environment("NO_COLOR").empty();
     winsize size = {};
     if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0) {
         terminal.width = size.ws_col;

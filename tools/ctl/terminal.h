@@ -10,6 +10,7 @@ namespace ctl {
 
 struct Terminal {
     bool is_terminal = false;
+    bool can_draw = false;  // it can be drawn upon; a dumb one takes line after line only
     bool has_colour = false;
     int width = 0;   // in columns; 0: as wide as it gets, since what reads it is no terminal
     int height = 0;  // in lines; 0: not known
