@@ -126,15 +126,17 @@ class Run {
 
     int JoinBus(const char* name, const busglue_descriptor* descriptor) {
         Note("bus", std::string("joins ") + name);
-        if (scenario_.bus_fails) return -1;
+        if (scenario_.bus_fails || bus_is_away_) return -1;
         descriptor_ = descriptor;
         pthread_t thread;
         if (pthread_create(&thread, nullptr, ServeBus, this) == 0) pthread_detach(thread);
         return 0;
     }
 
-    void SendOnBus(const busglue_send_record& record) {
-        Note("bus", std::string("sends ") + record.destination + " " + HexOf(record.frame, record.length));
+    int SendOnBus(const busglue_send_record& record) {
+        const std::string what = record.destination + (" " + HexOf(record.frame, record.length));
+        Note("bus", (bus_is_away_ ? "refuses " : "sends ") + what);
+        return bus_is_away_ ? -1 : 0;
     }
 
     // End
@@ -205,6 +207,7 @@ class Run {
             Note("modem", present ? "port is back" : "port is gone");
         };
         environment_.AddPort(scenario_.port, modem_.get());
+        if (!scenario_.port_link.empty()) environment_.AddPortLink(scenario_.port_link, modem_.get());
     }
 
     void AddResetScript(const std::string& part, const std::vector<std::string>& knobs) {
@@ -357,6 +360,8 @@ class Run {
         if (event.kind == ScenarioEvent::Kind::kStorage) {
             environment_.storage.Set(event.subject, event.storage);
         }
+        if (event.kind == ScenarioEvent::Kind::kBusAway) bus_is_away_ = true;
+        if (event.kind == ScenarioEvent::Kind::kBusBack) bus_is_away_ = false;
     }
 
     void Do(const ScenarioEvent& event) {
@@ -408,6 +413,11 @@ class Run {
                 break;
             case Kind::kStorage:
                 Note("world", event.text);
+                Redo(event);
+                break;
+            case Kind::kBusAway:
+            case Kind::kBusBack:
+                Note("world", event.kind == Kind::kBusAway ? "bus away" : "bus back");
                 Redo(event);
                 break;
         }
@@ -475,7 +485,7 @@ class Run {
         const int length = static_cast<int>(message.bytes.size());
         NoteMessage(message);
         const bool has_row =
-            descriptor_ != nullptr &&
+            descriptor_ != nullptr && !bus_is_away_ &&
             (message.is_call ? descriptor_->methods != nullptr && descriptor_->methods->name != nullptr
                              : descriptor_->signals != nullptr && descriptor_->signals->name != nullptr);
         if (!has_row) {
@@ -532,6 +542,7 @@ class Run {
     std::vector<bool> is_done_ = std::vector<bool>(scenario_.events.size());
     std::vector<bool> is_reached_ = std::vector<bool>(scenario_.marks.size());
     size_t marks_left_ = scenario_.marks.size();
+    bool bus_is_away_ = false;
     bool is_down_ = false;  // the supervisor hasn't started the daemon again yet
     std::unique_ptr<ModemPort> modem_;
     const busglue_descriptor* descriptor_ = nullptr;
@@ -607,8 +618,7 @@ extern "C" int dbs_connect_init(const char* name, const struct busglue_descripto
 extern "C" int dbs_send_method_async(struct busglue_send_record* record, busglue_send_reply) {
     const virtual_time::ForTheWorld memory;
     if (the_run == nullptr) return -1;
-    the_run->SendOnBus(*record);
-    return 0;
+    return the_run->SendOnBus(*record);
 }
 
 extern "C" void log_send(const char* text) {
