@@ -44,8 +44,8 @@ int64_t Switch(Story& story, int64_t from_ms, int64_t to_ms, const std::string& 
     return to_ms;
 }
 
-/// The SIM holders that a fault of a SIM or its network concerns: with two SIMs one of them or both. Named always,
-/// since the daemon may have switched when the fault ends.
+/// The SIM holders that a fault of a SIM or its network concerns: with two SIMs one of them or both. Named
+/// always, since the daemon may have switched when the fault ends.
 std::vector<std::string> Holders(Story& story, Random& random) {
     if (!story.setup.board.has_two_sims) return {"holder 1 "};
     switch (random.Below(4)) {
@@ -60,7 +60,9 @@ std::vector<std::string> Holders(Story& story, Random& random) {
 
 int64_t SwitchHolders(Story& story, Random& random, int64_t from_ms, int64_t to_ms, const std::string& on,
                       const std::string& off) {
-    for (const std::string& holder : Holders(story, random)) Switch(story, from_ms, to_ms, holder + on, holder + off);
+    for (const std::string& holder : Holders(story, random)) {
+        Switch(story, from_ms, to_ms, holder + on, holder + off);
+    }
     return to_ms;
 }
 
@@ -108,8 +110,8 @@ int64_t Late(Story& story, Random& random, int64_t from_ms, int64_t to_ms) {
 }
 
 int64_t Pieces(Story& story, Random& random, int64_t from_ms, int64_t to_ms) {
-    constexpr const char* kSizes[] = {"pieces 1 gap 5", "pieces 1 gap 5", "pieces 64 gap 5", "pieces 3 gap 40",
-                                      "pieces 10 gap 400"};
+    constexpr const char* kSizes[] = {"pieces 1 gap 5", "pieces 1 gap 5", "pieces 64 gap 5",
+                                      "pieces 3 gap 40", "pieces 10 gap 400"};
     return Switch(story, from_ms, to_ms, random.Pick(kSizes), "pieces 0");
 }
 
@@ -137,9 +139,26 @@ int64_t OddBytes(Story& story, Random& random, int64_t from_ms, int64_t to_ms) {
 }
 
 constexpr const char* kChatter[] = {
-    "RING", "+CMTI: \"SM\",3", "+CGEV: NW DETACH", "^RSSI: 17", "+CREG: 0", "+CREG: 2", "+CEREG: 3", "+CSQ: 99,99",
-    "+CPIN: NOT READY", "+QIND: \"csq\",12,99", "+DATASTATUS: 0", "+DATASTATUS: 1", "+NWTYPEIND: 4", "NO CARRIER",
-    "+ZPAS: \"No Service\"", "^HCSQ: \"NOSERVICE\"", "OK", "ERROR", "+COPS: 0", "+QNETDEVSTATUS: 0,0,0,0",
+    "RING",
+    "+CMTI: \"SM\",3",
+    "+CGEV: NW DETACH",
+    "^RSSI: 17",
+    "+CREG: 0",
+    "+CREG: 2",
+    "+CEREG: 3",
+    "+CSQ: 99,99",
+    "+CPIN: NOT READY",
+    "+QIND: \"csq\",12,99",
+    "+DATASTATUS: 0",
+    "+DATASTATUS: 1",
+    "+NWTYPEIND: 4",
+    "NO CARRIER",
+    "+ZPAS: \"No Service\"",
+    "^HCSQ: \"NOSERVICE\"",
+    "OK",
+    "ERROR",
+    "+COPS: 0",
+    "+QNETDEVSTATUS: 0,0,0,0",
 };
 
 int64_t Chatter(Story& story, Random& random, int64_t from_ms, int64_t to_ms) {
@@ -166,9 +185,9 @@ struct Exchange {
     const char* answer;
 };
 constexpr Exchange kExchanges[] = {
-    {"AT+CSQ", "+CSQ: 14,99"},        {"AT+CREG?", "+CREG: 0,2"},   {"AT+CGREG?", "+CGREG: 0,0"},
-    {"AT+CEREG?", "+CEREG: 0,3"},     {"AT+CPIN?", "+CPIN: SIM PIN"}, {"AT+COPS?", "+COPS: 0"},
-    {"AT+CGSN", "123456789012345"},   {"AT+CIMI", "001010123456789"}, {"ATE0", "ERROR"},
+    {"AT+CSQ", "+CSQ: 14,99"},       {"AT+CREG?", "+CREG: 0,2"},     {"AT+CGREG?", "+CGREG: 0,0"},
+    {"AT+CEREG?", "+CEREG: 0,3"},    {"AT+CPIN?", "+CPIN: SIM PIN"}, {"AT+COPS?", "+COPS: 0"},
+    {"AT+CGSN", "123456789012345"},  {"AT+CIMI", "001010123456789"}, {"ATE0", "ERROR"},
     {"AT+CFUN=1", "+CME ERROR: 13"},
 };
 
@@ -184,8 +203,8 @@ int64_t WrongAnswer(Story& story, Random& random, int64_t from_ms, int64_t to_ms
 // The network
 
 int64_t Unregistered(Story& story, Random& random, int64_t from_ms, int64_t to_ms) {
-    return SwitchHolders(story, random, from_ms, to_ms, random.Percent(50) ? "registration 0" : "registration 2",
-                         "registration 1");
+    return SwitchHolders(story, random, from_ms, to_ms,
+                         random.Percent(50) ? "registration 0" : "registration 2", "registration 1");
 }
 
 int64_t Denied(Story& story, Random& random, int64_t from_ms, int64_t to_ms) {
@@ -195,7 +214,8 @@ int64_t Denied(Story& story, Random& random, int64_t from_ms, int64_t to_ms) {
 int64_t HalfRegistered(Story& story, Random& random, int64_t from_ms, int64_t to_ms) {
     constexpr const char* kDomains[] = {"creg", "cgreg", "cereg"};
     const std::string domain = random.Pick(kDomains);
-    return SwitchHolders(story, random, from_ms, to_ms, "registration 0 " + domain, "registration 1 " + domain);
+    return SwitchHolders(story, random, from_ms, to_ms, "registration 0 " + domain,
+                         "registration 1 " + domain);
 }
 
 int64_t Flapping(Story& story, Random& random, int64_t from_ms, int64_t to_ms) {
@@ -203,8 +223,9 @@ int64_t Flapping(Story& story, Random& random, int64_t from_ms, int64_t to_ms) {
     const std::vector<std::string> holders = Holders(story, random);
     int64_t at_ms = from_ms;
     for (int64_t turn = 0; turn < kMostTurns && at_ms < to_ms; ++turn) {
-        for (const std::string& holder : holders)
+        for (const std::string& holder : holders) {
             story.At(at_ms, holder + (turn % 2 == 0 ? "registration 0" : "registration 1"));
+        }
         at_ms += random.Skewed(500, 60000);
     }
     for (const std::string& holder : holders) story.At(to_ms, holder + "registration 1");
@@ -245,7 +266,9 @@ int64_t LinkCut(Story& story, Random&, int64_t from_ms, int64_t) {
 }
 
 int64_t LinkFlaps(Story& story, Random& random, int64_t from_ms, int64_t to_ms) {
-    for (int64_t at_ms = from_ms; at_ms < to_ms; at_ms += random.Between(2000, 90000)) story.At(at_ms, "link down");
+    for (int64_t at_ms = from_ms; at_ms < to_ms; at_ms += random.Between(2000, 90000)) {
+        story.At(at_ms, "link down");
+    }
     story.At(to_ms, "link down");
     return to_ms;
 }
@@ -379,7 +402,8 @@ int64_t PingHangs(Story& story, Random& random, int64_t from_ms, int64_t to_ms) 
 
 int64_t PingOdd(Story& story, Random& random, int64_t from_ms, int64_t to_ms) {
     constexpr const char* kWhat[] = {
-        "fails", "prints \"\"", "prints \"x\\n\"", "prints \"<100*y>\\n0\\n\"", "prints \"12\\n\"", "prints \"0\\n\"",
+        "fails",           "prints \"\"", "prints \"x\\n\"", "prints \"<100*y>\\n0\\n\"", "prints \"12\\n\"",
+        "prints \"0\\n\"",
     };
     return Switch(story, from_ms, to_ms, std::string("shell ping ") + random.Pick(kWhat), "shell ping pings");
 }
@@ -387,9 +411,10 @@ int64_t PingOdd(Story& story, Random& random, int64_t from_ms, int64_t to_ms) {
 // Settings
 
 int64_t SettingsRewritten(Story& story, Random& random, int64_t from_ms, int64_t to_ms) {
-    constexpr Exchange kChanges[] = {{"APN", "other.example"}, {"APN", "'quoted'"}, {"USERNAME", "somebody"},
-                                     {"PASSWORD", "p w"},      {"AUTH_TYPE", "2"},  {"AUTOCONNECT", "1"},
-                                     {"CARD_PIN", "4321"},     {"BRACKEN_PROJECT", "1"}, {"APN", "<80*a>"}};
+    constexpr Exchange kChanges[] = {
+        {"APN", "other.example"}, {"APN", "'quoted'"},      {"USERNAME", "somebody"},
+        {"PASSWORD", "p w"},      {"AUTH_TYPE", "2"},       {"AUTOCONNECT", "1"},
+        {"CARD_PIN", "4321"},     {"BRACKEN_PROJECT", "1"}, {"APN", "<80*a>"}};
     const Exchange& change = random.Pick(kChanges);
     story.Settings(from_ms, change.command, change.answer);
     story.Settings(to_ms);
@@ -398,7 +423,8 @@ int64_t SettingsRewritten(Story& story, Random& random, int64_t from_ms, int64_t
 
 int64_t SettingsTorn(Story& story, Random& random, int64_t from_ms, int64_t to_ms) {
     const std::string whole = SettingsBlock(story.setup.settings);
-    std::string torn = whole.substr(0, static_cast<size_t>(random.Between(5, static_cast<int64_t>(whole.size()) - 2)));
+    std::string torn =
+        whole.substr(0, static_cast<size_t>(random.Between(5, static_cast<int64_t>(whole.size()) - 2)));
     if (torn.back() != '\n') torn += '\n';
     story.At(from_ms, "settings", torn);
     story.Settings(to_ms);
@@ -418,8 +444,12 @@ int64_t SettingsGone(Story& story, Random&, int64_t from_ms, int64_t to_ms) {
 }
 
 int64_t SettingsNonsense(Story& story, Random& random, int64_t from_ms, int64_t to_ms) {
-    constexpr const char* kLines[] = {"    =\n", "    <600*x>\n", "    ENABLE\n", "    APN==\n    =true\n",
-                                      "    [lte]\n    ; nothing\n", "    ENABLE = maybe\n"};
+    constexpr const char* kLines[] = {"    =\n",
+                                      "    <600*x>\n",
+                                      "    ENABLE\n",
+                                      "    APN==\n    =true\n",
+                                      "    [lte]\n    ; nothing\n",
+                                      "    ENABLE = maybe\n"};
     story.At(from_ms, "settings", random.Pick(kLines));
     story.Settings(to_ms);
     return to_ms;
@@ -435,8 +465,9 @@ int64_t ServiceOutage(Story& story, Random& random, int64_t from_ms, int64_t to_
     constexpr int64_t kMostSteps = 40;
     const int64_t step_ms = std::max(kMinute_ms, (to_ms - from_ms) / kMostSteps);
     if (random.Percent(70)) SwitchHolders(story, random, from_ms, to_ms, "reach nothing", "reach all");
-    for (int64_t at_ms = from_ms; at_ms < to_ms; at_ms += step_ms)
+    for (int64_t at_ms = from_ms; at_ms < to_ms; at_ms += step_ms) {
         story.Settings(at_ms, "OFFLINE", Number((at_ms - from_ms) / kSecond_ms).c_str());
+    }
     story.Settings(to_ms);
     return to_ms;
 }
@@ -516,9 +547,19 @@ int64_t AskResets(Story& story, Random& random, int64_t from_ms, int64_t to_ms) 
 
 int64_t PipeRubbish(Story& story, Random& random, int64_t from_ms, int64_t to_ms) {
     constexpr const char* kTexts[] = {
-        "fifo SoftReset:0", "fifo softreset:1", "fifo \"SoftReset:1\\r\\n\"", "fifo \":::\\n\"", "fifo \"\\n\\n\\n\"",
-        "fifo 4G_MODEM_STATUS:offline", "fifo orla_ip_list:noexist", "fifo udhcpc wwan0 bound 10.0.0.1 Reset4G:1",
-        "fifo \"<511*x>\"", "fifo \"<600*a:b >\\n\"", "fifo \"\\0\\0Reset\\0\"", "fifo \"%s%n%d:1\\n\"", "fifo Reset4G:11",
+        "fifo SoftReset:0",
+        "fifo softreset:1",
+        "fifo \"SoftReset:1\\r\\n\"",
+        "fifo \":::\\n\"",
+        "fifo \"\\n\\n\\n\"",
+        "fifo 4G_MODEM_STATUS:offline",
+        "fifo orla_ip_list:noexist",
+        "fifo udhcpc wwan0 bound 10.0.0.1 Reset4G:1",
+        "fifo \"<511*x>\"",
+        "fifo \"<600*a:b >\\n\"",
+        "fifo \"\\0\\0Reset\\0\"",
+        "fifo \"%s%n%d:1\\n\"",
+        "fifo Reset4G:11",
     };
     const int64_t voices = random.Between(1, 3);
     for (int64_t i = 0; i < voices; ++i) {
@@ -531,7 +572,11 @@ int64_t PipeRubbish(Story& story, Random& random, int64_t from_ms, int64_t to_ms
 
 int64_t PipeFlood(Story& story, Random& random, int64_t from_ms, int64_t) {
     const int64_t to_ms = from_ms + random.Skewed(200, 3000);
-    story.Every(1, from_ms, to_ms, random.Percent(50) ? "fifo 4G_MODEM_STATUS:online" : "fifo \"<512*z>\"");
+    if (random.Percent(50)) {
+        story.Every(1, from_ms, to_ms, "fifo 4G_MODEM_STATUS:online");
+    } else {
+        story.Every(20, from_ms, to_ms, "fifo \"<512*z>\"");
+    }
     return to_ms;
 }
 
@@ -595,6 +640,10 @@ int64_t BusFlood(Story& story, Random& random, int64_t from_ms, int64_t) {
     return to_ms;
 }
 
+int64_t BusAway(Story& story, Random&, int64_t from_ms, int64_t to_ms) {
+    return Switch(story, from_ms, to_ms, "bus away", "bus back");
+}
+
 // Upgrades
 
 void RequestUpgrade(Story& story, Random& random, int64_t at_ms) {
@@ -604,14 +653,16 @@ void RequestUpgrade(Story& story, Random& random, int64_t at_ms) {
     story.Call(at_ms, FrameBytes(msg_id, kUpgradeRequest, random.Percent(70) ? whole : bare));
 }
 
-/// The tool talks once a second-long step, with its last word at the end. Now and then the modem's port goes away
-/// meanwhile, as that of a module in its download mode does.
+/// The tool talks once a second-long step, with its last word at the end. Now and then the modem's port goes
+/// away meanwhile, as that of a module in its download mode does.
 int64_t Upgrade(Story& story, Random& random, int64_t from_ms, int64_t to_ms, const char* last_word) {
     const int64_t length_seconds = std::max<int64_t>((to_ms - from_ms) / kSecond_ms, 4);
-    story.At(from_ms, kFirmwareTool + ("slowly " + Number(length_seconds / 2)) + " prints \"begins\\n" + last_word + "\"");
+    story.At(from_ms, kFirmwareTool + ("slowly " + Number(length_seconds / 2)) + " prints \"begins\\n" +
+                          last_word + "\"");
     RequestUpgrade(story, random, from_ms);
-    for (int64_t again = random.Between(0, 2); again > 0; --again)
+    for (int64_t again = random.Between(0, 2); again > 0; --again) {
         RequestUpgrade(story, random, from_ms + random.Between(0, length_seconds * kSecond_ms));
+    }
     const int64_t end_ms = from_ms + length_seconds * kSecond_ms + kMinute_ms;
     const bool goes_away = random.Percent(40);
     if (goes_away && story.setup.can_upgrade) {
@@ -670,7 +721,8 @@ const std::vector<FaultKind>& FaultKinds() {
         {"dead_path", 6, 30, 2400, kEnd, "the link is up and carries nothing", nullptr, DeadPath},
         {"slow_path", 3, 30, 1200, kEnd, "answers of the network take up to 5 s", nullptr, SlowPath},
         {"link_cut", 10, 0, 0, kBegin, "the network ends the data call", nullptr, LinkCut},
-        {"link_flaps", 4, 20, 600, kEnd, "the network ends the data call again and again", nullptr, LinkFlaps},
+        {"link_flaps", 4, 20, 600, kEnd, "the network ends the data call again and again", nullptr,
+         LinkFlaps},
         {"dial_refused", 5, 20, 900, kEnd, "the link is cut and dials are refused", nullptr, DialRefused},
         {"dial_refused_until_reset", 3, 900, 1500, kBegin, "the same, until a reset", nullptr,
          DialRefusedUntilReset},
@@ -679,7 +731,8 @@ const std::vector<FaultKind>& FaultKinds() {
         {"sim_late", 3, 30, 300, kEnd, "a SIM that needs long to be ready", nullptr, SimLate},
         {"sim_wants_pin", 3, 20, 1200, kEnd, "a SIM that waits for its PIN", nullptr, SimWantsPin},
         {"sim_swapped", 3, 60, 1800, kEnd, "another SIM, and later the old one", nullptr, SimSwapped},
-        {"hang_up", 6, 0, 0, kBegin, "the port is away for a moment, in the middle of anything", nullptr, HangUp},
+        {"hang_up", 6, 0, 0, kBegin, "the port is away for a moment, in the middle of anything", nullptr,
+         HangUp},
         {"port_away", 4, 1, 600, kEnd, "the port is away", nullptr, PortAway},
         {"port_renamed", 2, 30, 300, kEnd, "the port has another name for a time", HasFixedName, PortRenamed},
         {"modem_restarts", 5, 0, 0, kBegin, "the modem restarts by itself", nullptr, ModemRestarts},
@@ -689,7 +742,8 @@ const std::vector<FaultKind>& FaultKinds() {
         {"script_fails", 3, 60, 600, kEnd, "a reset is due, and its script fails or does nothing", nullptr,
          ScriptFails},
         {"ping_hangs", 4, 5, 300, kEnd, "a probe takes up to 20 min", HasProbes, PingHangs},
-        {"ping_odd", 3, 20, 900, kEnd, "a probe that can't be run, or prints something else", HasProbes, PingOdd},
+        {"ping_odd", 3, 20, 900, kEnd, "a probe that can't be run, or prints something else", HasProbes,
+         PingOdd},
         {"settings_rewritten", 4, 5, 900, kEnd, "another APN, account or switch", nullptr, SettingsRewritten},
         {"settings_torn", 3, 1, 300, kEnd, "settings cut in the middle", nullptr, SettingsTorn},
         {"settings_emptied", 3, 1, 600, kEnd, "an empty settings file", nullptr, SettingsEmptied},
@@ -698,8 +752,10 @@ const std::vector<FaultKind>& FaultKinds() {
         {"disabled", 5, 1, 1800, kEnd, "switched off in the settings", nullptr, Disabled},
         {"service_outage", 6, 120, 7200, kEnd, "the service's outage in the settings grows", HasProject,
          ServiceOutage},
-        {"folder_gone", 3, 1, 300, kEnd, "/run/network is removed with all that is in it", nullptr, FolderGone},
-        {"status_blocked", 2, 10, 600, kEnd, "a folder in the place of the status file", nullptr, StatusBlocked},
+        {"folder_gone", 3, 1, 300, kEnd, "/run/network is removed with all that is in it", nullptr,
+         FolderGone},
+        {"status_blocked", 2, 10, 600, kEnd, "a folder in the place of the status file", nullptr,
+         StatusBlocked},
         {"files_full", 3, 5, 600, kEnd, "no room for the status files", nullptr, FilesFull},
         {"files_readonly", 3, 5, 600, kEnd, "/run/network can't be written", nullptr, FilesReadOnly},
         {"killed", 6, 0, 0, kBegin, "the daemon is ended by a signal, and started again", nullptr, Killed},
@@ -714,8 +770,10 @@ const std::vector<FaultKind>& FaultKinds() {
         {"pipe_replaced", 2, 10, 600, kEnd, "a file in the pipe's place", nullptr, PipeReplaced},
         {"bus_rubbish", 4, 5, 600, kEnd, "frames that are cut, changed, or of unknown commands", nullptr,
          BusRubbish},
+        {"bus_away", 3, 5, 600, kEnd, "the bus goes away", nullptr, BusAway},
         {"bus_flood", 2, 0, 0, kBegin, "status queries as fast as they can be answered", nullptr, BusFlood},
-        {"upgrade_succeeds", 5, 30, 1800, kEnd, "an upgrade of the modem's firmware", nullptr, UpgradeSucceeds},
+        {"upgrade_succeeds", 5, 30, 1800, kEnd, "an upgrade of the modem's firmware", nullptr,
+         UpgradeSucceeds},
         {"upgrade_fails", 5, 30, 1800, kEnd, "an upgrade that its tool gives up", nullptr, UpgradeFails},
         {"upgrade_hangs", 3, 600, 5400, kEnd, "an upgrade whose tool takes long and says nothing", nullptr,
          UpgradeHangs},

@@ -38,7 +38,8 @@ constexpr const char* kBoards[] = {
 
 constexpr const char* kApns[] = {"internet", "'cmnet'", "m2m.example.org", ""};
 
-/// Two families take the answer to a dial for its outcome, and wait a second for it: a dial that takes longer fails.
+/// Two families take the answer to a dial for its outcome, and wait a second for it: a dial that takes longer
+/// fails.
 bool MayDialSlowly(const std::string& family) {
     return family != "simcom" && family != "lynq";
 }
@@ -52,9 +53,9 @@ void DrawTiming(Random& random, Setup& setup) {
     timing.dial_ms = random.Skewed(100, MayDialSlowly(setup.family) ? 8000 : 900);
 }
 
-/// The daemon opens the port six seconds after the script has ended, and only once: a port that isn't back ends it. In some
-/// stories that is so after each reset. A modem that comes back under another name is looked for when the script has
-/// ended.
+/// The daemon opens the port six seconds after the script has ended, and only once: a port that isn't back
+/// ends it. In some stories that is so after each reset. A modem that comes back under another name is looked
+/// for when the script has ended.
 void DrawBoard(Random& random, Setup& setup) {
     constexpr int64_t kMostGone_ms = 5000;
     const bool is_late = random.Percent(10);
@@ -72,8 +73,8 @@ Setup DrawSetup(Random& random, const GeneratorOptions& options) {
     setup.family = options.family.empty() ? family : options.family;
     setup.model = random.Pick(modem_sim::Modem::Models(setup.family));
     // The one model that can be upgraded is there more often than its family's share.
-    constexpr int kUpgradePercent = 8;
-    if (random.Percent(kUpgradePercent) && options.family.empty()) {
+    constexpr int kUpgradeModels = 8;
+    if (random.Percent(kUpgradeModels) && options.family.empty()) {
         setup.family = kUpgradeFamily;
         setup.model = kUpgradeModel;
     }
@@ -133,14 +134,17 @@ void WriteBackground(Random& random, Story& story, int64_t until_ms) {
     story.Every(kLook_ms, phase(kLook_ms), until_ms, std::string("show ") + kStatusPath);
     story.Every(kHour_ms, phase(kHour_ms), until_ms, "resources");
     // The weather changes the signal, though never to a bad one.
-    for (int64_t at_ms = random.Between(0, kHour_ms); at_ms < until_ms; at_ms += random.Between(kMinute_ms, 4 * kHour_ms))
+    for (int64_t at_ms = random.Between(0, kHour_ms); at_ms < until_ms;
+         at_ms += random.Between(kMinute_ms, 4 * kHour_ms)) {
         story.At(at_ms, "csq " + std::to_string(random.Between(kWorstGoodCsq, kBestCsq)));
+    }
     if (random.Percent(80)) {
         const auto msg_id = static_cast<unsigned>(random.Below(65536));
         const bus_peer::Bytes query = bus_peer::EncodeFrame({msg_id, kStatusQuery, {}});
         const int64_t step_ms = random.Skewed(20 * kSecond_ms, kHour_ms);
-        story.Every(step_ms, phase(step_ms), until_ms,
-                    "call " + simulator_text::ToHex({reinterpret_cast<const char*>(query.data()), query.size()}));
+        story.Every(
+            step_ms, phase(step_ms), until_ms,
+            "call " + simulator_text::ToHex({reinterpret_cast<const char*>(query.data()), query.size()}));
     }
     if (random.Percent(50)) {
         const int64_t step_ms = random.Skewed(10 * kSecond_ms, kHour_ms);
@@ -182,7 +186,8 @@ struct Planned {
 };
 
 /// One fault, or a few at a time. The moment when all is over.
-int64_t WriteEpisode(Random& random, Story& story, const std::vector<const FaultKind*>& kinds, int64_t from_ms) {
+int64_t WriteEpisode(Random& random, Story& story, const std::vector<const FaultKind*>& kinds,
+                     int64_t from_ms) {
     constexpr int64_t kMostApart_ms = 5 * kMinute_ms;
     int count = 1;
     while (count < 4 && random.Percent(25)) ++count;
@@ -214,7 +219,8 @@ int64_t WriteEpisode(Random& random, Story& story, const std::vector<const Fault
 
 std::string GenerateScenario(uint64_t seed, const GeneratorOptions& options) {
     Random random(seed);
-    Random of_setup = random.Fork(), of_text = random.Fork(), of_background = random.Fork(), of_kinds = random.Fork();
+    Random of_setup = random.Fork(), of_text = random.Fork(), of_background = random.Fork(),
+           of_kinds = random.Fork();
     const Setup setup = DrawSetup(of_setup, options);
     const std::vector<const FaultKind*> kinds = DrawKinds(of_kinds, setup);
     const int64_t until_ms = options.days * kDay_ms;

@@ -8,7 +8,7 @@ namespace soak {
 
 struct GeneratorOptions {
     int days = 1;
-    std::string family;  ///< empty: the seed decides
+    std::string family;  // empty: the seed decides
 };
 
 std::string GenerateScenario(uint64_t seed, const GeneratorOptions& options);

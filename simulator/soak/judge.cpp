@@ -32,14 +32,16 @@ class Counter {
         if (log.function == "SoftReset" && log.message == "Soft reset!") ++figures_.soft_resets;
         if (log.function == "main" && StartsWith(log.message, "Reset4G time=")) ++figures_.hard_resets;
         if (log.function == "SwitchSIMCard") ++figures_.sim_switches;
-        if (log.function == "main" && StartsWith(log.message, "GetVendorType=") && watch_.is_misled()) ++figures_.misled;
+        if (log.function == "main" && StartsWith(log.message, "GetVendorType=") && watch_.is_misled()) {
+            ++figures_.misled;
+        }
     }
 
     void Finish() { figures_.simulated_ms = last_ms_; }
 
   private:
-    /// The recovery from a fault that came alone: how long after its end (or, for some kinds, its begin) the link was
-    /// up for good.
+    /// The recovery from a fault that came alone: how long after its end (or, for some kinds, its begin) the
+    /// link was up for good.
     void TellRecovery() {
         told_ = watch_.healthy();
         const std::vector<Fault>& faults = watch_.truth.faults;

@@ -16,25 +16,26 @@ namespace soak {
 /// What became of one kind of fault.
 struct FaultFigures {
     int64_t count = 0;
-    int64_t kept = 0;  ///< the link stayed up
-    std::map<int64_t, int64_t> recovery_seconds;  ///< how often a recovery took so long; only of faults that came alone
+    int64_t kept = 0;  // the link stayed up
+    std::map<int64_t, int64_t>
+        recovery_seconds;  // how often a recovery took so long; only of faults that came alone
 };
 
 struct Figures {
     int64_t simulated_ms = 0;
     int64_t online_ms = 0;
-    int64_t runs = 0;  ///< of the daemon
+    int64_t runs = 0;  // of the daemon
     int64_t soft_resets = 0;
     int64_t hard_resets = 0;
     int64_t sim_switches = 0;
-    int64_t misled = 0;  ///< runs in which the modem was taken for another family's
+    int64_t misled = 0;  // runs in which the modem was taken for another family's
     std::map<std::string, FaultFigures> faults;
 
     void Add(const Figures& other);
 };
 
 struct Verdict {
-    std::vector<Violation> violations;  ///< the first of each law, by time
+    std::vector<Violation> violations;  // the first of each law, by time
     Figures figures;
 };
 

@@ -1,5 +1,5 @@
-// What must hold in every story, whatever goes wrong in it. A law reads the record of a run, entry by entry, beside
-// what the scenario says by itself, and names what broke it.
+// What must hold in every story, whatever goes wrong in it. A law reads the record of a run, entry by entry,
+// beside what the scenario says by itself, and names what broke it.
 #pragma once
 
 #include <cstdint>
@@ -48,8 +48,8 @@ class Law {
 struct LawRow {
     const char* name;
     const char* reason;
-    /// Whether it goes by what the scenario says is wrong: then a fault can be left out of the scenario only as a
-    /// whole.
+    // Whether it goes by what the scenario says is wrong: then a fault can be left out of the scenario only
+    // as a whole.
     bool needs_truth;
     std::unique_ptr<Law> (*make)(const Watch& watch, Law::Report report);
 };

@@ -1,10 +1,11 @@
-// The bus: each question gets its answer, at once, in a frame that its peer can read; and an upgrade is reported once
-// and kept from resets.
+// The bus: each question gets its answer, at once, in a frame that its peer can read; and an upgrade is
+// reported once and kept from resets.
+#include "simulator/soak/laws.h"
+
 #include <vector>
 
 #include "simulator/bus_peer/frame.h"
 #include "simulator/bus_peer/status.h"
-#include "simulator/soak/laws.h"
 #include "simulator/text/text.h"
 
 namespace soak {
@@ -30,10 +31,13 @@ class BusLaw : public Law {
     void Take(const Entry& entry) override {
         if (entry.kind == EntryKind::kEnds) is_asked_ = false;  // nobody is left to answer
         if (is_asked_ && entry.at_ms > asked_ms_) NoAnswer();
-        if (entry.kind == EntryKind::kLogs && watch.log.function == "ravelin_deal_dbus_message")
-            was_accepted_ = was_accepted_ || StartsWith(watch.log.message, "[OTA] get ocpp msg and set ota upgrade flag");
+        if (entry.kind == EntryKind::kLogs && watch.log.function == "ravelin_deal_dbus_message") {
+            was_accepted_ =
+                was_accepted_ || StartsWith(watch.log.message, "[OTA] get ocpp msg and set ota upgrade flag");
+        }
         if (entry.kind != EntryKind::kBus) return;
-        constexpr std::string_view kCalls = "calls ", kSignals = "signals ", kReplies = "replies", kSends = "sends ";
+        constexpr std::string_view kCalls = "calls ", kSignals = "signals ", kReplies = "replies",
+                                   kSends = "sends ";
         if (StartsWith(entry.text, kCalls)) {
             if (is_asked_) NoAnswer();
             question_ = BytesOf(entry.text.substr(kCalls.size()));
@@ -65,17 +69,23 @@ class BusLaw : public Law {
 
     void TakeAnswer(const bus_peer::Bytes& bytes) {
         bus_peer::Frame asked, answer;
-        const bool is_frame = bus_peer::DecodeFrame(question_, &asked).empty() && asked.data.size() <= bus_peer::kDataLimit;
+        const bool is_frame =
+            bus_peer::DecodeFrame(question_, &asked).empty() && asked.data.size() <= bus_peer::kDataLimit;
         const bool wants_answer = is_frame && (!had_driver_ || asked.cmd == kStatus || asked.cmd == kUpgrade);
         if (!wants_answer) {
             if (!bytes.empty()) Violated("an answer to what isn't a question: " + bus_peer::ToHex(bytes));
             return;
         }
         const std::string problem = bus_peer::DecodeFrame(bytes, &answer);
-        if (!problem.empty()) return Violated("an answer that is no frame, since " + problem + ": " + bus_peer::ToHex(bytes));
+        if (!problem.empty()) {
+            return Violated("an answer that is no frame, since " + problem + ": " + bus_peer::ToHex(bytes));
+        }
         if (answer.msg_id != asked.msg_id) Violated("an answer with the id of another question");
-        if (asked.cmd == kStatus && answer.cmd == kStatus && had_driver_) TakeStatus(answer);
-        else TakeUpgradeAnswer(asked, answer);
+        if (asked.cmd == kStatus && answer.cmd == kStatus && had_driver_) {
+            TakeStatus(answer);
+        } else {
+            TakeUpgradeAnswer(asked, answer);
+        }
     }
 
     void TakeStatus(const bus_peer::Frame& answer) {
@@ -88,8 +98,10 @@ class BusLaw : public Law {
             for (const bus_peer::StatusItem& item : items) {
                 const auto line = watch.status.find(key);
                 if (item.name != name || line == watch.status.end()) continue;
-                if (simulator_text::Escape(item.value) != line->second)
-                    Violated("the bus says " + name + " \"" + item.value + "\", and the file " + key + "=" + line->second);
+                if (simulator_text::Escape(item.value) != line->second) {
+                    Violated("the bus says " + name + " \"" + item.value + "\", and the file " + key + "=" +
+                             line->second);
+                }
             }
         };
         compare("imei", "IMEI");
@@ -105,12 +117,16 @@ class BusLaw : public Law {
             const bool is_request = asked.cmd == kUpgrade && !asked.data.empty() && asked.data[0] == 1;
             wanted = !is_request ? kNotARequest : was_upgrading_ ? kIsRunning : kAccepted;
         }
-        if (answer.cmd != kUpgrade || answer.data.size() != 1)
+        if (answer.cmd != kUpgrade || answer.data.size() != 1) {
             return Violated("a wrong answer: " + bus_peer::ToHex(answer.data));
-        if (answer.data[0] != wanted)
+        }
+        if (answer.data[0] != wanted) {
             Violated("an upgrade request is answered with " + std::to_string(answer.data[0]) + " and not " +
                      std::to_string(wanted));
-        if (answer.data[0] == kAccepted && !was_accepted_) Violated("an upgrade is called accepted, and none was");
+        }
+        if (answer.data[0] == kAccepted && !was_accepted_) {
+            Violated("an upgrade is called accepted, and none was");
+        }
     }
 
     void TakeReport(std::string_view text) {
@@ -119,8 +135,9 @@ class BusLaw : public Law {
         if (!StartsWith(text, kService)) return Violated("a report to somebody else: " + std::string(text));
         const std::string problem = bus_peer::DecodeFrame(BytesOf(text.substr(kService.size())), &report);
         if (!problem.empty()) return Violated("a report that is no frame, since " + problem);
-        const bool is_known = report.cmd == kOutcome ? report.data.size() == 1 && report.data[0] <= 3
-                                                     : report.cmd == kRefused && report.data == bus_peer::Bytes{1};
+        const bool is_known = report.cmd == kOutcome
+                                  ? report.data.size() == 1 && report.data[0] <= 3
+                                  : report.cmd == kRefused && report.data == bus_peer::Bytes{1};
         if (!is_known || report.msg_id != 1) Violated("a report that nobody knows");
     }
 
@@ -139,16 +156,21 @@ class UpgradeLaw : public Law {
     void Take(const Entry& entry) override {
         if (entry.kind == EntryKind::kEnds) reports_ = 0;
         if (watch.is_upgrading && !was_upgrading_) reports_ = 0;
-        if (entry.kind == EntryKind::kBus && StartsWith(entry.text, "sends OCPP.Message ")) {
+        const bool is_report =
+            StartsWith(entry.text, "sends OCPP.Message ") || StartsWith(entry.text, "refuses OCPP.Message ");
+        if (entry.kind == EntryKind::kBus && is_report) {
             ++reports_;
             if (reports_ > 1) Violated("an upgrade is reported twice");
             if (!watch.is_upgrading) Violated("an outcome is reported though there is no upgrade");
         }
-        if (was_upgrading_ && !watch.is_upgrading && watch.is_running && watch.started_ms < entry.at_ms && reports_ != 1)
+        if (was_upgrading_ && !watch.is_upgrading && watch.is_running && watch.started_ms < entry.at_ms &&
+            reports_ != 1) {
             Violated("an upgrade has ended without a report");
+        }
         was_upgrading_ = watch.is_upgrading;
-        if (entry.kind == EntryKind::kRuns && watch.is_upgrading && Contains(entry.text, "Reset4G"))
+        if (entry.kind == EntryKind::kRuns && watch.is_upgrading && Contains(entry.text, "Reset4G")) {
             Violated("the modem is reset during an upgrade: " + std::string(entry.text));
+        }
         if (watch.is_upgrading && watch.is_calm()) Violated("an upgrade never ends");
     }
 

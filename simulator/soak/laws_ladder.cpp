@@ -1,9 +1,9 @@
-// The ladder by itself: counts what the log says and knows by the counts which rung must come next. It shares nothing
-// with the daemon but the words of its log; docs/recovery.md has the rules.
+// The ladder by itself: counts what the log says and knows by the counts which rung must come next. It shares
+// nothing with the daemon but the words of its log; docs/recovery.md has the rules.
+#include "simulator/soak/laws.h"
+
 #include <cstdio>
 #include <optional>
-
-#include "simulator/soak/laws.h"
 
 namespace soak {
 
@@ -102,10 +102,10 @@ constexpr LineRow kLines[] = {
 };
 
 // What comes only because a line before it said so.
-constexpr uint64_t kNeedsCause = kNoServiceSoft | kNineOfConnect | kNineOfNetwork | kFifthAttempt | kNineChecks |
-                                 kFailedThirdTime | kToSecondary | kToPrimary | kIgnored | kOutage | kGivesUp |
-                                 kSoftReset | kHardReset | kHeldBack | kByPin | kByPower | kByBoard | kInterface |
-                                 kResetDone;
+constexpr uint64_t kNeedsCause = kNoServiceSoft | kNineOfConnect | kNineOfNetwork | kFifthAttempt |
+                                 kNineChecks | kFailedThirdTime | kToSecondary | kToPrimary | kIgnored |
+                                 kOutage | kGivesUp | kSoftReset | kHardReset | kHeldBack | kByPin |
+                                 kByPower | kByBoard | kInterface | kResetDone;
 constexpr uint64_t kFromDebugLines = kIgnored | kNineChecks | kFailedThirdTime | kOutage;
 constexpr uint64_t kTaskEnds = kHardReset | kHeldBack;
 
@@ -175,9 +175,13 @@ class LadderLaw : public Law {
         if (watch.now_ms < rest_until_ms_) Violated(Quoted() + " comes too early after " + because_);
         rest_until_ms_ = kNever;
         if (expected_ != kNone) {
-            if ((expected_ & line) == 0) Violated(because_ + " is followed by " + Quoted());
-            else if (watch.now_ms < expected_after_ms_) Violated(Quoted() + " comes too early after " + because_);
-            else if (watch.now_ms > expected_before_ms_) Violated(Quoted() + " comes too late after " + because_);
+            if ((expected_ & line) == 0) {
+                Violated(because_ + " is followed by " + Quoted());
+            } else if (watch.now_ms < expected_after_ms_) {
+                Violated(Quoted() + " comes too early after " + because_);
+            } else if (watch.now_ms > expected_before_ms_) {
+                Violated(Quoted() + " comes too late after " + because_);
+            }
         } else if ((NeedsCause() & line) != 0) {
             Violated(Quoted() + " has no cause");
         }
@@ -200,9 +204,13 @@ class LadderLaw : public Law {
             case kServiceCount3:
                 ++connects_;
                 Count("checks for service", &checks_, number, checks_ + 1);
-                if (checks_ % 10 == 9) Expect(kNineChecks);
-                else if (checks_ % 4 == 3) Expect(kFailedThirdTime);
-                else Rest(5 * kSecond);
+                if (checks_ % 10 == 9) {
+                    Expect(kNineChecks);
+                } else if (checks_ % 4 == 3) {
+                    Expect(kFailedThirdTime);
+                } else {
+                    Rest(5 * kSecond);
+                }
                 break;
             case kSoftResets:
                 ++connects_;
@@ -214,8 +222,11 @@ class LadderLaw : public Law {
             case kServiceCount34:
                 Count("checks for service", &checks_, number, checks_);
                 if (round_is_open_) round_went_on_ = true;
-                if (checks_ == kServiceChecks) Expect(kNoServiceSoft);
-                else Rest(5 * kSecond);
+                if (checks_ == kServiceChecks) {
+                    Expect(kNoServiceSoft);
+                } else {
+                    Rest(5 * kSecond);
+                }
                 break;
             case kNoServiceSoft:
                 checks_ = 0;
@@ -229,8 +240,11 @@ class LadderLaw : public Law {
             case kNoSim:
                 ++connects_;
                 checks_ = 0;
-                if (!is_cinterion) Expect(kSoftReset, 10 * kSecond);
-                else if (!is_first) Expect(kGivesUp, 10 * kSecond);
+                if (!is_cinterion) {
+                    Expect(kSoftReset, 10 * kSecond);
+                } else if (!is_first) {
+                    Expect(kGivesUp, 10 * kSecond);
+                }
                 break;
             case kNineChecks:
                 if (last_line_ == kServiceCount3) {
@@ -265,9 +279,13 @@ class LadderLaw : public Law {
             case kWeak:
                 network_check_is_open_ = false;
                 ++weak_checks_;
-                if (weak_checks_ % 1000 < 3) Expect(kIgnored);
-                else if (weak_checks_ % 10 == 9) Expect(kNineChecks);
-                else if (weak_checks_ % 4 == 3) Expect(kFailedThirdTime);
+                if (weak_checks_ % 1000 < 3) {
+                    Expect(kIgnored);
+                } else if (weak_checks_ % 10 == 9) {
+                    Expect(kNineChecks);
+                } else if (weak_checks_ % 4 == 3) {
+                    Expect(kFailedThirdTime);
+                }
                 break;
             case kIgnored:
                 Count("failed network checks", &weak_checks_, number, weak_checks_);
@@ -287,13 +305,15 @@ class LadderLaw : public Law {
                 break;
             case kNoResponse:
                 // To a port that went away nothing can be sent.
-                if (unanswered_ < 3 && watch.port_lost_ms < watch.port_opened_ms)
+                if (unanswered_ < 3 && watch.port_lost_ms < watch.port_opened_ms) {
                     Violated(Quoted() + " though AT+CSQ was answered");
+                }
                 Expect(kTaskEnds);
                 break;
             case kPortGone:
-                if (watch.port_lost_ms < watch.port_opened_ms)
+                if (watch.port_lost_ms < watch.port_opened_ms) {
                     Violated(Quoted() + " though the port has been there all the time");
+                }
                 Expect(kTaskEnds);
                 break;
             case kGivesUp:
@@ -338,8 +358,8 @@ class LadderLaw : public Law {
         if (line != kServiceCount34 && line != kSoftResets) round_is_open_ = false;
     }
 
-    /// The line of the reset that this modem gets on this board. While an upgrade runs, which may have been accepted
-    /// a moment ago, there may be none.
+    /// The line of the reset that this modem gets on this board. While an upgrade runs, which may have been
+    /// accepted a moment ago, there may be none.
     uint64_t ScriptLines() const {
         if (watch.vendor == kVendorCinterion) return kInterface;
         if (watch.board >= 2 && watch.board <= 4) return kByBoard;
@@ -354,8 +374,11 @@ class LadderLaw : public Law {
         const size_t comma = text.find(",OFFLINE:");
         const int64_t now = comma == std::string_view::npos ? 0 : NumberAt(text.substr(comma + 9));
         bool is_due = now / 3600 > last / 3600;
-        if (last <= 60) is_due = now > 60;
-        else if (last <= 1800) is_due = now > 1800;
+        if (last <= 60) {
+            is_due = now > 60;
+        } else if (last <= 1800) {
+            is_due = now > 1800;
+        }
         if (is_due) Expect(kOutage);
     }
 
@@ -365,8 +388,8 @@ class LadderLaw : public Law {
         network_check_is_open_ = false;
     }
 
-    /// The third round without service: whether it goes on depends on the signal and the network's refusal, which the
-    /// status file has said by the time of the next exchange.
+    /// The third round without service: whether it goes on depends on the signal and the network's refusal,
+    /// which the status file has said by the time of the next exchange.
     void SettleRound() {
         const bool went_on = round_went_on_, gave_up = round_gave_up_;
         round_went_on_ = round_gave_up_ = false;
@@ -377,8 +400,12 @@ class LadderLaw : public Law {
         }
         const bool is_denied = Status("CEREG") == kDenied && Status("CGREG") == kDenied;
         const bool must_give_up = Status("CSQ") >= kGoodCsq && !is_denied;
-        if (gave_up && !must_give_up) Violated("hardware reset in the third round though the signal is bad or refused");
-        if (went_on && must_give_up) Violated("the third round goes on though the signal is good and not refused");
+        if (gave_up && !must_give_up) {
+            Violated("hardware reset in the third round though the signal is bad or refused");
+        }
+        if (went_on && must_give_up) {
+            Violated("the third round goes on though the signal is good and not refused");
+        }
     }
 
     int64_t Status(const char* key) const {
@@ -404,7 +431,8 @@ class LadderLaw : public Law {
         expected_ = kNone;
         rest_until_ms_ = kNever;
         last_line_ = kNone;
-        connects_ = checks_ = soft_resets_ = attempts_ = lost_checks_ = weak_checks_ = hard_resets_ = unanswered_ = 0;
+        connects_ = checks_ = soft_resets_ = attempts_ = lost_checks_ = weak_checks_ = hard_resets_ =
+            unanswered_ = 0;
         is_on_primary_ = network_check_is_open_ = round_is_open_ = round_went_on_ = round_gave_up_ = false;
         asks_signal_ = false;
     }

@@ -1,8 +1,8 @@
 // The process: how it ends, what it says and runs, where it writes, what it costs.
+#include "simulator/soak/laws.h"
+
 #include <algorithm>
 #include <vector>
-
-#include "simulator/soak/laws.h"
 
 namespace soak {
 
@@ -17,26 +17,35 @@ class EndsLaw : public Law {
 
     void Take(const Entry& entry) override {
         if (entry.kind == EntryKind::kLogs) last_line_ = watch.log.message;
-        if (entry.kind == EntryKind::kWorld && StartsWith(entry.text, "kill ")) killed_ms_ = entry.at_ms;
+        if (entry.kind == EntryKind::kWorld) {
+            if (StartsWith(entry.text, "kill ")) killed_ms_ = entry.at_ms;
+            if (entry.text == "bus away") has_bus_ = false;
+            if (entry.text == "bus back") has_bus_ = true;
+        }
         if (entry.kind == EntryKind::kEnds && !IsAllowed(entry.text)) {
-            Violated("the process ends by itself: " + std::string(entry.text) + ", after \"" + last_line_ + "\"");
+            Violated("the process ends by itself: " + std::string(entry.text) + ", after \"" + last_line_ +
+                     "\"");
         }
     }
 
   private:
     bool IsAllowed(std::string_view end) const {
         if (end == "still running") return true;
-        if (StartsWith(end, "signal ")) return killed_ms_ == watch.now_ms && end != "signal 11" && end != "signal 6";
+        if (StartsWith(end, "signal ")) {
+            return killed_ms_ == watch.now_ms && end != "signal 11" && end != "signal 6";
+        }
         if (end == "exit 255") {
             return StartsWith(last_line_, "open device error. ") ||
-                   (StartsWith(last_line_, "config ") && Contains(last_line_, " don't exist") && !watch.has_driver) ||
-                   truth.scenario.bus_fails;
+                   (StartsWith(last_line_, "config ") && Contains(last_line_, " don't exist") &&
+                    !watch.has_driver) ||
+                   !has_bus_ || truth.scenario.bus_fails;
         }
         return end == "exit 0" && StartsWith(last_line_, "Unknow Cell Device!");
     }
 
     std::string last_line_;
     int64_t killed_ms_ = kNever;
+    bool has_bus_ = true;
 };
 
 /// Nothing is said on standard error but what the pages tell.
@@ -47,12 +56,15 @@ class ComplaintsLaw : public Law {
     void Take(const Entry& entry) override {
         if (entry.kind != EntryKind::kComplains) return;
         constexpr std::string_view kKnown[] = {
-            "Open file ", "Open ini file ", "DBUS initialize error!", "SetupSerial ", "tcsetattr fd1", "Open /proc/",
+            "Open file ",   "Open ini file ", "DBUS initialize error!",
+            "SetupSerial ", "tcsetattr fd1",  "Open /proc/",
         };
         for (const std::string_view known : kKnown) {
             if (StartsWith(entry.text, known)) return;
         }
-        if (Contains(entry.text, "invalid option -- ") || entry.text.empty()) return;  // of the words of the log
+        if (Contains(entry.text, "invalid option -- ") || entry.text.empty()) {
+            return;  // of the words of the log
+        }
         Violated("an unknown complaint: " + std::string(entry.text));
     }
 };
@@ -63,11 +75,16 @@ class PlacesLaw : public Law {
     using Law::Law;
 
     void Take(const Entry& entry) override {
-        if (entry.kind == EntryKind::kRuns && !IsKnown(kCommands, entry.text))
+        if (entry.kind == EntryKind::kRuns && !IsKnown(kCommands, entry.text)) {
             Violated("an unknown command: " + std::string(entry.text));
-        if (entry.kind == EntryKind::kAsks && !IsProbe(entry.text)) Violated("an unknown question: " + std::string(entry.text));
-        if (entry.kind == EntryKind::kPublishes && !IsKnown(kFiles, entry.text.substr(0, entry.text.find(' '))))
+        }
+        if (entry.kind == EntryKind::kAsks && !IsProbe(entry.text)) {
+            Violated("an unknown question: " + std::string(entry.text));
+        }
+        if (entry.kind == EntryKind::kPublishes &&
+            !IsKnown(kFiles, entry.text.substr(0, entry.text.find(' ')))) {
             Violated("a file that isn't its own is written: " + std::string(entry.text));
+        }
     }
 
   private:
@@ -80,8 +97,9 @@ class PlacesLaw : public Law {
         constexpr std::string_view kTail = "| grep  ttl | awk -F '='  '{ print $4}'|awk  '$1<";
         const bool is_ping = StartsWith(text, "ping  ") && Contains(text, " -c 3") && Contains(text, kTail) &&
                              (Contains(text, "'$1<1000'| wc -l") || Contains(text, "'$1<500'| wc -l"));
-        return is_ping || text == "/media/mmcblk0p1/firmware_modules/CellularOTA/QFirehose -f "
-                                  "/media/mmcblk0p1/firmware_modules/CellularOTA";
+        return is_ping || text ==
+                              "/media/mmcblk0p1/firmware_modules/CellularOTA/QFirehose -f "
+                              "/media/mmcblk0p1/firmware_modules/CellularOTA";
     }
 
     static constexpr std::string_view kCommands[] = {
@@ -127,8 +145,9 @@ class BusyLaw : public Law {
         constexpr int64_t kRoom = 256;
         const int64_t exchanges = 61 + heard_bytes_ / kRoom;
         if (commands_ > exchanges) Violated(std::to_string(commands_) + " commands within a minute");
-        if (lines_ > kLines + kLinesPerCommand * commands_)
+        if (lines_ > kLines + kLinesPerCommand * commands_) {
             Violated(std::to_string(lines_) + " lines of the log within a minute");
+        }
     }
 
   private:
@@ -141,8 +160,8 @@ class BusyLaw : public Law {
     int64_t heard_bytes_ = 0;
 };
 
-/// In peace a run holds as much as in peace before. The heap takes a step when something happens for the first time, and
-/// no more than that: a leak takes one again and again.
+/// In peace a run holds as much as in peace before. The heap takes a step when something happens for the
+/// first time, and no more than that: a leak takes one again and again.
 class ResourcesLaw : public Law {
   public:
     using Law::Law;
@@ -158,17 +177,21 @@ class ResourcesLaw : public Law {
         if (children > 0) return;  // whose output takes room
         const int64_t heap_bytes = NumberOf(entry.text, "heap ");
         if (heap_bytes <= heap_bytes_most_) return;
-        if (heap_bytes_most_ >= 0) ++steps_;
-        else heap_bytes_first_ = heap_bytes;
+        if (heap_bytes_most_ >= 0) {
+            ++steps_;
+        } else {
+            heap_bytes_first_ = heap_bytes;
+        }
         heap_bytes_most_ = heap_bytes;
-        if (steps_ > kSteps || heap_bytes > heap_bytes_first_ + kGrowthBytes)
-            Violated("the heap has grown " + std::to_string(steps_) + " times, from " + std::to_string(heap_bytes_first_) +
-                     " to " + std::to_string(heap_bytes) + " bytes");
+        if (steps_ > kSteps || heap_bytes > heap_bytes_first_ + kGrowth_bytes) {
+            Violated("the heap has grown " + std::to_string(steps_) + " times, from " +
+                     std::to_string(heap_bytes_first_) + " to " + std::to_string(heap_bytes) + " bytes");
+        }
     }
 
   private:
     static constexpr int kSteps = 8;
-    static constexpr int64_t kGrowthBytes = 64 * 1024;
+    static constexpr int64_t kGrowth_bytes = 64 * 1024;
 
     static int64_t NumberOf(std::string_view text, std::string_view word) {
         const size_t at = text.find(word);
@@ -177,7 +200,9 @@ class ResourcesLaw : public Law {
 
     void Compare(const char* what, int64_t now, int64_t* first) {
         if (*first < 0) *first = now;
-        if (now > *first) Violated(std::to_string(now) + " " + what + " where there were " + std::to_string(*first));
+        if (now > *first) {
+            Violated(std::to_string(now) + " " + what + " where there were " + std::to_string(*first));
+        }
     }
 
     void Forget() {
@@ -200,7 +225,9 @@ class StoryLaw : public Law {
     void Take(const Entry& entry) override {
         if (entry.kind == EntryKind::kBroken) Violated("the story is broken: " + std::string(entry.text));
         if (entry.kind == EntryKind::kEnds && watch.truth.scenario.until_us > 0) has_end_ = true;
-        if (entry.kind == EntryKind::kEnds && StartsWith(entry.text, "stuck")) Violated(std::string(entry.text));
+        if (entry.kind == EntryKind::kEnds && StartsWith(entry.text, "stuck")) {
+            Violated(std::string(entry.text));
+        }
     }
 
     void Finish() override {

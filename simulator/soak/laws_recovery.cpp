@@ -17,7 +17,8 @@ class RecoveryLaw : public Law {
         if (healthy == nullptr || healthy == judged_ || !watch.is_calm()) return;
         judged_ = healthy;
         if (watch.is_online) return;
-        Violated("no link " + std::to_string(truth.recovery_ms / kSecond) + " s after everything was healthy again");
+        Violated("no link " + std::to_string(truth.recovery_ms / kSecond) +
+                 " s after everything was healthy again");
     }
 
   private:
@@ -50,10 +51,12 @@ class PeaceLaw : public Law {
         if (!watch.is_calm()) return;
         if (entry.kind == EntryKind::kLogs) {
             for (const Disturbance& each : kDisturbances) {
-                if (watch.log.function == each.function && StartsWith(watch.log.message, each.start))
+                if (watch.log.function == each.function && StartsWith(watch.log.message, each.start)) {
                     Violated("nothing is wrong, and yet \"" + std::string(watch.log.message) + "\"");
+                }
             }
-        } else if (entry.kind == EntryKind::kPublishes && entry.text == "/run/network/ravelin_status Online=FALSE") {
+        } else if (entry.kind == EntryKind::kPublishes &&
+                   entry.text == "/run/network/ravelin_status Online=FALSE") {
             Violated("nothing is wrong, and yet Online=FALSE");
         }
     }
@@ -68,7 +71,8 @@ class RequestsLaw : public Law {
         if (entry.kind == EntryKind::kEnds) soft_ = hard_ = {};
         if (entry.kind == EntryKind::kLogs) TakeLog();
         for (Request* request : {&soft_, &hard_}) {
-            const bool is_late = request->is_pending && watch.is_calm() && watch.now_ms > request->since_ms + truth.pass_ms;
+            const bool is_late =
+                request->is_pending && watch.is_calm() && watch.now_ms > request->since_ms + truth.pass_ms;
             if (!is_late) continue;
             Violated(std::string(request->name) + " was asked for and isn't carried out");
             request->is_pending = false;
@@ -101,8 +105,10 @@ class RequestsLaw : public Law {
     }
 
     void CarryOut(Request* request) {
-        if (!request->is_pending)
-            Violated("\"" + std::string(watch.log.message) + "\" though nobody asked, or only during an upgrade");
+        if (!request->is_pending) {
+            Violated("\"" + std::string(watch.log.message) +
+                     "\" though nobody asked, or only during an upgrade");
+        }
         request->is_pending = false;
     }
 
@@ -110,22 +116,26 @@ class RequestsLaw : public Law {
     Request hard_;
 };
 
-/// While the link is up, the settings are read anew in each pass: another APN is published and ENABLE=false obeyed
-/// at once, and ENABLE=true within the half minute that a disabled daemon takes.
+/// While the link is up, the settings are read anew in each pass: another APN is published and ENABLE=false
+/// obeyed at once, and ENABLE=true within the half minute that a disabled daemon takes.
 class SettingsLaw : public Law {
   public:
     using Law::Law;
 
     void Take(const Entry& entry) override {
-        while (next_ < truth.settings.size() && truth.settings[next_].at_ms <= watch.now_ms) Change(truth.settings[next_++]);
+        while (next_ < truth.settings.size() && truth.settings[next_].at_ms <= watch.now_ms) {
+            Change(truth.settings[next_++]);
+        }
         if (entry.kind == EntryKind::kEnds) is_due_ = false;
         if (entry.kind == EntryKind::kPublishes && is_due_ && IsMet(entry.text)) is_due_ = false;
         if (entry.kind == EntryKind::kLogs && is_due_ && IsObeyed()) is_due_ = false;
         if (!is_due_ || watch.now_ms <= due_ms_) return;
         is_due_ = false;
         // Another fault may have begun meanwhile.
-        if (truth.FaultsWithin(since_ms_, due_ms_) == 1)
-            Violated("the settings of " + std::to_string(since_ms_ / kSecond) + " s are not taken: " + key_ + "=" + value_);
+        if (truth.FaultsWithin(since_ms_, due_ms_) == 1) {
+            Violated("the settings of " + std::to_string(since_ms_ / kSecond) + " s are not taken: " + key_ +
+                     "=" + value_);
+        }
     }
 
   private:
@@ -140,7 +150,9 @@ class SettingsLaw : public Law {
             const auto now = values_.find(key);
             if (now == values_.end() || (old != before.end() && old->second == now->second)) continue;
             if (key == std::string("ENABLE") && now->second != "false") continue;
-            if (now->second.find('=') != std::string::npos) continue;  // what the file store makes of it is its own affair
+            if (now->second.find('=') != std::string::npos) {
+                continue;  // what the file store makes of it is its own affair
+            }
             key_ = key;
             value_ = now->second;
             is_due_ = true;

@@ -1,7 +1,8 @@
-// The waits between the daemon's steps: a modem gets the time that it needs. The ladder's own waits are part of that law.
-#include <algorithm>
-
+// The waits between the daemon's steps: a modem gets the time that it needs. The ladder's own waits are part
+// of that law.
 #include "simulator/soak/laws.h"
+
+#include <algorithm>
 
 namespace soak {
 
@@ -9,7 +10,7 @@ namespace {
 
 constexpr int64_t kSecond = 1000;
 constexpr int64_t kExchange_ms = kSecond;
-constexpr int64_t kFullBlockBytes = 256;  // an exchange ends early when there is no more room for the answer
+constexpr int64_t kFullBlock_bytes = 256;  // an exchange ends early when there is no more room for the answer
 constexpr int64_t kProbeRetry_ms = kExchange_ms + 5 * kSecond;
 constexpr int64_t kSimRetry_ms = kExchange_ms + 3 * kSecond;
 constexpr int64_t kDialPause_ms = 5 * kSecond;
@@ -42,8 +43,8 @@ class WaitsLaw : public Law {
                 break;
             case EntryKind::kHears:
                 heard_bytes_ += LengthOf(entry.text);
-                if (heard_bytes_ >= kFullBlockBytes) full_ms_ = entry.at_ms;
-                if (heard_.size() < static_cast<size_t>(kFullBlockBytes)) heard_ += entry.text;
+                if (heard_bytes_ >= kFullBlock_bytes) full_ms_ = entry.at_ms;
+                if (heard_.size() < static_cast<size_t>(kFullBlock_bytes)) heard_ += entry.text;
                 break;
             case EntryKind::kLogs:
                 TakeLog();
@@ -65,8 +66,10 @@ class WaitsLaw : public Law {
         }
         if (entry.text == "AT+CFUN=0") radio_off_ms_ = entry.at_ms;
         if (entry.text == "AT+CFUN=1" && radio_off_ms_ != kNever) {
-            if (full_ms_ < radio_off_ms_)
-                Check(entry.at_ms - radio_off_ms_, RadioOffMs(truth.scenario.modem_family), "with the radio off");
+            if (full_ms_ < radio_off_ms_) {
+                Check(entry.at_ms - radio_off_ms_, RadioOffMs(truth.scenario.modem_family),
+                      "with the radio off");
+            }
             radio_off_ms_ = kNever;
         }
         command_ = watch.has_driver ? std::string(entry.text) : "";
@@ -77,8 +80,10 @@ class WaitsLaw : public Law {
 
     /// What must pass between the last command and the next.
     int64_t NeededMs() const {
-        if (heard_bytes_ >= kFullBlockBytes) return 0;
-        if (command_ == "AT+CSQ" && heard_bytes_ == 0 && watch.vendor != kVendorCinterion) return kProbeRetry_ms;
+        if (heard_bytes_ >= kFullBlock_bytes) return 0;
+        if (command_ == "AT+CSQ" && heard_bytes_ == 0 && watch.vendor != kVendorCinterion) {
+            return kProbeRetry_ms;
+        }
         if (command_ == "AT+CPIN?" && !Contains(heard_, "READY")) return kSimRetry_ms;
         return kExchange_ms;
     }
@@ -89,19 +94,25 @@ class WaitsLaw : public Law {
         if (function == "SoftReset" && text == "Soft reset!") {
             reset_ms_ = watch.now_ms;
         } else if (function == "CheckSimCard" && text == "Check SIM!" && reset_ms_ != kNever) {
-            // The set-up without the question for the carrier, which some families ask once; radio, IMEI and IMSI.
+            // The set-up without the question for the carrier, which some families ask once; radio, IMEI and
+            // IMSI.
             constexpr int64_t kQuestions_ms = 3 * kExchange_ms - kExchange_ms;
-            if (full_ms_ < reset_ms_)
-                Check(watch.now_ms - reset_ms_, truth.timing->set_up_seconds * kSecond + kQuestions_ms, "for the set-up");
+            if (full_ms_ < reset_ms_) {
+                Check(watch.now_ms - reset_ms_, truth.timing->set_up_seconds * kSecond + kQuestions_ms,
+                      "for the set-up");
+            }
             reset_ms_ = kNever;
         } else if (function == "RunDhcpClient") {
-            if (full_ms_ < sent_ms_) Check(watch.now_ms - sent_ms_, kExchange_ms + kDialPause_ms, "after the dial");
+            if (full_ms_ < sent_ms_) {
+                Check(watch.now_ms - sent_ms_, kExchange_ms + kDialPause_ms, "after the dial");
+            }
         }
     }
 
     void Check(int64_t waited_ms, int64_t needed_ms, const std::string& what) {
         if (waited_ms < needed_ms - 1) {  // the record cuts microseconds off
-            Violated("only " + std::to_string(waited_ms) + " ms " + what + ", and not " + std::to_string(needed_ms));
+            Violated("only " + std::to_string(waited_ms) + " ms " + what + ", and not " +
+                     std::to_string(needed_ms));
         }
     }
 

@@ -47,10 +47,14 @@ Statements Split(const std::string& text) {
         }
         if (line[0] == '#' && !IsFaultComment(line)) continue;
         const std::string word = FirstWord(line);
-        if (IsFaultComment(line)) fault = faults++;
-        else if (word != "at" && word != "every") fault = kNoFault;
+        if (IsFaultComment(line)) {
+            fault = faults++;
+        } else if (word != "at" && word != "every") {
+            fault = kNoFault;
+        }
         Statement statement = {line, {}, fault, false};
-        statement.stays = word == "modem" || word == "until" || word == "never" || word == "see" || word == "port" || word == "port-link";
+        statement.stays = word == "modem" || word == "until" || word == "never" || word == "see" ||
+                          word == "port" || word == "port-link";
         statements.push_back(statement);
     }
     return statements;
@@ -107,10 +111,11 @@ std::string Moved(const std::string& line, int64_t from_ms, int64_t by_ms) {
     std::string moved;
     for (size_t i = 0; i < words.size(); ++i) {
         int64_t ms = 0;
-        if (IsTimeWord(words, i, IsFaultComment(line)) && ReadMs(words[i], &ms) && ms >= from_ms)
+        if (IsTimeWord(words, i, IsFaultComment(line)) && ReadMs(words[i], &ms) && ms >= from_ms) {
             moved += (i > 0 ? " " : "") + Seconds(ms - by_ms);
-        else
+        } else {
             moved += (i > 0 ? " " : "") + words[i];
+        }
     }
     return moved;
 }
@@ -129,7 +134,9 @@ int64_t EndOf(const Statement& statement) {
     int64_t end = -1;
     for (size_t i = 0; i < words.size(); ++i) {
         int64_t ms = 0;
-        if (IsTimeWord(words, i, IsFaultComment(statement.line)) && ReadMs(words[i], &ms)) end = std::max(end, ms);
+        if (IsTimeWord(words, i, IsFaultComment(statement.line)) && ReadMs(words[i], &ms)) {
+            end = std::max(end, ms);
+        }
     }
     return end;
 }
@@ -169,14 +176,17 @@ class Minimiser {
     void EndSooner() {
         Statements statements = statements_;
         for (Statement& statement : statements) {
-            if (FirstWord(statement.line) != "until" || EndOf(statement) <= violated_ms_ + kMargin_ms) continue;
+            if (FirstWord(statement.line) != "until" || EndOf(statement) <= violated_ms_ + kMargin_ms) {
+                continue;
+            }
             statement.line = "until " + Seconds(violated_ms_ + kMargin_ms);
             if (Try(statements)) Tell("ends at " + Seconds(violated_ms_ + kMargin_ms) + " s");
             return;
         }
     }
 
-    /// What happens after the violation doesn't matter, but the comment of a fault may end a stretch of health.
+    /// What happens after the violation doesn't matter, but the comment of a fault may end a stretch of
+    /// health.
     void LeaveOutLater() {
         Statements statements;
         for (const Statement& statement : statements_) {
@@ -189,8 +199,9 @@ class Minimiser {
     std::vector<int> FaultNumbers() const {
         std::vector<int> numbers;
         for (const Statement& statement : statements_) {
-            if (statement.fault != kNoFault && (numbers.empty() || numbers.back() != statement.fault))
+            if (statement.fault != kNoFault && (numbers.empty() || numbers.back() != statement.fault)) {
                 numbers.push_back(statement.fault);
+            }
         }
         return numbers;
     }
@@ -201,7 +212,9 @@ class Minimiser {
             Statements statements;
             for (const Statement& statement : statements_of_round_) {
                 const auto at = std::find(numbers.begin(), numbers.end(), statement.fault);
-                if (at == numbers.end() || keeps[static_cast<size_t>(at - numbers.begin())]) statements.push_back(statement);
+                if (at == numbers.end() || keeps[static_cast<size_t>(at - numbers.begin())]) {
+                    statements.push_back(statement);
+                }
             }
             return statements;
         });
@@ -212,15 +225,19 @@ class Minimiser {
         for (size_t i = 0; i < statements_.size(); ++i) {
             const Statement& statement = statements_[i];
             const bool is_of_fault = statement.fault != kNoFault;
-            if (statement.stays || (is_of_fault && (options_.keeps_faults_whole || IsFaultComment(statement.line)))) continue;
+            if (statement.stays ||
+                (is_of_fault && (options_.keeps_faults_whole || IsFaultComment(statement.line)))) {
+                continue;
+            }
             places.push_back(i);
         }
         LeaveOut(places.size(), "statements", [&](const std::vector<bool>& keeps) {
             Statements statements;
             for (size_t i = 0; i < statements_of_round_.size(); ++i) {
                 const auto at = std::find(places.begin(), places.end(), i);
-                if (at == places.end() || keeps[static_cast<size_t>(at - places.begin())])
+                if (at == places.end() || keeps[static_cast<size_t>(at - places.begin())]) {
                     statements.push_back(statements_of_round_[i]);
+                }
             }
             return statements;
         });
@@ -255,14 +272,17 @@ class Minimiser {
         for (size_t i = 0; i < count; ++i) {
             if (statements_[i].fault == kNoFault || !IsFaultComment(statements_[i].line)) continue;
             const int64_t begin_ms = TimeOf(statements_[i]);
-            if (!close(quiet_from_ms, begin_ms, 2 * 60 * kSecond_ms)) close(quiet_from_ms, begin_ms, options_.quiet_ms);
+            if (!close(quiet_from_ms, begin_ms, 2 * 60 * kSecond_ms)) {
+                close(quiet_from_ms, begin_ms, options_.quiet_ms);
+            }
             quiet_from_ms = std::max(quiet_from_ms, EndOf(statements_[i]));
         }
     }
 
-    /// Delta debugging: parts of the units are left out, in smaller and smaller pieces. `without` makes the statements
-    /// that remain of statements_of_round_.
-    void LeaveOut(size_t count, const char* what, const std::function<Statements(const std::vector<bool>&)>& without) {
+    /// Delta debugging: parts of the units are left out, in smaller and smaller pieces. `without` makes the
+    /// statements that remain of statements_of_round_.
+    void LeaveOut(size_t count, const char* what,
+                  const std::function<Statements(const std::vector<bool>&)>& without) {
         statements_of_round_ = statements_;
         std::vector<bool> keeps(count, true);
         size_t kept = count;

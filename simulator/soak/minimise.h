@@ -1,5 +1,5 @@
-// Makes a story shorter while it still breaks the same law: whole faults are left out first, then single statements,
-// then the quiet time between what is left.
+// Makes a story shorter while it still breaks the same law: whole faults are left out first, then single
+// statements, then the quiet time between what is left.
 #pragma once
 
 #include <cstdint>
@@ -13,11 +13,11 @@ namespace soak {
 using StoryTest = std::function<std::optional<int64_t>(const std::string& text)>;
 
 struct MinimiseOptions {
-    /// The law goes by the faults that the comments name: a fault's statements stand and fall together.
+    // The law goes by the faults that the comments name: a fault's statements stand and fall together.
     bool keeps_faults_whole = false;
-    /// What must be quiet between two faults for the law to be judged at all.
+    // What must be quiet between two faults for the law to be judged at all.
     int64_t quiet_ms = 60000;
-    /// Hears of each step.
+    // Hears of each step.
     std::function<void(const std::string& line)> tell;
 };
 

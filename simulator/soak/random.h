@@ -1,4 +1,5 @@
-// Random numbers that are the same on every machine: the standard fixes the engine, but not its distributions.
+// Random numbers that are the same on every machine: the standard fixes the engine, but not its
+// distributions.
 #pragma once
 
 #include <cstdint>

@@ -1,5 +1,7 @@
-// ravelin_soak: runs the real daemon through stories that a seed has written, full of faults, and holds its record
-// against laws. Its options are explained in ravelin_soak.help, laws and faults in docs/soak.md.
+// ravelin_soak: runs the real daemon through stories that a seed has written, full of faults, and holds its
+// record against laws. Its options are explained in ravelin_soak.help, laws and faults in docs/soak.md.
+#include <unistd.h>
+
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
@@ -7,8 +9,6 @@
 #include <filesystem>
 #include <string>
 #include <vector>
-
-#include <unistd.h>
 
 #include "simulator/command_line.h"
 #include "simulator/help_text.h"
@@ -32,7 +32,7 @@ using soak::Violation;
 constexpr char kTool[] = "ravelin_soak";
 constexpr int kStatusViolated = 1;
 constexpr int kStatusWrong = kStatusWrongCommandLine;
-constexpr int kMostDays = 31;
+constexpr int kMostDays = 14;
 constexpr int kMostJobs = 1024;
 
 struct Options : CommonOptions {
@@ -46,8 +46,8 @@ struct Options : CommonOptions {
 
     /// What it is asked to do, in number; one is right.
     int tasks() const {
-        return (has_seeds ? 1 : 0) + (lists_faults ? 1 : 0) + (lists_laws ? 1 : 0) + (lists_times ? 1 : 0) + (minimise.empty() ? 0 : 1) +
-               (words.empty() ? 0 : 1);
+        return (has_seeds ? 1 : 0) + (lists_faults ? 1 : 0) + (lists_laws ? 1 : 0) + (lists_times ? 1 : 0) +
+               (minimise.empty() ? 0 : 1) + (words.empty() ? 0 : 1);
     }
 };
 
@@ -57,7 +57,9 @@ std::string FolderOfThisProgram() {
 
 /// True, and `seed` set, when all of `text` is a number of decimal digits.
 bool ReadSeed(const std::string& text, uint64_t* seed) {
-    if (text.empty() || text.size() > 18 || text.find_first_not_of("0123456789") != std::string::npos) return false;
+    if (text.empty() || text.size() > 18 || text.find_first_not_of("0123456789") != std::string::npos) {
+        return false;
+    }
     *seed = strtoull(text.c_str(), nullptr, 10);
     return true;
 }
@@ -65,7 +67,8 @@ bool ReadSeed(const std::string& text, uint64_t* seed) {
 /// "A..B"
 std::string TakeSeeds(const std::string& value, Options* options) {
     const size_t dots = value.find("..");
-    const bool is_range = dots != std::string::npos && ReadSeed(value.substr(0, dots), &options->soak.first_seed) &&
+    const bool is_range = dots != std::string::npos &&
+                          ReadSeed(value.substr(0, dots), &options->soak.first_seed) &&
                           ReadSeed(value.substr(dots + 2), &options->soak.last_seed) &&
                           options->soak.first_seed <= options->soak.last_seed;
     options->has_seeds = true;
@@ -82,7 +85,9 @@ std::string TakeSeed(const std::string& value, Options* options) {
 std::string CheckFile(const std::string& name, int access_wanted, const char* what) {
     std::error_code error;
     if (std::filesystem::is_directory(name, error)) return "\"" + name + "\" is a folder and no file";
-    if (access(name.c_str(), access_wanted) != 0) return "\"" + name + "\" can't be " + what + ": " + strerror(errno);
+    if (access(name.c_str(), access_wanted) != 0) {
+        return "\"" + name + "\" can't be " + what + ": " + strerror(errno);
+    }
     return "";
 }
 
@@ -90,8 +95,9 @@ std::string CheckOptions(const Options& options) {
     if (options.tasks() == 0) return "nothing to do: --seeds, --seed, --minimise or a FILE is missing";
     if (options.tasks() > 1) return "more than one thing to do";
     const GeneratorOptions& generator = options.soak.generator;
-    if (!generator.family.empty() && !modem_sim::Modem::IsFamily(generator.family))
+    if (!generator.family.empty() && !modem_sim::Modem::IsFamily(generator.family)) {
         return "--family wants one of those that modem_sim --help lists, not \"" + generator.family + "\"";
+    }
     if (options.prints && !options.has_seeds) return "--print wants --seed";
     if (options.prints && options.soak.first_seed != options.soak.last_seed) return "--print wants one seed";
     std::vector<std::string> files = options.words;
@@ -143,9 +149,14 @@ int JudgeFiles(const Options& options) {
             fprintf(stderr, "%s: %s\n", kTool, problem.c_str());
             return kStatusWrong;
         }
-        for (const Violation& violation : verdict.violations) printf("%s: %s\n", file.c_str(), FormatViolation(violation).c_str());
-        if (verdict.violations.empty()) printf("%s: no violation\n", file.c_str());
-        else status = kStatusViolated;
+        for (const Violation& violation : verdict.violations) {
+            printf("%s: %s\n", file.c_str(), FormatViolation(violation).c_str());
+        }
+        if (verdict.violations.empty()) {
+            printf("%s: no violation\n", file.c_str());
+        } else {
+            status = kStatusViolated;
+        }
     }
     return status;
 }
@@ -186,7 +197,9 @@ int Minimise(const Options& options) {
     std::string verdict_text;
     const std::string shortest =
         soak::MinimiseStory(text, minimise, [&](const std::string& shorter) -> std::optional<int64_t> {
-            if (!soak::RunText(options.soak.runner, "story.scenario", shorter, &verdict, &problem)) return std::nullopt;
+            if (!soak::RunText(options.soak.runner, "story.scenario", shorter, &verdict, &problem)) {
+                return std::nullopt;
+            }
             const Violation* violation = FindViolation(verdict, law);
             if (violation == nullptr) return std::nullopt;
             verdict_text = FormatViolation(*violation);

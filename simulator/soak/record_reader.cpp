@@ -14,9 +14,9 @@ bool IsDigit(char c) {
 }
 
 /// In the order of EntryKind.
-constexpr std::string_view kKinds[] = {"sends",     "hears",     "runs",  "asks",  "logs",  "debugs", "forwards",  "prints",
-                                       "complains", "publishes", "shows", "modem", "world", "bus",    "broken",
-                                       "ends"};
+constexpr std::string_view kKinds[] = {"sends",    "hears",  "runs",      "asks",      "logs",  "debugs",
+                                       "forwards", "prints", "complains", "publishes", "shows", "modem",
+                                       "world",    "bus",    "broken",    "ends"};
 static_assert(std::size(kKinds) == static_cast<size_t>(EntryKind::kOther));
 
 EntryKind KindOf(std::string_view word) {
@@ -59,7 +59,8 @@ void ReadRecord(std::string_view record, const std::function<void(const Entry&)>
 LogLine SplitLogLine(std::string_view text) {
     const size_t file_end = text.find(':');
     const size_t function_end = file_end == std::string_view::npos ? file_end : text.find(':', file_end + 1);
-    const size_t place_end = function_end == std::string_view::npos ? function_end : text.find(' ', function_end);
+    const size_t place_end =
+        function_end == std::string_view::npos ? function_end : text.find(' ', function_end);
     if (place_end == std::string_view::npos) return {"", "", text};
     return {text.substr(0, file_end), text.substr(file_end + 1, function_end - file_end - 1),
             text.substr(place_end + 1)};
@@ -78,8 +79,9 @@ int64_t NumberAt(std::string_view text, int64_t fallback) {
     size_t at = is_negative ? 1 : 0;
     if (at >= text.size() || !IsDigit(text[at])) return fallback;
     int64_t number = 0;
-    for (; at < text.size() && IsDigit(text[at]) && number < INT64_MAX / 100; ++at)
+    for (; at < text.size() && IsDigit(text[at]) && number < INT64_MAX / 100; ++at) {
         number = number * 10 + (text[at] - '0');
+    }
     return is_negative ? -number : number;
 }
 

@@ -30,7 +30,7 @@ enum class EntryKind {
 struct Entry {
     int64_t at_ms;
     EntryKind kind;
-    std::string_view text;  ///< escaped, as in the record
+    std::string_view text;  // escaped, as in the record
 };
 
 /// Calls `take` for each whole line of a record.

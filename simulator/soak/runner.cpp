@@ -16,7 +16,7 @@ namespace {
 constexpr int kLimitPerDay_seconds = 1800;
 // A day's record is 6 MB when nothing happens, and ten times that when the modem talks without end.
 constexpr int kRecordPerDay_bytes = 64 * 1024 * 1024;
-constexpr int kRecord_bytesMax = 2000 * 1024 * 1024;
+constexpr int kRecordMost_bytes = 2000 * 1024 * 1024;
 
 // What a sanitizer says on the real standard error.
 constexpr const char* kAlarms[] = {"Sanitizer", "runtime error:"};
@@ -53,7 +53,7 @@ bool RunStory(const RunnerOptions& options, const std::string& path, Verdict* ve
     daemon.library = options.library;
     daemon.limit_seconds = kLimitPerDay_seconds * days;
     daemon.record_limit_bytes =
-        static_cast<int>(std::min<int64_t>(int64_t{kRecordPerDay_bytes} * days, kRecord_bytesMax));
+        static_cast<int>(std::min<int64_t>(int64_t{kRecordPerDay_bytes} * days, kRecordMost_bytes));
     const virtual_time::Outcome outcome = virtual_time::RunDaemon(daemon, truth.scenario);
     if (outcome.record.empty()) {
         *problem = outcome.problem.empty() ? "the daemon left no record: " + outcome.output : outcome.problem;

@@ -9,9 +9,9 @@ namespace soak {
 
 struct RunnerOptions {
     std::string daemon;
-    std::string library;  ///< to load under it
-    std::string folder;   ///< for texts that are run
-    int days = 1;         ///< that the longest story has
+    std::string library;  // to load under it
+    std::string folder;   // for texts that are run
+    int days = 1;         // that the longest story has
 };
 
 /// Runs the scenario at `path` and judges it. False with a reason when it can't be read or run.

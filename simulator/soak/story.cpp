@@ -55,7 +55,8 @@ void Story::At(int64_t at_ms, const std::string& what, const std::string& block)
 }
 
 void Story::Every(int64_t step_ms, int64_t from_ms, int64_t to_ms, const std::string& what) {
-    text_ += "every " + Seconds(step_ms) + " from " + Seconds(from_ms) + " to " + Seconds(to_ms) + " " + what + "\n";
+    text_ += "every " + Seconds(step_ms) + " from " + Seconds(from_ms) + " to " + Seconds(to_ms) + " " +
+             what + "\n";
 }
 
 void Story::Settings(int64_t at_ms, const char* key, const char* value) {

@@ -21,10 +21,10 @@ struct Setup {
     std::string family;
     std::string model;
     std::string port = "/dev/ttyUSB2";
-    std::string device = port;  ///< as the daemon is told
+    std::string device = port;  // as the daemon is told
     ModemTiming timing;
     BoardTiming board;
-    bool can_upgrade = false;   ///< a model that can, with the tool in its place
+    bool can_upgrade = false;  // a model that can, with the tool in its place
     std::vector<Setting> settings;
 
     const FamilyTiming& family_timing() const { return *TimingOf(family); }

@@ -16,9 +16,12 @@ struct FigureName {
     int64_t Figures::*figure;
 };
 constexpr FigureName kFigures[] = {
-    {"simulated_ms", &Figures::simulated_ms}, {"online_ms", &Figures::online_ms},
-    {"runs", &Figures::runs},                 {"soft_resets", &Figures::soft_resets},
-    {"hard_resets", &Figures::hard_resets},   {"sim_switches", &Figures::sim_switches},
+    {"simulated_ms", &Figures::simulated_ms},
+    {"online_ms", &Figures::online_ms},
+    {"runs", &Figures::runs},
+    {"soft_resets", &Figures::soft_resets},
+    {"hard_resets", &Figures::hard_resets},
+    {"sim_switches", &Figures::sim_switches},
     {"misled", &Figures::misled},
 };
 
@@ -41,14 +44,17 @@ std::string OrDash(bool has_value, int64_t value) {
 
 std::string WriteVerdict(const Verdict& verdict) {
     std::ostringstream text;
-    for (const FigureName& row : kFigures) text << "figure " << row.name << " " << verdict.figures.*row.figure << "\n";
+    for (const FigureName& row : kFigures) {
+        text << "figure " << row.name << " " << verdict.figures.*row.figure << "\n";
+    }
     for (const auto& [name, figures] : verdict.figures.faults) {
         text << "fault " << name << " " << figures.count << " " << figures.kept;
         for (const auto& [seconds, times] : figures.recovery_seconds) text << " " << seconds << " " << times;
         text << "\n";
     }
-    for (const Violation& violation : verdict.violations)
+    for (const Violation& violation : verdict.violations) {
         text << "violation " << violation.law << " " << violation.at_ms << " " << violation.text << "\n";
+    }
     text << "end\n";
     return text.str();
 }
@@ -69,7 +75,9 @@ bool ReadVerdict(const std::string& text, Verdict* verdict) {
         } else if (word == "fault") {
             FaultFigures& figures = verdict->figures.faults[name];
             words >> figures.count >> figures.kept;
-            for (int64_t seconds, times; words >> seconds >> times;) figures.recovery_seconds[seconds] = times;
+            for (int64_t seconds, times; words >> seconds >> times;) {
+                figures.recovery_seconds[seconds] = times;
+            }
         } else if (word == "violation") {
             Violation violation = {name, 0, ""};
             words >> violation.at_ms;
@@ -88,15 +96,19 @@ void PrintSummary(const Totals& totals, FILE* to) {
     const auto an_hour = [hours](int64_t count) { return static_cast<double>(count) / hours; };
     fprintf(to, "\n%lld seeds, %.1f days, %.2f h of CPU time", static_cast<long long>(totals.seeds), days,
             totals.cpu_seconds / kHour_seconds);
-    if (totals.cpu_seconds > 0) fprintf(to, " (%.0f days in an hour)", days / totals.cpu_seconds * kHour_seconds);
+    if (totals.cpu_seconds > 0) {
+        fprintf(to, " (%.0f days in an hour)", days / totals.cpu_seconds * kHour_seconds);
+    }
     fprintf(to, "\nonline %.1f %% of the time, %lld runs of the daemon",
-            100 * static_cast<double>(figures.online_ms) / std::max<double>(static_cast<double>(figures.simulated_ms), 1),
+            100 * static_cast<double>(figures.online_ms) /
+                std::max<double>(static_cast<double>(figures.simulated_ms), 1),
             static_cast<long long>(figures.runs));
     if (figures.misled > 0) {
-        fprintf(to, ", %lld of them with the driver of another family", static_cast<long long>(figures.misled));
+        fprintf(to, ", %lld of them with the driver of another family",
+                static_cast<long long>(figures.misled));
     }
-    fprintf(to, "\nan hour: %.2f soft resets, %.2f hardware resets, %.2f SIM switches\n", an_hour(figures.soft_resets),
-            an_hour(figures.hard_resets), an_hour(figures.sim_switches));
+    fprintf(to, "\nan hour: %.2f soft resets, %.2f hardware resets, %.2f SIM switches\n",
+            an_hour(figures.soft_resets), an_hour(figures.hard_resets), an_hour(figures.sim_switches));
     fprintf(to, "\n%-26s %8s %8s %8s %10s %10s\n", "fault", "times", "link up", "link", "recovery", "worst");
     fprintf(to, "%-26s %8s %8s %8s %10s %10s\n", "", "", "all along", "lost", "median s", "s");
     for (const auto& [name, fault] : figures.faults) {
@@ -107,7 +119,9 @@ void PrintSummary(const Totals& totals, FILE* to) {
                 static_cast<long long>(fault.kept), static_cast<long long>(lost),
                 OrDash(lost > 0, Median(fault.recovery_seconds)).c_str(), OrDash(lost > 0, worst).c_str());
     }
-    fprintf(to, "\n%s\n", totals.violations == 0 ? "no violation" : (std::to_string(totals.violations) + " violations").c_str());
+    fprintf(to, "\n%s\n",
+            totals.violations == 0 ? "no violation"
+                                   : (std::to_string(totals.violations) + " violations").c_str());
 }
 
 }  // namespace soak

@@ -34,7 +34,7 @@ constexpr int kDualPings_seconds = 2 + 2 + 10 + 2;
 constexpr int kOrlaPings_seconds = 4 * 12;
 
 // Each exchange takes a millisecond more than its wait, and so may the waits be rounded.
-constexpr int kRoundingPercent = 2;
+constexpr int kRoundingPart = 50;  // one in so many
 
 constexpr FamilyTiming kFamilies[] = {
     {"chuangyi", 12, 0, 7, 1, 10, 1, 1, 0, false, true},
@@ -67,7 +67,7 @@ int AttemptSeconds(const FamilyTiming& timing, int looks) {
 }
 
 int WithRounding(int seconds) {
-    return seconds + seconds * kRoundingPercent / 100 + 1;
+    return seconds + seconds / kRoundingPart + 1;
 }
 
 int CeilSeconds(int64_t ms) {
@@ -102,8 +102,8 @@ int HardResetSeconds(const FamilyTiming& timing) {
 int LongestStepSeconds(const FamilyTiming& timing) {
     const int probe = kProbeTries * (timing.probe_seconds + kProbeRetry_seconds);
     const int in_vain = AttemptSeconds(timing, kLooks);
-    const int soft = kNoSimPause_seconds + kSwitchPause_seconds + kServicePause_seconds +
-                     WorstSoftResetSeconds(timing);
+    const int soft =
+        kNoSimPause_seconds + kSwitchPause_seconds + kServicePause_seconds + WorstSoftResetSeconds(timing);
     const int longest = std::max({in_vain, soft, HardResetSeconds(timing), kOrlaPings_seconds,
                                   kDualPings_seconds, kDisabledPause_seconds, kUpgradePause_seconds});
     return WithRounding(kHint_seconds + probe + longest);
@@ -117,8 +117,8 @@ int LongestPassSeconds(const FamilyTiming& timing, const BoardTiming& board) {
 }
 
 int RestartSeconds(const FamilyTiming& timing, const ModemTiming& modem, const BoardTiming& board) {
-    return CeilSeconds(board.restart_ms) + CeilSeconds(modem.port_gone_ms) + kPortPause_seconds + kIdentify_seconds +
-           WorstSoftResetSeconds(timing) + kThermalLimits_seconds;
+    return CeilSeconds(board.restart_ms) + CeilSeconds(modem.port_gone_ms) + kPortPause_seconds +
+           kIdentify_seconds + WorstSoftResetSeconds(timing) + kThermalLimits_seconds;
 }
 
 int RecoveryBoundSeconds(const FamilyTiming& timing, const ModemTiming& modem, const BoardTiming& board) {
@@ -147,12 +147,13 @@ int RecoveryBoundSeconds(const FamilyTiming& timing, const ModemTiming& modem, c
 }
 
 void PrintTimes(FILE* to) {
-    fprintf(to, "%-15s %6s %6s %6s %6s %6s %6s %6s %6s\n", "family", "set-up", "SIM", "check", "dial", "look", "pass",
-            "step", "back");
+    fprintf(to, "%-15s %6s %6s %6s %6s %6s %6s %6s %6s\n", "family", "set-up", "SIM", "check", "dial", "look",
+            "pass", "step", "back");
     for (const FamilyTiming& timing : kFamilies) {
         fprintf(to, "%-15s %6d %6d %6d %6d %6d %6d %6d %6d\n", timing.family, timing.set_up_seconds,
                 timing.read_sim_seconds, timing.service_seconds, timing.dial_seconds, timing.look_seconds,
-                LongestPassSeconds(timing, {}), LongestStepSeconds(timing), RecoveryBoundSeconds(timing, {}, {}));
+                LongestPassSeconds(timing, {}), LongestStepSeconds(timing),
+                RecoveryBoundSeconds(timing, {}, {}));
     }
 }
 

@@ -14,32 +14,32 @@ struct ModemTiming {
     int64_t sim_start_ms = 600;
     int64_t search_ms = 3000;
     int64_t dial_ms = 800;
-    int64_t port_gone_ms = 3000;  ///< after a reset
+    int64_t port_gone_ms = 3000;  // after a reset
 };
 
 /// What a story has besides the modem.
 struct BoardTiming {
-    bool has_two_sims = false;  ///< DoubleSIM=1
-    bool has_project = false;   ///< ORLA=1
-    int64_t script_ms = 0;      ///< that the reset scripts take
-    int64_t restart_ms = 0;     ///< until the supervisor starts the daemon again; 0: there is none
+    bool has_two_sims = false;  // DoubleSIM=1
+    bool has_project = false;   // ORLA=1
+    int64_t script_ms = 0;      // that the reset scripts take
+    int64_t restart_ms = 0;     // until the supervisor starts the daemon again; 0: there is none
 };
 
-/// Whole seconds. An exchange with the modem takes one, whether it is answered or not, unless the driver waits
-/// longer for it.
+/// Whole seconds. An exchange with the modem takes one, whether it is answered or not, unless the driver
+/// waits longer for it.
 struct FamilyTiming {
     const char* family;
-    int set_up_seconds;           ///< Initialize, the radio's pauses included
-    int mode_change_seconds;      ///< more of it, when the modem has to change its USB mode
-    int read_sim_seconds;         ///< CheckSimCard with a SIM that answers
-    int service_seconds;          ///< CheckServiceStatus when there is none
-    int dial_seconds;             ///< from "Do connect." to the start of the DHCP client, its pause included
-    int look_seconds;             ///< one CheckConnection
-    int probe_seconds;            ///< one ReadCSQ
-    int survey_seconds;           ///< temperature and signal, every 20th pass
-    bool resets_instead_of_soft;  ///< no SIM and 34 checks without service lead to a hardware reset
-    /// It says its radio technology once and unasked, or never. With two SIMs a modem that hasn't been heard to say
-    /// "LTE" is never pinged and climbs the ladder for ever, however healthy it is.
+    int set_up_seconds;           // Initialize, the radio's pauses included
+    int mode_change_seconds;      // more of it, when the modem has to change its USB mode
+    int read_sim_seconds;         // CheckSimCard with a SIM that answers
+    int service_seconds;          // CheckServiceStatus when there is none
+    int dial_seconds;             // from "Do connect." to the start of the DHCP client, its pause included
+    int look_seconds;             // one CheckConnection
+    int probe_seconds;            // one ReadCSQ
+    int survey_seconds;           // temperature and signal, every 20th pass
+    bool resets_instead_of_soft;  // no SIM and 34 checks without service lead to a hardware reset
+    // It says its radio technology once and unasked, or never. With two SIMs a modem that hasn't been heard
+    // to say "LTE" is never pinged and climbs the ladder for ever, however healthy it is.
     bool hides_technology;
 };
 
@@ -54,8 +54,8 @@ int WorstSoftResetSeconds(const FamilyTiming& timing);
 /// From the end of Task to the next pass, with a modem that doesn't answer.
 int HardResetSeconds(const FamilyTiming& timing);
 
-/// The longest single step: what the daemon may be in the middle of when the world becomes healthy, and for how
-/// long a request may wait. Scripts and pings that take longer by the story's will come on top.
+/// The longest single step: what the daemon may be in the middle of when the world becomes healthy, and for
+/// how long a request may wait. Scripts and pings that take longer by the story's will come on top.
 int LongestStepSeconds(const FamilyTiming& timing);
 /// The longest pass while online and healthy.
 int LongestPassSeconds(const FamilyTiming& timing, const BoardTiming& board);

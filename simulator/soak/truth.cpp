@@ -67,7 +67,9 @@ std::map<std::string, std::string> ReadSettings(const std::string& text) {
     std::istringstream lines(text);
     for (std::string line; std::getline(lines, line);) {
         const size_t equals = line.find('=');
-        if (equals != std::string::npos && equals > 0) values[line.substr(0, equals)] = line.substr(equals + 1);
+        if (equals != std::string::npos && equals > 0) {
+            values[line.substr(0, equals)] = line.substr(equals + 1);
+        }
     }
     return values;
 }
@@ -80,14 +82,16 @@ void ReadSettingsChanges(Truth* truth) {
         if (file.path == virtual_time::kSettingsFile) add(0, true, file.text);
     }
     for (const ScenarioEvent& event : truth->scenario.events) {
-        const bool is_write = event.kind == ScenarioEvent::Kind::kWrite && event.subject == virtual_time::kSettingsFile;
+        const bool is_write =
+            event.kind == ScenarioEvent::Kind::kWrite && event.subject == virtual_time::kSettingsFile;
         const bool is_removal =
             event.kind == ScenarioEvent::Kind::kRemove &&
             std::string(virtual_time::kSettingsFile).compare(0, event.subject.size(), event.subject) == 0;
         if (is_write || is_removal) add(event.at_us / 1000, is_write, event.text);
     }
-    std::stable_sort(truth->settings.begin(), truth->settings.end(),
-                     [](const SettingsChange& one, const SettingsChange& other) { return one.at_ms < other.at_ms; });
+    std::stable_sort(
+        truth->settings.begin(), truth->settings.end(),
+        [](const SettingsChange& one, const SettingsChange& other) { return one.at_ms < other.at_ms; });
 }
 
 void ReadKnobs(Truth* truth) {
@@ -154,7 +158,8 @@ bool ReadTruth(const std::string& path, const std::string& text, Truth* truth, s
     for (const virtual_time::ShellRule& rule : truth->scenario.shell) {
         if (rule.part == "Reset4G.sh start") truth->board.script_ms = rule.takes_seconds * kSecond_ms;
     }
-    truth->shows_network_checks = ShowsFunction(*truth, "CheckNetwork") && ShowsFunction(*truth, "isSoftReset");
+    truth->shows_network_checks =
+        ShowsFunction(*truth, "CheckNetwork") && ShowsFunction(*truth, "isSoftReset");
     truth->timing = TimingOf(truth->scenario.modem_family);
     if (truth->timing == nullptr) return true;
     const FamilyTiming& timing = *truth->timing;

@@ -1,5 +1,5 @@
-// What a scenario says by itself: the modem, the settings, and what is wrong from when to when. The laws judge a
-// record by it, and nothing else about the story is known to them.
+// What a scenario says by itself: the modem, the settings, and what is wrong from when to when. The laws
+// judge a record by it, and nothing else about the story is known to them.
 #pragma once
 
 #include <cstdint>
@@ -34,18 +34,18 @@ struct SettingsChange {
 
 struct Truth {
     virtual_time::Scenario scenario;
-    const FamilyTiming* timing = nullptr;  ///< null where there is no modem
+    const FamilyTiming* timing = nullptr;  // null where there is no modem
     ModemTiming modem;
     BoardTiming board;
-    bool may_settle = true;      ///< health leads to a link that is left in peace; see hides_technology
-    bool shows_network_checks = false;  ///< the log has the debug lines of CheckNetwork and isSoftReset
+    bool may_settle = true;             // health leads to a link that is left in peace; see hides_technology
+    bool shows_network_checks = false;  // the log has the debug lines of CheckNetwork and isSoftReset
     int64_t until_ms = 0;
-    int64_t recovery_ms = 0;  ///< see RecoveryBoundSeconds
-    int64_t step_ms = 0;      ///< see LongestStepSeconds
-    int64_t pass_ms = 0;      ///< see LongestPassSeconds
-    std::vector<Fault> faults;           ///< by their begin
-    std::vector<Healthy> healthy;        ///< what is left between them
-    std::vector<SettingsChange> settings;  ///< the first at 0
+    int64_t recovery_ms = 0;               // see RecoveryBoundSeconds
+    int64_t step_ms = 0;                   // see LongestStepSeconds
+    int64_t pass_ms = 0;                   // see LongestPassSeconds
+    std::vector<Fault> faults;             // by their begin
+    std::vector<Healthy> healthy;          // what is left between them
+    std::vector<SettingsChange> settings;  // the first at 0
 
     /// How many faults are there at any time from one moment to the other.
     int FaultsWithin(int64_t from_ms, int64_t to_ms) const;

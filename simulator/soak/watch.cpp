@@ -36,9 +36,9 @@ const Driver* DriverOf(const std::string& family) {
     return nullptr;
 }
 
-constexpr std::string_view kOtherThreads[] = {"thread_function_pipe", "handle_command", "ravelin_deal_dbus_message",
-                                              "thread_function_ota",  "ModuleOtaTask",  "IsOtaUpgradPathExist",
-                                              "IsSupportModuleOTA",   "ReplyOcppUpgradeStatus"};
+constexpr std::string_view kOtherThreads[] = {
+    "thread_function_pipe", "handle_command",       "ravelin_deal_dbus_message", "thread_function_ota",
+    "ModuleOtaTask",        "IsOtaUpgradPathExist", "IsSupportModuleOTA",        "ReplyOcppUpgradeStatus"};
 
 }  // namespace
 
@@ -81,10 +81,11 @@ void Watch::Take(const Entry& entry) {
 
 void Watch::TakeTime(int64_t at_ms) {
     now_ms = at_ms;
-    while (next_healthy_ < truth.healthy.size() && truth.healthy[next_healthy_].from_ms <= at_ms)
+    while (next_healthy_ < truth.healthy.size() && truth.healthy[next_healthy_].from_ms <= at_ms) {
         healthy_ = &truth.healthy[next_healthy_++];
-    is_calm_ = truth.may_settle && healthy_ != nullptr && at_ms >= healthy_->from_ms + truth.recovery_ms && at_ms < healthy_->to_ms &&
-               !is_misled_;
+    }
+    is_calm_ = truth.may_settle && healthy_ != nullptr && at_ms >= healthy_->from_ms + truth.recovery_ms &&
+               at_ms < healthy_->to_ms && !is_misled_;
 }
 
 void Watch::StartRun() {
@@ -118,7 +119,9 @@ void Watch::TakeLog() {
         if (driver == nullptr || log.file != driver->file) is_misled_ = true;
         // Its module decides what this family takes for a link.
         const std::string_view name = text.substr(sizeof "m_ModuleName = " - 1);
-        if (vendor == kVendorZte && name.substr(0, name.find(' ')) != truth.scenario.modem_model) is_misled_ = true;
+        if (vendor == kVendorZte && name.substr(0, name.find(' ')) != truth.scenario.modem_model) {
+            is_misled_ = true;
+        }
     } else if (log.function == "Connect") {
         const int64_t number = NumberAfter(text, "Do connect.  ");
         if (number >= 0) attempts = number;

@@ -41,13 +41,17 @@ double CpuSecondsOfChildren() {
 class Workers {
   public:
     Workers(const SoakOptions& options, Totals* totals)
-        : options_(options), totals_(*totals), next_seed_(options.first_seed), is_terminal_(isatty(STDOUT_FILENO) != 0) {}
+        : options_(options),
+          totals_(*totals),
+          next_seed_(options.first_seed),
+          is_terminal_(isatty(STDOUT_FILENO) != 0) {}
 
     bool Run() {
         CatchSignals();
         while (is_good_ && is_interrupted == 0 && (next_seed_ <= options_.last_seed || !seeds_.empty())) {
-            while (next_seed_ <= options_.last_seed && seeds_.size() < static_cast<size_t>(options_.jobs))
+            while (next_seed_ <= options_.last_seed && seeds_.size() < static_cast<size_t>(options_.jobs)) {
                 Start(next_seed_++);
+            }
             WaitForOne();
             ShowProgress();
         }
@@ -67,7 +71,9 @@ class Workers {
     }
 
     std::string FolderOf(uint64_t seed) const { return options_.runner.folder + "/" + std::to_string(seed); }
-    std::string StoryOf(uint64_t seed) const { return FolderOf(seed) + "/seed-" + std::to_string(seed) + ".scenario"; }
+    std::string StoryOf(uint64_t seed) const {
+        return FolderOf(seed) + "/seed-" + std::to_string(seed) + ".scenario";
+    }
     std::string ResultOf(uint64_t seed) const { return FolderOf(seed) + "/result"; }
 
     void Start(uint64_t seed) {
@@ -96,7 +102,10 @@ class Workers {
         std::string problem = "it can't be written";
         const bool is_good = WriteFile(StoryOf(seed), GenerateScenario(seed, options_.generator)) &&
                              RunStory(options_.runner, StoryOf(seed), &verdict, &problem);
-        if (!is_good) fprintf(stderr, "ravelin_soak: seed %llu: %s\n", static_cast<unsigned long long>(seed), problem.c_str());
+        if (!is_good) {
+            fprintf(stderr, "ravelin_soak: seed %llu: %s\n", static_cast<unsigned long long>(seed),
+                    problem.c_str());
+        }
         return is_good && WriteFile(ResultOf(seed), WriteVerdict(verdict)) ? 0 : kStatusFailed;
     }
 
@@ -126,13 +135,17 @@ class Workers {
         if (is_terminal_) printf("\r\033[K");
         for (const Violation& violation : verdict.violations) {
             text += "# violates " + FormatViolation(violation) + "\n";
-            printf("seed %llu: %s\n", static_cast<unsigned long long>(seed), FormatViolation(violation).c_str());
+            printf("seed %llu: %s\n", static_cast<unsigned long long>(seed),
+                   FormatViolation(violation).c_str());
         }
         std::error_code ignored;
         std::filesystem::create_directories(options_.keep, ignored);
         const std::string path = options_.keep + "/seed-" + std::to_string(seed) + ".scenario";
-        if (WriteFile(path, text + ReadFile(StoryOf(seed)))) printf("kept as %s\n", path.c_str());
-        else fprintf(stderr, "ravelin_soak: %s can't be written\n", path.c_str());
+        if (WriteFile(path, text + ReadFile(StoryOf(seed)))) {
+            printf("kept as %s\n", path.c_str());
+        } else {
+            fprintf(stderr, "ravelin_soak: %s can't be written\n", path.c_str());
+        }
         fflush(stdout);
     }
 
@@ -145,8 +158,9 @@ class Workers {
         const double days = static_cast<double>(totals_.figures.simulated_ms) / kDay_ms;
         const double minutes = std::max(CpuSecondsOfChildren() / kMinute_seconds, 1e-3);
         printf("%s%llu of %llu seeds, %.1f days, %.0f days in a minute of CPU time, %lld violations%s",
-               is_terminal_ ? "\r\033[K" : "", static_cast<unsigned long long>(done), static_cast<unsigned long long>(all),
-               days, days / minutes, static_cast<long long>(totals_.violations), is_terminal_ ? "" : "\n");
+               is_terminal_ ? "\r\033[K" : "", static_cast<unsigned long long>(done),
+               static_cast<unsigned long long>(all), days, days / minutes,
+               static_cast<long long>(totals_.violations), is_terminal_ ? "" : "\n");
         fflush(stdout);
     }
 

@@ -17,7 +17,7 @@ struct SoakOptions {
     int jobs = 1;
     GeneratorOptions generator;
     RunnerOptions runner;
-    std::string keep = "soak-violations";  ///< folder for stories that break a law
+    std::string keep = "soak-violations";  // folder for stories that break a law
 };
 
 /// Runs until all seeds are done or somebody presses Ctrl-C. False when a story couldn't be run at all.

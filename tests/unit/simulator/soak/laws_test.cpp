@@ -1,12 +1,13 @@
 // Each law over records made by hand: it keeps silent on a good one, and names what breaks it in a bad one.
-#include <gtest/gtest.h>
+#include "simulator/soak/laws.h"
 
 #include <string>
 #include <vector>
 
+#include <gtest/gtest.h>
+
 #include "simulator/bus_peer/frame.h"
 #include "simulator/soak/judge.h"
-#include "simulator/soak/laws.h"
 #include "simulator/text/text.h"
 #include "simulator/virtual_time/record.h"
 
@@ -107,17 +108,20 @@ TEST(SoakLaws, Story) {
 
 TEST(SoakLaws, Ends) {
     EXPECT_EQ("", Broken("ends", Record().Add("ends", "still running")));
-    EXPECT_EQ("", Broken("ends", Record().Log("main", "open device error. /dev/ttyUSB2").Add("ends", "exit 255")));
+    EXPECT_EQ(
+        "", Broken("ends", Record().Log("main", "open device error. /dev/ttyUSB2").Add("ends", "exit 255")));
     EXPECT_EQ("", Broken("ends", Record().Log("main", "config /x don't exist").Add("ends", "exit 255")));
     EXPECT_EQ("", Broken("ends", Record().Log("main", "Unknow Cell Device!").Add("ends", "exit 0")));
     EXPECT_EQ("", Broken("ends", Record().At(5).Add("world", "kill kill").Add("ends", "signal 9")));
 
     EXPECT_EQ("the process ends by itself: exit 255, after \"board = 0\"",
               Broken("ends", Record().Starts().Add("ends", "exit 255")));
-    EXPECT_EQ("the process ends by itself: signal 15, after \"\"", Broken("ends", Record().Add("ends", "signal 15")));
+    EXPECT_EQ("the process ends by itself: signal 15, after \"\"",
+              Broken("ends", Record().Add("ends", "signal 15")));
     EXPECT_EQ("the process ends by itself: signal 11, after \"\"",
               Broken("ends", Record().Add("world", "kill kill").Add("ends", "signal 11")));
-    EXPECT_EQ("the process ends by itself: exit 0, after \"\"", Broken("ends", Record().Add("ends", "exit 0")));
+    EXPECT_EQ("the process ends by itself: exit 0, after \"\"",
+              Broken("ends", Record().Add("ends", "exit 0")));
 }
 
 TEST(SoakLaws, Recovers) {
@@ -127,8 +131,10 @@ TEST(SoakLaws, Recovers) {
     EXPECT_EQ("no link " + std::to_string(bound) + " s after everything was healthy again",
               Broken("recovers", Record().Starts().At(later).Add("sends", "AT")));
     // Not yet, since something has been wrong.
-    EXPECT_EQ("", Broken("recovers", Record().Starts().At(later).Add("sends", "AT"), "# fault mute from 10 to 20\n"));
-    EXPECT_NE("", Broken("recovers", Record().Starts().At(later + 20).Add("sends", "AT"), "# fault mute from 10 to 20\n"));
+    EXPECT_EQ("", Broken("recovers", Record().Starts().At(later).Add("sends", "AT"),
+                         "# fault mute from 10 to 20\n"));
+    EXPECT_NE("", Broken("recovers", Record().Starts().At(later + 20).Add("sends", "AT"),
+                         "# fault mute from 10 to 20\n"));
     // Another family's driver never brings this modem online.
     EXPECT_EQ("", Broken("recovers", Record().Starts(7).At(later).Add("sends", "AT")));
 }
@@ -138,8 +144,9 @@ TEST(SoakLaws, Peace) {
     record.Starts().At(60).Online().At(3000).Log("Connect", "Do connect.  2 times.");
     EXPECT_EQ("nothing is wrong, and yet \"Do connect.  2 times.\"", Broken("peace", record));
     EXPECT_EQ("", Broken("peace", record, "# fault link_cut from 2999 to 2999\n"));
-    EXPECT_EQ("nothing is wrong, and yet Online=FALSE",
-              Broken("peace", Record().Starts().At(3000).Add("publishes", std::string(kStatus) + "Online=FALSE")));
+    EXPECT_EQ(
+        "nothing is wrong, and yet Online=FALSE",
+        Broken("peace", Record().Starts().At(3000).Add("publishes", std::string(kStatus) + "Online=FALSE")));
 }
 
 /// 34 checks without service; the count of the last is `last`.
@@ -155,15 +162,21 @@ Record ChecksForService(int last, int first = 1) {
 
 TEST(SoakLadder, ChecksForServiceAreCounted) {
     EXPECT_EQ("", Broken("ladder", ChecksForService(33)));
-    EXPECT_EQ("", Broken("ladder", ChecksForService(34).Log("Connect", "no service status,Soft reset once!").SoftReset()));
+    EXPECT_EQ("",
+              Broken("ladder",
+                     ChecksForService(34).Log("Connect", "no service status,Soft reset once!").SoftReset()));
     EXPECT_EQ("\"Check service status.  2/34 times.\": the count of checks for service should be 1",
               Broken("ladder", ChecksForService(5, 2)));
     // The rung is skipped.
-    EXPECT_EQ("\"Check service status.  34/34 times.\" is followed by \"Check service softrest_times.  0/9 times.\"",
-              Broken("ladder", ChecksForService(34).After(9).Log("Connect", "Check service softrest_times.  0/9 times.")));
+    EXPECT_EQ(
+        "\"Check service status.  34/34 times.\" is followed by \"Check service softrest_times.  0/9 "
+        "times.\"",
+        Broken("ladder",
+               ChecksForService(34).After(9).Log("Connect", "Check service softrest_times.  0/9 times.")));
     // Or comes too soon.
-    EXPECT_EQ("\"no service status,Soft reset once!\" has no cause",
-              Broken("ladder", ChecksForService(20).After(5).Log("Connect", "no service status,Soft reset once!")));
+    EXPECT_EQ(
+        "\"no service status,Soft reset once!\" has no cause",
+        Broken("ladder", ChecksForService(20).After(5).Log("Connect", "no service status,Soft reset once!")));
     // The count is cleared by service.
     EXPECT_EQ("", Broken("ladder", ChecksForService(3)
                                        .After(9)
@@ -177,8 +190,11 @@ TEST(SoakLadder, ChecksForServiceAreCounted) {
                                        .After(90)
                                        .Log("Connect", "Check service softrest_times.  0/9 times.")
                                        .Log("Connect", "Check service status.  4/34 times.")));
-    EXPECT_EQ("\"Check service softrest_times.  0/9 times.\" comes too early after \"Check service status.  3/34 times.\"",
-              Broken("ladder", ChecksForService(3).After(4).Log("Connect", "Check service softrest_times.  0/9 times.")));
+    EXPECT_EQ(
+        "\"Check service softrest_times.  0/9 times.\" comes too early after \"Check service status.  3/34 "
+        "times.\"",
+        Broken("ladder",
+               ChecksForService(3).After(4).Log("Connect", "Check service softrest_times.  0/9 times.")));
 }
 
 /// The third round without service, with this signal and these registrations, and what comes of it.
@@ -189,8 +205,10 @@ Record ThirdRound(const std::string& csq, const std::string& cereg, const std::s
         if (round == 2) record.Log("Connect", "no service status,Soft reset once!").SoftReset();
         const int checks = round == 2 ? 1 : 34;
         for (int i = 1; i <= checks; ++i) {
-            record.After(9).Log("Connect", "Check service softrest_times.  " + std::to_string(round) + "/9 times.");
-            if (round == 1) record.Log("Connect", "Check service status.  " + std::to_string(i) + "/34 times.");
+            record.After(9).Log("Connect",
+                                "Check service softrest_times.  " + std::to_string(round) + "/9 times.");
+            if (round == 1)
+                record.Log("Connect", "Check service status.  " + std::to_string(i) + "/34 times.");
         }
     }
     if (gives_up) {
@@ -217,7 +235,9 @@ TEST(SoakLadder, ThirdRoundDependsOnSignalAndRefusal) {
 }
 
 TEST(SoakLadder, MissingSimLeadsToAResetAfterTenSeconds) {
-    const auto record = [](int vendor) { return Record().Starts(vendor).After(30).Log("Connect", "No SIM card detected!!!"); };
+    const auto record = [](int vendor) {
+        return Record().Starts(vendor).After(30).Log("Connect", "No SIM card detected!!!");
+    };
     EXPECT_EQ("", Broken("ladder", record(6).After(10).SoftReset()));
     EXPECT_EQ("\"Soft reset!\" comes too early after \"No SIM card detected!!!\"",
               Broken("ladder", record(6).After(9).SoftReset()));
@@ -225,16 +245,24 @@ TEST(SoakLadder, MissingSimLeadsToAResetAfterTenSeconds) {
               Broken("ladder", record(6).After(10).Log("Connect", "Do connect.  1 times.")));
     // One family has its hardware reset, but not at the start, where nobody looks at the outcome.
     Record cinterion = record(10);
-    cinterion.After(60).Log("Connect", "No SIM card detected!!!").After(10).Log("Task", "Connect error! Reset device...");
-    EXPECT_EQ("", Broken("ladder", cinterion.Log("main", "kill udhcpc lte!!!").After(20).Log("main", "check interface lte!!!"),
-                         "", "cinterion"));
+    cinterion.After(60)
+        .Log("Connect", "No SIM card detected!!!")
+        .After(10)
+        .Log("Task", "Connect error! Reset device...");
+    EXPECT_EQ(
+        "",
+        Broken("ladder",
+               cinterion.Log("main", "kill udhcpc lte!!!").After(20).Log("main", "check interface lte!!!"),
+               "", "cinterion"));
 }
 
 TEST(SoakLadder, EachFifthAttemptIsAReset) {
     Record record = Record().Starts();
-    for (int i = 1; i <= 5; ++i) record.After(60).Log("Connect", "Do connect.  " + std::to_string(i) + " times.");
+    for (int i = 1; i <= 5; ++i)
+        record.After(60).Log("Connect", "Do connect.  " + std::to_string(i) + " times.");
     Record good = record;
-    good.Log("Connect", "m_reconnect_times=  5 times,Reset device!").Log("Task", "Connect error! Reset device...");
+    good.Log("Connect", "m_reconnect_times=  5 times,Reset device!")
+        .Log("Task", "Connect error! Reset device...");
     EXPECT_EQ("", Broken("ladder", good.HardReset(1)));
     EXPECT_NE("", Broken("ladder", record.After(60).Log("Connect", "Do connect.  6 times.")));
     EXPECT_EQ("\"Do connect.  2 times.\": the count of attempts should be 1",
@@ -246,8 +274,10 @@ TEST(SoakLadder, EachFifthAttemptIsAReset) {
 TEST(SoakLadder, HardwareResetKeepsItsOrderAndWaits) {
     const auto asked = [] { return Record().Starts().Log("Task", "[FIFO] DeviceReset run"); };
     EXPECT_EQ("", Broken("ladder", asked().HardReset(1)));
-    EXPECT_EQ("\"Reset4G time=2\": the count of hardware resets should be 1", Broken("ladder", asked().HardReset(2)));
-    EXPECT_EQ("\"[FIFO] DeviceReset run\" is followed by \"Soft reset!\"", Broken("ladder", asked().SoftReset()));
+    EXPECT_EQ("\"Reset4G time=2\": the count of hardware resets should be 1",
+              Broken("ladder", asked().HardReset(2)));
+    EXPECT_EQ("\"[FIFO] DeviceReset run\" is followed by \"Soft reset!\"",
+              Broken("ladder", asked().SoftReset()));
     EXPECT_EQ("\"kill udhcpc lte!!!\" has no cause", Broken("ladder", Record().Starts().HardReset(1)));
     EXPECT_EQ("\"check interface lte!!!\" comes too early after \"Reset4G.sh start pin_rst\"",
               Broken("ladder", asked()
@@ -272,7 +302,8 @@ TEST(SoakLadder, HardwareResetKeepsItsOrderAndWaits) {
 TEST(SoakLadder, SilentModemIsAskedThreeTimes) {
     Record record = Record().Starts();
     for (int i = 0; i < 3; ++i) record.After(6).Add("sends", "AT+CSQ");
-    EXPECT_EQ("", Broken("ladder", Record(record).After(6).Log("Task", "No response! Reset device...").HardReset(1)));
+    EXPECT_EQ("", Broken("ladder",
+                         Record(record).After(6).Log("Task", "No response! Reset device...").HardReset(1)));
     record.Add("hears", "\\r\\n+CSQ: 23,99\\r\\n\\r\\nOK\\r\\n");
     EXPECT_EQ("\"No response! Reset device...\" though AT+CSQ was answered",
               Broken("ladder", record.After(6).Log("Task", "No response! Reset device...").HardReset(1)));
@@ -280,8 +311,10 @@ TEST(SoakLadder, SilentModemIsAskedThreeTimes) {
 
 TEST(SoakLadder, LostLinkIsGivenUpAtTheEleventhCheck) {
     Record record = Record().Starts();
-    for (int i = 1; i <= 11; ++i) record.After(3).Log("Task", "Check connection. offline " + std::to_string(i) + "/10 times");
-    EXPECT_EQ("", Broken("ladder", Record(record).After(300).Log("Task", "Check connection. offline 1/10 times")));
+    for (int i = 1; i <= 11; ++i)
+        record.After(3).Log("Task", "Check connection. offline " + std::to_string(i) + "/10 times");
+    EXPECT_EQ(
+        "", Broken("ladder", Record(record).After(300).Log("Task", "Check connection. offline 1/10 times")));
     EXPECT_EQ("\"Check connection. offline 12/10 times\": the count of lost checks should be 1",
               Broken("ladder", record.After(3).Log("Task", "Check connection. offline 12/10 times")));
 }
@@ -290,11 +323,13 @@ TEST(SoakLadder, LostLinkIsGivenUpAtTheEleventhCheck) {
 void FailNetworkCheck(Record& record, int count) {
     record.After(4).Debug("CheckNetwork", "The wireless network signal is weak,m_nCSQ=:23,NetType=3");
     if (count < 3) {
-        record.Log("CheckNetwork", "Ping Check failed for first 2 times, ignore, check " + std::to_string(count) + " times!");
+        record.Log("CheckNetwork",
+                   "Ping Check failed for first 2 times, ignore, check " + std::to_string(count) + " times!");
     } else if (count == 3 || count == 7) {
         record.Log("CheckNetworkDoubleSim", "CEREG fail or Ping fail, need Switch SIM Card and Soft reset!");
-        record.Log("SwitchSIMCard", count == 3 ? "The wireless network signal is weak, Switch to a Primary SIM card!"
-                                               : "The wireless network signal is weak, Switch to a secondary SIM card!");
+        record.Log("SwitchSIMCard",
+                   count == 3 ? "The wireless network signal is weak, Switch to a Primary SIM card!"
+                              : "The wireless network signal is weak, Switch to a secondary SIM card!");
         record.After(5).SoftReset();
     } else if (count == 9) {
         record.Log("CheckNetworkDoubleSim", "CheckNetworkDoubleSim: check network 9 times,hard reset.");
@@ -315,23 +350,26 @@ TEST(SoakLadder, NetworkChecksSwitchAndReset) {
     Record skipped = Record().Starts();
     for (int i : {1, 2, 4}) FailNetworkCheck(skipped, i);
     FailNetworkCheck(skipped, 5);
-    EXPECT_EQ("\"The wireless network signal is weak,m_nCSQ=:23,NetType=3\" is followed by "
-              "\"The wireless network signal is weak,m_nCSQ=:23,NetType=3\"",
-              Broken("ladder", skipped, kTwoSims));
+    EXPECT_EQ(
+        "\"The wireless network signal is weak,m_nCSQ=:23,NetType=3\" is followed by "
+        "\"The wireless network signal is weak,m_nCSQ=:23,NetType=3\"",
+        Broken("ladder", skipped, kTwoSims));
 }
 
 TEST(SoakLadder, AnsweredPingsClearTheCount) {
     Record record = Record().Starts();
     FailNetworkCheck(record, 1);
     FailNetworkCheck(record, 2);
-    record.After(4).Add("asks", "ping  8.8.8.8  -c 3 -w 2 | grep  ttl | awk -F '='  '{ print $4}'|awk  '$1<1000'| wc -l");
+    record.After(4).Add(
+        "asks", "ping  8.8.8.8  -c 3 -w 2 | grep  ttl | awk -F '='  '{ print $4}'|awk  '$1<1000'| wc -l");
     record.After(2).Add("sends", "AT+CSQ");
     FailNetworkCheck(record, 1);
     EXPECT_EQ("", Broken("ladder", record, kTwoSims));
     Record kept = Record().Starts();
     FailNetworkCheck(kept, 1);
     FailNetworkCheck(kept, 2);
-    kept.After(4).Add("asks", "ping  8.8.8.8  -c 3 -w 2 | grep  ttl | awk -F '='  '{ print $4}'|awk  '$1<1000'| wc -l");
+    kept.After(4).Add(
+        "asks", "ping  8.8.8.8  -c 3 -w 2 | grep  ttl | awk -F '='  '{ print $4}'|awk  '$1<1000'| wc -l");
     kept.After(2).Add("sends", "AT+CSQ");
     FailNetworkCheck(kept, 3);
     EXPECT_NE("", Broken("ladder", kept, kTwoSims));
@@ -342,12 +380,15 @@ TEST(SoakLadder, OutageResetsAtItsThresholds) {
         Record record = Record().Starts();
         record.Debug("isSoftReset", "isSoftReset? LastOFFLINE:" + last + ",OFFLINE:" + now);
         if (resets) {
-            record.Log("ORLAPROC", "########################## The response time of ping is more than 500ms and ocpp offline...!!!");
+            record.Log("ORLAPROC",
+                       "########################## The response time of ping is more than 500ms and ocpp "
+                       "offline...!!!");
             record.SoftReset();
         }
         return record.After(20).Log("Task", "Check connection. offline 1/10 times");
     };
-    for (const auto& [last, now] : {std::pair{"60", "61"}, {"61", "1801"}, {"3599", "3600"}, {"7199", "7200"}}) {
+    for (const auto& [last, now] :
+         {std::pair{"60", "61"}, {"61", "1801"}, {"3599", "3600"}, {"7199", "7200"}}) {
         EXPECT_EQ("", Broken("ladder", outage(last, now, true))) << now;
         EXPECT_NE("", Broken("ladder", outage(last, now, false))) << now;
     }
@@ -359,11 +400,14 @@ TEST(SoakLadder, OutageResetsAtItsThresholds) {
 
 TEST(SoakLadder, UpgradeHoldsBack) {
     constexpr char kAccepted[] = "[OTA] get ocpp msg and set ota upgrade flag true";
-    Record record = Record().Starts().Log("ravelin_deal_dbus_message", kAccepted).Log("Task", "[FIFO] DeviceReset run");
+    Record record =
+        Record().Starts().Log("ravelin_deal_dbus_message", kAccepted).Log("Task", "[FIFO] DeviceReset run");
     EXPECT_EQ("", Broken("ladder", Record(record).Log("main", "[OTA] module ota run")));
     EXPECT_EQ("a hardware reset begins during an upgrade", Broken("ladder", Record(record).HardReset(1)));
-    EXPECT_EQ("\"[OTA] module ota run\" though no upgrade is running",
-              Broken("ladder", Record().Starts().Log("Task", "[FIFO] DeviceReset run").Log("main", "[OTA] module ota run")));
+    EXPECT_EQ(
+        "\"[OTA] module ota run\" though no upgrade is running",
+        Broken("ladder",
+               Record().Starts().Log("Task", "[FIFO] DeviceReset run").Log("main", "[OTA] module ota run")));
 }
 
 TEST(SoakLadder, CountsBeginAfreshWithEachRun) {
@@ -380,7 +424,8 @@ TEST(SoakLaws, Waits) {
     EXPECT_EQ("", Broken("waits", ask("AT", "OK", 1)));
     EXPECT_EQ("only 900 ms after AT, and not 1000", Broken("waits", ask("AT", "OK", 0.9)));
     EXPECT_EQ("", Broken("waits", ask("AT", std::string(256, 'x'), 0.1)));  // there was no room for more
-    EXPECT_EQ("only 3000 ms after AT+CPIN?, and not 4000", Broken("waits", ask("AT+CPIN?", "+CPIN: SIM PIN", 3)));
+    EXPECT_EQ("only 3000 ms after AT+CPIN?, and not 4000",
+              Broken("waits", ask("AT+CPIN?", "+CPIN: SIM PIN", 3)));
     EXPECT_EQ("", Broken("waits", ask("AT+CPIN?", "+CPIN: READY", 1)));
     EXPECT_EQ("only 5000 ms after AT+CSQ, and not 6000",
               Broken("waits", Record().Starts().Add("sends", "AT+CSQ").After(5).Add("sends", "AT+CSQ")));
@@ -395,14 +440,19 @@ TEST(SoakLaws, Waits) {
     };
     EXPECT_EQ("", Broken("waits", dial(6)));
     EXPECT_EQ("only 5000 ms after the dial, and not 6000", Broken("waits", dial(5)));
-    const auto set_up = [](double seconds) { return Record().Starts().SoftReset().After(seconds).Log("CheckSimCard", "Check SIM!"); };
+    const auto set_up = [](double seconds) {
+        return Record().Starts().SoftReset().After(seconds).Log("CheckSimCard", "Check SIM!");
+    };
     EXPECT_EQ("", Broken("waits", set_up(20)));
     EXPECT_EQ("only 12000 ms for the set-up, and not 19000", Broken("waits", set_up(12)));
 }
 
 TEST(SoakLaws, Requests) {
-    const auto asked = [](const std::string& line) { return Record().Starts().At(3000).Log("handle_command", line); };
-    EXPECT_EQ("", Broken("requests", asked("[FIFO]SoftReset:1").After(2).Log("Task", "[FIFO] SoftReset run")));
+    const auto asked = [](const std::string& line) {
+        return Record().Starts().At(3000).Log("handle_command", line);
+    };
+    EXPECT_EQ("",
+              Broken("requests", asked("[FIFO]SoftReset:1").After(2).Log("Task", "[FIFO] SoftReset run")));
     EXPECT_EQ("a soft reset was asked for and isn't carried out",
               Broken("requests", asked("[FIFO]SoftReset:1").After(60).Add("sends", "AT")));
     EXPECT_EQ("a hardware reset was asked for and isn't carried out",
@@ -415,19 +465,37 @@ TEST(SoakLaws, Requests) {
                                      .Log("Task", "[FIFO] SoftReset run")));
     EXPECT_NE("", Broken("requests", Record()
                                          .Starts()
-                                         .Log("ravelin_deal_dbus_message", "[OTA] get ocpp msg and set ota upgrade flag true")
+                                         .Log("ravelin_deal_dbus_message",
+                                              "[OTA] get ocpp msg and set ota upgrade flag true")
                                          .Log("handle_command", "[FIFO]Reset4G:1")
                                          .Log("Task", "[FIFO] DeviceReset run")));
 }
 
 TEST(SoakLaws, Settings) {
-    constexpr char kChange[] = "# fault settings_rewritten from 3000 to 3100\nsettings\n    APN=a\nat 3000 settings\n    APN=b\n";
-    constexpr char kOff[] = "# fault disabled from 3000 to 3100\nsettings\n    ENABLE=true\nat 3000 settings\n    ENABLE=false\n";
-    const auto online = [] { return Record().Starts().At(60).Online().At(3000).Add("world", "write /run/network/ifcfg-lte"); };
-    EXPECT_EQ("", Broken("settings", online().After(3).Add("publishes", std::string(kStatus) + "APN='b'").After(60).Add("sends", "AT"), kChange));
-    EXPECT_EQ("the settings of 3000 s are not taken: APN=b", Broken("settings", online().After(60).Add("sends", "AT"), kChange));
-    EXPECT_EQ("", Broken("settings", online().After(3).Log("Task", "lte ENABLE=false, disconnect network !!!").After(60).Add("sends", "AT"), kOff));
-    EXPECT_EQ("the settings of 3000 s are not taken: ENABLE=false", Broken("settings", online().After(60).Add("sends", "AT"), kOff));
+    constexpr char kChange[] =
+        "# fault settings_rewritten from 3000 to 3100\nsettings\n    APN=a\nat 3000 settings\n    APN=b\n";
+    constexpr char kOff[] =
+        "# fault disabled from 3000 to 3100\nsettings\n    ENABLE=true\nat 3000 settings\n    ENABLE=false\n";
+    const auto online = [] {
+        return Record().Starts().At(60).Online().At(3000).Add("world", "write /run/network/ifcfg-lte");
+    };
+    EXPECT_EQ(
+        "",
+        Broken(
+            "settings",
+            online().After(3).Add("publishes", std::string(kStatus) + "APN='b'").After(60).Add("sends", "AT"),
+            kChange));
+    EXPECT_EQ("the settings of 3000 s are not taken: APN=b",
+              Broken("settings", online().After(60).Add("sends", "AT"), kChange));
+    EXPECT_EQ("", Broken("settings",
+                         online()
+                             .After(3)
+                             .Log("Task", "lte ENABLE=false, disconnect network !!!")
+                             .After(60)
+                             .Add("sends", "AT"),
+                         kOff));
+    EXPECT_EQ("the settings of 3000 s are not taken: ENABLE=false",
+              Broken("settings", online().After(60).Add("sends", "AT"), kOff));
 }
 
 constexpr char kAccepted[] = "[OTA] get ocpp msg and set ota upgrade flag true";
@@ -441,11 +509,14 @@ std::string Hex(unsigned msg_id, unsigned cmd, const bus_peer::Bytes& data) {
 TEST(SoakLaws, Upgrade) {
     const std::string outcome = "sends OCPP.Message " + Hex(1, 0x7601, {0});
     const auto running = [] { return Record().Starts().At(10).Log("ravelin_deal_dbus_message", kAccepted); };
-    EXPECT_EQ("", Broken("upgrade", running().Add("bus", outcome).Log("thread_function_ota", kOver).Add("sends", "AT")));
+    EXPECT_EQ("", Broken("upgrade",
+                         running().Add("bus", outcome).Log("thread_function_ota", kOver).Add("sends", "AT")));
     EXPECT_EQ("an upgrade has ended without a report",
               Broken("upgrade", running().Log("thread_function_ota", kOver).Add("sends", "AT")));
-    EXPECT_EQ("an upgrade is reported twice", Broken("upgrade", running().Add("bus", outcome).Add("bus", outcome)));
-    EXPECT_EQ("an outcome is reported though there is no upgrade", Broken("upgrade", Record().Starts().Add("bus", outcome)));
+    EXPECT_EQ("an upgrade is reported twice",
+              Broken("upgrade", running().Add("bus", outcome).Add("bus", outcome)));
+    EXPECT_EQ("an outcome is reported though there is no upgrade",
+              Broken("upgrade", Record().Starts().Add("bus", outcome)));
     EXPECT_EQ("the modem is reset during an upgrade: /ubi/local/apps/network/Reset4G.sh start pin_rst",
               Broken("upgrade", running().Add("runs", "/ubi/local/apps/network/Reset4G.sh start pin_rst")));
     EXPECT_EQ("an upgrade never ends", Broken("upgrade", running().At(3000).Add("sends", "AT")));
@@ -466,29 +537,52 @@ TEST(SoakLaws, Bus) {
     const std::string query = Hex(7, 0x7603, {});
     EXPECT_EQ("", Broken("bus", asked(query, Hex(7, 0x7603, FifteenItems()))));
     EXPECT_EQ("no answer to FF 6A A6 00 07 00 04 76 03 7B 92", Broken("bus", asked(query, "none")));
-    EXPECT_EQ("an answer with the id of another question", Broken("bus", asked(query, Hex(8, 0x7603, FifteenItems()))));
-    EXPECT_EQ("a status answer that can't be read: it isn't one of fifteen items", Broken("bus", asked(query, Hex(7, 0x7603, {0}))));
+    EXPECT_EQ("an answer with the id of another question",
+              Broken("bus", asked(query, Hex(8, 0x7603, FifteenItems()))));
+    EXPECT_EQ("a status answer that can't be read: it isn't one of fifteen items",
+              Broken("bus", asked(query, Hex(7, 0x7603, {0}))));
     EXPECT_EQ("an answer that is no frame, since it is empty: ", Broken("bus", asked(query, "")));
     EXPECT_EQ("", Broken("bus", asked("FF6A", "")));
     EXPECT_NE("", Broken("bus", asked("FF6A", Hex(7, 0x7603, FifteenItems()))));
     EXPECT_EQ("", Broken("bus", asked(Hex(9, 0x7600, {2}), Hex(9, 0x7600, {0}))));
-    EXPECT_EQ("an upgrade request is answered with 1 and not 0", Broken("bus", asked(Hex(9, 0x7600, {2}), Hex(9, 0x7600, {1}))));
-    EXPECT_EQ("an upgrade is called accepted, and none was", Broken("bus", asked(Hex(9, 0x7600, {1}), Hex(9, 0x7600, {1}))));
+    EXPECT_EQ("an upgrade request is answered with 1 and not 0",
+              Broken("bus", asked(Hex(9, 0x7600, {2}), Hex(9, 0x7600, {1}))));
+    EXPECT_EQ("an upgrade is called accepted, and none was",
+              Broken("bus", asked(Hex(9, 0x7600, {1}), Hex(9, 0x7600, {1}))));
     EXPECT_EQ("an answer to nothing", Broken("bus", Record().Add("bus", "replies FF")));
     // Before there is a modem everything is answered alike.
-    EXPECT_EQ("", Broken("bus", Record().Add("bus", "calls " + query).Add("bus", "replies " + Hex(7, 0x7600, {3}))));
-    EXPECT_NE("", Broken("bus", Record().Add("bus", "calls " + query).Add("bus", "replies " + Hex(7, 0x7603, FifteenItems()))));
+    EXPECT_EQ("", Broken("bus",
+                         Record().Add("bus", "calls " + query).Add("bus", "replies " + Hex(7, 0x7600, {3}))));
+    EXPECT_NE(
+        "",
+        Broken(
+            "bus",
+            Record().Add("bus", "calls " + query).Add("bus", "replies " + Hex(7, 0x7603, FifteenItems()))));
 }
 
 /// A status file as it is shown at 3005 s, with a line of it changed, after something else has happened.
 Record ShownFile(const std::string& key = "", const std::string& value = "", const std::string& world = "") {
-    Record record = Record().Add("world", world).Starts().At(50).Log("Connect", "Do connect.  1 times.").At(60).Online();
+    Record record =
+        Record().Add("world", world).Starts().At(50).Log("Connect", "Do connect.  1 times.").At(60).Online();
     record.Add("publishes", std::string(kStatus) + "RetryTimes=1").At(2990);
     record.Add("sends", "AT+CSQ").Add("hears", "\\r\\n+CSQ: 23,99\\r\\n\\r\\nOK\\r\\n").At(3005);
-    const std::vector<std::pair<std::string, std::string>> lines = {
-        {"IMSI", "1"}, {"ICCID", "2"}, {"IMEI", "3"}, {"AutoConnect", "FALSE"}, {"Online", "TRUE"}, {"Carrier", ""},
-        {"APN", "'a'"}, {"CSQ", "23"}, {"CGREG", "0"}, {"CEREG", "1"}, {"Uptime", "00:49:03"}, {"RetryTimes", "1"},
-        {"Network", "LTE"}, {"FWVersion", "x"}, {"Tempture", "38"}, {"GIT_VERSION", "0000000"}, {"Now", "'Thu Jan  1 00:50:03 2026'"}};
+    const std::vector<std::pair<std::string, std::string>> lines = {{"IMSI", "1"},
+                                                                    {"ICCID", "2"},
+                                                                    {"IMEI", "3"},
+                                                                    {"AutoConnect", "FALSE"},
+                                                                    {"Online", "TRUE"},
+                                                                    {"Carrier", ""},
+                                                                    {"APN", "'a'"},
+                                                                    {"CSQ", "23"},
+                                                                    {"CGREG", "0"},
+                                                                    {"CEREG", "1"},
+                                                                    {"Uptime", "00:49:03"},
+                                                                    {"RetryTimes", "1"},
+                                                                    {"Network", "LTE"},
+                                                                    {"FWVersion", "x"},
+                                                                    {"Tempture", "38"},
+                                                                    {"GIT_VERSION", "0000000"},
+                                                                    {"Now", "'Thu Jan  1 00:50:03 2026'"}};
     for (const auto& line : lines) {
         if (line.first == key && value == "none") continue;
         record.Add("shows", kStatus + line.first + "=" + (line.first == key ? value : line.second));
@@ -500,45 +594,60 @@ constexpr char kApn[] = "settings\n    APN='a'\n";
 
 TEST(SoakLaws, Status) {
     EXPECT_EQ("", Broken("status", ShownFile(), kApn));
-    EXPECT_EQ("the line Tempture= is missing, or in another place", Broken("status", ShownFile("Tempture", "none"), kApn));
+    EXPECT_EQ("the line Tempture= is missing, or in another place",
+              Broken("status", ShownFile("Tempture", "none"), kApn));
     EXPECT_EQ("RetryTimes=2 is shown where 1 is right", Broken("status", ShownFile("RetryTimes", "2"), kApn));
-    EXPECT_EQ("Online=FALSE is shown where TRUE is right", Broken("status", ShownFile("Online", "FALSE"), kApn));
+    EXPECT_EQ("Online=FALSE is shown where TRUE is right",
+              Broken("status", ShownFile("Online", "FALSE"), kApn));
     EXPECT_EQ("CSQ=22 is shown where 23 is right", Broken("status", ShownFile("CSQ", "22"), kApn));
     EXPECT_EQ("APN='b' is shown where 'a' is set", Broken("status", ShownFile("APN", "'b'"), kApn));
-    EXPECT_EQ("Uptime=00:40:00 though the link has been up for 2943 s", Broken("status", ShownFile("Uptime", "00:40:00"), kApn));
-    EXPECT_EQ("Online=TRUE without a dial",
-              Broken("status", Record().Starts().At(60).Add("publishes", std::string(kStatus) + "Online=TRUE")));
+    EXPECT_EQ("Uptime=00:40:00 though the link has been up for 2943 s",
+              Broken("status", ShownFile("Uptime", "00:40:00"), kApn));
+    EXPECT_EQ(
+        "Online=TRUE without a dial",
+        Broken("status", Record().Starts().At(60).Add("publishes", std::string(kStatus) + "Online=TRUE")));
     EXPECT_EQ("Online=FALSE though the link wasn't given up",
-              Broken("status", Record().Starts().Online().After(9).Add("publishes", std::string(kStatus) + "Online=FALSE")));
+              Broken("status", Record().Starts().Online().After(9).Add(
+                                   "publishes", std::string(kStatus) + "Online=FALSE")));
     EXPECT_EQ("RetryTimes=1 after 0 attempts",
               Broken("status", Record().Starts().Add("publishes", std::string(kStatus) + "RetryTimes=1")));
 }
 
 TEST(SoakLaws, Fresh) {
     EXPECT_EQ("", Broken("fresh", ShownFile(), kApn));
-    EXPECT_EQ("the status file is 65 s old", Broken("fresh", ShownFile("Now", "'Thu Jan  1 00:49:00 2026'"), kApn));
+    EXPECT_EQ("the status file is 65 s old",
+              Broken("fresh", ShownFile("Now", "'Thu Jan  1 00:49:00 2026'"), kApn));
     EXPECT_EQ("the status file is missing, or cut", Broken("fresh", ShownFile("Now", "none"), kApn));
     // Somebody has set the date.
     EXPECT_EQ("the status file is 3602 s old", Broken("fresh", ShownFile("", "", "clock +3600"), kApn));
     EXPECT_EQ("", Broken("fresh", ShownFile("Now", "'Wed Dec 31 23:50:03 2025'", "clock -3600"), kApn));
-    EXPECT_EQ("the status file is missing, or cut",
-              Broken("fresh", Record().Starts().At(3000).Add("shows", std::string(kStatus) + "(missing)").Add("sends", "AT")));
+    EXPECT_EQ(
+        "the status file is missing, or cut",
+        Broken(
+            "fresh",
+            Record().Starts().At(3000).Add("shows", std::string(kStatus) + "(missing)").Add("sends", "AT")));
 }
 
 TEST(SoakLaws, Places) {
-    EXPECT_EQ("", Broken("places", Record()
-                                       .Add("runs", "rm -rf /run/network/ravelin_fifo")
-                                       .Add("asks", "ping  8.8.8.8 -c 3| grep  ttl | awk -F '='  '{ print $4}'|awk  '$1<500'| wc -l")
-                                       .Add("publishes", "/run/network/signal_status CSQ=1")));
+    EXPECT_EQ(
+        "", Broken("places",
+                   Record()
+                       .Add("runs", "rm -rf /run/network/ravelin_fifo")
+                       .Add("asks",
+                            "ping  8.8.8.8 -c 3| grep  ttl | awk -F '='  '{ print $4}'|awk  '$1<500'| wc -l")
+                       .Add("publishes", "/run/network/signal_status CSQ=1")));
     EXPECT_EQ("an unknown command: reboot", Broken("places", Record().Add("runs", "reboot")));
     EXPECT_EQ("an unknown question: date", Broken("places", Record().Add("asks", "date")));
-    EXPECT_EQ("a file that isn't its own is written: /etc/hosts x", Broken("places", Record().Add("publishes", "/etc/hosts x")));
+    EXPECT_EQ("a file that isn't its own is written: /etc/hosts x",
+              Broken("places", Record().Add("publishes", "/etc/hosts x")));
 }
 
 TEST(SoakLaws, Complaints) {
-    EXPECT_EQ("", Broken("complaints", Record().Add("complains", "Open file /run/network/ravelin_status error!")));
+    EXPECT_EQ(
+        "", Broken("complaints", Record().Add("complains", "Open file /run/network/ravelin_status error!")));
     EXPECT_EQ("", Broken("complaints", Record().Add("complains", "x: invalid option -- 'f'")));
-    EXPECT_EQ("an unknown complaint: double free", Broken("complaints", Record().Add("complains", "double free")));
+    EXPECT_EQ("an unknown complaint: double free",
+              Broken("complaints", Record().Add("complains", "double free")));
 }
 
 TEST(SoakLaws, Busy) {
@@ -560,14 +669,18 @@ TEST(SoakLaws, Resources) {
         return record;
     };
     const std::string same = "descriptors 5 threads 2 children 0 heap 1000";
-    EXPECT_EQ("", Broken("resources", samples({same, same, "descriptors 5 threads 2 children 1 heap 9000", same})));
+    EXPECT_EQ(
+        "", Broken("resources", samples({same, same, "descriptors 5 threads 2 children 1 heap 9000", same})));
     EXPECT_EQ("6 descriptors where there were 5",
               Broken("resources", samples({same, "descriptors 6 threads 2 children 0 heap 1000"})));
-    EXPECT_EQ("3 threads where there were 2", Broken("resources", samples({same, "descriptors 5 threads 3 children 0 heap 1000"})));
-    EXPECT_EQ("2 children at a time", Broken("resources", samples({same, "descriptors 5 threads 2 children 2 heap 1000"})));
+    EXPECT_EQ("3 threads where there were 2",
+              Broken("resources", samples({same, "descriptors 5 threads 3 children 0 heap 1000"})));
+    EXPECT_EQ("2 children at a time",
+              Broken("resources", samples({same, "descriptors 5 threads 2 children 2 heap 1000"})));
     std::vector<std::string> steps, leak;
     for (int i = 0; i < 20; ++i) {
-        steps.push_back("descriptors 5 threads 2 children 0 heap " + std::to_string(1000 + 100 * std::min(i, 3)));
+        steps.push_back("descriptors 5 threads 2 children 0 heap " +
+                        std::to_string(1000 + 100 * std::min(i, 3)));
         leak.push_back("descriptors 5 threads 2 children 0 heap " + std::to_string(1000 + 16 * i));
     }
     EXPECT_EQ("", Broken("resources", samples(steps)));

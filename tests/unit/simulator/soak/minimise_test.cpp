@@ -1,10 +1,10 @@
 // Stories are made shorter by a judge that is easy to follow: it looks for words.
-#include <gtest/gtest.h>
+#include "simulator/soak/minimise.h"
 
 #include <optional>
 #include <string>
 
-#include "simulator/soak/minimise.h"
+#include <gtest/gtest.h>
 
 namespace {
 

@@ -1,9 +1,10 @@
 // Figures: what is counted in a record, and handed from a worker to the summary.
-#include <gtest/gtest.h>
+#include "simulator/soak/summary.h"
 
 #include <string>
 
-#include "simulator/soak/summary.h"
+#include <gtest/gtest.h>
+
 #include "simulator/virtual_time/record.h"
 
 namespace {
@@ -18,7 +19,9 @@ std::string Entry(double seconds, const std::string& kind, const std::string& te
 Verdict VerdictOf(const std::string& faults, const std::string& record) {
     Truth truth;
     std::string problem;
-    EXPECT_TRUE(soak::ReadTruth("x", "modem huawei\nuntil 9000\nnever broken <any>\n" + faults, &truth, &problem)) << problem;
+    EXPECT_TRUE(
+        soak::ReadTruth("x", "modem huawei\nuntil 9000\nnever broken <any>\n" + faults, &truth, &problem))
+        << problem;
     return soak::JudgeRecord(truth, record);
 }
 
@@ -26,11 +29,10 @@ constexpr char kOn[] = "/run/network/ravelin_status Online=TRUE";
 constexpr char kOff[] = "/run/network/ravelin_status Online=FALSE";
 
 TEST(SoakFigures, RecoveryCountsFromTheEndOfAFault) {
-    const Verdict verdict = VerdictOf("# fault mute from 2000 to 2100\n", Entry(60, "publishes", kOn) +
-                                                                           Entry(2050, "publishes", kOff) +
-                                                                           Entry(2130, "publishes", kOn) +
-                                                                           Entry(8000, "sends", "AT") +
-                                                                           Entry(9000, "ends", "still running"));
+    const Verdict verdict = VerdictOf("# fault mute from 2000 to 2100\n",
+                                      Entry(60, "publishes", kOn) + Entry(2050, "publishes", kOff) +
+                                          Entry(2130, "publishes", kOn) + Entry(8000, "sends", "AT") +
+                                          Entry(9000, "ends", "still running"));
     EXPECT_EQ(1, verdict.figures.faults.at("mute").count);
     EXPECT_EQ(0, verdict.figures.faults.at("mute").kept);
     EXPECT_EQ((std::map<int64_t, int64_t>{{30, 1}}), verdict.figures.faults.at("mute").recovery_seconds);
@@ -39,11 +41,11 @@ TEST(SoakFigures, RecoveryCountsFromTheEndOfAFault) {
 }
 
 TEST(SoakFigures, WhatOnlyAResetEndsCountsFromItsBegin) {
-    const Verdict verdict = VerdictOf("# fault mute_until_reset from 2000 to 2500\n", Entry(60, "publishes", kOn) +
-                                                                                       Entry(2050, "publishes", kOff) +
-                                                                                       Entry(2130, "publishes", kOn) +
-                                                                                       Entry(8000, "sends", "AT"));
-    EXPECT_EQ((std::map<int64_t, int64_t>{{130, 1}}), verdict.figures.faults.at("mute_until_reset").recovery_seconds);
+    const Verdict verdict = VerdictOf("# fault mute_until_reset from 2000 to 2500\n",
+                                      Entry(60, "publishes", kOn) + Entry(2050, "publishes", kOff) +
+                                          Entry(2130, "publishes", kOn) + Entry(8000, "sends", "AT"));
+    EXPECT_EQ((std::map<int64_t, int64_t>{{130, 1}}),
+              verdict.figures.faults.at("mute_until_reset").recovery_seconds);
 }
 
 TEST(SoakFigures, FaultsThatComeTogetherAreOnlyCounted) {
@@ -83,7 +85,8 @@ TEST(SoakSummary, VerdictsSurviveTheWayBetweenProcesses) {
     EXPECT_EQ(3, read.figures.soft_resets);
     EXPECT_EQ(4, read.figures.faults.at("mute").count);
     EXPECT_EQ(1, read.figures.faults.at("mute").kept);
-    EXPECT_EQ((std::map<int64_t, int64_t>{{10, 2}, {20, 1}}), read.figures.faults.at("mute").recovery_seconds);
+    EXPECT_EQ((std::map<int64_t, int64_t>{{10, 2}, {20, 1}}),
+              read.figures.faults.at("mute").recovery_seconds);
     ASSERT_EQ(2U, read.violations.size());
     EXPECT_EQ("ladder at 12.345: a text with blanks", FormatViolation(read.violations[0]));
 }
@@ -113,10 +116,12 @@ TEST(SoakSummary, SumsAreTold) {
     fclose(to);
     const std::string summary(text, size);
     free(text);
-    EXPECT_NE(std::string::npos, summary.find("2 seeds, 2.0 days, 0.02 h of CPU time (120 days in an hour)")) << summary;
+    EXPECT_NE(std::string::npos, summary.find("2 seeds, 2.0 days, 0.02 h of CPU time (120 days in an hour)"))
+        << summary;
     EXPECT_NE(std::string::npos, summary.find("online 50.0 % of the time")) << summary;
     EXPECT_NE(std::string::npos, summary.find("0.50 hardware resets")) << summary;
-    EXPECT_NE(std::string::npos, summary.find("mute                              4        2        2         10         90"))
+    EXPECT_NE(std::string::npos,
+              summary.find("mute                              4        2        2         10         90"))
         << summary;
     EXPECT_NE(std::string::npos, summary.find("\nno violation\n")) << summary;
 }
