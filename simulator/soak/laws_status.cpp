@@ -124,8 +124,9 @@ class StatusLaw : public Law {
                 if (StartsWith(entry.text, kStatusFile)) TakePublished(entry.text.substr(kStatusFile.size()));
                 break;
             case EntryKind::kEnds:
-                may_go_offline_ = true;  // the next run says so first
-                may_go_online_ = knows_csq_ = false;
+                given_up_ms_ = entry.at_ms;  // the next run says so first
+                dialled_ms_ = kNever;
+                knows_csq_ = false;
                 break;
             default:
                 break;
@@ -139,19 +140,19 @@ class StatusLaw : public Law {
   private:
     void TakeLog() {
         const std::string_view function = watch.log.function, text = watch.log.message;
-        if (function == "RunDhcpClient") may_go_online_ = true;
+        if (function == "RunDhcpClient") dialled_ms_ = watch.now_ms;
         const bool ends_link =
             (function == "SoftReset" && text == "Soft reset!") ||
             (function == "Task" &&
              (Contains(text, "Reset device...") || Contains(text, "DeviceReset run") ||
               StartsWith(text, "lte ENABLE=false") || StartsWith(text, "Check connection. offline 11/10"))) ||
             (function == "CheckIfSimCardReady" && Contains(text, "SIM is not ready!"));
-        if (ends_link) may_go_offline_ = true;
+        if (ends_link) given_up_ms_ = watch.now_ms;
     }
 
     void TakeHeard(std::string_view bytes) {
         // Two families report their link, and are believed.
-        if (Contains(bytes, "DATASTATUS")) may_go_online_ = may_go_offline_ = true;
+        if (Contains(bytes, "DATASTATUS")) dialled_ms_ = given_up_ms_ = watch.now_ms;
         int64_t csq = 0;
         if (asks_signal_ && watch.now_ms < asked_ms_ + kSecond && ReadSignalAnswer(bytes, &csq)) {
             csq_ = csq;
@@ -185,11 +186,11 @@ class StatusLaw : public Law {
         const bool is_change =
             watch.online_changed_ms == watch.now_ms;  // a file that was empty says all again
         if (line == "Online=TRUE" && is_change) {
-            if (!may_go_online_) Violated("Online=TRUE without a dial");
-            may_go_online_ = may_go_offline_ = false;
+            if (dialled_ms_ < changed_ms_) Violated("Online=TRUE without a dial");
+            changed_ms_ = watch.now_ms;
         } else if (line == "Online=FALSE" && is_change) {
-            if (!may_go_offline_) Violated("Online=FALSE though the link wasn't given up");
-            may_go_offline_ = false;
+            if (given_up_ms_ < changed_ms_) Violated("Online=FALSE though the link wasn't given up");
+            changed_ms_ = watch.now_ms;
         } else if (StartsWith(line, "RetryTimes=") && NumberAfter(line, "RetryTimes=") != watch.attempts) {
             Violated(text + " after " + std::to_string(watch.attempts) + " attempts");
         }
@@ -286,8 +287,9 @@ class StatusLaw : public Law {
 
     Gatherer gatherer_{kStatusFile};
     Clock clock_;
-    bool may_go_online_ = false;
-    bool may_go_offline_ = true;
+    int64_t dialled_ms_ = kNever;
+    int64_t given_up_ms_ = kNever;
+    int64_t changed_ms_ = 0;  // when the link was last said to be up or down
     bool asks_signal_ = false;
     int64_t asked_ms_ = kNever;
     int64_t csq_ = 0;
