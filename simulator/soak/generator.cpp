@@ -44,10 +44,17 @@ bool MayDialSlowly(const std::string& family) {
     return family != "simcom" && family != "lynq";
 }
 
+/// A Fibocom module that is silent when it is asked for its USB mode, eleven seconds after a hardware reset,
+/// and awake two seconds later, when the restart is ordered, goes round for ever, if it always boots exactly
+/// as fast. Only a module in a story does.
+int64_t LongestBootMs(const std::string& family) {
+    return family.rfind("fibocom", 0) == 0 ? 10000 : 15000;
+}
+
 void DrawTiming(Random& random, Setup& setup) {
     ModemTiming& timing = setup.timing;
     if (random.Percent(60)) return;
-    timing.boot_ms = random.Between(2000, 15000);
+    timing.boot_ms = random.Between(2000, LongestBootMs(setup.family));
     timing.sim_start_ms = random.Skewed(0, 4000);
     timing.search_ms = random.Skewed(200, 30000);
     timing.dial_ms = random.Skewed(100, MayDialSlowly(setup.family) ? 8000 : 900);
