@@ -325,7 +325,7 @@ class FreshLaw : public Law {
     int64_t LenientLimit(int64_t at_ms) const {
         constexpr int64_t kThreeMinutes_ms = 180 * kSecond;
         const int64_t from_ms = at_ms - kThreeMinutes_ms;
-        if (!watch.has_driver || watch.started_ms > from_ms || clock_.jumped_ms() > from_ms) return 0;
+        if (!watch.has_driver || watch.got_driver_ms > from_ms || clock_.jumped_ms() > from_ms) return 0;
         for (const char* fault : {"ping_hangs", "script_slow", "folder_gone", "status_blocked", "files_full",
                                   "files_readonly", "late", "flood", "garbage", "chatter"}) {
             if (truth.HasFaultWithin(fault, from_ms, at_ms)) return 0;

@@ -103,6 +103,7 @@ void Watch::TakeLog() {
     if (log.function == "main") {
         if (StartsWith(text, "GetVendorType=")) {
             has_driver = true;
+            got_driver_ms = now_ms;
             vendor = NumberAfter(text, "GetVendorType=");
             const Driver* driver = DriverOf(truth.scenario.modem_family);
             is_misled_ = driver == nullptr || vendor != driver->vendor;

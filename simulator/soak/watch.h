@@ -29,6 +29,7 @@ class Watch {
     bool is_running = true;
     int64_t started_ms = 0;
     bool has_driver = false;
+    int64_t got_driver_ms = kNever;
     int64_t vendor = -1;
     int64_t board = -1;
     int64_t hard_resets = 0;

@@ -628,6 +628,23 @@ TEST(SoakLaws, Fresh) {
             Record().Starts().At(3000).Add("shows", std::string(kStatus) + "(missing)").Add("sends", "AT")));
 }
 
+TEST(SoakLaws, FreshWhileSomethingIsWrong) {
+    const std::string fault = "# fault port_away from 10 to 8000\n";
+    const auto shown_at = [](double seconds) {
+        return Record()
+            .Starts()
+            .Add("ends", "exit 255")
+            .Add("world", "starts again")
+            .At(400)
+            .Starts()
+            .At(seconds)
+            .Add("shows", std::string(kStatus) + "Now='Thu Jan  1 00:00:01 2026'")
+            .Add("sends", "AT");
+    };
+    EXPECT_EQ("", Broken("fresh", shown_at(579), fault));  // it had no modem, and so nothing to write
+    EXPECT_EQ("the status file is 580 s old", Broken("fresh", shown_at(581), fault));
+}
+
 TEST(SoakLaws, Places) {
     EXPECT_EQ(
         "", Broken("places",
