@@ -93,6 +93,13 @@ class Environment {
     void Type(const std::string& line) { typed_lines_.push_back(line); }
     std::string WaitForTypedLine();
 
+    // Descriptors that aren't ports
+    // Nobody outside of this process has a hand in what the program has open, so that what is ready there
+    // changes by calls of this process only.
+    bool is_alone = false;
+    // Counts those calls.
+    int64_t outside_changes = 0;
+
     // Faults
     // pthread_create fails with EAGAIN.
     bool fail_thread_creation = false;

@@ -38,6 +38,7 @@
 #include "simulator/virtual_time/ping.h"
 #include "simulator/virtual_time/recorder.h"
 #include "simulator/virtual_time/resources.h"
+#include "simulator/virtual_time/sanitizer.h"
 #include "simulator/virtual_time/scenario.h"
 
 // Of the leak sanitizer, where the daemon is built with it.
@@ -97,6 +98,8 @@ class Run {
           recorder_(files.record, files.record_limit_bytes, files.record_used_bytes,
                     [this] { return environment_.now_us(); }),
           environment_(files.root, files.resumed_us) {
+        if (!HAS_SANITIZER) environment_.scheduler.UseFibers();
+        environment_.is_alone = true;
         if (!files.journal.empty()) KeepJournal(files.journal);
         AddShellRules();
         if (!scenario_.modem_family.empty()) MakeModem();

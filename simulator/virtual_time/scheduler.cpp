@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <string>
 
+#include "simulator/virtual_time/fiber.h"
 #include "simulator/virtual_time/own_heap.h"
 
 namespace virtual_time {
@@ -34,6 +35,7 @@ struct Scheduler::Thread {
     std::function<bool()> condition;
     ThreadEntry entry = nullptr;
     void* argument = nullptr;
+    std::unique_ptr<Fiber> fiber;  // where threads aren't real
     sem_t baton;
 
     Thread(Scheduler* owner, int its_number) : scheduler(owner), number(its_number) {
@@ -114,8 +116,7 @@ bool Scheduler::Wait(int64_t deadline_us, std::function<bool()> condition) {
     self->state = Thread::State::kWaiting;
     Thread* next = PickNext();
     if (next != self) {
-        HandOver(next);
-        self->Park();
+        SwitchTo(next);
     } else {
         self->state = Thread::State::kRunning;
     }
@@ -139,7 +140,8 @@ int Scheduler::StartThread(ThreadEntry entry, void* argument,
     thread->deadline_us = now_us_;
     Thread* made = thread.get();
     threads_.push_back(std::move(thread));
-    const int error = create(&Scheduler::RunThread, made);
+    if (uses_fibers_) made->fiber = std::make_unique<Fiber>(&Scheduler::RunFiber, made);
+    const int error = uses_fibers_ ? 0 : create(&Scheduler::RunThread, made);
     if (error != 0) {
         threads_.pop_back();
         return error;
@@ -164,6 +166,18 @@ void* Scheduler::RunThread(void* thread) {
     return result;
 }
 
+void Scheduler::RunFiber(void* thread) {
+    Thread* self = static_cast<Thread*>(thread);
+    Scheduler* scheduler = self->scheduler;
+    self->entry(self->argument);
+    const ForTheWorld memory;
+    scheduler->ended_fiber_ = scheduler->Remove(self);
+    Thread* next = scheduler->PickNext();
+    next->state = Thread::State::kRunning;
+    current_thread = next;
+    self->fiber->SwitchTo(next->fiber.get());
+}
+
 std::unique_ptr<Scheduler::Thread> Scheduler::Remove(Thread* thread) {
     const auto place = std::find_if(threads_.begin(), threads_.end(),
                                     [thread](const auto& each) { return each.get() == thread; });
@@ -179,6 +193,20 @@ bool Scheduler::HasEnded(int number) const {
 
 void Scheduler::WaitForEnd(int number) {
     Wait(kNever, [this, number] { return HasEnded(number); });
+}
+
+void Scheduler::SwitchTo(Thread* next) {
+    Thread* self = CurrentOrNull();
+    if (!uses_fibers_) {
+        HandOver(next);
+        self->Park();
+        return;
+    }
+    next->state = Thread::State::kRunning;
+    current_thread = next;
+    if (self->fiber == nullptr) self->fiber = std::make_unique<Fiber>();  // of the thread that was there
+    self->fiber->SwitchTo(next->fiber.get());
+    ended_fiber_ = nullptr;
 }
 
 void Scheduler::HandOver(Thread* next) {
