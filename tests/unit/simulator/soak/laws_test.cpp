@@ -663,6 +663,10 @@ TEST(SoakLaws, Complaints) {
     EXPECT_EQ(
         "", Broken("complaints", Record().Add("complains", "Open file /run/network/ravelin_status error!")));
     EXPECT_EQ("", Broken("complaints", Record().Add("complains", "x: invalid option -- 'f'")));
+    EXPECT_EQ("", Broken("complaints",
+                         Record().Add("complains", "DBUS initialize error!").Add("complains", ": Success")));
+    EXPECT_EQ("an unknown complaint: : Success",
+              Broken("complaints", Record().Add("complains", ": Success")));
     EXPECT_EQ("an unknown complaint: double free",
               Broken("complaints", Record().Add("complains", "double free")));
 }
