@@ -609,6 +609,16 @@ TEST(SoakLaws, Status) {
     EXPECT_EQ("Online=FALSE though the link wasn't given up",
               Broken("status", Record().Starts().Online().After(9).Add(
                                    "publishes", std::string(kStatus) + "Online=FALSE")));
+    // Given up before the file said that it was there.
+    EXPECT_EQ("", Broken("status", Record()
+                                       .Starts()
+                                       .Log("RunDhcpClient", "Run DhcpClient!!!")
+                                       .After(50)
+                                       .SoftReset()
+                                       .After(9)
+                                       .Add("publishes", std::string(kStatus) + "Online=TRUE")
+                                       .After(9)
+                                       .Add("publishes", std::string(kStatus) + "Online=FALSE")));
     EXPECT_EQ("RetryTimes=1 after 0 attempts",
               Broken("status", Record().Starts().Add("publishes", std::string(kStatus) + "RetryTimes=1")));
 }
