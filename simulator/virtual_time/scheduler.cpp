@@ -1,6 +1,9 @@
 #include "simulator/virtual_time/scheduler.h"
 
+#include <sched.h>
 #include <semaphore.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cassert>
@@ -140,6 +143,7 @@ int Scheduler::StartThread(ThreadEntry entry, void* argument,
     thread->deadline_us = now_us_;
     Thread* made = thread.get();
     threads_.push_back(std::move(thread));
+    AwaitLeaving();  // or it would be left to chance whether the new one gets their stack and heap
     if (uses_fibers_) made->fiber = std::make_unique<Fiber>(&Scheduler::RunFiber, made);
     const int error = uses_fibers_ ? 0 : create(&Scheduler::RunThread, made);
     if (error != 0) {
@@ -160,7 +164,8 @@ void* Scheduler::RunThread(void* thread) {
     void* result = self->entry(self->argument);
     const ForTheWorld memory;
     const std::unique_ptr<Thread> ended = scheduler->Remove(self);
-    Thread* next = scheduler->PickNext();
+    Thread* next = scheduler->PickNext();  // may run events, which must not wait for this thread
+    scheduler->leaving_.push_back(static_cast<int>(syscall(SYS_gettid)));
     current_scheduler = nullptr;
     scheduler->HandOver(next);
     return result;
@@ -193,6 +198,13 @@ bool Scheduler::HasEnded(int number) const {
 
 void Scheduler::WaitForEnd(int number) {
     Wait(kNever, [this, number] { return HasEnded(number); });
+}
+
+void Scheduler::AwaitLeaving() {
+    for (const int thread : leaving_) {
+        while (syscall(SYS_tgkill, getpid(), thread, 0) == 0) sched_yield();
+    }
+    leaving_.clear();
 }
 
 void Scheduler::SwitchTo(Thread* next) {

@@ -68,6 +68,10 @@ class Scheduler {
     /// Waits until the thread with that number has ended.
     void WaitForEnd(int number);
 
+    /// Waits until the threads that have ended are gone for the system as well. Until then they hold a stack
+    /// and some heap, for as long as the machine likes.
+    void AwaitLeaving();
+
     /// Number of the calling thread, or -1 for a thread that isn't the scheduler's.
     int CurrentThread() const;
 
@@ -110,6 +114,7 @@ class Scheduler {
     std::multimap<int64_t, std::function<void()>> events_;
     std::vector<PortPeer*> peers_;
     std::vector<std::unique_ptr<Thread>> threads_;  // those that haven't ended, by number
+    std::vector<int> leaving_;                      // the system's numbers of those that have, lately
     int next_number_ = 1;
     bool uses_fibers_ = false;
     std::unique_ptr<Thread> ended_fiber_;  // until somebody else runs than itself
