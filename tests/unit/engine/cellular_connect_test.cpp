@@ -93,7 +93,7 @@ TEST_F(Link, DisConnectSwitchesTheRadioOff) {
 }
 
 TEST_F(Link, RunDhcpClientRunsTheScript) {
-    cell.RunDhcpClient();
+    EXPECT_EQ(cell.RunDhcpClient(), 0);
     EXPECT_EQ(world.Commands(), Lines{kStartDhcp});
     EXPECT_EQ(LogOf("RunDhcpClient"), Lines{"0.000 5 Run DhcpClient!!!\n"});
 }

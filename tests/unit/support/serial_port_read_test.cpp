@@ -439,6 +439,12 @@ TEST_F(ScriptedRead, DescriptorThatNoSetHoldsReadsNothing) {
     EXPECT_TRUE(calls.read_counts.empty());
 }
 
+TEST_F(ScriptedRead, LastDescriptorThatASetHoldsIsRead) {
+    calls.reads = {Brings("abc")};
+    EXPECT_EQ(ReadSerialTimed(FD_SETSIZE - 1, test_buffer, 3, 1000), 3);
+    EXPECT_EQ(Stored(3), "abc");
+}
+
 TEST_F(ScriptedRead, NegativeTimeoutOrCountIsHarmless) {
     calls.reads = {Brings("abc"), Brings("abc"), Brings("abc")};
     EXPECT_EQ(ReadSerialTimed(port, test_buffer, 0, 1), 0);
@@ -485,6 +491,15 @@ TEST_F(ScriptedRead, SecondFormGivesADeadPortUp) {
     calls.reads.assign(99, Brings(""));
     calls.reads.push_back(Brings("ab"));
     EXPECT_EQ(ReadSerialTimed2(port, test_buffer, 2, 100, 50), 2);
+}
+
+TEST_F(ScriptedRead, SecondFormCountsEmptyReadsAfreshBehindBytes) {
+    calls.reads.assign(50, Brings(""));
+    calls.reads.push_back(Brings("a"));
+    calls.reads.resize(calls.reads.size() + 99, Brings(""));
+    calls.reads.push_back(Brings("b"));
+    EXPECT_EQ(ReadSerialTimed2(port, test_buffer, 2, 100, 50), 2);
+    EXPECT_EQ(Stored(2), "ab");
 }
 
 }  // namespace
