@@ -89,7 +89,7 @@ class Environment {
     void ShowPorts();
 
     // Typed input
-    /// One line, with its line end, for whoever reads standard input by getdelim.
+    /// One line, with its line end, for whoever reads standard input by getdelim; none for its end (Ctrl-D).
     void Type(const std::string& line) { typed_lines_.push_back(line); }
     std::string WaitForTypedLine();
 

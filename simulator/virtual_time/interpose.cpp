@@ -490,7 +490,9 @@ ssize_t getdelim(char** line, size_t* size, int delimiter, FILE* stream) {
     if (stream != stdin) return REAL(getdelim)(line, size, delimiter, stream);
     const WaitingCall world;
     if (world == nullptr) return REAL(getdelim)(line, size, delimiter, stream);
-    const std::string typed = world->WaitForTypedLine();
+    std::string typed = world->WaitForTypedLine();
+    if (typed.empty()) return -1;
+    while (typed.back() != delimiter) typed += world->WaitForTypedLine();
     if (*line == nullptr || *size < typed.size() + 1) {
         char* bigger = static_cast<char*>(realloc(*line, typed.size() + 1));
         if (bigger == nullptr) return -1;
