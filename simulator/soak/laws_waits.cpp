@@ -68,7 +68,7 @@ class WaitsLaw : public Law {
         }
         if (entry.text == "AT+CFUN=0") radio_off_ms_ = entry.at_ms;
         if (entry.text == "AT+CFUN=1" && radio_off_ms_ != kNever) {
-            if (full_ms_ < radio_off_ms_) {
+            if (full_ms_ < radio_off_ms_ && !watch.is_misled()) {
                 Check(entry.at_ms - radio_off_ms_,
                       RadioOffMs(truth.scenario.modem_family, watch.has_shown_driver), "with the radio off");
             }
