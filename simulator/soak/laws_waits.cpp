@@ -25,12 +25,10 @@ int64_t LengthOf(std::string_view escaped) {
     return length;
 }
 
-/// From "AT+CFUN=0" to "AT+CFUN=1" in the set-up. Two families share a vendor, so that the driver of the
-/// other one may be at work until it says which it is.
-int64_t RadioOffMs(const std::string& family, bool is_certain) {
-    const bool is_le = family == "fibocom_le";
-    if (family == "fibocom" || (is_le && !is_certain)) return kExchange_ms + 2 * kSecond;
-    if (is_le) return kExchange_ms + 3 * kSecond;
+/// From "AT+CFUN=0" to "AT+CFUN=1" in the set-up.
+int64_t RadioOffMs(const std::string& family) {
+    if (family == "fibocom") return kExchange_ms + 2 * kSecond;
+    if (family == "fibocom_le") return kExchange_ms + 3 * kSecond;
     return kExchange_ms + 5 * kSecond;
 }
 
@@ -69,8 +67,8 @@ class WaitsLaw : public Law {
         if (entry.text == "AT+CFUN=0") radio_off_ms_ = entry.at_ms;
         if (entry.text == "AT+CFUN=1" && radio_off_ms_ != kNever) {
             if (full_ms_ < radio_off_ms_ && !watch.is_misled()) {
-                Check(entry.at_ms - radio_off_ms_,
-                      RadioOffMs(truth.scenario.modem_family, watch.has_shown_driver), "with the radio off");
+                Check(entry.at_ms - radio_off_ms_, RadioOffMs(truth.scenario.modem_family),
+                      "with the radio off");
             }
             radio_off_ms_ = kNever;
         }

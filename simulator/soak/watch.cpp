@@ -91,7 +91,7 @@ void Watch::TakeTime(int64_t at_ms) {
 void Watch::StartRun() {
     is_running = true;
     started_ms = now_ms;
-    has_driver = has_shown_driver = false;
+    has_driver = false;
     vendor = board = -1;
     hard_resets = attempts = 0;
     is_upgrading = is_misled_ = false;
@@ -118,7 +118,6 @@ void Watch::TakeLog() {
     } else if (log.function == "Initialize" && StartsWith(text, "m_ModuleName = ")) {
         const Driver* driver = DriverOf(truth.scenario.modem_family);
         if (driver == nullptr || log.file != driver->file) is_misled_ = true;
-        has_shown_driver = true;
         // Its module decides what this family takes for a link.
         const std::string_view name = text.substr(sizeof "m_ModuleName = " - 1);
         if (vendor == kVendorZte && name.substr(0, name.find(' ')) != truth.scenario.modem_model) {

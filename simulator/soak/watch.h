@@ -30,7 +30,6 @@ class Watch {
     int64_t started_ms = 0;
     bool has_driver = false;
     int64_t got_driver_ms = kNever;
-    bool has_shown_driver = false;  // a line of the log tells which driver it is; some share a vendor
     int64_t vendor = -1;
     int64_t board = -1;
     int64_t hard_resets = 0;
