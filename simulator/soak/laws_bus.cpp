@@ -168,6 +168,9 @@ class UpgradeLaw : public Law {
             Violated("an upgrade has ended without a report");
         }
         was_upgrading_ = watch.is_upgrading;
+        const bool begins_reset = entry.kind == EntryKind::kLogs && watch.log.function == "main" &&
+                                  watch.log.message == "kill udhcpc lte!!!";
+        if (begins_reset && watch.is_upgrading) Violated("a hardware reset begins during an upgrade");
         if (entry.kind == EntryKind::kRuns && watch.is_upgrading && Contains(entry.text, "Reset4G")) {
             Violated("the modem is reset during an upgrade: " + std::string(entry.text));
         }

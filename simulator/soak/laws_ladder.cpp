@@ -335,7 +335,6 @@ class LadderLaw : public Law {
                 Rest(10 * kSecond);
                 break;
             case kHardReset:
-                if (watch.is_upgrading) Violated("a hardware reset begins during an upgrade");
                 Expect(ScriptLines(), 5 * kSecond, is_cinterion ? kAnyTime : 10 * kSecond);
                 break;
             case kByPin:

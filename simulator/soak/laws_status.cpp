@@ -144,9 +144,9 @@ class StatusLaw : public Law {
         if (function == "RunDhcpClient") dialled_ms_ = watch.now_ms;
         const bool ends_link =
             (function == "SoftReset" && text == "Soft reset!") ||
-            (function == "Task" &&
-             (Contains(text, "Reset device...") || Contains(text, "DeviceReset run") ||
-              StartsWith(text, "lte ENABLE=false") || StartsWith(text, "Check connection. offline 11/10"))) ||
+            (function == "Task" && (Contains(text, "Reset device...") || Contains(text, "DeviceReset run") ||
+                                    StartsWith(text, "lte ENABLE=false") ||
+                                    NumberAfter(text, "Check connection. offline ") > 10)) ||
             (function == "CheckIfSimCardReady" && Contains(text, "SIM is not ready!"));
         if (ends_link) given_up_ms_ = watch.now_ms;
     }

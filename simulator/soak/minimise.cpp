@@ -157,6 +157,7 @@ class Minimiser {
         LeaveOutSettings();
         CloseGaps();
         EndSooner();
+        LeaveOutLater();
         return Join(statements_);
     }
 

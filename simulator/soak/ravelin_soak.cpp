@@ -120,6 +120,7 @@ std::string ReadOptions(int argc, char** argv, Options* options) {
             TextOption("family", &soak.generator.family),
             NumberOption("jobs", 1, kMostJobs, &soak.jobs),
             TextOption("keep", &soak.keep),
+            FlagOption("first", &soak.ends_with_first),
             FlagOption("print", &options->prints),
             TextOption("minimise", &options->minimise),
             TextOption("daemon", &soak.runner.daemon),
@@ -171,6 +172,18 @@ const Violation* FindViolation(const Verdict& verdict, const std::string& law) {
     return first;
 }
 
+/// What a violation says, without numbers: its first words. Another one of the same law is another story.
+std::string KindOf(const Violation& violation) {
+    constexpr int kWords = 3;
+    std::string kind = violation.law;
+    int words = 0;
+    for (const char c : violation.text) {
+        if (c == ' ' && ++words == kWords) break;
+        if (c < '0' || c > '9') kind += c;
+    }
+    return kind;
+}
+
 int Minimise(const Options& options) {
     const std::string text = soak::ReadFile(options.minimise);
     Verdict verdict;
@@ -184,7 +197,7 @@ int Minimise(const Options& options) {
         fprintf(stderr, "%s: %s breaks no law\n", kTool, options.minimise.c_str());
         return kStatusWrong;
     }
-    const std::string law = first->law;
+    const std::string law = first->law, kind = KindOf(*first);
     fprintf(stderr, "%s\n", FormatViolation(*first).c_str());
 
     soak::Truth truth;
@@ -201,7 +214,7 @@ int Minimise(const Options& options) {
                 return std::nullopt;
             }
             const Violation* violation = FindViolation(verdict, law);
-            if (violation == nullptr) return std::nullopt;
+            if (violation == nullptr || KindOf(*violation) != kind) return std::nullopt;
             verdict_text = FormatViolation(*violation);
             return violation->at_ms;
         });

@@ -48,7 +48,8 @@ class Workers {
 
     bool Run() {
         CatchSignals();
-        while (is_good_ && is_interrupted == 0 && (next_seed_ <= options_.last_seed || !seeds_.empty())) {
+        while (is_good_ && is_interrupted == 0 && !HasEnough() &&
+               (next_seed_ <= options_.last_seed || !seeds_.empty())) {
             while (next_seed_ <= options_.last_seed && seeds_.size() < static_cast<size_t>(options_.jobs)) {
                 Start(next_seed_++);
             }
@@ -63,6 +64,8 @@ class Workers {
     }
 
   private:
+    bool HasEnough() const { return options_.ends_with_first && totals_.violations > 0; }
+
     static void CatchSignals() {
         struct sigaction action = {};
         action.sa_handler = Interrupt;  // without SA_RESTART, so that a wait ends

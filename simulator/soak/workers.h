@@ -15,6 +15,7 @@ struct SoakOptions {
     uint64_t first_seed = 1;
     uint64_t last_seed = 1;
     int jobs = 1;
+    bool ends_with_first = false;  // story that breaks a law
     GeneratorOptions generator;
     RunnerOptions runner;
     std::string keep = "soak-violations";  // folder for stories that break a law
