@@ -258,7 +258,9 @@ class Run {
         Note("modem", line);
         if (modem_ == nullptr || !modem_->Turn(line, &reply, environment_.now_us())) {
             Note("broken", "modem: " + reply);
+            return;
         }
+        for (const std::string& each : SplitLines(reply)) Note("modem", line + " " + each);
     }
 
     // Watching
@@ -388,6 +390,10 @@ class Run {
             case Kind::kFolder:
                 Note("world", "folder " + event.subject);
                 environment_.folder.MakeFolder(event.subject);
+                break;
+            case Kind::kPipe:
+                Note("world", "pipe " + event.subject);
+                environment_.folder.MakePipe(event.subject);
                 break;
             case Kind::kShow:
                 Show(event.subject);

@@ -415,8 +415,11 @@ class Parser {
             event.kind = Kind::kWrite;
             event.subject = TakeText(&rest);
             event.text = BlockText(statement);
-        } else if (word == "remove" || word == "folder" || word == "show") {
-            event.kind = word == "remove" ? Kind::kRemove : word == "folder" ? Kind::kFolder : Kind::kShow;
+        } else if (word == "remove" || word == "folder" || word == "pipe" || word == "show") {
+            event.kind = word == "remove"   ? Kind::kRemove
+                         : word == "folder" ? Kind::kFolder
+                         : word == "pipe"   ? Kind::kPipe
+                                            : Kind::kShow;
             event.subject = TakeText(&rest);
             if (event.subject.empty()) return Fail("a path is wanted");
         } else if (word == "shell") {

@@ -53,6 +53,7 @@ struct ScenarioEvent {
         kWrite,
         kRemove,
         kFolder,
+        kPipe,
         kShow,
         kType,
         kShell,

@@ -108,9 +108,10 @@ TEST(ScenarioLanguage, EventsAreRead) {
         "at 9 clock -1.5\n"
         "at 9 readonly /run/network\n"
         "at 10 bus away\n"
-        "at 11 bus back\n");
+        "at 11 bus back\n"
+        "at 12 pipe /run/network/x\n");
     using Kind = ScenarioEvent::Kind;
-    ASSERT_EQ(16u, scenario.events.size());
+    ASSERT_EQ(17u, scenario.events.size());
     EXPECT_EQ(Kind::kKnob, scenario.events[0].kind);
     EXPECT_EQ("link down", scenario.events[0].subject);
     EXPECT_EQ(120000000, scenario.events[0].at_us);
@@ -132,6 +133,8 @@ TEST(ScenarioLanguage, EventsAreRead) {
     EXPECT_EQ(virtual_time::Storage::State::kReadOnly, scenario.events[13].storage);
     EXPECT_EQ(Kind::kBusAway, scenario.events[14].kind);
     EXPECT_EQ(Kind::kBusBack, scenario.events[15].kind);
+    EXPECT_EQ(Kind::kPipe, scenario.events[16].kind);
+    EXPECT_EQ("/run/network/x", scenario.events[16].subject);
 }
 
 TEST(ScenarioLanguage, ExpectationsAreRead) {
