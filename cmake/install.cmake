@@ -86,8 +86,8 @@ if(RAVELIN_TOOLS)
     set(TOOLS_DOC_DIR ${CMAKE_INSTALL_DATADIR}/doc/ravelin-mobile-tools)
     install(TARGETS modem_sim ocpp_peer RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
     install(PROGRAMS ${CMAKE_SOURCE_DIR}/scripts/fifo DESTINATION ${CMAKE_INSTALL_BINDIR} RENAME ravelin-fifo COMPONENT tools)
-    # These two look for their library and the daemon beside themselves.
-    install(TARGETS scenario_run ravelin_soak RUNTIME DESTINATION ${RAVELIN_PRIVATE_LIBRARY_DIR} COMPONENT tools)
+    # These look for their library and the daemon beside themselves.
+    install(TARGETS scenario_run ravelin_soak recovery_matrix RUNTIME DESTINATION ${RAVELIN_PRIVATE_LIBRARY_DIR} COMPONENT tools)
     install(TARGETS ravelin_virtual_time LIBRARY DESTINATION ${RAVELIN_PRIVATE_LIBRARY_DIR} COMPONENT tools)
     install(CODE "
         set(BIN_DIR [==[${CMAKE_INSTALL_BINDIR}]==])

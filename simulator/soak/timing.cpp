@@ -146,6 +146,25 @@ int RecoveryBoundSeconds(const FamilyTiming& timing, const ModemTiming& modem, c
     return WithRounding(longest);
 }
 
+int ServiceRoundsSeconds(const FamilyTiming& timing) {
+    constexpr int kRounds = 3;
+    return WithRounding(kRounds * (kServiceChecks * ServiceCheckSeconds(timing) + kServicePause_seconds +
+                                   WorstSoftResetSeconds(timing)));
+}
+
+int AttemptsSeconds(const FamilyTiming& timing) {
+    constexpr int kInVain = 4;
+    return WithRounding(kInVain * AttemptSeconds(timing, kLooks));
+}
+
+int WeakChecksSeconds(const FamilyTiming& timing, const ModemTiming& modem) {
+    constexpr int kSwitches = 2;
+    const int settle = CeilSeconds(modem.sim_start_ms + modem.search_ms) + ServiceCheckSeconds(timing);
+    const int dial = AttemptSeconds(timing, 1) + CeilSeconds(modem.dial_ms);
+    return WithRounding(kWeakChecks * (LostCheckSeconds(timing) + kDualPings_seconds) +
+                        kSwitches * (kSwitchPause_seconds + WorstSoftResetSeconds(timing) + settle + dial));
+}
+
 void PrintTimes(FILE* to) {
     fprintf(to, "%-15s %6s %6s %6s %6s %6s %6s %6s %6s\n", "family", "set-up", "SIM", "check", "dial", "look",
             "pass", "step", "back");

@@ -65,6 +65,15 @@ int RestartSeconds(const FamilyTiming& timing, const ModemTiming& modem, const B
 /// Once modem, SIM, network and board are healthy, the link is up after so long at the latest.
 int RecoveryBoundSeconds(const FamilyTiming& timing, const ModemTiming& modem, const BoardTiming& board);
 
+// How long the ladder may take to come to a rung, where only that rung helps.
+
+/// The third round without service, which ends in a hardware reset.
+int ServiceRoundsSeconds(const FamilyTiming& timing);
+/// The fifth attempt to connect, after four in vain.
+int AttemptsSeconds(const FamilyTiming& timing);
+/// The ninth failed check of the network, with two SIMs, whose switches and dials come before it.
+int WeakChecksSeconds(const FamilyTiming& timing, const ModemTiming& modem);
+
 /// The times of all families with a modem and a board as they are unless a story says otherwise, for people.
 void PrintTimes(FILE* to);
 
