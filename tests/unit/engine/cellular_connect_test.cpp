@@ -467,6 +467,7 @@ TEST_F(Link, WithTwoSimsChecksWithoutServiceSwitchTheSimAndThenAskForAReset) {
     EXPECT_EQ(world.LogOf("CheckNetworkDoubleSim").back(),
               "CheckNetworkDoubleSim: check network 9 times,hard reset.\n");
     EXPECT_EQ(world.LogOf("Connect").back(), "Check service status, 9 times, current m_Primary_SIM[0].\n");
+    EXPECT_TRUE(world.Logged(5, world.LogOf("Connect").back()));
 }
 
 TEST_F(Link, WithTwoSimsTheStateOfTheSimDoesNotMatter) {

@@ -45,6 +45,14 @@ TEST(MkUtilsSun, TromsoHasMidnightSunAndPolarNight) {
     EXPECT_EQ(SunDay::kNormal, GetSunTimes(2023, 11, 20, 69.65, 18.96).day);
 }
 
+// North of the polar circle the midnight sun begins with a day on which the sun rises and doesn't set.
+TEST(MkUtilsSun, DayOnWhichTheSunRisesAndStaysUpHasNoTimes) {
+    const SunTimes times = GetSunTimes(2000, 4, 28, 74.75, 0);
+    EXPECT_EQ(SunDay::kNeverSets, times.day);
+    EXPECT_EQ(0, times.sunrise_seconds);
+    EXPECT_EQ(0, times.sunset_seconds);
+}
+
 // By definition: at the equator the day is 12 hours and the 6.7 minutes of the sun's half width and
 // refraction.
 TEST(MkUtilsSun, DayAtTheEquatorIsAboutTwelveHoursAllYear) {

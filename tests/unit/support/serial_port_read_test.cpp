@@ -367,6 +367,13 @@ TEST_F(ScriptedRead, TimeoutCoversTheWholeCall) {
     EXPECT_EQ(calls.read_counts, (std::vector<size_t>{256, 255, 254}));
 }
 
+TEST_F(ScriptedRead, WholeSecondThatIsLeftIsWaitedFor) {
+    calls.reads = {Brings("a"), Brings("b")};
+    EXPECT_EQ(ReadSerialTimed(port, test_buffer, 2, 1001), 2);
+    EXPECT_EQ(calls.timeouts.at(1).tv_sec, 1);
+    EXPECT_EQ(calls.timeouts.at(1).tv_usec, 0);
+}
+
 TEST_F(ScriptedRead, WaitThatFailsEndsWithWhatIsCollected) {
     calls.reads = {Brings("abc")};
     calls.select = [](timeval*) { return calls.read_counts.empty() ? 1 : -1; };
