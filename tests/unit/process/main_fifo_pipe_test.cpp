@@ -17,6 +17,7 @@
 
 #include "tests/support/fifo_fixture.h"
 #include "tests/support/open_descriptors.h"
+#include "tests/support/stdin_closed.h"
 
 // Calls that fail on demand.
 namespace {
@@ -123,6 +124,16 @@ TEST_F(FifoTest, RebuildsLoseNoDescriptor) {
     }
     EXPECT_EQ(20, world.CountLogged(kGone));
     EXPECT_EQ(before, OpenDescriptors());
+}
+
+TEST_F(FifoTest, PipeThatIsDescriptorZeroIsClosedLikeAnyOther) {
+    const StdinClosed stdin_closed;
+    Start();
+    const int before = OpenDescriptors();
+    world.Remove(kPipe);
+    sleep(kListen_seconds);
+    EXPECT_EQ(before, OpenDescriptors());
+    EXPECT_TRUE(TakesCommands());
 }
 
 TEST_F(FifoTest, FailedSelectMakesANewPipe) {

@@ -119,7 +119,10 @@ TEST(MkUtilsSun, YearsFrom1800To2200AreKnown) {
 }
 
 TEST(MkUtilsSun, NoSuchPlaceOrDateIsUnknown) {
-    EXPECT_EQ(SunDay::kUnknown, GetSunTimes(2024, 0, 1, 0, 0).day);
+    const SunTimes unknown = GetSunTimes(2024, 0, 1, 0, 0);
+    EXPECT_EQ(SunDay::kUnknown, unknown.day);
+    EXPECT_EQ(0, unknown.sunrise_seconds);
+    EXPECT_EQ(0, unknown.sunset_seconds);
     EXPECT_EQ(SunDay::kUnknown, GetSunTimes(2024, 13, 1, 0, 0).day);
     EXPECT_EQ(SunDay::kUnknown, GetSunTimes(2024, 1, 0, 0, 0).day);
     EXPECT_EQ(SunDay::kUnknown, GetSunTimes(2024, 1, 32, 0, 0).day);

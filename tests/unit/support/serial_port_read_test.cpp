@@ -446,10 +446,12 @@ TEST_F(ScriptedRead, DescriptorThatNoSetHoldsReadsNothing) {
     EXPECT_TRUE(calls.read_counts.empty());
 }
 
-TEST_F(ScriptedRead, LastDescriptorThatASetHoldsIsRead) {
-    calls.reads = {Brings("abc")};
-    EXPECT_EQ(ReadSerialTimed(FD_SETSIZE - 1, test_buffer, 3, 1000), 3);
-    EXPECT_EQ(Stored(3), "abc");
+TEST_F(ScriptedRead, FirstAndLastDescriptorThatASetHoldsAreRead) {
+    for (const int fd : {0, FD_SETSIZE - 1}) {
+        calls.reads = {Brings("abc")};
+        EXPECT_EQ(ReadSerialTimed(fd, test_buffer, 3, 1000), 3) << fd;
+        EXPECT_EQ(Stored(3), "abc");
+    }
 }
 
 TEST_F(ScriptedRead, NegativeTimeoutOrCountIsHarmless) {
