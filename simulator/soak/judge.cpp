@@ -58,7 +58,11 @@ class Counter {
         const FaultKind* kind = FindFaultKind(alone->name);
         const bool from_begin = kind != nullptr && kind->measure == Measure::kFromBegin;
         const int64_t from_ms = from_begin ? alone->from_ms : alone->to_ms;
-        ++figures.recovery_seconds[std::max<int64_t>(up_ms_ - from_ms, 0) / kSecond];
+        if (up_ms_ < from_ms) {
+            ++figures.meanwhile;
+        } else {
+            ++figures.recovery_seconds[(up_ms_ - from_ms) / kSecond];
+        }
     }
 
     const Watch& watch_;
@@ -85,6 +89,7 @@ void Figures::Add(const Figures& other) {
         FaultFigures& sum = faults[name];
         sum.count += figures.count;
         sum.kept += figures.kept;
+        sum.meanwhile += figures.meanwhile;
         for (const auto& [seconds, times] : figures.recovery_seconds) sum.recovery_seconds[seconds] += times;
     }
 }

@@ -16,7 +16,8 @@ namespace soak {
 /// What became of one kind of fault.
 struct FaultFigures {
     int64_t count = 0;
-    int64_t kept = 0;  // the link stayed up
+    int64_t kept = 0;       // the daemon called itself online all along
+    int64_t meanwhile = 0;  // the link was lost, and up for good before the fault was over
     std::map<int64_t, int64_t>
         recovery_seconds;  // how often a recovery took so long; only of faults that came alone
 };

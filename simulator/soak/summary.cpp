@@ -48,7 +48,7 @@ std::string WriteVerdict(const Verdict& verdict) {
         text << "figure " << row.name << " " << verdict.figures.*row.figure << "\n";
     }
     for (const auto& [name, figures] : verdict.figures.faults) {
-        text << "fault " << name << " " << figures.count << " " << figures.kept;
+        text << "fault " << name << " " << figures.count << " " << figures.kept << " " << figures.meanwhile;
         for (const auto& [seconds, times] : figures.recovery_seconds) text << " " << seconds << " " << times;
         text << "\n";
     }
@@ -74,7 +74,7 @@ bool ReadVerdict(const std::string& text, Verdict* verdict) {
             }
         } else if (word == "fault") {
             FaultFigures& figures = verdict->figures.faults[name];
-            words >> figures.count >> figures.kept;
+            words >> figures.count >> figures.kept >> figures.meanwhile;
             for (int64_t seconds, times; words >> seconds >> times;) {
                 figures.recovery_seconds[seconds] = times;
             }
@@ -109,15 +109,18 @@ void PrintSummary(const Totals& totals, FILE* to) {
     }
     fprintf(to, "\nan hour: %.2f soft resets, %.2f hardware resets, %.2f SIM switches\n",
             an_hour(figures.soft_resets), an_hour(figures.hard_resets), an_hour(figures.sim_switches));
-    fprintf(to, "\n%-26s %8s %8s %8s %10s %10s\n", "fault", "times", "link up", "link", "recovery", "worst");
-    fprintf(to, "%-26s %8s %8s %8s %10s %10s\n", "", "", "all along", "lost", "median s", "s");
+    fprintf(to, "\n%-26s %8s %10s %10s %8s %10s %8s\n", "fault", "times", "online", "back", "back",
+            "recovery", "worst");
+    fprintf(to, "%-26s %8s %10s %10s %8s %10s %8s\n", "", "", "all along", "meanwhile", "later", "median s",
+            "s");
     for (const auto& [name, fault] : figures.faults) {
-        int64_t lost = 0;
-        for (const auto& [seconds, times] : fault.recovery_seconds) lost += times;
-        const int64_t worst = lost > 0 ? fault.recovery_seconds.rbegin()->first : 0;
-        fprintf(to, "%-26s %8lld %8lld %8lld %10s %10s\n", name.c_str(), static_cast<long long>(fault.count),
-                static_cast<long long>(fault.kept), static_cast<long long>(lost),
-                OrDash(lost > 0, Median(fault.recovery_seconds)).c_str(), OrDash(lost > 0, worst).c_str());
+        int64_t later = 0;
+        for (const auto& [seconds, times] : fault.recovery_seconds) later += times;
+        const int64_t worst = later > 0 ? fault.recovery_seconds.rbegin()->first : 0;
+        fprintf(to, "%-26s %8lld %10lld %10lld %8lld %10s %8s\n", name.c_str(),
+                static_cast<long long>(fault.count), static_cast<long long>(fault.kept),
+                static_cast<long long>(fault.meanwhile), static_cast<long long>(later),
+                OrDash(later > 0, Median(fault.recovery_seconds)).c_str(), OrDash(later > 0, worst).c_str());
     }
     fprintf(to, "\n%s\n",
             totals.violations == 0 ? "no violation"

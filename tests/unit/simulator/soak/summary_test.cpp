@@ -48,6 +48,14 @@ TEST(SoakFigures, WhatOnlyAResetEndsCountsFromItsBegin) {
               verdict.figures.faults.at("mute_until_reset").recovery_seconds);
 }
 
+TEST(SoakFigures, ALinkThatIsBackBeforeTheEndOfAFaultTookNoTimeFromThere) {
+    const Verdict verdict = VerdictOf("# fault upgrade_hangs from 2000 to 4000\n",
+                                      Entry(60, "publishes", kOn) + Entry(2050, "publishes", kOff) +
+                                          Entry(2130, "publishes", kOn) + Entry(8000, "sends", "AT"));
+    EXPECT_EQ(1, verdict.figures.faults.at("upgrade_hangs").meanwhile);
+    EXPECT_TRUE(verdict.figures.faults.at("upgrade_hangs").recovery_seconds.empty());
+}
+
 TEST(SoakFigures, FaultsThatComeTogetherAreOnlyCounted) {
     const Verdict verdict = VerdictOf("# fault mute from 2000 to 2100\n# fault late from 2050 to 2080\n",
                                       Entry(60, "publishes", kOn) + Entry(2050, "publishes", kOff) +
@@ -77,13 +85,14 @@ TEST(SoakSummary, VerdictsSurviveTheWayBetweenProcesses) {
     Verdict verdict;
     verdict.figures.simulated_ms = 86400000;
     verdict.figures.soft_resets = 3;
-    verdict.figures.faults["mute"] = {4, 1, {{10, 2}, {20, 1}}};
+    verdict.figures.faults["mute"] = {7, 1, 3, {{10, 2}, {20, 1}}};
     verdict.violations = {{"ladder", 12345, "a text with blanks"}, {"bus", 5, "x"}};
     Verdict read;
     ASSERT_TRUE(soak::ReadVerdict(soak::WriteVerdict(verdict), &read));
     EXPECT_EQ(86400000, read.figures.simulated_ms);
     EXPECT_EQ(3, read.figures.soft_resets);
-    EXPECT_EQ(4, read.figures.faults.at("mute").count);
+    EXPECT_EQ(7, read.figures.faults.at("mute").count);
+    EXPECT_EQ(3, read.figures.faults.at("mute").meanwhile);
     EXPECT_EQ(1, read.figures.faults.at("mute").kept);
     EXPECT_EQ((std::map<int64_t, int64_t>{{10, 2}, {20, 1}}),
               read.figures.faults.at("mute").recovery_seconds);
@@ -106,7 +115,7 @@ TEST(SoakSummary, SumsAreTold) {
         figures.simulated_ms = 86400000;
         figures.online_ms = 43200000;
         figures.hard_resets = 12;
-        figures.faults["mute"] = {2, 1, {{i == 0 ? 10 : 90, 1}}};
+        figures.faults["mute"] = {5, 1, 3, {{i == 0 ? 10 : 90, 1}}};
         totals.figures.Add(figures);
     }
     char* text = nullptr;
@@ -121,7 +130,8 @@ TEST(SoakSummary, SumsAreTold) {
     EXPECT_NE(std::string::npos, summary.find("online 50.0 % of the time")) << summary;
     EXPECT_NE(std::string::npos, summary.find("0.50 hardware resets")) << summary;
     EXPECT_NE(std::string::npos,
-              summary.find("mute                              4        2        2         10         90"))
+              summary.find(
+                  "mute                             10          2          6        2         10       90"))
         << summary;
     EXPECT_NE(std::string::npos, summary.find("\nno violation\n")) << summary;
 }
