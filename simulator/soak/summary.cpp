@@ -122,9 +122,14 @@ void PrintSummary(const Totals& totals, FILE* to) {
                 static_cast<long long>(fault.meanwhile), static_cast<long long>(later),
                 OrDash(later > 0, Median(fault.recovery_seconds)).c_str(), OrDash(later > 0, worst).c_str());
     }
-    fprintf(to, "\n%s\n",
-            totals.violations == 0 ? "no violation"
-                                   : (std::to_string(totals.violations) + " violations").c_str());
+    if (totals.failed > 0) {
+        fprintf(to, "\n%lld stories couldn't be run to their end\n", static_cast<long long>(totals.failed));
+    }
+    if (totals.violations > 0) {
+        fprintf(to, "\n%lld violations\n", static_cast<long long>(totals.violations));
+    } else if (totals.failed == 0) {
+        fprintf(to, "\nno violation\n");
+    }
 }
 
 }  // namespace soak

@@ -125,6 +125,9 @@ class Workers {
             totals_.figures.Add(verdict.figures);
             if (!verdict.violations.empty()) Keep(seed, verdict);
         } else if (is_interrupted == 0) {
+            fprintf(stderr, "ravelin_soak: seed %llu: it has no verdict; its process ended with status %#x\n",
+                    static_cast<unsigned long long>(seed), static_cast<unsigned>(status));
+            ++totals_.failed;
             is_good_ = false;
         }
         std::error_code ignored;

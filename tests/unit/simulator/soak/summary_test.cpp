@@ -136,4 +136,18 @@ TEST(SoakSummary, SumsAreTold) {
     EXPECT_NE(std::string::npos, summary.find("\nno violation\n")) << summary;
 }
 
+TEST(SoakSummary, StoriesThatCouldNotBeRunAreNotWithoutViolation) {
+    soak::Totals totals;
+    totals.failed = 1;
+    char* text = nullptr;
+    size_t size = 0;
+    FILE* to = open_memstream(&text, &size);
+    soak::PrintSummary(totals, to);
+    fclose(to);
+    const std::string summary(text, size);
+    free(text);
+    EXPECT_EQ(std::string::npos, summary.find("no violation")) << summary;
+    EXPECT_NE(std::string::npos, summary.find("1 stories couldn't be run to their end")) << summary;
+}
+
 }  // namespace
