@@ -45,6 +45,26 @@ TEST(MkUtilsSun, TromsoHasMidnightSunAndPolarNight) {
     EXPECT_EQ(SunDay::kNormal, GetSunTimes(2023, 11, 20, 69.65, 18.96).day);
 }
 
+// The mean equinoxes of March after Meeus, "Astronomical Algorithms", chapter 27. By definition the sun then
+// stands over the equator, and at 60 degrees the day has 12 hours and the 13.3 minutes of half width and
+// refraction.
+TEST(MkUtilsSun, EquinoxIsWhereItBelongsInTheFirstYearAndInTheLast) {
+    const struct {
+        int year;
+        double days_after_noon;  // of 20 March
+    } cases[] = {{1800, 0.337}, {2200, 0.287}};
+    for (const auto& test : cases) {
+        int32_t length_seconds[2];
+        for (const int day : {20, 21}) {
+            const SunTimes times = GetSunTimes(test.year, 3, day, 60, 0);
+            length_seconds[day - 20] = times.sunset_seconds - times.sunrise_seconds;
+        }
+        const double at_equinox_seconds =
+            length_seconds[0] + test.days_after_noon * (length_seconds[1] - length_seconds[0]);
+        EXPECT_NEAR(At(12, 13, 20), at_equinox_seconds, 2 * kTolerance_seconds) << test.year;
+    }
+}
+
 // North of the polar circle the midnight sun begins with a day on which the sun rises and doesn't set.
 TEST(MkUtilsSun, DayOnWhichTheSunRisesAndStaysUpHasNoTimes) {
     const SunTimes times = GetSunTimes(2000, 4, 28, 74.75, 0);
