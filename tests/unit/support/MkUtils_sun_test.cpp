@@ -65,6 +65,22 @@ TEST(MkUtilsSun, EquinoxIsWhereItBelongsInTheFirstYearAndInTheLast) {
     }
 }
 
+// At midsummer it stands as high as the axis leans: by the almanacs 23.465 degrees in 1800 and 23.413 in
+// 2200.
+TEST(MkUtilsSun, MidsummerIsAsLongAsTheLeanOfTheAxisMakesIt) {
+    const double degree = std::acos(-1) / 180;
+    for (const auto& [year, lean_degrees] : {std::pair{1800, 23.465}, std::pair{2200, 23.413}}) {
+        const SunTimes times = GetSunTimes(year, 6, 21, 60, 0);
+        const double lean = lean_degrees * degree;
+        const double half_day =
+            std::acos((std::sin(-50.0 / 60 * degree) - std::sin(60 * degree) * std::sin(lean)) /
+                      (std::cos(60 * degree) * std::cos(lean)));
+        EXPECT_NEAR(half_day / degree * 2 * 240, times.sunset_seconds - times.sunrise_seconds,
+                    2 * kTolerance_seconds)
+            << year;
+    }
+}
+
 // North of the polar circle the midnight sun begins with a day on which the sun rises and doesn't set.
 TEST(MkUtilsSun, DayOnWhichTheSunRisesAndStaysUpHasNoTimes) {
     const SunTimes times = GetSunTimes(2000, 4, 28, 74.75, 0);
