@@ -42,9 +42,9 @@ class WaitsLaw : public Law {
                 TakeCommand(entry);
                 break;
             case EntryKind::kHears:
+                if (heard_bytes_ < kFullBlock_bytes) heard_ += entry.text;
                 heard_bytes_ += LengthOf(entry.text);
                 if (heard_bytes_ >= kFullBlock_bytes) full_ms_ = entry.at_ms;
-                if (heard_.size() < static_cast<size_t>(kFullBlock_bytes)) heard_ += entry.text;
                 break;
             case EntryKind::kLogs:
                 TakeLog();

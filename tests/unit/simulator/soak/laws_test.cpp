@@ -426,6 +426,15 @@ TEST(SoakLaws, Waits) {
     EXPECT_EQ("only 3000 ms after AT+CPIN?, and not 4000",
               Broken("waits", ask("AT+CPIN?", "+CPIN: SIM PIN", 3)));
     EXPECT_EQ("", Broken("waits", ask("AT+CPIN?", "+CPIN: READY", 1)));
+    std::string noise;
+    for (int i = 0; i < 200; ++i) noise += "\\xFF";  // four characters of the record, one byte
+    EXPECT_EQ("", Broken("waits", Record()
+                                      .Starts()
+                                      .Add("sends", "AT+CPIN?")
+                                      .Add("hears", noise)
+                                      .Add("hears", "+CPIN: READY")
+                                      .After(1)
+                                      .Add("sends", "AT+X")));
     EXPECT_EQ("only 5000 ms after AT+CSQ, and not 6000",
               Broken("waits", Record().Starts().Add("sends", "AT+CSQ").After(5).Add("sends", "AT+CSQ")));
     const auto radio = [](double off, int vendor = 6) {
