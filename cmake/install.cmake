@@ -89,8 +89,8 @@ if(RAVELIN_TOOLS)
         install(FILES ${RAVELINCTL_COMPLETION} DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
             COMPONENT tools)
     endif()
-    # scenario_run looks for its library and the daemon beside itself.
-    install(TARGETS scenario_run RUNTIME DESTINATION ${RAVELIN_PRIVATE_LIBRARY_DIR} COMPONENT tools)
+    # These look for their library and the daemon beside themselves.
+    install(TARGETS scenario_run ravelin_soak recovery_matrix RUNTIME DESTINATION ${RAVELIN_PRIVATE_LIBRARY_DIR} COMPONENT tools)
     install(TARGETS ravelin_virtual_time LIBRARY DESTINATION ${RAVELIN_PRIVATE_LIBRARY_DIR} COMPONENT tools)
     install(CODE "
         set(BIN_DIR [==[${CMAKE_INSTALL_BINDIR}]==])

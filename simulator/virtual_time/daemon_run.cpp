@@ -1,10 +1,15 @@
 #include "simulator/virtual_time/daemon_run.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <signal.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <chrono>
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -145,7 +150,7 @@ class DaemonRun {
         if (pid == 0) BecomeDaemon(resumed_us);
         const int status = WaitFor(pid);
         const size_t known_bytes = outcome_.record.size();
-        outcome_.record = ReadRecordFile(record_);
+        ReadMoreOfRecordFile(record_, &outcome_.record);
         if (status == -1) {
             outcome_.problem =
                 "still not done after " + std::to_string(options_.limit_seconds) + " real seconds";
@@ -158,12 +163,20 @@ class DaemonRun {
 
     // The status of waitpid, or -1 if the process had to be killed since the limit was reached.
     int WaitFor(pid_t pid) {
-        constexpr int kStep_us = 1000;
-        for (; waited_us_ < options_.limit_seconds * int64_t{1000000}; waited_us_ += kStep_us) {
-            int status = 0;
-            if (waitpid(pid, &status, WNOHANG) == pid) return status;
-            usleep(kStep_us);
+        const int process = static_cast<int>(syscall(SYS_pidfd_open, pid, 0));
+        int status = 0;
+        bool has_ended = false;
+        for (pollfd end = {process, POLLIN, 0}; !has_ended;) {
+            const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+                limit_ - std::chrono::steady_clock::now());
+            if (left.count() <= 0) break;
+            // A kernel that can't wait for a process is asked each millisecond.
+            const auto wait_ms = process < 0 ? 1 : std::min<int64_t>(left.count(), INT_MAX);
+            poll(&end, process < 0 ? 0 : 1, static_cast<int>(wait_ms));
+            has_ended = waitpid(pid, &status, WNOHANG) == pid;
         }
+        if (process >= 0) close(process);
+        if (has_ended) return status;
         kill(pid, SIGKILL);
         waitpid(pid, nullptr, 0);
         return -1;
@@ -180,7 +193,7 @@ class DaemonRun {
                                        : "died with status " + std::to_string(WEXITSTATUS(status));
             RecordFile(record_, static_cast<size_t>(options_.record_limit_bytes), outcome_.record.size())
                 .NoteEnd(at_us, end_);
-            outcome_.record = ReadRecordFile(record_);
+            ReadMoreOfRecordFile(record_, &outcome_.record);
             return;
         }
         end_ = last.back().text;
@@ -205,7 +218,8 @@ class DaemonRun {
     const PrivateFolder folder_;
     const std::string root_, record_, journal_, output_;
     std::string preloads_;
-    int64_t waited_us_ = 0;
+    const std::chrono::steady_clock::time_point limit_ =
+        std::chrono::steady_clock::now() + std::chrono::seconds(options_.limit_seconds);
     std::string end_;
     Outcome outcome_;
 };

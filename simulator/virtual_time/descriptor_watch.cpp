@@ -70,7 +70,7 @@ bool DescriptorWatch::AskPort(Port* port) {
 }
 
 bool DescriptorWatch::AskSystem() {
-    if (others_.empty()) return false;
+    if (others_.empty() || idle_since_ == world_->outside_changes) return false;
     for (pollfd& other : others_) other.revents = 0;
     poll(others_.data(), others_.size(), 0);
     bool is_any_ready = false;
@@ -79,6 +79,8 @@ bool DescriptorWatch::AskSystem() {
         is_any_ready = is_any_ready || (HasAny(other.events, POLLIN) && HasAny(other.revents, kReadable)) ||
                        (HasAny(other.events, POLLOUT) && HasAny(other.revents, kWritable));
     }
+    const bool stays_idle = world_->is_alone && !is_any_ready && !has_bad_descriptor_;
+    idle_since_ = stays_idle ? world_->outside_changes : -1;
     return is_any_ready;
 }
 

@@ -45,6 +45,7 @@ class DescriptorWatch {
     fd_set* const except_set_;
     std::vector<Port> ports_;
     std::vector<pollfd> others_;
+    int64_t idle_since_ = -1;  // the count of changes at which none of the others was ready
     bool has_bad_descriptor_ = false;
     bool has_hung_up_ = false;
 };

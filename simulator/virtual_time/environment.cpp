@@ -94,6 +94,11 @@ void Environment::AddPort(const std::string& path, PortPeer* peer) {
     ShowPorts();
 }
 
+void Environment::AddPortLink(const std::string& path, PortPeer* peer) {
+    ports_.push_back({path, peer, path, true});
+    ShowPorts();
+}
+
 void Environment::RemovePort(PortPeer* peer) {
     scheduler.RemovePeer(peer);
     for (size_t i = ports_.size(); i-- > 0;) {
@@ -107,7 +112,7 @@ void Environment::RemovePort(PortPeer* peer) {
 }
 
 std::string Environment::PathNow(const Port& port) {
-    const std::string other = port.peer->OtherPath();
+    const std::string other = port.is_link ? "" : port.peer->OtherPath();
     return other.empty() ? port.path : other;
 }
 

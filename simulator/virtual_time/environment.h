@@ -68,6 +68,8 @@ class Environment {
     // Serial ports
     /// `peer` answers at `path`, one of the modem ports, and must outlive the world or be removed.
     void AddPort(const std::string& path, PortPeer* peer);
+    /// The port of `peer` is at `path` too, whatever name it takes, as behind a link of udev's.
+    void AddPortLink(const std::string& path, PortPeer* peer);
     void RemovePort(PortPeer* peer);
     /// Opens the port at `path`: a descriptor; -1 with errno if the peer isn't present; kNoPort if no
     /// peer is registered there.
@@ -87,9 +89,16 @@ class Environment {
     void ShowPorts();
 
     // Typed input
-    /// One line, with its line end, for whoever reads standard input by getdelim.
+    /// One line, with its line end, for whoever reads standard input by getdelim; none for its end (Ctrl-D).
     void Type(const std::string& line) { typed_lines_.push_back(line); }
     std::string WaitForTypedLine();
+
+    // Descriptors that aren't ports
+    // Nobody outside of this process has a hand in what the program has open, so that what is ready there
+    // changes by calls of this process only.
+    bool is_alone = false;
+    // Counts those calls.
+    int64_t outside_changes = 0;
 
     // Faults
     // pthread_create fails with EAGAIN.
@@ -119,6 +128,7 @@ class Environment {
         std::string path;
         PortPeer* peer;
         std::string shown_path;
+        bool is_link = false;
     };
     struct OpenPortEntry {
         PortPeer* peer;

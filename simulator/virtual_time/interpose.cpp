@@ -275,6 +275,7 @@ static int OpenPath(const char* path, int flags, mode_t mode) {
         if (fd != Environment::kNoPort) return fd;
     }
     if (path == nullptr) return REAL(open)(path, flags, mode);
+    if (world != nullptr) ++world->outside_changes;
     const std::string real_path = RealPath(path);
     if ((flags & O_ACCMODE) != O_RDONLY && IsReadOnlyFile(world, path, real_path)) return ReadOnly();
     return REAL(open)(real_path.c_str(), flags, mode);
@@ -308,14 +309,18 @@ int __open64_2(const char* path, int flags) {
 
 int close(int fd) {
     const Call world;
-    if (world != nullptr) world->ForgetPort(fd);
+    if (world != nullptr) {
+        world->ForgetPort(fd);
+        ++world->outside_changes;
+    }
     return REAL(close)(fd);
 }
 
 ssize_t read(int fd, void* to, size_t size) {
     const Call world;
-    if (world == nullptr || !world->IsPort(fd)) return REAL(read)(fd, to, size);
-    return world->ReadPort(fd, to, size);
+    if (world != nullptr && world->IsPort(fd)) return world->ReadPort(fd, to, size);
+    if (world != nullptr) ++world->outside_changes;
+    return REAL(read)(fd, to, size);
 }
 
 ssize_t __read_chk(int fd, void* to, size_t size, size_t room) {
@@ -328,8 +333,9 @@ ssize_t __read_chk(int fd, void* to, size_t size, size_t room) {
 
 ssize_t write(int fd, const void* from, size_t size) {
     const Call world;
-    if (world == nullptr || !world->IsPort(fd)) return REAL(write)(fd, from, size);
-    return world->WritePort(fd, from, size);
+    if (world != nullptr && world->IsPort(fd)) return world->WritePort(fd, from, size);
+    if (world != nullptr) ++world->outside_changes;
+    return REAL(write)(fd, from, size);
 }
 
 // The attributes of a port don't matter to its peer, but whoever set them reads them back.
@@ -381,6 +387,7 @@ static FILE* OpenStream(const char* path, const char* mode) {
     const virtual_time::ForTheWorld memory;
     Environment* world = Environment::OfThisThread();
     if (world == nullptr || path == nullptr) return REAL(fopen)(path, mode);
+    ++world->outside_changes;
     const std::string real_path = RealPath(path);
     FILE* stream = OpenInStorage(world, path, real_path, mode);
     if (stream != nullptr && world->on_file_written && PrivateFolder::Moves(path)) {
@@ -401,7 +408,10 @@ FILE* fopen64(const char* path, const char* mode) {
 int fclose(FILE* stream) {
     const Call world;
     std::optional<virtual_time::WrittenFile> file;
-    if (world != nullptr) file = world->written_files.Take(stream);
+    if (world != nullptr) {
+        file = world->written_files.Take(stream);
+        ++world->outside_changes;
+    }
     if (!file) return REAL(fclose)(stream);
     const std::optional<std::string> text = TextBeforeClose(*file, world->now_us());
     const int result = REAL(fclose)(stream);
@@ -480,7 +490,9 @@ ssize_t getdelim(char** line, size_t* size, int delimiter, FILE* stream) {
     if (stream != stdin) return REAL(getdelim)(line, size, delimiter, stream);
     const WaitingCall world;
     if (world == nullptr) return REAL(getdelim)(line, size, delimiter, stream);
-    const std::string typed = world->WaitForTypedLine();
+    std::string typed = world->WaitForTypedLine();
+    if (typed.empty()) return -1;
+    while (typed.back() != delimiter) typed += world->WaitForTypedLine();
     if (*line == nullptr || *size < typed.size() + 1) {
         char* bigger = static_cast<char*>(realloc(*line, typed.size() + 1));
         if (bigger == nullptr) return -1;
@@ -513,6 +525,8 @@ int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*
             return REAL(pthread_create)(thread, attributes, run, argument_of_run);
         },
         &number);
+    // A fiber has a handle only for the calls below: its number.
+    if (error == 0 && world->scheduler.uses_fibers()) *thread = static_cast<pthread_t>(number);
     if (error == 0) world->thread_numbers[*thread] = number;
     return error;
 }
@@ -524,9 +538,20 @@ int pthread_join(pthread_t thread, void** result) {
         if (number != world->thread_numbers.end()) {
             world->scheduler.WaitForEnd(number->second);
             world->thread_numbers.erase(thread);
+            if (world->scheduler.uses_fibers()) {
+                if (result != nullptr) *result = nullptr;  // nobody here asks for it
+                return 0;
+            }
         }
     }
     return REAL(pthread_join)(thread, result);
+}
+
+int pthread_detach(pthread_t thread) noexcept {
+    const Call world;
+    const bool has_fibers = world != nullptr && world->scheduler.uses_fibers();
+    if (has_fibers && world->thread_numbers.erase(thread) != 0) return 0;
+    return REAL(pthread_detach)(thread);
 }
 
 }  // extern "C"

@@ -13,13 +13,7 @@
 #include <cstdlib>
 #include <new>
 
-#if defined(__has_feature)  // clang's way to ask
-#define HAS_SANITIZER (__has_feature(address_sanitizer) || __has_feature(thread_sanitizer))
-#elif defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define HAS_SANITIZER 1
-#else
-#define HAS_SANITIZER 0
-#endif
+#include "simulator/virtual_time/sanitizer.h"
 
 #if !HAS_SANITIZER
 

@@ -13,6 +13,8 @@ class ForTheWorld {
     ForTheWorld& operator=(const ForTheWorld&) = delete;
 
     static bool IsOurs() { return is_ours; }
+    /// A flow of control goes on, with what IsOurs() was when another one took its place.
+    static void GoOn(bool is_it_ours) { is_ours = is_it_ours; }
 
   private:
     friend class ForTheProgram;

@@ -38,6 +38,7 @@
 #include "simulator/virtual_time/ping.h"
 #include "simulator/virtual_time/recorder.h"
 #include "simulator/virtual_time/resources.h"
+#include "simulator/virtual_time/sanitizer.h"
 #include "simulator/virtual_time/scenario.h"
 
 // Of the leak sanitizer, where the daemon is built with it.
@@ -97,6 +98,8 @@ class Run {
           recorder_(files.record, files.record_limit_bytes, files.record_used_bytes,
                     [this] { return environment_.now_us(); }),
           environment_(files.root, files.resumed_us) {
+        if (!HAS_SANITIZER) environment_.scheduler.UseFibers();
+        environment_.is_alone = true;
         if (!files.journal.empty()) KeepJournal(files.journal);
         AddShellRules();
         if (!scenario_.modem_family.empty()) MakeModem();
@@ -126,15 +129,17 @@ class Run {
 
     int JoinBus(const char* name, const busglue_descriptor* descriptor) {
         Note("bus", std::string("joins ") + name);
-        if (scenario_.bus_fails) return -1;
+        if (scenario_.bus_fails || bus_is_away_) return -1;
         descriptor_ = descriptor;
         pthread_t thread;
         if (pthread_create(&thread, nullptr, ServeBus, this) == 0) pthread_detach(thread);
         return 0;
     }
 
-    void SendOnBus(const busglue_send_record& record) {
-        Note("bus", std::string("sends ") + record.destination + " " + HexOf(record.frame, record.length));
+    int SendOnBus(const busglue_send_record& record) {
+        const std::string what = record.destination + (" " + HexOf(record.frame, record.length));
+        Note("bus", (bus_is_away_ ? "refuses " : "sends ") + what);
+        return bus_is_away_ ? -1 : 0;
     }
 
     // End
@@ -205,6 +210,7 @@ class Run {
             Note("modem", present ? "port is back" : "port is gone");
         };
         environment_.AddPort(scenario_.port, modem_.get());
+        if (!scenario_.port_link.empty()) environment_.AddPortLink(scenario_.port_link, modem_.get());
     }
 
     void AddResetScript(const std::string& part, const std::vector<std::string>& knobs) {
@@ -252,7 +258,9 @@ class Run {
         Note("modem", line);
         if (modem_ == nullptr || !modem_->Turn(line, &reply, environment_.now_us())) {
             Note("broken", "modem: " + reply);
+            return;
         }
+        for (const std::string& each : SplitLines(reply)) Note("modem", line + " " + each);
     }
 
     // Watching
@@ -357,6 +365,8 @@ class Run {
         if (event.kind == ScenarioEvent::Kind::kStorage) {
             environment_.storage.Set(event.subject, event.storage);
         }
+        if (event.kind == ScenarioEvent::Kind::kBusAway) bus_is_away_ = true;
+        if (event.kind == ScenarioEvent::Kind::kBusBack) bus_is_away_ = false;
     }
 
     void Do(const ScenarioEvent& event) {
@@ -380,6 +390,10 @@ class Run {
             case Kind::kFolder:
                 Note("world", "folder " + event.subject);
                 environment_.folder.MakeFolder(event.subject);
+                break;
+            case Kind::kPipe:
+                Note("world", "pipe " + event.subject);
+                environment_.folder.MakePipe(event.subject);
                 break;
             case Kind::kShow:
                 Show(event.subject);
@@ -408,6 +422,11 @@ class Run {
                 break;
             case Kind::kStorage:
                 Note("world", event.text);
+                Redo(event);
+                break;
+            case Kind::kBusAway:
+            case Kind::kBusBack:
+                Note("world", event.kind == Kind::kBusAway ? "bus away" : "bus back");
                 Redo(event);
                 break;
         }
@@ -475,7 +494,7 @@ class Run {
         const int length = static_cast<int>(message.bytes.size());
         NoteMessage(message);
         const bool has_row =
-            descriptor_ != nullptr &&
+            descriptor_ != nullptr && !bus_is_away_ &&
             (message.is_call ? descriptor_->methods != nullptr && descriptor_->methods->name != nullptr
                              : descriptor_->signals != nullptr && descriptor_->signals->name != nullptr);
         if (!has_row) {
@@ -532,6 +551,7 @@ class Run {
     std::vector<bool> is_done_ = std::vector<bool>(scenario_.events.size());
     std::vector<bool> is_reached_ = std::vector<bool>(scenario_.marks.size());
     size_t marks_left_ = scenario_.marks.size();
+    bool bus_is_away_ = false;
     bool is_down_ = false;  // the supervisor hasn't started the daemon again yet
     std::unique_ptr<ModemPort> modem_;
     const busglue_descriptor* descriptor_ = nullptr;
@@ -607,8 +627,7 @@ extern "C" int dbs_connect_init(const char* name, const struct busglue_descripto
 extern "C" int dbs_send_method_async(struct busglue_send_record* record, busglue_send_reply) {
     const virtual_time::ForTheWorld memory;
     if (the_run == nullptr) return -1;
-    the_run->SendOnBus(*record);
-    return 0;
+    return the_run->SendOnBus(*record);
 }
 
 extern "C" void log_send(const char* text) {

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -147,6 +148,12 @@ bool PrivateFolder::Exists(const std::string& path) const {
 void PrivateFolder::MakeFolder(const std::string& path) const {
     std::error_code ignored;
     fs::create_directories(Inside(path), ignored);
+}
+
+void PrivateFolder::MakePipe(const std::string& path) const {
+    constexpr mode_t kMode = 0660;
+    Remove(path);
+    mkfifo(Inside(path).c_str(), kMode);
 }
 
 void PrivateFolder::Remove(const std::string& path) const {

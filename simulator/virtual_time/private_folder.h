@@ -35,6 +35,8 @@ class PrivateFolder {
     std::string Read(const std::string& path) const;
     bool Exists(const std::string& path) const;
     void MakeFolder(const std::string& path) const;
+    /// A new named pipe, in the place of what is there.
+    void MakePipe(const std::string& path) const;
     /// A file, or a folder with all that is in it.
     void Remove(const std::string& path) const;
 

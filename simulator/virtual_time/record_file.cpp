@@ -1,7 +1,9 @@
 #include "simulator/virtual_time/record_file.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <cstring>
-#include <fstream>
 
 namespace virtual_time {
 
@@ -37,11 +39,22 @@ std::string_view LastLine(std::string_view record) {
     return record.substr(record.rfind('\n', record.size() - 2) + 1);
 }
 
-std::string ReadRecordFile(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    std::string text;
-    std::getline(file, text, '\0');  // escapes leave no NUL in the text
-    return text;
+// The file is as long as the record may get, and nearly all of that has never been written.
+void ReadMoreOfRecordFile(const std::string& path, std::string* record) {
+    constexpr size_t kPiece_bytes = 1 << 20;
+    const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) return;
+    for (bool is_more = true; is_more;) {
+        const size_t known_bytes = record->size();
+        record->resize(known_bytes + kPiece_bytes);
+        const ssize_t count =
+            pread(fd, record->data() + known_bytes, kPiece_bytes, static_cast<off_t>(known_bytes));
+        const size_t got_bytes = count > 0 ? static_cast<size_t>(count) : 0;
+        const size_t length = strnlen(record->data() + known_bytes, got_bytes);  // escapes leave no NUL in it
+        record->resize(known_bytes + length);
+        is_more = length == kPiece_bytes;
+    }
+    close(fd);
 }
 
 }  // namespace virtual_time

@@ -38,7 +38,7 @@ class RecordFile {
 /// With its line end; empty when there is none.
 std::string_view LastLine(std::string_view record);
 
-/// Text of a record file, without the room after it.
-std::string ReadRecordFile(const std::string& path);
+/// Appends what a record file holds behind the text that is known of it, without the room after it.
+void ReadMoreOfRecordFile(const std::string& path, std::string* record);
 
 }  // namespace virtual_time

@@ -31,7 +31,8 @@ size_t CountHeapBytes() {
 
 }  // namespace
 
-Resources CountResources(const Environment& environment) {
+Resources CountResources(Environment& environment) {
+    environment.scheduler.AwaitLeaving();
     const size_t heap_bytes = CountHeapBytes();  // before the list of descriptors takes some
     return {CountDescriptors(), environment.scheduler.thread_count(),
             static_cast<size_t>(environment.running_commands()), heap_bytes};

@@ -14,6 +14,6 @@ struct Resources {
     size_t heap_bytes;  // with a sanitizer, and in a test suite, what the world holds as well
 };
 
-Resources CountResources(const Environment& environment);
+Resources CountResources(Environment& environment);
 
 }  // namespace virtual_time

@@ -189,6 +189,7 @@ class Parser {
         if (verb == "modem") return ParseModem(rest);
         if (verb == "knob") return ParseKnob(rest);
         if (verb == "port") return ParsePort(rest);
+        if (verb == "port-link") return ParsePortLink(rest);
         if (verb == "options") return ParseOptions(rest);
         if (verb == "settings") return ParseSettings(statement, rest);
         if (verb == "cpuinfo") return AddFile(kCpuinfoFile, rest + "\n");
@@ -235,6 +236,11 @@ class Parser {
 
     bool ParsePort(const std::string& rest) {
         scenario_->port = rest;
+        return !rest.empty() || Fail("a path is wanted");
+    }
+
+    bool ParsePortLink(const std::string& rest) {
+        scenario_->port_link = rest;
         return !rest.empty() || Fail("a path is wanted");
     }
 
@@ -409,8 +415,11 @@ class Parser {
             event.kind = Kind::kWrite;
             event.subject = TakeText(&rest);
             event.text = BlockText(statement);
-        } else if (word == "remove" || word == "folder" || word == "show") {
-            event.kind = word == "remove" ? Kind::kRemove : word == "folder" ? Kind::kFolder : Kind::kShow;
+        } else if (word == "remove" || word == "folder" || word == "pipe" || word == "show") {
+            event.kind = word == "remove"   ? Kind::kRemove
+                         : word == "folder" ? Kind::kFolder
+                         : word == "pipe"   ? Kind::kPipe
+                                            : Kind::kShow;
             event.subject = TakeText(&rest);
             if (event.subject.empty()) return Fail("a path is wanted");
         } else if (word == "shell") {
@@ -421,6 +430,9 @@ class Parser {
             const std::optional<std::string> bytes = FromHex(rest);
             if (!bytes || bytes->empty()) return Fail("bytes in hexadecimal are wanted");
             event.text = *bytes;
+        } else if (word == "bus") {
+            event.kind = rest == "away" ? Kind::kBusAway : Kind::kBusBack;
+            if (rest != "away" && rest != "back") return Fail("away or back is wanted");
         } else if (word == "kill") {
             event.kind = Kind::kKill;
             event.subject = rest;

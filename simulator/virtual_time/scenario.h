@@ -53,6 +53,7 @@ struct ScenarioEvent {
         kWrite,
         kRemove,
         kFolder,
+        kPipe,
         kShow,
         kType,
         kShell,
@@ -61,7 +62,9 @@ struct ScenarioEvent {
         kResources,
         kKill,
         kClock,
-        kStorage
+        kStorage,
+        kBusAway,
+        kBusBack
     };
 
     int64_t at_us;
@@ -104,6 +107,7 @@ struct Scenario {
     std::string modem_family;  // empty: no modem
     std::string modem_model;
     std::string port = "/dev/ttyUSB2";
+    std::string port_link;  // empty: none
     std::vector<std::string> knobs;
     std::vector<std::string> options;  // of the daemon's command line
     std::vector<ScenarioFile> files;

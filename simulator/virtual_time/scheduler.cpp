@@ -1,6 +1,9 @@
 #include "simulator/virtual_time/scheduler.h"
 
+#include <sched.h>
 #include <semaphore.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cassert>
@@ -9,6 +12,7 @@
 #include <cstdlib>
 #include <string>
 
+#include "simulator/virtual_time/fiber.h"
 #include "simulator/virtual_time/own_heap.h"
 
 namespace virtual_time {
@@ -34,6 +38,7 @@ struct Scheduler::Thread {
     std::function<bool()> condition;
     ThreadEntry entry = nullptr;
     void* argument = nullptr;
+    std::unique_ptr<Fiber> fiber;  // where threads aren't real
     sem_t baton;
 
     Thread(Scheduler* owner, int its_number) : scheduler(owner), number(its_number) {
@@ -114,8 +119,7 @@ bool Scheduler::Wait(int64_t deadline_us, std::function<bool()> condition) {
     self->state = Thread::State::kWaiting;
     Thread* next = PickNext();
     if (next != self) {
-        HandOver(next);
-        self->Park();
+        SwitchTo(next);
     } else {
         self->state = Thread::State::kRunning;
     }
@@ -139,7 +143,9 @@ int Scheduler::StartThread(ThreadEntry entry, void* argument,
     thread->deadline_us = now_us_;
     Thread* made = thread.get();
     threads_.push_back(std::move(thread));
-    const int error = create(&Scheduler::RunThread, made);
+    AwaitLeaving();  // or it would be left to chance whether the new one gets their stack and heap
+    if (uses_fibers_) made->fiber = std::make_unique<Fiber>(&Scheduler::RunFiber, made);
+    const int error = uses_fibers_ ? 0 : create(&Scheduler::RunThread, made);
     if (error != 0) {
         threads_.pop_back();
         return error;
@@ -158,10 +164,23 @@ void* Scheduler::RunThread(void* thread) {
     void* result = self->entry(self->argument);
     const ForTheWorld memory;
     const std::unique_ptr<Thread> ended = scheduler->Remove(self);
-    Thread* next = scheduler->PickNext();
+    Thread* next = scheduler->PickNext();  // may run events, which must not wait for this thread
+    scheduler->leaving_.push_back(static_cast<int>(syscall(SYS_gettid)));
     current_scheduler = nullptr;
     scheduler->HandOver(next);
     return result;
+}
+
+void Scheduler::RunFiber(void* thread) {
+    Thread* self = static_cast<Thread*>(thread);
+    Scheduler* scheduler = self->scheduler;
+    self->entry(self->argument);
+    const ForTheWorld memory;
+    scheduler->ended_fiber_ = scheduler->Remove(self);
+    Thread* next = scheduler->PickNext();
+    next->state = Thread::State::kRunning;
+    current_thread = next;
+    self->fiber->SwitchTo(next->fiber.get());
 }
 
 std::unique_ptr<Scheduler::Thread> Scheduler::Remove(Thread* thread) {
@@ -179,6 +198,27 @@ bool Scheduler::HasEnded(int number) const {
 
 void Scheduler::WaitForEnd(int number) {
     Wait(kNever, [this, number] { return HasEnded(number); });
+}
+
+void Scheduler::AwaitLeaving() {
+    for (const int thread : leaving_) {
+        while (syscall(SYS_tgkill, getpid(), thread, 0) == 0) sched_yield();
+    }
+    leaving_.clear();
+}
+
+void Scheduler::SwitchTo(Thread* next) {
+    Thread* self = CurrentOrNull();
+    if (!uses_fibers_) {
+        HandOver(next);
+        self->Park();
+        return;
+    }
+    next->state = Thread::State::kRunning;
+    current_thread = next;
+    if (self->fiber == nullptr) self->fiber = std::make_unique<Fiber>();  // of the thread that was there
+    self->fiber->SwitchTo(next->fiber.get());
+    ended_fiber_ = nullptr;
 }
 
 void Scheduler::HandOver(Thread* next) {

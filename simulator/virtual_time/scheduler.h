@@ -1,8 +1,8 @@
 // Virtual time: a clock that stands still while anything runs and jumps when everything waits.
 //
-// Real threads run under a baton. The thread that holds it runs; all others are parked. A thread gives the
-// baton up only in a wait of this scheduler (or when it ends), and then the next one is chosen by rules that
-// don't depend on the machine:
+// Threads run under a baton. The thread that holds it runs; all others are parked. A thread gives the baton
+// up only in a wait of this scheduler (or when it ends), and then the next one is chosen by rules that don't
+// depend on the machine:
 //   1. events that are due, in the order of their times and then of their making; then the peers of the
 //      ports are brought up to the present;
 //   2. the thread with the lowest number whose condition holds or whose time has come;
@@ -11,7 +11,7 @@
 // The same program with the same events therefore does the same things at the same times in every run.
 //
 // Only the holder of the baton touches the scheduler, so there is no lock; handing the baton over orders
-// memory.
+// memory. A thread is a real one, or else a fiber of the thread that made the scheduler.
 #pragma once
 
 #include <cstdint>
@@ -56,13 +56,21 @@ class Scheduler {
     void Sleep(int64_t microseconds);
 
     /// Makes a thread that begins once the others wait. `create` starts the real thread with the entry and
-    /// argument that it is given and returns 0 or an error number, which is the result.
+    /// argument that it is given and returns 0 or an error number, which is the result. A fiber needs none.
     using ThreadEntry = void* (*)(void*);
     int StartThread(ThreadEntry entry, void* argument,
                     const std::function<int(ThreadEntry entry, void* argument)>& create, int* number);
 
+    /// Threads made from now on are fibers. Not for a program that a sanitizer watches.
+    void UseFibers() { uses_fibers_ = true; }
+    bool uses_fibers() const { return uses_fibers_; }
+
     /// Waits until the thread with that number has ended.
     void WaitForEnd(int number);
+
+    /// Waits until the threads that have ended are gone for the system as well. Until then they hold a stack
+    /// and some heap, for as long as the machine likes.
+    void AwaitLeaving();
 
     /// Number of the calling thread, or -1 for a thread that isn't the scheduler's.
     int CurrentThread() const;
@@ -88,6 +96,7 @@ class Scheduler {
     struct Thread;
 
     static void* RunThread(void* thread);
+    static void RunFiber(void* thread);
     Thread* CurrentOrNull() const;
     bool HasEnded(int number) const;
     std::unique_ptr<Thread> Remove(Thread* thread);
@@ -96,6 +105,7 @@ class Scheduler {
     Thread* ReadyThread();
     void JumpToNextTime();
     void AdvancePeers();
+    void SwitchTo(Thread* next);
     void HandOver(Thread* next);
 
     int64_t now_us_;
@@ -104,7 +114,10 @@ class Scheduler {
     std::multimap<int64_t, std::function<void()>> events_;
     std::vector<PortPeer*> peers_;
     std::vector<std::unique_ptr<Thread>> threads_;  // those that haven't ended, by number
+    std::vector<int> leaving_;                      // the system's numbers of those that have, lately
     int next_number_ = 1;
+    bool uses_fibers_ = false;
+    std::unique_ptr<Thread> ended_fiber_;  // until somebody else runs than itself
 };
 
 }  // namespace virtual_time

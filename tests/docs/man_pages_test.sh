@@ -38,10 +38,10 @@ for file in "$FOLDER"/*.[18]; do
     [ "$(page "$file" | sed -n '/^NAME$/{n;p;}' | sed 's/^ *//; s/ - .*//')" = "$(basename "${file%.*}")" ] ||
         fail "${file##*/}: begins with another name"
 done
-[ $pages -eq 6 ] || fail "$pages pages, not 6"
+[ $pages -eq 8 ] || fail "$pages pages, not 8"
 
 # What the programs say themselves.
-for tool in modem/modem_sim bus_peer/ocpp_peer virtual_time/scenario_run; do
+for tool in modem/modem_sim bus_peer/ocpp_peer virtual_time/scenario_run soak/ravelin_soak matrix/recovery_matrix; do
     mapfile -t options < <(sed -n 's/^  \(--[a-z]*\).*/\1/p' "$REPOSITORY/simulator/$tool.help")
     [ ${#options[@]} -ge 5 ] || fail "$tool.help: only ${#options[@]} options found"
     has "${tool##*/}.1" "${options[@]}"

@@ -42,7 +42,7 @@ done
 check "nobody else reads the settings" test "$(stat -c %a "$stage/daemon/etc/ravelin/ifcfg-lte")" = 600
 check "and with no library and no tool" test -z "$(find "$stage/daemon" -name '*.so' -o -name modem_sim)"
 check "the bus library is a file by itself" test "$(files_in "$stage/busglue")" = usr/lib/libbusglue.so
-for file in modem_sim ocpp_peer ravelinctl scenario_run; do
+for file in modem_sim ocpp_peer ravelinctl scenario_run ravelin_soak recovery_matrix; do
     check "$file is a tool" test -e "$stage/tools/usr/bin/$file" -a -x "$stage/tools/usr/bin/$file"
 done
 check "and the shell completes ravelinctl" \

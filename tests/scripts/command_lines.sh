@@ -6,7 +6,7 @@ REPOSITORY=$1
 BUILD=$2
 . "$REPOSITORY/tests/scripts/scratch.bash"
 
-TOOLS="modem_sim ocpp_peer ravelinctl scenario_run"
+TOOLS="modem_sim ocpp_peer ravelinctl scenario_run ravelin_soak recovery_matrix"
 VERSION=$(sed -n 's/^project(.* VERSION \([0-9.]*\).*/\1/p' "$REPOSITORY/CMakeLists.txt")
 
 # What installs or builds must not be reached.
@@ -194,6 +194,26 @@ refused scenario_run "--environment wants NAME=VALUE, not \"NAME\"" --environmen
 refused scenario_run "\"tests/scenarios\" is a folder and no file" tests/scenarios
 refused scenario_run "\"nosuch\" can't be read: No such file or directory" nosuch
 refused scenario_run "\"nosuch\" can't be read: No such file or directory" --daemon nosuch bench/steady.scenario
+refused ravelin_soak "nothing to do: --seeds, --seed, --minimise or a FILE is missing"
+refused ravelin_soak "more than one thing to do" --seeds 1..2 --minimise bench/steady.scenario
+refused ravelin_soak "--seeds wants two numbers, the smaller first, as 1..100, not \"2..1\"" --seeds 2..1
+refused ravelin_soak "--seeds wants two numbers, the smaller first, as 1..100, not \"x\"" --seeds x
+refused ravelin_soak "--seed wants a number, not \"-1\"" --seed -1
+refused ravelin_soak "--days wants a number from 1 to 14, not \"0\"" --seeds 1..2 --days 0
+refused ravelin_soak "--family wants one of those that modem_sim --help lists, not \"nosuch\"" --seeds 1..2 --family nosuch
+refused ravelin_soak "--print wants one seed" --seeds 1..2 --print
+refused ravelin_soak "--print wants --seed" --print bench/steady.scenario
+refused ravelin_soak "\"nosuch\" can't be read: No such file or directory" --minimise nosuch
+refused ravelin_soak "\"tests/scenarios\" is a folder and no file" tests/scenarios
+refused ravelin_soak "\"nosuch\" can't be run: No such file or directory" --daemon nosuch --seeds 1..2
+refused recovery_matrix "FAULT or --page is missing"
+refused recovery_matrix "there is no fault \"nosuch\"" nosuch
+refused recovery_matrix "there is no family \"nosuch\"" link_cut nosuch
+refused recovery_matrix "--print wants FAULT and FAMILY" --print link_cut
+refused recovery_matrix "a moment is a number from 1 to 5, not \"6\"" --print link_cut zte 6
+refused recovery_matrix "more than one thing to do" --page --print
+refused recovery_matrix "--jobs wants a number from 1 to 1024, not \"0\"" --page --jobs 0
+refused recovery_matrix "\"nosuch\" can't be run: No such file or directory" --page --daemon nosuch
 
 # And none of them did anything.
 [ ! -s "$CALLS" ] || fail "a refused command line reached $(sort -u "$CALLS")"

@@ -10,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+#include "simulator/virtual_time/resources.h"
 #include "support/trace_log.h"
 
 namespace test_support {
@@ -57,6 +58,8 @@ World::World() {
 }
 
 World::~World() {
+    EXPECT_EQ(0u, virtual_time::CountResources(environment_).children)
+        << "a command was started by popen, and nobody waited for its end";
     active_world = nullptr;
 }
 

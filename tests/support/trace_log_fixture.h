@@ -5,6 +5,7 @@
 #include <sys/time.h>
 #include <unistd.h>
 
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
@@ -24,6 +25,7 @@ struct Surroundings {
     suseconds_t microseconds = 0;
     std::vector<std::string> clock_reads;
     int mallocs_until_failure = -1;  // -1: never
+    int failing_mallocs = INT_MAX;   // from then on
     int mallocs = 0;
     int frees = 0;
     bool strdup_fails = false;
@@ -57,7 +59,7 @@ time_t __wrap_time(time_t* store) {
 }
 
 void* __wrap_malloc(size_t size) {
-    if (around.mallocs_until_failure == 0) return nullptr;
+    if (around.mallocs_until_failure == 0 && around.failing_mallocs-- > 0) return nullptr;
     if (around.mallocs_until_failure > 0) --around.mallocs_until_failure;
     ++around.mallocs;
     return __real_malloc(size);

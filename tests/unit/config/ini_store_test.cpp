@@ -3,11 +3,13 @@
 #include "network_daemon/config/ini_store.h"
 
 #include <dirent.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -401,6 +403,23 @@ TEST_F(IniStore, SaveWithAFullTemporaryFileLeavesFileAndTable) {
     EXPECT_EQ(Save(), -1);
     EXPECT_EQ(Entries(), (Pairs{{"A", "1"}}));
     EXPECT_EQ(Read(), "A=0\n");
+}
+
+TEST_F(IniStore, SaveOfAFileWhoseCopyIsCutShortLeavesFileAndTable) {
+    Load("A=1\n");
+    const std::string settings(20000, '#');
+    Write(settings);
+    rlimit former = {};
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &former), 0);
+    const rlimit limit = {8192, former.rlim_max};
+    signal(SIGXFSZ, SIG_IGN);
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
+    const int result = Save();
+    setrlimit(RLIMIT_FSIZE, &former);
+    signal(SIGXFSZ, SIG_DFL);
+    EXPECT_EQ(result, -1);
+    EXPECT_EQ(Entries(), (Pairs{{"A", "1"}}));
+    EXPECT_EQ(Read(), settings);
 }
 
 TEST_F(IniStore, SaveIntoAFileThatCannotBeEmptiedLeavesFileAndTable) {

@@ -319,7 +319,9 @@ TEST_F(CellDriverTest, ParametersAreAppendedQuoted) {
     EXPECT_TRUE(AppendQuoted(command, "cmnet"));
     EXPECT_FALSE(AppendQuoted(command, ""));
     EXPECT_TRUE(AppendQuoted(command, "user"));
-    EXPECT_STREQ("AT^NDISDUP=1,1,\"cmnet\",\"user\"", command);
+    EXPECT_FALSE(AppendQuotedNumber(command, 0));
+    EXPECT_TRUE(AppendQuotedNumber(command, -2));
+    EXPECT_STREQ("AT^NDISDUP=1,1,\"cmnet\",\"user\",\"-2\"", command);
 }
 
 TEST_F(CellDriverTest, AppendedParametersAreCutToTheCommand) {

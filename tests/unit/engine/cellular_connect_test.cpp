@@ -93,7 +93,7 @@ TEST_F(Link, DisConnectSwitchesTheRadioOff) {
 }
 
 TEST_F(Link, RunDhcpClientRunsTheScript) {
-    cell.RunDhcpClient();
+    EXPECT_EQ(cell.RunDhcpClient(), 0);
     EXPECT_EQ(world.Commands(), Lines{kStartDhcp});
     EXPECT_EQ(LogOf("RunDhcpClient"), Lines{"0.000 5 Run DhcpClient!!!\n"});
 }
@@ -467,6 +467,7 @@ TEST_F(Link, WithTwoSimsChecksWithoutServiceSwitchTheSimAndThenAskForAReset) {
     EXPECT_EQ(world.LogOf("CheckNetworkDoubleSim").back(),
               "CheckNetworkDoubleSim: check network 9 times,hard reset.\n");
     EXPECT_EQ(world.LogOf("Connect").back(), "Check service status, 9 times, current m_Primary_SIM[0].\n");
+    EXPECT_TRUE(world.Logged(5, world.LogOf("Connect").back()));
 }
 
 TEST_F(Link, WithTwoSimsTheStateOfTheSimDoesNotMatter) {

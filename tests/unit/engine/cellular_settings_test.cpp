@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include "simulator/virtual_time/resources.h"
 #include "support/text_util.h"
 #include "tests/support/recording_cell.h"
 #include "tests/support/test_world.h"
@@ -118,6 +119,17 @@ TEST_F(Settings, AFileThatYieldsNothingChangesNothingAndIsToldEachTime) {
     EXPECT_STREQ(cell.m_apn, "former");
     EXPECT_EQ(Log(), Lines(3, "0 config /run/network/ifcfg-lte don't exist\n"));
     EXPECT_EQ(world.LogOf("GetLTEcfg").size(), 3u);
+}
+
+// They are read in every pass, for years.
+TEST_F(Settings, ReadingThemAgainTakesNoMemory) {
+    Load("ENABLE=true\nAPN=internet\n");
+    const size_t before_bytes = virtual_time::CountResources(world.environment()).heap_bytes;
+    for (int pass = 0; pass < 1000; ++pass) {
+        cell.GetLTEcfg();
+        world.log.clear();
+    }
+    EXPECT_LT(virtual_time::CountResources(world.environment()).heap_bytes, before_bytes + 10000);
 }
 
 TEST_F(Settings, OneOverlongLineLosesTheWholeFile) {

@@ -353,6 +353,7 @@ TEST_F(Sim, LightTestFailsWithItsOwnWordsAndLeavesNoIdentity) {
     }
     EXPECT_EQ(world.LogOf("CheckIfSimCardReady"),
               (Commands{"CheckIfSimCardReady: Check SIM!\n", "CheckIfSimCardReady: SIM is not ready!\n"}));
+    EXPECT_TRUE(world.Logged(5, "CheckIfSimCardReady: SIM is not ready!\n"));
     EXPECT_EQ(world.LogOf("CheckSimCard"), Commands{});
 }
 

@@ -1,6 +1,7 @@
 #include "network_daemon/cellular.h"
 
 #include <cstdint>
+#include <ctime>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -9,6 +10,15 @@
 #include "support/text_util.h"
 #include "tests/support/recording_cell.h"
 #include "tests/support/test_world.h"
+
+namespace {
+bool date_has_no_text = false;  // as of a year that no text can hold
+}  // namespace
+
+extern "C" char* __real_asctime(const tm* date);
+extern "C" char* __wrap_asctime(const tm* date) {
+    return date_has_no_text ? nullptr : __real_asctime(date);
+}
 
 namespace cc_cell {
 namespace {
@@ -92,6 +102,12 @@ TEST_F(Status, DateBeyond2038) {
     world.environment().SetWallClock(4102488001);
     EXPECT_EQ(LineOf("Now="), "Now='Fri Jan  1 12:00:01 2100'");
     EXPECT_EQ(LineOf("Uptime="), "Uptime=00:00:00") << "the date doesn't matter to it";
+}
+
+TEST_F(Status, DateWithoutATextForm) {
+    date_has_no_text = true;
+    EXPECT_EQ(LineOf("Now="), "Now=''");
+    date_has_no_text = false;
 }
 
 TEST_F(Status, SignalFile) {

@@ -197,6 +197,7 @@ class ConsoleDeathTest : public Transport {
         });
         cell.DebugTerminal();
     }
+    void TypeCtrlD() { world.environment().Type(""); }
 };
 
 TEST_F(ConsoleDeathTest, SendsEachLineAndShowsTheAnswer) {
@@ -215,6 +216,15 @@ TEST_F(ConsoleDeathTest, CutsTheLineAtItsFirstLineEnd) {
 TEST_F(ConsoleDeathTest, SendsAnEmptyLine) {
     modem.On("", "");
     EXPECT_EXIT(RunConsole({""}), testing::ExitedWithCode(0), testing::Eq(kPrompt + std::string("[]")));
+}
+
+TEST_F(ConsoleDeathTest, SendsNothingForCtrlD) {
+    modem.On("AT", "\r\nOK\r\n");
+    TypeCtrlD();
+    world.Type("AT");
+    TypeCtrlD();
+    EXPECT_EXIT(RunConsole({"AT"}), testing::ExitedWithCode(0),
+                testing::Eq(kPrompt + std::string("\r\nOK\r\n\r\nOK\r\n[AT][AT]")));
 }
 
 TEST_F(ConsoleDeathTest, BearsALineLongerThanAnyCommand) {

@@ -17,6 +17,7 @@
 
 #include "tests/support/fifo_fixture.h"
 #include "tests/support/open_descriptors.h"
+#include "tests/support/stdin_closed.h"
 
 // Calls that fail on demand.
 namespace {
@@ -63,17 +64,31 @@ namespace {
 constexpr char kRemovePipe[] = "rm -rf /run/network/ravelin_fifo";
 constexpr char kGone[] = "[FIFO]RAVELIN_FIFO does not exist.\n";
 
+/// At the path stands a pipe for its owner and the group.
+void ExpectPipe() {
+    struct stat info = {};
+    ASSERT_EQ(0, stat(kPipe, &info));
+    EXPECT_TRUE(S_ISFIFO(info.st_mode));
+    EXPECT_EQ(0660u, info.st_mode & 07777);
+}
+
 TEST_F(FifoTest, ThreadMakesThePipe) {
     const mode_t old_mask = umask(0);
     world.Write(kPipe, "left by an earlier run");
     Start();
     umask(old_mask);
     EXPECT_EQ(Texts{kRemovePipe}, world.Commands());
-    struct stat info = {};
-    ASSERT_EQ(0, stat(kPipe, &info));
-    EXPECT_TRUE(S_ISFIFO(info.st_mode));
-    EXPECT_EQ(0660u, info.st_mode & 07777);
+    ExpectPipe();
     EXPECT_TRUE(world.log.empty());
+}
+
+TEST_F(FifoTest, PipeThatIsMadeAnewIsForTheSamePeople) {
+    Start();
+    const mode_t old_mask = umask(0);
+    world.Remove(kPipe);
+    sleep(kListen_seconds);
+    umask(old_mask);
+    ExpectPipe();
 }
 
 TEST_F(FifoTest, SilenceIsSilent) {
@@ -109,6 +124,16 @@ TEST_F(FifoTest, RebuildsLoseNoDescriptor) {
     }
     EXPECT_EQ(20, world.CountLogged(kGone));
     EXPECT_EQ(before, OpenDescriptors());
+}
+
+TEST_F(FifoTest, PipeThatIsDescriptorZeroIsClosedLikeAnyOther) {
+    const StdinClosed stdin_closed;
+    Start();
+    const int before = OpenDescriptors();
+    world.Remove(kPipe);
+    sleep(kListen_seconds);
+    EXPECT_EQ(before, OpenDescriptors());
+    EXPECT_TRUE(TakesCommands());
 }
 
 TEST_F(FifoTest, FailedSelectMakesANewPipe) {

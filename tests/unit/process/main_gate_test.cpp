@@ -154,6 +154,7 @@ TEST_F(GateTest, RefusedModuleIsReportedAndASecondLaterItsDriverIsGone) {
     for (const World::LogLine& line : world.log) {
         if (line.function == "main" || line.function == "ReplyOcppUpgradeStatus") lines.push_back(line.text);
     }
+    EXPECT_EQ(2u, MainLog().size());
     EXPECT_EQ((Lines{"[whitelist] halden project,moduleName: EG25 \n",
                      "[OTA] send OCPP.Message msgid: 1 cmd:7602 status:1 \r\n",
                      "[whitelist] 4G module not allowd !!!\n"}),

@@ -161,6 +161,9 @@ TEST_F(MkUtilsFile, ProcessFolderAndExecutableAreReal) {
     EXPECT_STREQ("MkUtils_file_test", GetBaseName(GetProcessExecutable(getpid()).c_str()));
     EXPECT_EQ("", GetProcessFolder(-1));
     EXPECT_EQ("", GetProcessExecutable(0));
+    ASSERT_EQ(0, chdir("/"));
+    EXPECT_EQ("/", GetProcessFolder(getpid()));
+    ASSERT_EQ(0, chdir(folder));
 }
 
 }  // namespace

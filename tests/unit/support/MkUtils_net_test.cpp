@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/support/open_descriptors.h"
+#include "tests/support/stdin_closed.h"
 
 namespace {
 
@@ -137,6 +138,12 @@ TEST_F(MkUtilsNet, WithoutASocketThereIsMinusOne) {
     EXPECT_STREQ("unset", test_address);
 }
 
+TEST_F(MkUtilsNet, SocketMayBeDescriptorZero) {
+    const StdinClosed stdin_closed;
+    EXPECT_EQ(0, GetInterfaceAddress(test_address, test_mask, "eth1"));
+    EXPECT_STREQ("10.0.0.3", test_address);
+}
+
 TEST_F(MkUtilsNet, NoSocketIsLeftOpen) {
     const int before = OpenDescriptors();
     GetInterfaceAddress(test_address, test_mask, "eth");
@@ -163,6 +170,7 @@ TEST_F(MkUtilsNet, SixteenInterfacesAreLookedThrough) {
 TEST_F(MkUtilsNet, NameThatFillsItsFieldIsContained) {
     interfaces = {{"sixteencharacter", "10.0.0.9", "255.0.0.0", 9}};
     EXPECT_EQ(0, GetInterfaceAddress(test_address, test_mask, "sixteen"));
+    EXPECT_EQ(-1, GetInterfaceAddress(test_address, test_mask, "character")) << "the last letter is cut off";
 }
 
 TEST_F(MkUtilsNet, MacAsBytesAndAsText) {

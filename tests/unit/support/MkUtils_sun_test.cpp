@@ -45,6 +45,50 @@ TEST(MkUtilsSun, TromsoHasMidnightSunAndPolarNight) {
     EXPECT_EQ(SunDay::kNormal, GetSunTimes(2023, 11, 20, 69.65, 18.96).day);
 }
 
+// The mean equinoxes of March after Meeus, "Astronomical Algorithms", chapter 27. By definition the sun then
+// stands over the equator, and at 60 degrees the day has 12 hours and the 13.3 minutes of half width and
+// refraction.
+TEST(MkUtilsSun, EquinoxIsWhereItBelongsInTheFirstYearAndInTheLast) {
+    const struct {
+        int year;
+        double days_after_noon;  // of 20 March
+    } cases[] = {{1800, 0.337}, {2200, 0.287}};
+    for (const auto& test : cases) {
+        int32_t length_seconds[2];
+        for (const int day : {20, 21}) {
+            const SunTimes times = GetSunTimes(test.year, 3, day, 60, 0);
+            length_seconds[day - 20] = times.sunset_seconds - times.sunrise_seconds;
+        }
+        const double at_equinox_seconds =
+            length_seconds[0] + test.days_after_noon * (length_seconds[1] - length_seconds[0]);
+        EXPECT_NEAR(At(12, 13, 20), at_equinox_seconds, 2 * kTolerance_seconds) << test.year;
+    }
+}
+
+// At midsummer it stands as high as the axis leans: by the almanacs 23.465 degrees in 1800 and 23.413 in
+// 2200.
+TEST(MkUtilsSun, MidsummerIsAsLongAsTheLeanOfTheAxisMakesIt) {
+    const double degree = std::acos(-1) / 180;
+    for (const auto& [year, lean_degrees] : {std::pair{1800, 23.465}, std::pair{2200, 23.413}}) {
+        const SunTimes times = GetSunTimes(year, 6, 21, 60, 0);
+        const double lean = lean_degrees * degree;
+        const double half_day =
+            std::acos((std::sin(-50.0 / 60 * degree) - std::sin(60 * degree) * std::sin(lean)) /
+                      (std::cos(60 * degree) * std::cos(lean)));
+        EXPECT_NEAR(half_day / degree * 2 * 240, times.sunset_seconds - times.sunrise_seconds,
+                    2 * kTolerance_seconds)
+            << year;
+    }
+}
+
+// North of the polar circle the midnight sun begins with a day on which the sun rises and doesn't set.
+TEST(MkUtilsSun, DayOnWhichTheSunRisesAndStaysUpHasNoTimes) {
+    const SunTimes times = GetSunTimes(2000, 4, 28, 74.75, 0);
+    EXPECT_EQ(SunDay::kNeverSets, times.day);
+    EXPECT_EQ(0, times.sunrise_seconds);
+    EXPECT_EQ(0, times.sunset_seconds);
+}
+
 // By definition: at the equator the day is 12 hours and the 6.7 minutes of the sun's half width and
 // refraction.
 TEST(MkUtilsSun, DayAtTheEquatorIsAboutTwelveHoursAllYear) {
@@ -111,7 +155,10 @@ TEST(MkUtilsSun, YearsFrom1800To2200AreKnown) {
 }
 
 TEST(MkUtilsSun, NoSuchPlaceOrDateIsUnknown) {
-    EXPECT_EQ(SunDay::kUnknown, GetSunTimes(2024, 0, 1, 0, 0).day);
+    const SunTimes unknown = GetSunTimes(2024, 0, 1, 0, 0);
+    EXPECT_EQ(SunDay::kUnknown, unknown.day);
+    EXPECT_EQ(0, unknown.sunrise_seconds);
+    EXPECT_EQ(0, unknown.sunset_seconds);
     EXPECT_EQ(SunDay::kUnknown, GetSunTimes(2024, 13, 1, 0, 0).day);
     EXPECT_EQ(SunDay::kUnknown, GetSunTimes(2024, 1, 0, 0, 0).day);
     EXPECT_EQ(SunDay::kUnknown, GetSunTimes(2024, 1, 32, 0, 0).day);

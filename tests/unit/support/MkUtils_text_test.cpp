@@ -1,5 +1,6 @@
 #include "support/MkUtils.h"
 
+#include <cerrno>
 #include <cstdlib>
 
 #include <gtest/gtest.h>
@@ -28,10 +29,16 @@ struct SizeCase {
 };
 
 TEST(MkUtilsText, SizeIsToldInTheLargestUnit) {
-    const SizeCase cases[] = {
-        {0, "0 bytes"},      {1023, "1023 bytes"},           {1024, "1.0 KB"},
-        {1536, "1.5 KB"},    {1024 * 1024 - 1, "1024.0 KB"}, {1024 * 1024, "1.0 MB"},
-        {5242880, "5.0 MB"}, {1024 * 1024 * 1024, "1.0 GB"}, {UINT64_MAX, "17179869184.0 GB"}};
+    const SizeCase cases[] = {{0, "0 bytes"},
+                              {1023, "1023 bytes"},
+                              {1024, "1.0 KB"},
+                              {1536, "1.5 KB"},
+                              {1024 * 1024 - 1, "1024.0 KB"},
+                              {1024 * 1024, "1.0 MB"},
+                              {5242880, "5.0 MB"},
+                              {1024 * 1024 * 1024 - 1, "1024.0 MB"},
+                              {1024 * 1024 * 1024, "1.0 GB"},
+                              {UINT64_MAX, "17179869184.0 GB"}};
     for (const SizeCase& test : cases) EXPECT_EQ(test.expected, GetSizeText(test.size_bytes));
 }
 
@@ -113,6 +120,7 @@ TEST(MkUtilsText, EnvironmentNumberIsAWholeNumberOrTheDefault) {
                  {"99999999999999999999", 99}};
     for (const auto& test : cases) {
         setenv(kVariable, test.text, 1);
+        errno = ERANGE;  // of a call before
         EXPECT_EQ(test.expected, GetEnvironmentNumber(kVariable, 99)) << test.text;
     }
     unsetenv(kVariable);

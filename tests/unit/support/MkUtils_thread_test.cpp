@@ -134,11 +134,11 @@ TEST_F(MkUtilsThreadDeathTest, SignalIsNamedAndEndsTheProcessWithZero) {
     const struct {
         int number;
         const char* line;
-    } cases[] = {{SIGINT, "^Received signal SIGINT, exiting...\n$"},
-                 {SIGABRT, "^Received signal SIGABRT, exiting...\n$"},
-                 {SIGTERM, "^Received signal SIGTERM, exiting...\n$"},
-                 {SIGUSR1, "^Received signal 0xA, exiting...\n$"},
-                 {31, "^Received signal 0x1F, exiting...\n$"}};
+    } cases[] = {{SIGINT, "^Received signal SIGINT, exiting[.]{3}\n$"},
+                 {SIGABRT, "^Received signal SIGABRT, exiting[.]{3}\n$"},
+                 {SIGTERM, "^Received signal SIGTERM, exiting[.]{3}\n$"},
+                 {SIGUSR1, "^Received signal 0xA, exiting[.]{3}\n$"},
+                 {31, "^Received signal 0x1F, exiting[.]{3}\n$"}};
     for (const auto& test : cases) {
         EXPECT_EXIT((StdoutToStderr(), HandleSignal(test.number)), ExitedWithCode(0), test.line);
     }

@@ -367,6 +367,13 @@ TEST_F(ScriptedRead, TimeoutCoversTheWholeCall) {
     EXPECT_EQ(calls.read_counts, (std::vector<size_t>{256, 255, 254}));
 }
 
+TEST_F(ScriptedRead, WholeSecondThatIsLeftIsWaitedFor) {
+    calls.reads = {Brings("a"), Brings("b")};
+    EXPECT_EQ(ReadSerialTimed(port, test_buffer, 2, 1001), 2);
+    EXPECT_EQ(calls.timeouts.at(1).tv_sec, 1);
+    EXPECT_EQ(calls.timeouts.at(1).tv_usec, 0);
+}
+
 TEST_F(ScriptedRead, WaitThatFailsEndsWithWhatIsCollected) {
     calls.reads = {Brings("abc")};
     calls.select = [](timeval*) { return calls.read_counts.empty() ? 1 : -1; };
@@ -439,6 +446,14 @@ TEST_F(ScriptedRead, DescriptorThatNoSetHoldsReadsNothing) {
     EXPECT_TRUE(calls.read_counts.empty());
 }
 
+TEST_F(ScriptedRead, FirstAndLastDescriptorThatASetHoldsAreRead) {
+    for (const int fd : {0, FD_SETSIZE - 1}) {
+        calls.reads = {Brings("abc")};
+        EXPECT_EQ(ReadSerialTimed(fd, test_buffer, 3, 1000), 3) << fd;
+        EXPECT_EQ(Stored(3), "abc");
+    }
+}
+
 TEST_F(ScriptedRead, NegativeTimeoutOrCountIsHarmless) {
     calls.reads = {Brings("abc"), Brings("abc"), Brings("abc")};
     EXPECT_EQ(ReadSerialTimed(port, test_buffer, 0, 1), 0);
@@ -485,6 +500,15 @@ TEST_F(ScriptedRead, SecondFormGivesADeadPortUp) {
     calls.reads.assign(99, Brings(""));
     calls.reads.push_back(Brings("ab"));
     EXPECT_EQ(ReadSerialTimed2(port, test_buffer, 2, 100, 50), 2);
+}
+
+TEST_F(ScriptedRead, SecondFormCountsEmptyReadsAfreshBehindBytes) {
+    calls.reads.assign(50, Brings(""));
+    calls.reads.push_back(Brings("a"));
+    calls.reads.resize(calls.reads.size() + 99, Brings(""));
+    calls.reads.push_back(Brings("b"));
+    EXPECT_EQ(ReadSerialTimed2(port, test_buffer, 2, 100, 50), 2);
+    EXPECT_EQ(Stored(2), "ab");
 }
 
 }  // namespace

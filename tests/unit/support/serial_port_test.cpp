@@ -25,6 +25,7 @@ struct Calls {
     std::vector<termios> applied;    // handed to tcsetattr
     int failing_get = -1;            // this one of the tcgetattr calls, counted from 0, fails
     int failing_set = -1;            // the same for tcsetattr
+    tcflag_t kept_flags = 0;         // of c_cflag, which a pseudo terminal would drop
 } calls;
 
 }  // namespace
@@ -42,7 +43,9 @@ int __wrap_tcgetattr(int fd, termios* attributes) {
         errno = EIO;
         return -1;
     }
-    return __real_tcgetattr(fd, attributes);
+    const int result = __real_tcgetattr(fd, attributes);
+    attributes->c_cflag |= calls.kept_flags;
+    return result;
 }
 
 int __wrap_tcsetattr(int fd, int actions, const termios* attributes) {
@@ -241,6 +244,14 @@ TEST_F(SerialPort, ParityLettersSetTheirFlags) {
             EXPECT_EQ(request.c_cflag & c.control_cleared, 0U) << c.letter;
             EXPECT_EQ(request.c_iflag & INPCK, c.input_set) << c.letter;
         }
+    }
+}
+
+TEST_F(SerialPort, NoParityTakesItOffALineThatHadIt) {
+    for (const char parity : {'N', 'n', 'S', 's'}) {
+        calls.kept_flags = PARENB;
+        ASSERT_EQ(SetupQuietly(kMainSpeed, 8, 1, parity), 0);
+        EXPECT_EQ(calls.applied.back().c_cflag & PARENB, 0u) << parity;
     }
 }
 

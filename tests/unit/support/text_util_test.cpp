@@ -30,9 +30,11 @@ TEST(CopyText, HonoursASmallerLimit) {
 }
 
 TEST(CopyText, IgnoresALimitBeyondTheArray) {
-    char to[4] = "";
-    EXPECT_EQ(CopyText(to, "abcdef", 100), 3U);
-    EXPECT_STREQ(to, "abc");
+    for (const size_t limit : {3, 4, 5, 100}) {
+        char to[4] = "";
+        EXPECT_EQ(CopyText(to, "abcdef", limit), 3U) << limit;
+        EXPECT_STREQ(to, "abc");
+    }
 }
 
 TEST(CopyText, TakesNullAsEmpty) {

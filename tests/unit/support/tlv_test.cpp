@@ -1,8 +1,19 @@
 #include "support/tlv.h"
 
+#include <cstdio>
 #include <numeric>
 
 #include <gtest/gtest.h>
+
+namespace {
+int flushes_of_output = 0;
+}  // namespace
+
+extern "C" int __real_fflush(FILE* stream);
+extern "C" int __wrap_fflush(FILE* stream) {
+    if (stream == stdout) ++flushes_of_output;
+    return __real_fflush(stream);
+}
 
 namespace {
 
@@ -147,6 +158,16 @@ TEST(Tlv, PrintBytesShowsBytesThenItems) {
         "Assembled TLV Data: 1 1 41 2 0 \n\nParsed TLVs:\nType: 1, Length: 1, Value: A\nType: 2, Length: 0, "
         "Value: \n",
         GetCapturedStdout());
+}
+
+TEST(Tlv, EachLineOfBytesIsFlushed) {
+    CaptureStdout();
+    flushes_of_output = 0;
+    PrintTlvBytes({0x01, 0x01, 0x41, 0x02, 0x00});
+    PrintTlvItemHex(TlvItem(1, 1, "A"));
+    const int flushes = flushes_of_output;
+    GetCapturedStdout();
+    EXPECT_EQ(1 + 2 + 1, flushes);
 }
 
 TEST(Tlv, PrintBytesWarnsOnItsOwn) {

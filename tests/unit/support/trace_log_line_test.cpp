@@ -258,9 +258,12 @@ TEST_F(TraceHexdump, GivesItsMemoryBack) {
 
 TEST_F(TraceHexdump, MemoryThatRunsOutLosesTheDumpWithoutAWord) {
     for (int first_failure : {0, 1}) {
-        around.mallocs_until_failure = first_failure;
-        EXPECT_EQ(Dump("f", "g", 0, 5, 2), "");
-        EXPECT_TRUE(forwarded.empty());
+        for (const int failures : {1, INT_MAX}) {
+            around.mallocs_until_failure = first_failure;
+            around.failing_mallocs = failures;
+            EXPECT_EQ(Dump("f", "g", 0, 5, 2), "");
+            EXPECT_TRUE(forwarded.empty());
+        }
     }
 }
 

@@ -145,8 +145,11 @@ TEST_F(TraceLog, MemoryThatRunsOutLosesTheNameButNotTheEcho) {
     EXPECT_EQ(trace_function_list, nullptr);
     around.mallocs_until_failure = -1;
     around.strdup_fails = true;
+    around.mallocs = around.frees = 0;
     EXPECT_EQ(Init({"-Df", "Task"}), "Trace function Task\n");
     EXPECT_EQ(trace_function_list, nullptr);
+    EXPECT_EQ(around.mallocs, 1);
+    EXPECT_EQ(around.frees, 1) << "what was to hold the name";
 }
 
 // The log file

@@ -108,4 +108,18 @@ TEST(DescriptorWatch, ABrokenPipeIsReadable) {
     EXPECT_EQ("1: 63r", Select(64, {{63, true, false, false}}));
 }
 
+// Where nobody else has a hand in it, the system is asked again only after a call that may change something.
+TEST(DescriptorWatch, WhatIsWrittenMeanwhileIsSeenInAWorldThatIsAlone) {
+    const Pipe pipe(63, 64);
+    World world;
+    world.environment().is_alone = true;
+    world.At(0.005, [&pipe] { pipe.Fill(); });
+    fd_set set;
+    FD_ZERO(&set);
+    FD_SET(63, &set);
+    timeval timeout = {1, 0};
+    EXPECT_EQ(1, select(64, &set, nullptr, nullptr, &timeout));
+    EXPECT_EQ(5, world.now_ms());
+}
+
 }  // namespace

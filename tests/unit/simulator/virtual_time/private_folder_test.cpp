@@ -111,4 +111,19 @@ TEST(PrivateFolderDeathTest, OneThatACrashLeftIsClearedAway) {
     EXPECT_EQ(0, rmdir(place));
 }
 
+TEST(PrivateFolder, APipeTakesThePlaceOfWhatIsThere) {
+    const virtual_time::PrivateFolder folder;
+    folder.Write("/run/network/x", "a file");
+    folder.MakePipe("/run/network/x");
+    EXPECT_TRUE(std::filesystem::is_fifo(folder.Inside("/run/network/x")));
+    // Open, so that its number isn't given to the next one.
+    const int old_pipe = open(folder.Inside("/run/network/x").c_str(), O_RDONLY | O_NONBLOCK);
+    folder.MakePipe("/run/network/x");
+    struct stat before = {}, after = {};
+    EXPECT_EQ(0, fstat(old_pipe, &before));
+    EXPECT_EQ(0, stat(folder.Inside("/run/network/x").c_str(), &after));
+    EXPECT_NE(before.st_ino, after.st_ino);
+    close(old_pipe);
+}
+
 }  // namespace

@@ -46,6 +46,7 @@ TEST(ScenarioLanguage, GivenPartIsRead) {
     const Scenario scenario = Parse(
         "knob csq 12\n"
         "port /dev/ttyACM0\n"
+        "port-link /dev/ttyUSB-modem\n"
         "options -d \"/dev/x y\" -Dl 7\n"
         "settings\n"
         "    ENABLE=true\n"
@@ -60,6 +61,7 @@ TEST(ScenarioLanguage, GivenPartIsRead) {
     EXPECT_EQ("quectel_qcom", scenario.modem_family);
     EXPECT_EQ("EG25", scenario.modem_model);
     EXPECT_EQ((std::vector<std::string>{"csq 12"}), scenario.knobs);
+    EXPECT_EQ("/dev/ttyUSB-modem", scenario.port_link);
     EXPECT_EQ("/dev/ttyACM0", scenario.port);
     EXPECT_EQ((std::vector<std::string>{"-d", "/dev/x y", "-Dl", "7"}), scenario.options);
     ASSERT_GE(scenario.files.size(), 3u);  // settings, cpuinfo, version
@@ -104,9 +106,12 @@ TEST(ScenarioLanguage, EventsAreRead) {
         "at 9 resources\n"
         "at 9 kill hup\n"
         "at 9 clock -1.5\n"
-        "at 9 readonly /run/network\n");
+        "at 9 readonly /run/network\n"
+        "at 10 bus away\n"
+        "at 11 bus back\n"
+        "at 12 pipe /run/network/x\n");
     using Kind = ScenarioEvent::Kind;
-    ASSERT_EQ(14u, scenario.events.size());
+    ASSERT_EQ(17u, scenario.events.size());
     EXPECT_EQ(Kind::kKnob, scenario.events[0].kind);
     EXPECT_EQ("link down", scenario.events[0].subject);
     EXPECT_EQ(120000000, scenario.events[0].at_us);
@@ -126,6 +131,10 @@ TEST(ScenarioLanguage, EventsAreRead) {
     EXPECT_EQ(Kind::kStorage, scenario.events[13].kind);
     EXPECT_EQ("/run/network", scenario.events[13].subject);
     EXPECT_EQ(virtual_time::Storage::State::kReadOnly, scenario.events[13].storage);
+    EXPECT_EQ(Kind::kBusAway, scenario.events[14].kind);
+    EXPECT_EQ(Kind::kBusBack, scenario.events[15].kind);
+    EXPECT_EQ(Kind::kPipe, scenario.events[16].kind);
+    EXPECT_EQ("/run/network/x", scenario.events[16].subject);
 }
 
 TEST(ScenarioLanguage, ExpectationsAreRead) {
@@ -220,6 +229,8 @@ TEST(ScenarioLanguage, MistakesAreToldWithTheirLine) {
         {"modem none\nat 5 resources all\n", "nothing is wanted after"},
         {"modem none\nat 5 kill 9\n", "term, kill, int or hup is wanted"},
         {"modem none\nat 5 full\n", "a path is wanted"},
+        {"modem none\nat 5 bus gone\n", "away or back is wanted"},
+        {"modem none\nport-link\n", "a path is wanted"},
         {"modem none\nat 5 writable all\n", "a path is wanted"},
         {"modem none\nat 5 clock 3600\n", "+SECONDS or -SECONDS is wanted"},
         {"modem none\nat 5 clock -\n", "+SECONDS or -SECONDS is wanted"},

@@ -7,12 +7,14 @@
 #include <time.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include "simulator/virtual_time/sanitizer.h"
 #include "tests/support/test_world.h"
 
 using test_support::ScriptedModem;
@@ -172,6 +174,62 @@ TEST(VirtualThreads, CanFailToStart) {
 void* SleepForEver(void*) {
     while (true) sleep(1);
 }
+
+#if !HAS_SANITIZER
+
+TEST(VirtualFibers, DoWhatThreadsDo) {
+    for (int run = 0; run < 20; ++run) {
+        World world;
+        world.environment().scheduler.UseFibers();
+        Diary diary;
+        pthread_t thread;
+        ASSERT_EQ(0, pthread_create(&thread, nullptr, WriteDiary, &diary));
+        diary.text += "a";
+        for (int i = 0; i < 3; ++i) {
+            sleep(2);
+            diary.text += "a";
+        }
+        EXPECT_EQ("abababa", diary.text);
+        EXPECT_EQ(2u, world.environment().scheduler.thread_count());
+        pthread_join(thread, nullptr);
+        EXPECT_EQ(1u, world.environment().scheduler.thread_count());
+        EXPECT_EQ(6000, world.now_ms());
+    }
+}
+
+void* FailsToOpen(void* error) {
+    access("/run/network/nothing", F_OK);
+    sleep(2);
+    *static_cast<int*>(error) = errno;
+    return nullptr;
+}
+
+TEST(VirtualFibers, EachHasAnErrnoOfItsOwn) {
+    World world;
+    world.environment().scheduler.UseFibers();
+    int theirs = 0;
+    pthread_t thread;
+    errno = EXDEV;
+    ASSERT_EQ(0, pthread_create(&thread, nullptr, FailsToOpen, &theirs));
+    EXPECT_EQ(0, pthread_detach(thread));
+    sleep(1);
+    EXPECT_EQ(EXDEV, errno);
+    sleep(2);
+    EXPECT_EQ(ENOENT, theirs);
+}
+
+TEST(VirtualFibers, ThatWaitWhenTheWorldEndsAreLeft) {
+    for (int run = 0; run < 3; ++run) {
+        World world;
+        world.environment().scheduler.UseFibers();
+        pthread_t thread;
+        ASSERT_EQ(0, pthread_create(&thread, nullptr, SleepForEver, nullptr));
+        ASSERT_EQ(0, pthread_detach(thread));
+        sleep(10);
+    }
+}
+
+#endif
 
 TEST(VirtualThreads, OneThatNeverEndsDoesNotHoldUpTheTest) {
     for (int run = 0; run < 3; ++run) {

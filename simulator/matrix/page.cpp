@@ -1,0 +1,317 @@
+#include "simulator/matrix/page.h"
+
+#include <algorithm>
+#include <climits>
+#include <sstream>
+#include <utility>
+
+#include "simulator/matrix/page_text.h"
+#include "simulator/modem/modem_model.h"
+
+namespace matrix {
+
+namespace {
+
+constexpr int kSecond_ms = 1000;
+constexpr char kNever[] = "never";
+constexpr char kNeverShort[] = "\u221e";
+constexpr char kKept[] = "-";
+constexpr char kMark[] = "\u25b2";
+
+/// Columns of the table at a glance, for a terminal's width.
+std::string ShortName(const std::string& family) {
+    static const std::map<std::string, std::string> names = {
+        {"chuangyi", "CY"},      {"cinterion", "CI"},    {"fibocom", "FI"}, {"fibocom_le", "FL"},
+        {"huawei", "HW"},        {"longsung", "LS"},     {"lynq", "LY"},    {"nodecom", "NC"},
+        {"quectel_asr", "QA"},   {"quectel_qcom", "QQ"}, {"simcom", "SC"},  {"zte", "ZT"},
+        {"quectel_unisoc", "QU"}};
+    const auto name = names.find(family);
+    return name == names.end() ? family : name->second;
+}
+
+size_t Width(const std::string& text) {
+    return static_cast<size_t>(std::count_if(
+        text.begin(), text.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; }));
+}
+
+using Row = std::vector<std::string>;
+
+enum class Figures { kNo, kFromSecond };
+
+bool IsFigure(size_t column, Figures figures) {
+    return column > 0 && figures == Figures::kFromSecond;
+}
+
+/// A table that can be read in the source too.
+std::string Table(const std::vector<Row>& rows, Figures figures = Figures::kFromSecond) {
+    std::vector<size_t> widths(rows[0].size(), 2);
+    for (const Row& row : rows) {
+        for (size_t i = 0; i < row.size(); ++i) widths[i] = std::max(widths[i], Width(row[i]));
+    }
+    std::string text;
+    for (size_t number = 0; number < rows.size(); ++number) {
+        for (size_t i = 0; i < widths.size(); ++i) {
+            const std::string& cell = rows[number][i];
+            const std::string room(widths[i] - Width(cell), ' ');
+            text += "| " + (IsFigure(i, figures) ? room + cell : cell + room) + " ";
+        }
+        text += "|\n";
+        if (number > 0) continue;
+        for (size_t i = 0; i < widths.size(); ++i) {
+            const bool is_figure = IsFigure(i, figures);
+            text += "|" + std::string(widths[i] + (is_figure ? 1 : 2), '-') + (is_figure ? ":" : "");
+        }
+        text += "|\n";
+    }
+    return text;
+}
+
+std::string Link(const Fault& fault) {
+    return "[" + std::string(fault.name) + "](#" + fault.name + ")";
+}
+
+/// Lines of the width of the other pages.
+std::string Wrapped(const std::string& text) {
+    constexpr size_t kWidth = 125;
+    std::string wrapped, line;
+    std::istringstream words(text);
+    for (std::string word; words >> word;) {
+        if (!line.empty() && Width(line) + 1 + Width(word) > kWidth) {
+            wrapped += line + "\n";
+            line.clear();
+        }
+        line += (line.empty() ? "" : " ") + word;
+    }
+    return wrapped + line + "\n";
+}
+
+std::string Range(int least, int most) {
+    return least == most ? std::to_string(most) : std::to_string(least) + "-" + std::to_string(most);
+}
+
+std::string StepRange(const CellResult& result, Step step) {
+    const auto number = [step](const Outcome& outcome) { return outcome.steps[static_cast<size_t>(step)]; };
+    int least = number(result.outcomes[0]), most = least;
+    for (const Outcome& outcome : result.outcomes) {
+        least = std::min(least, number(outcome));
+        most = std::max(most, number(outcome));
+    }
+    return Range(least, most);
+}
+
+std::string Marked(int resets_per_hour) {
+    return std::to_string(resets_per_hour) + (resets_per_hour > kMostResetsPerHour ? kMark : "");
+}
+
+std::string GlanceCell(const CellResult& result) {
+    const std::string mark = result.hard_resets_per_hour() > kMostResetsPerHour ? kMark : "";
+    if (result.IsNever()) return kNeverShort + mark;
+    return (result.IsKept() ? kKept : std::to_string(result.median_seconds())) + mark;
+}
+
+const CellResult* FindResult(const Results& results, const Fault& fault, const std::string& family) {
+    for (const CellResult& result : results) {
+        if (result.fault == &fault && result.family == family) return &result;
+    }
+    return nullptr;
+}
+
+std::string GlanceTable(const Results& results) {
+    Row head = {"Fault"};
+    for (const std::string& family : Families()) head.push_back(ShortName(family));
+    std::vector<Row> rows = {head};
+    for (const Fault& fault : Faults()) {
+        Row row = {fault.name};
+        for (const std::string& family : Families()) {
+            const CellResult* result = FindResult(results, fault, family);
+            row.push_back(result == nullptr ? "?" : GlanceCell(*result));
+        }
+        rows.push_back(row);
+    }
+    return Table(rows);
+}
+
+/// The families for which `is_meant` holds: all, all but a few, or a few.
+template <class Test>
+std::string FamiliesWith(const Results& results, const Fault& fault, const Test& is_meant) {
+    std::string with, without;
+    size_t count = 0;
+    for (const std::string& family : Families()) {
+        const CellResult* result = FindResult(results, fault, family);
+        const bool counts = result != nullptr && is_meant(*result);
+        count += counts ? 1 : 0;
+        std::string& names = counts ? with : without;
+        names += (names.empty() ? "" : ", ") + family;
+    }
+    if (count == Families().size()) return "all";
+    return count * 2 > Families().size() ? "all but " + without : with;
+}
+
+/// The family is in trouble with two SIMs whatever happens, which is told once.
+bool IsToldBefore(const Results& results, const CellResult& result) {
+    static const Fault& healthy = *FindFault("two_sims");
+    if (result.fault == &healthy || result.fault->board != Board::kTwoSims) return false;
+    const CellResult* in_health = FindResult(results, healthy, result.family);
+    return in_health != nullptr && in_health->IsNever();
+}
+
+std::string NeverTable(const Results& results) {
+    std::vector<Row> rows = {{"Fault", "Families"}};
+    for (const Fault& fault : Faults()) {
+        const std::string families = FamiliesWith(results, fault, [&results](const CellResult& result) {
+            return result.IsNever() && !IsToldBefore(results, result);
+        });
+        if (!families.empty()) rows.push_back({Link(fault) + ": " + fault.title, families});
+    }
+    return Table(rows, Figures::kNo);
+}
+
+std::string ResetsTable(const Results& results) {
+    std::vector<Row> rows = {{"Fault", "an hour", "Families"}};
+    const auto is_many = [&results](const CellResult& result) {
+        return result.hard_resets_per_hour() > kMostResetsPerHour && !IsToldBefore(results, result);
+    };
+    for (const Fault& fault : Faults()) {
+        int least = INT_MAX, most = 0;
+        for (const CellResult& result : results) {
+            if (result.fault != &fault || !is_many(result)) continue;
+            least = std::min(least, result.hard_resets_per_hour());
+            most = std::max(most, result.hard_resets_per_hour());
+        }
+        if (most == 0) continue;
+        rows.push_back(
+            {Link(fault) + ": " + fault.title, Range(least, most), FamiliesWith(results, fault, is_many)});
+    }
+    return Table(rows, Figures::kNo);
+}
+
+/// The cell of each family that takes longest, of those that the family comes back from.
+std::string WorstTable(const Results& results) {
+    std::vector<Row> text = {
+        {"Family", "one SIM, from the fault's end", "one SIM, from its begin", "two SIMs"}};
+    for (const std::string& family : Families()) {
+        Row row = {family};
+        for (const auto& [has_two_sims, measure] : {std::make_pair(false, soak::Measure::kFromEnd),
+                                                    std::make_pair(false, soak::Measure::kFromBegin),
+                                                    std::make_pair(true, soak::Measure::kFromBegin)}) {
+            const CellResult* worst = nullptr;
+            for (const CellResult& result : results) {
+                const bool is_meant = result.family == family && !result.IsNever() &&
+                                      (result.fault->board == Board::kTwoSims) == has_two_sims &&
+                                      result.fault->board != Board::kProject &&
+                                      (has_two_sims || result.fault->measure == measure);
+                const bool is_worst =
+                    is_meant && (worst == nullptr || worst->worst_seconds() < result.worst_seconds());
+                if (is_worst) worst = &result;
+            }
+            row.push_back(worst == nullptr || worst->worst_seconds() == 0
+                              ? kKept
+                              : std::to_string(worst->worst_seconds()) + " of " +
+                                    std::to_string(worst->bound_seconds) + ", " + worst->fault->name);
+        }
+        text.push_back(row);
+    }
+    return Table(text, Figures::kNo);
+}
+
+std::vector<int> Sorted(const CellResult& result) {
+    std::vector<int> seconds;
+    for (const Outcome& outcome : result.outcomes) {
+        seconds.push_back(static_cast<int>((outcome.recovery_ms + kSecond_ms - 1) / kSecond_ms));
+    }
+    std::sort(seconds.begin(), seconds.end());
+    return seconds;
+}
+
+}  // namespace
+
+bool CellResult::IsNever() const {
+    return std::any_of(outcomes.begin(), outcomes.end(),
+                       [](const Outcome& each) { return !each.is_settled; });
+}
+
+bool CellResult::IsKept() const {
+    return std::all_of(outcomes.begin(), outcomes.end(), [](const Outcome& each) { return each.is_kept; });
+}
+
+int CellResult::hard_resets_per_hour() const {
+    int most = 0;
+    for (const Outcome& outcome : outcomes) most = std::max(most, outcome.hard_resets_per_hour);
+    return most;
+}
+
+int CellResult::median_seconds() const {
+    return Sorted(*this)[outcomes.size() / 2];
+}
+
+int CellResult::worst_seconds() const {
+    return Sorted(*this).back();
+}
+
+const std::vector<std::string>& Families() {
+    static const std::vector<std::string> families = [] {
+        std::vector<std::string> sorted = modem_sim::Modem::Families();
+        std::sort(sorted.begin(), sorted.end());
+        return sorted;
+    }();
+    return families;
+}
+
+std::string FaultSection(const Fault& fault, const Results& results) {
+    const char* counted =
+        fault.measure == soak::Measure::kFromEnd ? " Counted from its end." : " Counted from its begin.";
+    std::string text = "### " + std::string(fault.name) + "\n\n";
+    text += Wrapped(std::string(fault.title) + ". " + fault.what + counted) + "\n";
+    std::vector<Row> rows = {{"Family", "median", "worst", "bound", "checks", "dials", "soft", "switches",
+                              "hard", "starts", "hard/h"}};
+    bool has_never = false;
+    for (const std::string& family : Families()) {
+        const CellResult* result = FindResult(results, fault, family);
+        if (result == nullptr) continue;
+        Row row = {family};
+        if (result->IsNever()) {
+            has_never = true;
+            row.insert(row.end(), {kNever, kNever, kKept});
+        } else if (result->IsKept()) {
+            row.insert(row.end(), {kKept, kKept, kKept});
+        } else {
+            for (const int seconds :
+                 {result->median_seconds(), result->worst_seconds(), result->bound_seconds}) {
+                row.push_back(std::to_string(seconds));
+            }
+        }
+        for (const Step step :
+             {Step::kCheck, Step::kDial, Step::kSoftReset, Step::kSwitch, Step::kHardReset, Step::kStart}) {
+            row.push_back(StepRange(*result, step));
+        }
+        row.push_back(Marked(result->hard_resets_per_hour()));
+        rows.push_back(row);
+    }
+    text += Table(rows);
+    const bool has_advice = has_never && fault.advice != nullptr;
+    return text + (has_advice ? "\n" + Wrapped("**Never**: " + std::string(fault.advice)) : "");
+}
+
+std::string Page(const Results& results) {
+    std::string text = kPageHead;
+    text += ResetsTable(results) + kPageNever + NeverTable(results) + kPageMore + kPageGlance +
+            GlanceTable(results) + kPageWorst + WorstTable(results) + kPageFaults;
+    for (const Fault& fault : Faults()) text += "\n" + FaultSection(fault, results);
+    return text;
+}
+
+std::vector<std::string> Violations(const Results& results) {
+    std::vector<std::string> violations;
+    for (const CellResult& result : results) {
+        const std::string cell = std::string(result.fault->name) + " " + result.family;
+        if (result.IsNever()) {
+            if (result.fault->advice == nullptr) violations.push_back(cell + ": no way back, and no advice");
+        } else if (result.worst_seconds() > result.bound_seconds) {
+            violations.push_back(cell + ": " + std::to_string(result.worst_seconds()) +
+                                 " s, and the bound is " + std::to_string(result.bound_seconds) + " s");
+        }
+    }
+    return violations;
+}
+
+}  // namespace matrix
