@@ -150,6 +150,39 @@ constexpr CatalogueRow kCatalogue[] = {
 };
 // clang-format on
 
+// clang-format off
+constexpr ReadingRow kReadings[] = {
+    {"Band change: last band[%s] rsrp[%s], current band[%s] rsrp[%s]",
+     "CheckSignalStatus CheckNeighbourSignal", 5, Measure::kRsrp_dbm},
+    {"QENG info, rsrp:%s !", "CheckSignalStatus", 7, Measure::kRsrp_dbm},
+    {"CPSI info, rsrp:%s !", "CheckSignalStatus", 7, Measure::kRsrp_dbm},
+    {"CESQ info,caculate real rsrp_level:%d !!!!!!", "CheckSignalStatus", 7, Measure::kRsrp_dbm},
+    {"QENG info, sinr:%s !", "CheckSignalStatus", 7, Measure::kSinr_db},
+    {"The wireless network signal is weak,m_nCSQ=:%d,NetType=%d", "CheckNetwork", 7, Measure::kCsq},
+    {"query baseband temperature %d!", "ParseAtResult", 4, Measure::kTemperature_celsius},
+    {"Quectel Temp Baseband(%d),XO(%d),PA(%d)", "ParseAtResult", 7, Measure::kTemperature_celsius},
+    {"m_Tempture[%d] temp.val[%d]", "CheckTempStatus", 7, Measure::kTemperature_celsius},
+};
+// clang-format on
+
+constexpr size_t kReadingRows = sizeof kReadings / sizeof kReadings[0];
+
+/// What a value can be; anything else is a modem that doesn't know, or that is misunderstood.
+bool CanBe(Measure measure, int64_t value) {
+    switch (measure) {
+        case Measure::kRsrp_dbm:
+            return value >= -156 && value <= -31;
+        case Measure::kSinr_db:
+            return value >= -23 && value <= 40;
+        case Measure::kCsq:
+            return value >= 0 && value <= 31;
+        case Measure::kTemperature_celsius:
+            return value >= -60 && value <= 150 && value != 0;  // 0: it gave none
+        default:
+            return false;
+    }
+}
+
 constexpr size_t kCatalogueRows = sizeof kCatalogue / sizeof kCatalogue[0];
 constexpr size_t kByteValues = 256;
 
@@ -269,6 +302,32 @@ Said Understand(const Line& line) {
         said.text = message;
     }
     return said;
+}
+
+const ReadingRow* ReadingCatalogue(size_t* count) {
+    *count = kReadingRows;
+    return kReadings;
+}
+
+Reading UnderstandReading(const Line& line) {
+    Reading reading;
+    if (line.kind != Line::Kind::kSaid || line.message.empty()) return reading;
+    const bool has_place = !line.place.function.empty();
+    const std::string_view message = WithoutBlanksAtEnd(line.message);
+    for (const ReadingRow& row : kReadings) {
+        if (message.empty() || message[0] != row.text[0]) continue;
+        if (has_place && !HoldsWord(row.functions, line.place.function)) continue;
+        Said match;
+        if (!Match(row.text, message, &match)) continue;
+        int64_t value = match.number[0];
+        if (match.numbers == 0) {
+            std::string_view text = match.text;
+            if (!TakeNumber(&text, false, &value)) continue;
+        }
+        if (!CanBe(row.measure, value)) continue;
+        return {row.measure, static_cast<int>(value), row.level};
+    }
+    return reading;
 }
 
 }  // namespace ravelin_log

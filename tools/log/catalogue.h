@@ -122,4 +122,24 @@ struct Said {
 /// says.
 Said Understand(const Line& line);
 
+/// What the daemon has measured. No story follows from it, and most of it is said at level 7 alone.
+enum class Measure { kNone, kRsrp_dbm, kSinr_db, kCsq, kTemperature_celsius };
+
+struct Reading {
+    Measure measure = Measure::kNone;
+    int value = 0;
+    int level = 0;
+};
+
+struct ReadingRow {
+    const char* text;
+    const char* functions;
+    int level;
+    Measure measure;
+};
+const ReadingRow* ReadingCatalogue(size_t* count);
+
+/// Takes a value from a line; none from what can't be a value of that measure.
+Reading UnderstandReading(const Line& line);
+
 }  // namespace ravelin_log

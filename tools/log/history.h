@@ -133,10 +133,6 @@ class Historian {
     /// What is known when no more lines come: with ledger and advice.
     History Finish() const;
 
-    /// Whether the link is up now, as far as the log tells: for the ends of a story.
-    const char* StateText() const;
-
-  private:
     enum class State {
         kUnknown,   // the log has begun in the middle
         kStarting,  // the daemon has begun, and hasn't been online yet
@@ -144,6 +140,14 @@ class Historian {
         kDialed,  // the dial was taken; the modem is asked whether the link is up
         kOnline,
     };
+    /// Whether the link is up now, as far as the log tells.
+    State state() const { return state_; }
+    /// The same in words: for the ends of a story.
+    const char* StateText() const;
+    /// When the link came up; often known only from a later line, so that one is added with a time gone by.
+    const std::vector<Moment>& online_at() const { return online_at_; }
+
+  private:
     /// What is needed of a line that may become evidence.
     struct Mark {
         bool is_set = false;
