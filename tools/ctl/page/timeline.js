@@ -197,11 +197,15 @@
       if (!heap) return;
       const main = heap.items.reduce((a, b) => (b.to - b.from > a.to - a.from ? b : a));
       const x0 = heap.x0, x1 = Math.max(heap.x1, x0 + least);
-      draw(parent, 'rect', {x: x0.toFixed(1), y, width: Math.max(.5, x1 - x0).toFixed(1), height, ...paintOf(main)});
+      // Where an outage is drawn wider than it was, or several in one place, the height tells how much of the time they took.
+      const seconds = heap.items.reduce((sum, item) => sum + item.to - item.from, 0);
+      const share = least > 2 ? Math.max(.35, Math.min(1, seconds / (to - from) * plotWidth() / (x1 - x0))) : 1;
+      draw(parent, 'rect', {x: x0.toFixed(1), y: (y + height * (1 - share)).toFixed(1), width: Math.max(.5, x1 - x0).toFixed(1),
+        height: (height * share).toFixed(1), ...paintOf(main)});
       const text = label && heap.items.length === 1 ? label(main) : '';
       const right = Math.min(x1, width - 6), left = Math.max(x0, gutter);
       if (text && right - left > text.length * 6.4 + 8) {
-        draw(parent, 'text', {x: left + 5, y: y + height / 2 + 4, class: label === causeText2 ? 'within' : ''}, text);
+        draw(parent, 'text', {x: left + 5, y: y + height / 2 + 4, class: label === outageText || label === resultText ? 'within' : ''}, text);
       }
       add(heap.items.length === 1 ? main : {kind: 'several', items: heap.items, from: heap.items[0].from, to: heap.items[heap.items.length - 1].to},
         x0, x1, y, height, least > 1 ? 2 : 0);
@@ -221,7 +225,8 @@
     }
     flush();
   };
-  const causeText2 = (item) => causeText(item.cause);
+  const outageText = (item) => causeText(item.cause);
+  const resultText = (item) => item.result;
 
   const kShapes = {
     soft: (x, y) => `M${x - 5} ${y}a5 5 0 1 0 10 0a5 5 0 1 0-10 0`,
@@ -327,7 +332,7 @@
 
   const paint = () => {
     pending = false;
-    width = Math.max(280, Math.round(printing ? 1040 : chart.clientWidth));
+    width = Math.max(280, Math.round(printing ? 1340 : chart.clientWidth));
     isNarrow = width < 640;
     gutter = isNarrow ? 6 : 132;
     hits = [];
@@ -347,7 +352,7 @@
       [from, to] = [0, total];
       draw(svg, 'rect', {x: gutter, y: map.y, width: right - gutter, height: map.height, class: 'lane'});
       drawSpans(svg, link, map.y, map.height, (item) => ({class: item.word}), null, .5);
-      drawSpans(svg, outages, map.y, map.height, (item) => ({fill: fillOf(item.cause)}), null, 2);
+      drawSpans(svg, outages, map.y, map.height, (item) => ({fill: fillOf(item.cause)}), null, 3);
       const wx0 = xOf(f), wx1 = xOf(t);
       hits = keep.slice(0, 0);
       [from, to] = [f, t];
@@ -376,7 +381,7 @@
         draw(svg, 'text', {x: gutter, y: y + 11, class: 'faint'}, name + (extra ? ' (' + extra + ')' : ''));
       } else {
         draw(svg, 'text', {x: 0, y: top + Math.min(height / 2 + 4, 15)}, name);
-        if (extra) draw(svg, 'text', {x: 0, y: top + 29, class: 'faint'}, extra);
+        if (extra) draw(svg, 'text', {x: 0, y: top + height - 4, class: 'faint'}, extra);
       }
       draw(svg, 'rect', {x: gutter, y: top, width: right - gutter, height, class: 'lane'});
       if (empty) draw(svg, 'text', {x: gutter + 8, y: top + height / 2 + 4, class: 'faint'}, empty);
@@ -393,7 +398,7 @@
 
     let top = lane('Link', 36, data.link.length ? '' : 'no line of the daemon');
     drawSpans(svg, link, top, 36, (item) => ({class: item.word}), (item) => item.word === 'online' ? 'online' : item.word === 'unknown' ? 'not known' : '', .5);
-    drawSpans(svg, outages, top + 3, 30, (item) => ({fill: fillOf(item.cause)}), causeText2, 3);
+    drawSpans(svg, outages, top, 36, (item) => ({fill: fillOf(item.cause)}), outageText, 3);
     top = lane('Daemon', 20, daemon.length ? '' : missing(5) || 'no start, end or request');
     drawMarks(svg, daemon, top + 10);
     top = lane('SIM', 20, sim.length ? '' : missing(5) || 'no line tells of it');
@@ -407,7 +412,7 @@
       drawBars(svg, rung, at, 18);
     });
     top = lane('Upgrades', 18, upgrades.length ? '' : missing(5) || 'none');
-    drawSpans(svg, upgrades, top, 18, (item) => ({class: item.word}), (item) => item.result, 4);
+    drawSpans(svg, upgrades, top, 18, (item) => ({class: item.word}), resultText, 2);
     const hasPower = rsrp.bins.length || rssi.bins.length;
     top = lane('Signal, dBm', 92, hasPower ? '' : missing(7) || 'no reading that is understood', hasPower && data.level < 7 ? 'RSRP at new bands' : '');
     if (hasPower) {
@@ -682,12 +687,13 @@
       timeText(0) + ' to ' + timeText(data.length) + ', ' + lengthText(data.length) + ', from ' + data.names.map(shown).join(', ');
     const legend = byId('legend');
     const entry = (attributes, text) => legend.append(node('span', {}, swatch(attributes), text));
-    entry({class: 'online'}, 'online'); entry({class: 'dialled'}, 'dialled'); entry({class: 'starting'}, 'starting'); entry({class: 'unknown'}, 'not known');
+    entry({class: 'online'}, 'online'); entry({class: 'dialled'}, 'dialled'); entry({class: 'starting'}, 'starting'); entry({class: 'unknown'}, 'not known'); entry({class: 'not-ready'}, 'no SIM that is ready');
     for (const [kind, text] of Object.entries(kKinds)) entry({d: kShapes[kind](8, 7), class: 'mark ' + kind}, text.toLowerCase().replace('sim', 'SIM'));
     for (const [kind, text] of [['start', 'the daemon begins'], ['end', 'it ends'], ['request', 'a request'], ['off', 'switched off'], ['dhcp', 'DHCP script'], ['another', 'another SIM']]) {
       entry({d: kShapes[kind](8, 7), class: 'mark ' + kind}, text);
     }
     for (const [kind, text] of [['rsrp', 'RSRP'], ['rssi', 'RSSI'], ['sinr', 'SINR']]) entry({d: 'M0 7h16', class: 'curve ' + kind}, text);
+    legend.append(node('span', {}, 'A low bar on the link: outages that took that share of its width.'));
     const advice = byId('advice');
     if (data.advice.length) {
       const list = node('ul');
