@@ -1,5 +1,6 @@
 // The table of what lines mean: each row finds the messages that its text makes, from its functions and no
 // others; and the page on recovery quotes no text that the table doesn't know.
+#include <cstdlib>
 #include <fstream>
 #include <set>
 #include <sstream>
@@ -89,6 +90,30 @@ TEST(Catalogue, TakesWhatTheDhcpClientsScriptSays) {
     EXPECT_EQ(Understand(Message("", "udhcpc wwan0 leasefail")).event, Event::kDhcpClient);
     EXPECT_EQ(Understand(Message("thread_function_pipe", "[FIFO]fifo msg:udhcpc wwan0 leasefail ")).event,
               Event::kNone);
+}
+
+TEST(Catalogue, FindsWhatEachReadingSays) {
+    size_t count = 0;
+    const ReadingRow* rows = ReadingCatalogue(&count);
+    ASSERT_GE(count, 9U);
+    for (size_t i = 0; i < count; ++i) {
+        std::string text = Printed(rows[i].text);
+        for (size_t at = text.find("a b"); at != std::string::npos; at = text.find("a b")) text.replace(at, 3, "-7");
+        const bool is_power = rows[i].measure == Measure::kRsrp_dbm;
+        for (size_t at = text.find("7"); is_power && at != std::string::npos; at = text.find("7", at + 3)) {
+            text.replace(at, 1, text[at - 1] == '-' ? "77" : "-77");
+        }
+        std::istringstream functions(rows[i].functions);
+        std::string function;
+        while (functions >> function) {
+            EXPECT_EQ(UnderstandReading(Message(function, text)).measure, rows[i].measure) << text;
+        }
+        EXPECT_EQ(UnderstandReading(Message("StoreSms", text)).measure, Measure::kNone) << text;
+        // The daemon still has this text.
+        const std::string command = std::string("grep -rqF '\"") + rows[i].text + "' " RAVELIN_SOURCE_DIR
+                                    "/network_daemon " RAVELIN_SOURCE_DIR "/CellSubClass";
+        EXPECT_EQ(system(command.c_str()), 0) << rows[i].text;
+    }
 }
 
 TEST(Catalogue, KnowsWhatThePageOnRecoveryQuotes) {
