@@ -2,7 +2,9 @@
 (async () => {
   const seen = [];
   const say = (name, value) => seen.push(name + '=' + value);
-  const frame = () => new Promise((done) => requestAnimationFrame(() => requestAnimationFrame(done)));
+  // A page that nobody looks at isn't given frames.
+  window.requestAnimationFrame = (draw) => setTimeout(draw, 0);
+  const frame = () => new Promise((done) => setTimeout(done, 1));
   const chart = document.getElementById('chart'), range = document.getElementById('range');
   const box = () => chart.getBoundingClientRect();
   const key = async (name) => { chart.dispatchEvent(new KeyboardEvent('keydown', {key: name, bubbles: true, cancelable: true})); await frame(); };

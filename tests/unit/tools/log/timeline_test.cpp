@@ -101,9 +101,9 @@ TEST(Series, GrowsWiderAndNeverLonger) {
 }
 
 TEST(Timeline, TheLinkIsUpSinceItsDialThoughALaterLineShowsIt) {
-    EXPECT_EQ(LinkOf(Draw(kStart)), "0 starting;60 online;");
+    EXPECT_EQ(LinkOf(Draw(kStart)), "0 starting;40 offline;60 online;");
     const Timeline dialled = Draw(std::string(kStart).substr(0, std::string(kStart).rfind("200 ")));
-    EXPECT_EQ(LinkOf(dialled), "0 starting;60 dialled;") << "no later line: nobody knows";
+    EXPECT_EQ(LinkOf(dialled), "0 starting;40 offline;60 dialled;") << "no later line: nobody knows";
 }
 
 TEST(Timeline, ALogThatBeginsInTheMiddleKnowsNothing) {
