@@ -1,4 +1,6 @@
 // ravelinctl timeline: the log as a picture, in a page for the browser.
+#include "tools/log/timeline.h"
+
 #include <unistd.h>
 
 #include <memory>
@@ -9,7 +11,6 @@
 #include "tools/ctl/output_file.h"
 #include "tools/ctl/timeline_page.h"
 #include "tools/log/reader.h"
-#include "tools/log/timeline.h"
 
 namespace ctl {
 
@@ -59,11 +60,14 @@ Command TimelineCommand() {
     command.name = kName;
     command.summary = "draws the log as a page for a browser";
     command.about =
-        "Reads the daemon's log, in all the forms that explain takes, and writes a page that shows over time: the link "
-        "with its outages and their causes, signal, SIM, what the daemon counted and tried, resets, upgrades and "
+        "Reads the daemon's log, in all the forms that explain takes, and writes a page that shows over "
+        "time: the link "
+        "with its outages and their causes, signal, SIM, what the daemon counted and tried, resets, upgrades "
+        "and "
         "temperature. It can be zoomed, each mark shows the lines of the log behind it, and it prints.\n"
         "\n"
-        "The page is one file. It needs no network and asks for none: it can be sent, kept, and opened from a stick. It "
+        "The page is one file. It needs no network and asks for none: it can be sent, kept, and opened from "
+        "a stick. It "
         "holds lines of the log, and with them what those tell of a SIM.";
     command.exit_statuses = {{kStatusDone, "the page was written, whatever the log says"},
                              {kStatusNotDone, "a log can't be read, or the page can't be written"}};

@@ -48,7 +48,8 @@ class Texts {
     size_t size_bytes_ = 0;
 };
 
-/// Lines of the log, each once. Place and message come again and again, and stand once; time stands with its line.
+/// Lines of the log, each once. Place and message come again and again, and stand once; time stands with its
+/// line.
 class Lines {
   public:
     /// The number of a line, or -1 where there is no room for more.
@@ -69,7 +70,8 @@ class Lines {
         const size_t blank = head == 0 ? std::string::npos : text.rfind(' ', head - 1);
         const size_t time = blank == std::string::npos ? 0 : blank + 1;
         rows_.push_back({evidence.input, evidence.line, text.substr(0, time),
-                         texts_.NumberOf(text.substr(time, head - time)), texts_.NumberOf(text.substr(head))});
+                         texts_.NumberOf(text.substr(time, head - time)),
+                         texts_.NumberOf(text.substr(head))});
         times_bytes_ += time;
         const int number = static_cast<int>(rows_.size() - 1);
         numbers_.emplace(key, number);

@@ -1,5 +1,5 @@
-// The timeline as a page: one file with everything in it, that needs no network and takes what the log says for text
-// and nothing more.
+// The timeline as a page: one file with everything in it, that needs no network and takes what the log says
+// for text and nothing more.
 #pragma once
 
 #include <string>
@@ -9,8 +9,8 @@
 
 namespace ctl {
 
-/// The data of the page, as JSON that may stand within a <script> of any page: ASCII, without <, > and &. Where the
-/// log is so large that a bound is met, what was left out is counted in it.
+/// The data of the page, as JSON that may stand within a <script> of any page: ASCII, without <, > and &.
+/// Where the log is so large that a bound is met, what was left out is counted in it.
 std::string TimelineData(const ravelin_log::Timeline& timeline, const ravelin_log::Reader& reader);
 
 /// The whole page.

@@ -153,15 +153,15 @@ constexpr CatalogueRow kCatalogue[] = {
 // clang-format off
 constexpr ReadingRow kReadings[] = {
     {"Band change: last band[%s] rsrp[%s], current band[%s] rsrp[%s]",
-     "CheckSignalStatus CheckNeighbourSignal", 5, Measure::kRsrp_dbm},
-    {"QENG info, rsrp:%s !", "CheckSignalStatus", 7, Measure::kRsrp_dbm},
-    {"CPSI info, rsrp:%s !", "CheckSignalStatus", 7, Measure::kRsrp_dbm},
-    {"CESQ info,caculate real rsrp_level:%d !!!!!!", "CheckSignalStatus", 7, Measure::kRsrp_dbm},
-    {"QENG info, sinr:%s !", "CheckSignalStatus", 7, Measure::kSinr_db},
+     "CheckSignalStatus CheckNeighbourSignal", 5, Measure::kRsrp},
+    {"QENG info, rsrp:%s !", "CheckSignalStatus", 7, Measure::kRsrp},
+    {"CPSI info, rsrp:%s !", "CheckSignalStatus", 7, Measure::kRsrp},
+    {"CESQ info,caculate real rsrp_level:%d !!!!!!", "CheckSignalStatus", 7, Measure::kRsrp},
+    {"QENG info, sinr:%s !", "CheckSignalStatus", 7, Measure::kSinr},
     {"The wireless network signal is weak,m_nCSQ=:%d,NetType=%d", "CheckNetwork", 7, Measure::kCsq},
-    {"query baseband temperature %d!", "ParseAtResult", 4, Measure::kTemperature_celsius},
-    {"Quectel Temp Baseband(%d),XO(%d),PA(%d)", "ParseAtResult", 7, Measure::kTemperature_celsius},
-    {"m_Tempture[%d] temp.val[%d]", "CheckTempStatus", 7, Measure::kTemperature_celsius},
+    {"query baseband temperature %d!", "ParseAtResult", 4, Measure::kTemperature},
+    {"Quectel Temp Baseband(%d),XO(%d),PA(%d)", "ParseAtResult", 7, Measure::kTemperature},
+    {"m_Tempture[%d] temp.val[%d]", "CheckTempStatus", 7, Measure::kTemperature},
 };
 // clang-format on
 
@@ -170,13 +170,13 @@ constexpr size_t kReadingRows = sizeof kReadings / sizeof kReadings[0];
 /// What a value can be; anything else is a modem that doesn't know, or that is misunderstood.
 bool CanBe(Measure measure, int64_t value) {
     switch (measure) {
-        case Measure::kRsrp_dbm:
+        case Measure::kRsrp:
             return value >= -156 && value <= -31;
-        case Measure::kSinr_db:
+        case Measure::kSinr:
             return value >= -23 && value <= 40;
         case Measure::kCsq:
             return value >= 0 && value <= 31;
-        case Measure::kTemperature_celsius:
+        case Measure::kTemperature:
             return value >= -60 && value <= 150 && value != 0;  // 0: it gave none
         default:
             return false;

@@ -123,7 +123,7 @@ struct Said {
 Said Understand(const Line& line);
 
 /// What the daemon has measured. No story follows from it, and most of it is said at level 7 alone.
-enum class Measure { kNone, kRsrp_dbm, kSinr_db, kCsq, kTemperature_celsius };
+enum class Measure { kNone, kRsrp, kSinr, kCsq, kTemperature };  // dBm, dB, as reported, degrees Celsius
 
 struct Reading {
     Measure measure = Measure::kNone;

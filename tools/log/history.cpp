@@ -33,7 +33,7 @@ constexpr int64_t kServiceValid = 2;
 constexpr int64_t kStateSearching = 2;
 constexpr int64_t kStateDenied = 3;
 constexpr int64_t kLte = 3;
-constexpr int kWeakRsrp_dbm = -115;
+constexpr int kWeakRsrp = -115;
 
 std::string TopOf(const std::string& cause_word) {
     return cause_word.substr(0, cause_word.find('/'));
@@ -643,7 +643,7 @@ void Historian::OnLink(const Said& said) {
             if (is_sim) Prove(outage, lost);
             Prove(outage, checks.back());
             sim_confirmed_ = sim_hesitated_;
-            const bool is_weak = weakest_rsrp_ <= kWeakRsrp_dbm;
+            const bool is_weak = weakest_rsrp_ <= kWeakRsrp;
             if (!is_sim && !sim_hesitated_ && is_weak) outage.cause = "link-down/weak-signal";
             failed_checks_.clear();
             sim_lost_.is_set = false;

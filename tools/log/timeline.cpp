@@ -203,10 +203,10 @@ void TimelineBuilder::TakeReading(const Line& line) {
     if (reading.measure == Measure::kNone) return;
     timeline_.level = std::max(timeline_.level, reading.level);
     switch (reading.measure) {
-        case Measure::kRsrp_dbm:
+        case Measure::kRsrp:
             timeline_.rsrp_dbm.Add(reading.value, now_);
             break;
-        case Measure::kSinr_db:
+        case Measure::kSinr:
             timeline_.sinr_db.Add(reading.value, now_);
             break;
         case Measure::kCsq:
@@ -218,8 +218,8 @@ void TimelineBuilder::TakeReading(const Line& line) {
     }
 }
 
-/// The modem's words have no prefix, so that an SMS may look like them: they are believed as the answer to AT+CSQ
-/// alone, and nothing follows from them but a point of the curve.
+/// The modem's words have no prefix, so that an SMS may look like them: they are believed as the answer to
+/// AT+CSQ alone, and nothing follows from them but a point of the curve.
 void TimelineBuilder::TakeAnswer(const Line& line) {
     constexpr std::string_view kAnswer = "+CSQ: ";
     std::string_view text = line.raw;

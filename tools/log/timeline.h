@@ -1,6 +1,6 @@
-// The log over time, as a picture needs it: what the link, the SIM and the daemon did from when to when, and what
-// was measured. However long the log is, no more is kept than can be drawn: readings and counts fall into bins,
-// which grow wider as the log goes on.
+// The log over time, as a picture needs it: what the link, the SIM and the daemon did from when to when, and
+// what was measured. However long the log is, no more is kept than can be drawn: readings and counts fall
+// into bins, which grow wider as the log goes on.
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,5 @@
-// The page of the timeline: whatever the log holds is data in it, its lines stand in it once, and its size has a bound.
+// The page of the timeline: whatever the log holds is data in it, its lines stand in it once, and its size
+// has a bound.
 #include "tools/ctl/timeline_page.h"
 
 #include <unistd.h>
@@ -35,10 +36,12 @@ constexpr char kStart[] =
     "00:00:00.0 network_daemon/main.cpp:main:82:THIS APP BUILD INFO: commit 0 tag V2.5.1 by root on 1\n";
 
 TEST_F(TimelinePage, ATextOfTheLogIsNoMarkup) {
-    const std::string hostile = "</script><script>x()</script><!--<script>&\"\\ \xE2\x80\xA8 \xE2\x80\xAE \x01 \x7F \xFF \xC3";
-    const std::string data = DataOf(std::string(kStart) +
-                                    "00:00:01.0 network_daemon/cellular_sim.cpp:CheckSimCard:1:Get Card:  m_card_imsi = 1" +
-                                    hostile + "\n");
+    const std::string hostile =
+        "</script><script>x()</script><!--<script>&\"\\ \xE2\x80\xA8 \xE2\x80\xAE \x01 \x7F \xFF \xC3";
+    const std::string data =
+        DataOf(std::string(kStart) +
+               "00:00:01.0 network_daemon/cellular_sim.cpp:CheckSimCard:1:Get Card:  m_card_imsi = 1" +
+               hostile + "\n");
     EXPECT_NE(data.find("\\u003C/script\\u003E"), std::string::npos) << data;
     for (const unsigned char c : data) {
         ASSERT_TRUE(c >= ' ' && c < 0x7f) << static_cast<int>(c);
@@ -57,11 +60,14 @@ TEST_F(TimelinePage, ATextOfTheLogIsNoMarkup) {
 TEST_F(TimelinePage, ALineStandsInItOnce) {
     std::string log = kStart;
     for (int i = 0; i < 50; ++i) {
-        log += "00:01:" + std::to_string(10 + i % 50) + ".0 network_daemon/main_fifo.cpp:handle_command:7:[FIFO]SoftReset:1\n";
+        log += "00:01:" + std::to_string(10 + i % 50) +
+               ".0 network_daemon/main_fifo.cpp:handle_command:7:[FIFO]SoftReset:1\n";
     }
     const std::string data = DataOf(log);
     size_t places = 0;
-    for (size_t at = data.find("main_fifo.cpp"); at != std::string::npos; at = data.find("main_fifo.cpp", at + 1)) ++places;
+    for (size_t at = data.find("main_fifo.cpp"); at != std::string::npos;
+         at = data.find("main_fifo.cpp", at + 1))
+        ++places;
     EXPECT_EQ(places, 1U);
     rapidjson::Document document;
     document.Parse(data.c_str());
@@ -70,7 +76,8 @@ TEST_F(TimelinePage, ALineStandsInItOnce) {
     // Put together again, it is the line.
     const auto& line = document["lines"][50];
     const auto& texts = document["texts"];
-    EXPECT_EQ(std::string(line[2].GetString()) + texts[line[3].GetInt()].GetString() + texts[line[4].GetInt()].GetString(),
+    EXPECT_EQ(std::string(line[2].GetString()) + texts[line[3].GetInt()].GetString() +
+                  texts[line[4].GetInt()].GetString(),
               "00:01:59.0 network_daemon/main_fifo.cpp:handle_command:7:[FIFO]SoftReset:1");
 }
 
@@ -102,7 +109,8 @@ TEST_F(TimelinePage, NeedsNothingFromOutside) {
     const std::string page = ctl::TimelinePage("{}");
     EXPECT_NE(page.find("default-src 'none'; script-src 'sha256-"), std::string::npos);
     EXPECT_EQ(page.find("unsafe-inline"), std::string::npos);
-    for (const char* word : {"src=", "href=", "@import", "fetch(", "XMLHttpRequest", "innerHTML", "document.write", "eval("}) {
+    for (const char* word :
+         {"src=", "href=", "@import", "fetch(", "XMLHttpRequest", "innerHTML", "document.write", "eval("}) {
         EXPECT_EQ(page.find(word), std::string::npos) << word;
     }
     EXPECT_NE(page.find("<script type=\"application/json\" id=\"data\">{}</script>"), std::string::npos);

@@ -98,8 +98,9 @@ TEST(Catalogue, FindsWhatEachReadingSays) {
     ASSERT_GE(count, 9U);
     for (size_t i = 0; i < count; ++i) {
         std::string text = Printed(rows[i].text);
-        for (size_t at = text.find("a b"); at != std::string::npos; at = text.find("a b")) text.replace(at, 3, "-7");
-        const bool is_power = rows[i].measure == Measure::kRsrp_dbm;
+        for (size_t at = text.find("a b"); at != std::string::npos; at = text.find("a b"))
+            text.replace(at, 3, "-7");
+        const bool is_power = rows[i].measure == Measure::kRsrp;
         for (size_t at = text.find("7"); is_power && at != std::string::npos; at = text.find("7", at + 3)) {
             text.replace(at, 1, text[at - 1] == '-' ? "77" : "-77");
         }
@@ -110,8 +111,9 @@ TEST(Catalogue, FindsWhatEachReadingSays) {
         }
         EXPECT_EQ(UnderstandReading(Message("StoreSms", text)).measure, Measure::kNone) << text;
         // The daemon still has this text.
-        const std::string command = std::string("grep -rqF '\"") + rows[i].text + "' " RAVELIN_SOURCE_DIR
-                                    "/network_daemon " RAVELIN_SOURCE_DIR "/CellSubClass";
+        const std::string command = std::string("grep -rqF '\"") + rows[i].text +
+                                    "' " RAVELIN_SOURCE_DIR "/network_daemon " RAVELIN_SOURCE_DIR
+                                    "/CellSubClass";
         EXPECT_EQ(system(command.c_str()), 0) << rows[i].text;
     }
 }

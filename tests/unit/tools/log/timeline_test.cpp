@@ -1,5 +1,5 @@
-// What the picture of a log is drawn from: bins that stay within their bound and keep the worst line, the link with what
-// is known only later, SIM, rungs and readings; and nothing that the log doesn't tell.
+// What the picture of a log is drawn from: bins that stay within their bound and keep the worst line, the
+// link with what is known only later, SIM, rungs and readings; and nothing that the log doesn't tell.
 #include "tools/log/timeline.h"
 
 #include <cstdio>
@@ -116,10 +116,12 @@ TEST(Timeline, ALogThatBeginsInTheMiddleKnowsNothing) {
 TEST(Timeline, TellsRungsWithTheirCounts) {
     std::string log = kStart;
     for (int i = 1; i <= 11; ++i) {
-        log += std::to_string(300 + 2 * i) + " Task Check connection. offline " + std::to_string(i) + "/10 times\n";
+        log += std::to_string(300 + 2 * i) + " Task Check connection. offline " + std::to_string(i) +
+               "/10 times\n";
     }
-    log += "330 Connect Check service status.  1/34 times.\n340 Connect Check service status.  2/34 times.\n"
-           "350 Connect Do connect.  2 times.\n";
+    log +=
+        "330 Connect Check service status.  1/34 times.\n340 Connect Check service status.  2/34 times.\n"
+        "350 Connect Do connect.  2 times.\n";
     const Timeline timeline = Draw(log);
     ASSERT_EQ(timeline.link_checks.bins().size(), 11U);
     EXPECT_EQ(timeline.link_checks.bins().back().high, 11);
