@@ -129,8 +129,10 @@ void AddInfo(const Seen& seen, std::vector<Family>* families) {
     families->push_back(Info("ravelin_modem", "What the link is made of, as far as it is known.",
                              {{"model", seen.model},
                               {"firmware", text("FWVersion")},
-                              {"operator", text("Carrier")},
-                              {"technology", text("Network")}}));
+                              {"operator", text("Carrier")}}));
+    // By itself: it changes with every cell, and would make a new series of the modem each time.
+    families->push_back(
+        Info("ravelin_network", "The radio technology seen last.", {{"technology", text("Network")}}));
     families->push_back(Info("ravelin_daemon", "The daemon's build.", {{"commit", text("GIT_VERSION")}}));
     if (seen.shows_identity) {
         families->push_back(Info("ravelin_sim", "Numbers of SIM and modem.",
