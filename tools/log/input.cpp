@@ -118,7 +118,8 @@ bool Input::NextLine(std::string_view* line) {
     }
     last_begin_ = static_cast<size_t>(line->data() - block_.data());
     ++line_number_;
-    if (!line->empty() && line->back() == '\r') line->remove_suffix(1);
+    has_cr_ = !line->empty() && line->back() == '\r';
+    if (has_cr_) line->remove_suffix(1);
     return true;
 }
 

@@ -33,6 +33,7 @@ class Input {
     bool follows() const { return follows_; }
     const std::string& name() const { return name_; }
     int64_t line_number() const { return line_number_; }  // of the line last returned; the first is 1
+    bool has_cr() const { return has_cr_; }               // its line end was "\r\n"
     bool is_torn() const { return is_torn_; }             // the line last returned had no line end
     bool has_failed() const { return has_failed_; }       // a read failed, or what gzip has packed is broken
     int64_t changed_seconds() const {
@@ -53,6 +54,7 @@ class Input {
     int64_t changed_seconds_ = 0;
     bool follows_ = false;
     bool has_failed_ = false;
+    bool has_cr_ = false;
     bool is_torn_ = false;
     bool drops_line_ = false;  // the rest of the line at hand was too long
     int64_t line_number_ = 0;

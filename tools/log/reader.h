@@ -38,6 +38,7 @@ struct Line {
     int process = 0;           // the same; 0: not told
     Place place;               // empty in what was forwarded to syslog
     std::string_view message;  // without time and place
+    bool has_cr = false;       // a CR stood before its line end, as in the modem's words at level 7
     bool is_torn = false;      // it has no line end, or was cut at the longest line of the log
     bool begins_run = false;   // the first line of a new process
     bool has_time = false;     // it shows one itself; else `time_ms` is that of the line before

@@ -131,6 +131,7 @@ void Stream::TakeText(std::string_view text, bool is_torn) {
     line_.process = parts.process;
     line_.place = parts.place;
     line_.message = parts.message;
+    line_.has_cr = pending_.empty() && input_->has_cr();
     line_.is_torn = is_torn;
     const bool has_place = !parts.place.file.empty();
     message_size_ = (has_place ? 0 : message_size_) + text.size() + 1;
@@ -169,7 +170,8 @@ bool Stream::NextOfJournal() {
     const size_t end = pending_.find('\n');
     std::string_view text = pending_.substr(0, end);
     pending_ = end != std::string_view::npos ? pending_.substr(end + 1) : std::string_view();
-    if (!text.empty() && text.back() == '\r') text.remove_suffix(1);
+    line_.has_cr = !text.empty() && text.back() == '\r';
+    if (line_.has_cr) text.remove_suffix(1);
 
     line_.input = index_;
     line_.number = entry_.number;
