@@ -16,19 +16,19 @@ using Counts = std::map<std::string, int64_t>;
 /// Every counter that there is: no other ever gets out, so that the number of series is bounded.
 const std::vector<std::string>& KnownCounts();
 
-/// The beginning of a log: as many bytes as it had when it was seen last, 1024 at most, and their hash.
+/// The beginning of a log: as many bytes as it had when it was seen last, 4096 at most, and their hash.
 struct Fingerprint {
     size_t length_bytes = 0;
     uint64_t hash = 0;
 };
 
-constexpr size_t kFingerprint_bytes = 1024;
+constexpr size_t kFingerprint_bytes = 4096;
 
 Fingerprint FingerprintOf(const std::string& beginning, size_t length_bytes = kFingerprint_bytes);
 
 struct LogFile {
     std::string name;
-    std::string beginning;  // its first whole lines, 1024 bytes at most
+    std::string beginning;  // its first whole lines, 4096 bytes at most
     time_t modified = 0;
 };
 

@@ -29,7 +29,7 @@ TEST(Totals, ALogThatGrowsIsTheSame) {
     totals = Again(totals);
     totals.Take("first\nsecond\n", false, {{kSim, 3000}});
     EXPECT_EQ(SumOf(totals, kSim), 3000);
-    totals.Take("first\nsecond\n" + std::string(2000, 'x').substr(0, kFingerprint_bytes - 13), false,
+    totals.Take("first\nsecond\n" + std::string(5000, 'x').substr(0, kFingerprint_bytes - 13), false,
                 {{kSim, 4000}});
     EXPECT_EQ(SumOf(Again(totals), kSim), 4000);
     EXPECT_EQ(Again(totals).created_seconds(), 5);
@@ -100,7 +100,7 @@ TEST(Totals, AHostileFileIsRefused) {
                                 "count 1e9 outage sim\n",          "count nan outage sim\n",
                                 "count 99999999999999999999 outage sim\n",
                                 "count 9000000000000000 outage sim\n", "created x\n",
-                                "created -1\n",                    "log 2000 1 0\n",
+                                "created -1\n",                    "log 5000 1 0\n",
                                 "log 1\n",                         "log 1 1 7\n",
                                 "word\n",                          "\n"};
     for (const char* row : rows) EXPECT_FALSE(Totals::Parse(Sealed(head + row))) << row;
