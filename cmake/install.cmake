@@ -97,6 +97,10 @@ if(RAVELIN_TOOLS)
         set(SBIN_DIR [==[${CMAKE_INSTALL_SBINDIR}]==])
         set(LIBRARY_DIR [==[${RAVELIN_PRIVATE_LIBRARY_DIR}]==])
         include([==[${CMAKE_SOURCE_DIR}/cmake/link_tools.cmake]==])" COMPONENT tools)
+    # Off until somebody enables the timer.
+    install(FILES ${PACKAGING}/systemd/ravelin-metrics.service ${PACKAGING}/systemd/ravelin-metrics.timer
+        DESTINATION ${RAVELIN_UNIT_DIR} COMPONENT tools)
+    install(DIRECTORY ${PACKAGING}/prometheus DESTINATION ${TOOLS_DOC_DIR}/examples COMPONENT tools)
     install(PROGRAMS ${CMAKE_SOURCE_DIR}/simulator/QFirehose DESTINATION ${TOOLS_DOC_DIR}/examples COMPONENT tools)
     install(DIRECTORY ${CMAKE_SOURCE_DIR}/tests/scenarios DESTINATION ${TOOLS_DOC_DIR}/examples COMPONENT tools
         FILES_MATCHING PATTERN *_start_to_online.scenario PATTERN *_link_lost.scenario PATTERN machinery EXCLUDE)
