@@ -47,6 +47,10 @@ for file in modem_sim ocpp_peer ravelinctl scenario_run ravelin_soak recovery_ma
 done
 check "and the shell completes ravelinctl" \
     grep -q "^complete -F _ravelinctl ravelinctl" "$stage/tools/usr/share/bash-completion/completions/ravelinctl"
+for file in lib/systemd/system/ravelin-metrics.{service,timer} \
+    share/doc/ravelin-mobile-tools/examples/prometheus/{prometheus.yml,ravelin.rules.yml,consoles/ravelin.html}; do
+    check "the tools come with $file" test -f "$stage/tools/usr/$file"
+done
 check "it looks for its libraries in the loader's own places" \
     refuses sh -c 'readelf --dynamic "$1" | grep -E "\((RUNPATH|RPATH)\)"' - "$stage/daemon/usr/sbin/ravelin-mobile"
 check "--strip strips" refuses has_debug_information "$stage/daemon/usr/sbin/ravelin-mobile"

@@ -143,9 +143,9 @@ int Metrics(const Options& options) {
     // Each minute a write would wear the board's flash; nearly always nothing has changed.
     const std::string after = totals.Text();
     if (!options.state.empty() && after != before && !Write(options.state, after)) status = kStatusNotWritten;
-    const std::string text = metrics::Exposition(
-        metrics::BoardMetrics(seen),
-        options.is_openmetrics ? metrics::Format::kOpenMetrics : metrics::Format::kText);
+    const std::string text =
+        metrics::Exposition(metrics::BoardMetrics(seen),
+                            options.is_openmetrics ? metrics::Format::kOpenMetrics : metrics::Format::kText);
     if (options.output.empty()) {
         fwrite(text.data(), 1, text.size(), stdout);
     } else if (!Write(options.output, text)) {
@@ -161,7 +161,8 @@ Command MetricsCommand() {
     command.name = kName;
     command.summary = "writes state and history of the board as metrics for Prometheus";
     command.about =
-        "Reads the status files and the daemon's logs, and writes metrics in the text format of Prometheus: on "
+        "Reads the status files and the daemon's logs, and writes metrics in the text format of Prometheus: "
+        "on "
         "standard output, or with --output as a file for the textfile collector of node_exporter.\n"
         "\n"
         "LOG is a file of the log, packed by gzip or not; several come in any order. Without LOG it is the "
@@ -179,7 +180,8 @@ Command MetricsCommand() {
             ->type_name("FILE");
         app.add_option("--state", options->state, "where the counters are kept between two runs")
             ->type_name("FILE");
-        app.add_flag("--openmetrics", options->is_openmetrics, "OpenMetrics, which the collector doesn't read");
+        app.add_flag("--openmetrics", options->is_openmetrics,
+                     "OpenMetrics, which the collector doesn't read");
         app.add_flag("--identity", options->shows_identity, "with the numbers of SIM and modem");
         app.add_option("--folder", options->folder, "status files of another board, or copies")
             ->type_name("FOLDER");

@@ -16,10 +16,10 @@ struct VerdictName {
     const char* word;
 };
 // The words of `ravelinctl status --json`.
-constexpr VerdictName kVerdicts[] = {
-    {Verdict::kOnline, "online"},   {Verdict::kOffline, "offline"}, {Verdict::kStale, "stale"},
-    {Verdict::kTorn, "torn"},       {Verdict::kMissing, "missing"}, {Verdict::kUnreadable, "unreadable"},
-    {Verdict::kNoDaemon, "no-daemon"}};
+constexpr VerdictName kVerdicts[] = {{Verdict::kOnline, "online"},     {Verdict::kOffline, "offline"},
+                                     {Verdict::kStale, "stale"},       {Verdict::kTorn, "torn"},
+                                     {Verdict::kMissing, "missing"},   {Verdict::kUnreadable, "unreadable"},
+                                     {Verdict::kNoDaemon, "no-daemon"}};
 
 struct MeasureName {
     Measure measure;
@@ -103,7 +103,8 @@ void AddStatus(const Seen& seen, std::vector<Family>* families) {
         family.type = Type::kCounter;
         families->push_back(family);
     }
-    families->push_back(Gauge("ravelin_two_sims_enabled", "", "Whether the daemon may switch to a second SIM.",
+    families->push_back(Gauge("ravelin_two_sims_enabled", "",
+                              "Whether the daemon may switch to a second SIM.",
                               status.Get("doubleSIM_enable") == "TRUE" ? 1 : 0));
     // The rest keeps its last value while the link is down, and that isn't known to be true any more.
     if (!is_online) return;
@@ -126,10 +127,9 @@ void AddInfo(const Seen& seen, std::vector<Family>* families) {
     const board::StatusFile& status = seen.files.status;
     if (status.state != board::StatusState::kWhole && seen.model.empty()) return;
     const auto text = [&](const char* key) { return LabelValue(status.Get(key)); };
-    families->push_back(Info("ravelin_modem", "What the link is made of, as far as it is known.",
-                             {{"model", seen.model},
-                              {"firmware", text("FWVersion")},
-                              {"operator", text("Carrier")}}));
+    families->push_back(
+        Info("ravelin_modem", "What the link is made of, as far as it is known.",
+             {{"model", seen.model}, {"firmware", text("FWVersion")}, {"operator", text("Carrier")}}));
     // By itself: it changes with every cell, and would make a new series of the modem each time.
     families->push_back(
         Info("ravelin_network", "The radio technology seen last.", {{"technology", text("Network")}}));

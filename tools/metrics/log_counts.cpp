@@ -1,9 +1,9 @@
 #include "tools/metrics/log_counts.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <string_view>
-
-#include <sys/stat.h>
 
 #include "tools/log/history.h"
 #include "tools/log/input.h"
@@ -19,14 +19,21 @@ using namespace ravelin_log;
 constexpr int64_t kMilli = 1000;
 constexpr std::string_view kModelText = "m_ModuleName = ";
 
-constexpr const char* kCauses[] = {
-    cause::kModemMute, cause::kPortGone,   cause::kSim,  cause::kNoService, cause::kDenied,
-    cause::kLinkDown,  cause::kDataPath,   cause::kDhcp, cause::kDisabled,  cause::kCommand,
-    cause::kOcpp,      cause::kDialFailed, cause::kRestart, cause::kUnknown};
-constexpr const char* kReasons[] = {
-    cause::kCommand,          cause::kModemMute,  cause::kPortGone, cause::kSim,  cause::kNoService,
-    reason::kNoServiceRounds, reason::kNoServiceTwoSims, reason::kReconnect, cause::kDataPath, cause::kOcpp,
-    cause::kUnknown};
+constexpr const char* kCauses[] = {cause::kModemMute, cause::kPortGone, cause::kSim,      cause::kNoService,
+                                   cause::kDenied,    cause::kLinkDown, cause::kDataPath, cause::kDhcp,
+                                   cause::kDisabled,  cause::kCommand,  cause::kOcpp,     cause::kDialFailed,
+                                   cause::kRestart,   cause::kUnknown};
+constexpr const char* kReasons[] = {cause::kCommand,
+                                    cause::kModemMute,
+                                    cause::kPortGone,
+                                    cause::kSim,
+                                    cause::kNoService,
+                                    reason::kNoServiceRounds,
+                                    reason::kNoServiceTwoSims,
+                                    reason::kReconnect,
+                                    cause::kDataPath,
+                                    cause::kOcpp,
+                                    cause::kUnknown};
 constexpr ResetKind kKinds[] = {ResetKind::kSoft, ResetKind::kHard, ResetKind::kSimSwitch};
 constexpr const char* kResults[] = {"ok", "failed", "unsupported", "no-tool", "unknown"};
 

@@ -30,7 +30,8 @@ bool TakeCount(std::istringstream& line, Counts* counts) {
     std::string name;
     const std::vector<std::string>& known = KnownCounts();
     if (!(line >> milli) || line.get() != ' ' || !std::getline(line, name)) return false;
-    if (milli < 0 || milli > kMost_milli || !std::binary_search(known.begin(), known.end(), name)) return false;
+    if (milli < 0 || milli > kMost_milli || !std::binary_search(known.begin(), known.end(), name))
+        return false;
     (*counts)[name] = milli;
     return true;
 }
@@ -63,7 +64,8 @@ std::optional<Totals> Totals::Parse(const std::string& text) {
         } else if (word == "log") {
             Log log;
             words >> log.print.length_bytes >> log.print.hash >> log.is_final;
-            if (!words || log.print.length_bytes > kFingerprint_bytes || totals.logs_.size() >= kLogs) return {};
+            if (!words || log.print.length_bytes > kFingerprint_bytes || totals.logs_.size() >= kLogs)
+                return {};
             totals.logs_.push_back(log);
             counts = &totals.logs_.back().counts;
         } else if (word != "count" || !TakeCount(words, counts)) {

@@ -41,7 +41,8 @@ TEST(BoardMetrics, OfAnOnlineBoard) {
          {"\nravelin_online 1\n", "\nravelin_link_uptime_seconds 3725\n", "\nravelin_rssi_dbm -73\n",
           "\nravelin_modem_temperature_celsius 38\n", "\nravelin_status_age_seconds 3\n",
           "\nravelin_connect_attempts_total 1\n", "\nravelin_registration_status{network=\"lte\"} 1\n",
-          "\nravelin_status_verdict{verdict=\"online\"} 1\n", "\nravelin_status_verdict{verdict=\"stale\"} 0\n",
+          "\nravelin_status_verdict{verdict=\"online\"} 1\n",
+          "\nravelin_status_verdict{verdict=\"stale\"} 0\n",
           "\nravelin_modem_info{firmware=\"EG25GGBR07A08M2G\",operator=\"CHINA MOBILE\"} 1\n",
           "\nravelin_network_info{technology=\"FDD LTE\"} 1\n"}) {
         EXPECT_TRUE(Has(seen, line)) << line << Text(seen);
@@ -95,7 +96,8 @@ TEST(BoardMetrics, ValuesThatCannotBeAreNot) {
 TEST(BoardMetrics, CountersBeginAtZero) {
     Seen seen = Board(kOnline);
     seen.log_was_read = true;
-    seen.counts = Counts{{"reset soft no-service", 2000}, {"outage-time sim", 1500}, {"reset soft mine", 1000}};
+    seen.counts =
+        Counts{{"reset soft no-service", 2000}, {"outage-time sim", 1500}, {"reset soft mine", 1000}};
     EXPECT_TRUE(Has(seen, "\nravelin_resets_total{kind=\"soft\",reason=\"no-service\"} 2\n"));
     EXPECT_TRUE(Has(seen, "\nravelin_resets_total{kind=\"sim-switch\",reason=\"ocpp\"} 0\n"));
     EXPECT_TRUE(Has(seen, "\nravelin_outage_seconds_total{cause=\"sim\"} 1.5\n"));

@@ -60,9 +60,15 @@ TEST(Exposition, WhatIsNotKnownIsNotThere) {
 }
 
 TEST(Exposition, NumbersAreExact) {
-    const std::pair<int64_t, std::string> rows[] = {
-        {0, "0"},       {1, "0.001"},     {-1, "-0.001"}, {1000, "1"}, {-95000, "-95"},
-        {1010, "1.01"}, {120100, "120.1"}, {INT64_MIN, "-9223372036854775.808"}, {INT64_MAX, "9223372036854775.807"}};
+    const std::pair<int64_t, std::string> rows[] = {{0, "0"},
+                                                    {1, "0.001"},
+                                                    {-1, "-0.001"},
+                                                    {1000, "1"},
+                                                    {-95000, "-95"},
+                                                    {1010, "1.01"},
+                                                    {120100, "120.1"},
+                                                    {INT64_MIN, "-9223372036854775.808"},
+                                                    {INT64_MAX, "9223372036854775.807"}};
     for (const auto& [milli, text] : rows) {
         Family family;
         family.name = "x";

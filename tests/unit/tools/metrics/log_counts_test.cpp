@@ -61,7 +61,8 @@ TEST_F(LogCountsTest, WhatIsNoFileIsNotWaitedFor) {
 TEST_F(LogCountsTest, ModelAndAnOutageThatLasts) {
     Write(
         "00:00:01.000 network_daemon/cellular_identify.cpp:Initialize:129:[OTA] m_ModuleName = EG25 \n"
-        "00:03:34.388 network_daemon/cellular_sim.cpp:CheckIfSimCardReady:156:CheckIfSimCardReady: SIM is not "
+        "00:03:34.388 network_daemon/cellular_sim.cpp:CheckIfSimCardReady:156:CheckIfSimCardReady: SIM is "
+        "not "
         "ready!\n"
         "00:03:56.394 network_daemon/cellular_task.cpp:Task:137:No response! Reset device...\n");
     const LogCounts live = Count(false);

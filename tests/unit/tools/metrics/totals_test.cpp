@@ -96,13 +96,19 @@ std::string Sealed(const std::string& text) {
 TEST(Totals, AHostileFileIsRefused) {
     const std::string head = "ravelinctl metrics 1\ncreated 1\n";
     EXPECT_TRUE(Totals::Parse(Sealed(head + "count 1000 outage sim\n")));
-    const char* const rows[] = {"count 1000 outage mine\n",        "count -1 outage sim\n",
-                                "count 1e9 outage sim\n",          "count nan outage sim\n",
+    const char* const rows[] = {"count 1000 outage mine\n",
+                                "count -1 outage sim\n",
+                                "count 1e9 outage sim\n",
+                                "count nan outage sim\n",
                                 "count 99999999999999999999 outage sim\n",
-                                "count 9000000000000000 outage sim\n", "created x\n",
-                                "created -1\n",                    "log 5000 1 0\n",
-                                "log 1\n",                         "log 1 1 7\n",
-                                "word\n",                          "\n"};
+                                "count 9000000000000000 outage sim\n",
+                                "created x\n",
+                                "created -1\n",
+                                "log 5000 1 0\n",
+                                "log 1\n",
+                                "log 1 1 7\n",
+                                "word\n",
+                                "\n"};
     for (const char* row : rows) EXPECT_FALSE(Totals::Parse(Sealed(head + row))) << row;
     std::string logs;
     for (int i = 0; i < 17; ++i) logs += "log 1 " + std::to_string(i) + " 0\n";
