@@ -149,14 +149,14 @@ struct CounterRow {
 };
 
 void AddCounters(const Counts& counts, int64_t created_seconds, std::vector<Family>* families) {
-    static const CounterRow kRows[] = {
+    static const CounterRow rows[] = {
         {"outage", "ravelin_outages", "", "Outages that have ended, by cause.", {"cause"}},
         {"outage-time", "ravelin_outage_seconds", "seconds", "Time of outages that have ended.", {"cause"}},
         {"reset", "ravelin_resets", "", "Resets by what was reset and why.", {"kind", "reason"}},
         {"upgrade", "ravelin_upgrades", "", "Upgrades of the modem's firmware, by result.", {"result"}},
         {"online", "ravelin_online_seconds", "seconds", "Time online, as far as the log shows it.", {}},
         {"start", "ravelin_daemon_starts", "", "Starts of the daemon.", {}}};
-    for (const CounterRow& row : kRows) {
+    for (const CounterRow& row : rows) {
         Family family = Gauge(row.name, row.unit, row.help);
         family.type = Type::kCounter;
         family.created_seconds = created_seconds;

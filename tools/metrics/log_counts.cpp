@@ -17,6 +17,7 @@ namespace {
 using namespace ravelin_log;
 
 constexpr int64_t kMilli = 1000;
+constexpr std::string_view kUpgradePrefix = "[OTA] ";
 constexpr std::string_view kModelText = "m_ModuleName = ";
 
 constexpr const char* kCauses[] = {cause::kModemMute, cause::kPortGone, cause::kSim,      cause::kNoService,
@@ -61,6 +62,15 @@ void Add(const std::string& name, int64_t milli, Counts* counts) {
     if (milli > 0 && std::binary_search(known.begin(), known.end(), name)) (*counts)[name] += milli;
 }
 
+/// "m_ModuleName = EG25 ", which some families say at the set-up and others when they are identified.
+void TakeModel(std::string_view message, std::string* model) {
+    if (message.substr(0, kUpgradePrefix.size()) == kUpgradePrefix) {
+        message.remove_prefix(kUpgradePrefix.size());
+    }
+    if (message.substr(0, kModelText.size()) != kModelText) return;
+    *model = LabelValue(message.substr(kModelText.size()));
+}
+
 }  // namespace
 
 const std::vector<std::string>& KnownCounts() {
@@ -87,7 +97,10 @@ bool OpenLog(const std::string& name, LogFile* log, std::string* problem) {
         return false;
     }
     const std::unique_ptr<Input> input = Input::Open(name, problem);
-    if (input == nullptr) return false;
+    if (input == nullptr) {
+        *problem = name + ": " + *problem;
+        return false;
+    }
     log->name = name;
     log->modified = seen.st_mtime;
     log->beginning.clear();
@@ -106,10 +119,7 @@ bool CountLog(const std::string& name, bool is_final, LogCounts* counts, std::st
     Line line;
     while (reader.Next(&line)) {
         historian.Take(line);
-        if (line.kind == Line::Kind::kSaid && line.message.substr(0, 6) == "[OTA] " &&
-            line.message.substr(6, kModelText.size()) == kModelText) {
-            counts->model = LabelValue(line.message.substr(6 + kModelText.size()));
-        }
+        if (line.kind == Line::Kind::kSaid) TakeModel(line.message, &counts->model);
     }
     const History history = historian.Finish();
     for (const Outage& outage : history.outages) {

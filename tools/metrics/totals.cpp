@@ -15,7 +15,7 @@ constexpr char kHead[] = "ravelinctl metrics 1\n";
 // than any is on a board.
 constexpr size_t kLogs = 16;
 // 30,000 years of seconds: sums of these stay in range.
-constexpr int64_t kMost_milli = 1'000'000'000'000'000;
+constexpr int64_t kMostCounted = 1'000'000'000'000'000;
 
 void Write(const Counts& counts, std::string* text) {
     for (const auto& [name, milli] : counts) *text += "count " + std::to_string(milli) + " " + name + "\n";
@@ -30,8 +30,9 @@ bool TakeCount(std::istringstream& line, Counts* counts) {
     std::string name;
     const std::vector<std::string>& known = KnownCounts();
     if (!(line >> milli) || line.get() != ' ' || !std::getline(line, name)) return false;
-    if (milli < 0 || milli > kMost_milli || !std::binary_search(known.begin(), known.end(), name))
+    if (milli < 0 || milli > kMostCounted || !std::binary_search(known.begin(), known.end(), name)) {
         return false;
+    }
     (*counts)[name] = milli;
     return true;
 }
@@ -39,7 +40,7 @@ bool TakeCount(std::istringstream& line, Counts* counts) {
 void Add(const Counts& more, Counts* sum) {
     for (const auto& [name, milli] : more) {
         int64_t& value = (*sum)[name];
-        value = std::min(value + milli, kMost_milli);
+        value = std::min(value + milli, kMostCounted);
     }
 }
 
@@ -64,8 +65,9 @@ std::optional<Totals> Totals::Parse(const std::string& text) {
         } else if (word == "log") {
             Log log;
             words >> log.print.length_bytes >> log.print.hash >> log.is_final;
-            if (!words || log.print.length_bytes > kFingerprint_bytes || totals.logs_.size() >= kLogs)
+            if (!words || log.print.length_bytes > kFingerprint_bytes || totals.logs_.size() >= kLogs) {
                 return {};
+            }
             totals.logs_.push_back(log);
             counts = &totals.logs_.back().counts;
         } else if (word != "count" || !TakeCount(words, counts)) {
@@ -116,7 +118,7 @@ void Totals::Take(const std::string& beginning, bool is_final, const Counts& cou
     log->is_final = is_final;
     for (const auto& [name, milli] : counts) {
         int64_t& value = log->counts[name];
-        value = std::min(std::max(value, milli), kMost_milli);
+        value = std::min(std::max(value, milli), kMostCounted);
     }
 }
 

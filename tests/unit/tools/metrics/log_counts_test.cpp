@@ -56,6 +56,7 @@ TEST_F(LogCountsTest, WhatIsNoFileIsNotWaitedFor) {
     EXPECT_FALSE(OpenLog(path_, &log, &problem));
     EXPECT_EQ(problem, path_ + ": isn't a file");
     EXPECT_FALSE(OpenLog(folder_ + "/none", &log, &problem));
+    EXPECT_EQ(problem, folder_ + "/none: No such file or directory");
 }
 
 TEST_F(LogCountsTest, ModelAndAnOutageThatLasts) {
@@ -72,6 +73,11 @@ TEST_F(LogCountsTest, ModelAndAnOutageThatLasts) {
     const LogCounts final = Count(true);
     EXPECT_EQ(final.cause, "");
     EXPECT_EQ(final.counts.at("outage modem-mute"), 1000);
+}
+
+TEST_F(LogCountsTest, OtherFamiliesSayTheirModelAtTheSetUp) {
+    Write("00:00:19.211 CellSubClass/src/CellZTE.cpp:Initialize:75:m_ModuleName = ME3630 \n");
+    EXPECT_EQ(Count(true).model, "ME3630");
 }
 
 TEST_F(LogCountsTest, ALogOfNobodyCountsNothing) {
