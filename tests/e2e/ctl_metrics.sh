@@ -91,13 +91,18 @@ check "isn't followed" test ! -e /tmp/victim
 mkfifo /tmp/pipe
 check "a pipe as a log isn't waited for" writes 0 /tmp/pipe
 check "which is said" complained "isn't a file"
-check "no folder for the output" writes 1 --output /tmp/nowhere/x.prom
+writes_to() {
+    local OUTPUT=$1
+    shift
+    writes "$@"
+}
+check "no folder for the output" writes_to /tmp/nowhere/x.prom 1
 check "which is said" complained "No such file or directory"
 
 mkdir /tmp/full
 if mount -t tmpfs -o size=4k none /tmp/full 2>/dev/null; then
     echo former >/tmp/full/x.prom
-    check "a full disk" writes 1 --output /tmp/full/x.prom /tmp/log
+    check "a full disk" writes_to /tmp/full/x.prom 1 /tmp/log
     check "leaves the former file" grep -qx former /tmp/full/x.prom
     check "and nothing else" test "$(ls -A /tmp/full)" = x.prom
     umount /tmp/full
