@@ -16,7 +16,7 @@
 #include "tools/metrics/board_metrics.h"
 #include "tools/metrics/exposition.h"
 #include "tools/metrics/log_counts.h"
-#include "tools/metrics/output_file.h"
+#include "tools/metrics/metrics_file.h"
 #include "tools/metrics/totals.h"
 
 namespace ctl {

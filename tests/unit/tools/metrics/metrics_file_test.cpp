@@ -1,5 +1,5 @@
 // A file that is replaced as a whole, or not at all.
-#include "tools/metrics/output_file.h"
+#include "tools/metrics/metrics_file.h"
 
 #include <dirent.h>
 #include <sys/resource.h>
@@ -17,7 +17,7 @@ namespace {
 
 using metrics::ReplaceFile;
 
-class OutputFile : public testing::Test {
+class MetricsFile : public testing::Test {
   protected:
     void SetUp() override {
         char folder[] = "/tmp/metrics_output.XXXXXX";
@@ -49,7 +49,7 @@ class OutputFile : public testing::Test {
     std::string path_;
 };
 
-TEST_F(OutputFile, IsReadableWhateverTheUmask) {
+TEST_F(MetricsFile, IsReadableWhateverTheUmask) {
     const mode_t before = umask(077);
     EXPECT_EQ(ReplaceFile(path_, "one\n"), "");
     umask(before);
@@ -61,7 +61,7 @@ TEST_F(OutputFile, IsReadableWhateverTheUmask) {
     EXPECT_EQ(Names().size(), 1U) << "nothing else is left";
 }
 
-TEST_F(OutputFile, ALinkIsReplacedAndNotFollowed) {
+TEST_F(MetricsFile, ALinkIsReplacedAndNotFollowed) {
     const std::string victim = folder_ + "/victim";
     std::ofstream(victim) << "mine\n";
     ASSERT_EQ(symlink(victim.c_str(), path_.c_str()), 0);
@@ -72,7 +72,7 @@ TEST_F(OutputFile, ALinkIsReplacedAndNotFollowed) {
     EXPECT_TRUE(S_ISREG(seen.st_mode));
 }
 
-TEST_F(OutputFile, AFullDiskLeavesTheFormerOne) {
+TEST_F(MetricsFile, AFullDiskLeavesTheFormerOne) {
     ASSERT_EQ(ReplaceFile(path_, "old\n"), "");
     signal(SIGXFSZ, SIG_IGN);
     rlimit before = {};
@@ -87,7 +87,7 @@ TEST_F(OutputFile, AFullDiskLeavesTheFormerOne) {
     EXPECT_EQ(Names().size(), 1U) << "the beginning is taken away";
 }
 
-TEST_F(OutputFile, SaysWhatFailed) {
+TEST_F(MetricsFile, SaysWhatFailed) {
     EXPECT_EQ(ReplaceFile(folder_ + "/none/x.prom", "x"), "can't be written: No such file or directory");
     ASSERT_EQ(mkdir(path_.c_str(), 0755), 0);
     EXPECT_EQ(ReplaceFile(path_, "x"), "can't be written: Is a directory");

@@ -1,4 +1,4 @@
-#include "tools/metrics/output_file.h"
+#include "tools/metrics/metrics_file.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
