@@ -53,7 +53,7 @@ TEST(Totals, ARotatedLogIsCountedOnce) {
 TEST(Totals, NothingGoesBack) {
     Totals totals(0);
     totals.Take("log\n", false, {{kSim, 2000}});
-    totals.Take("log\n", false, {{"outage no-service", 1000}});
+    totals.Take("log\n", false, {{kSim, 1000}, {"outage no-service", 1000}});
     EXPECT_EQ(SumOf(totals, kSim), 2000);
     EXPECT_EQ(SumOf(totals, "outage no-service"), 1000);
     // More logs than are kept: what they counted is kept.
