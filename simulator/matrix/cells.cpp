@@ -415,7 +415,7 @@ const std::vector<Fault>& Faults() {
             // Health that looks like a fault
             {"two_sims", "Nothing, with DoubleSIM=1", "A healthy modem, two SIMs, pings are answered.",
              Board::kTwoSims, kForGood_seconds, kBegin, Rung::kNone, Nothing, kAdviceTechnology},
-            {"reports_off", "Nothing, with DoubleSIM=1 and a modem that reports nothing unasked",
+            {"reports_off", "Nothing, with DoubleSIM=1 and no unsolicited reports",
              "A healthy modem that doesn't send `+NWTYPEIND` (LongSung, NodeCom) or `^HCSQ` (Huawei).",
              Board::kTwoSims, kForGood_seconds, kBegin, Rung::kNone, Nothing, kAdviceTechnology,
              "knob reports off\n"},

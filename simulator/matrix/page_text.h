@@ -7,7 +7,7 @@ constexpr char kPageHead[] = R"(# Recovery times
 
 How long the daemon takes to bring the link back, from each fault and with each family of modems; what it does for that; and
 where it never does. Everything below is measured: the real daemon, a simulated modem, [virtual time](virtual-time.md). The rules
-behind it are on the page of [recovery](recovery.md).
+behind it are on the [recovery](recovery.md) page.
 
 This page is made by a program. Don't edit it; see [again](#again).
 
@@ -15,7 +15,7 @@ This page is made by a program. Don't edit it; see [again](#again).
 
 **With `DoubleSIM=1` a healthy modem may be reset for ever.** Nothing is pinged until the daemon has heard the modem say "LTE", and a
 network that isn't pinged counts as failed. LongSung, NodeCom and ChuangYi modems never get beyond that, a Huawei modem only if it
-sends `^HCSQ` unasked, and no modem whose wording is another one, such as "4G" in Cinterion's `^SMONI`: see
+sends `^HCSQ` unsolicited, and no modem whose wording is another one, such as "4G" in Cinterion's `^SMONI`: see
 [two_sims](#two_sims), [reports_off](#reports_off), [technology_word](#technology_word), and
 [before DoubleSIM=1](configuration.md#before-doublesim1). Blocked pings do the same to every family
 ([pings_blocked](#pings_blocked)).

@@ -44,17 +44,27 @@ bool MayDialSlowly(const std::string& family) {
     return family != "simcom" && family != "lynq";
 }
 
-/// A Fibocom module that is silent when it is asked for its USB mode, eleven seconds after a hardware reset,
-/// and awake two seconds later, when the restart is ordered, goes round for ever, if it always boots exactly
-/// as fast. Only a module in a story does.
-int64_t LongestBootMs(const std::string& family) {
-    return family.rfind("fibocom", 0) == 0 ? 10000 : 15000;
+/// A Fibocom module that is silent when it is asked for its USB mode, six seconds after the reset script has
+/// ended, and awake two seconds later, when the restart is ordered, goes round for ever, if it always boots
+/// exactly as fast. Only a module in a story does.
+void KeepOutOfStep(Setup& setup) {
+    constexpr int64_t kQuestion_ms = 6000;
+    constexpr int64_t kOrder_ms = 8000;
+    constexpr int64_t kMargin_ms = 500;
+    if (setup.family.rfind("fibocom", 0) != 0) return;
+    const int64_t from_ms = setup.board.script_ms + kQuestion_ms - kMargin_ms;
+    const int64_t to_ms = setup.board.script_ms + kOrder_ms + kMargin_ms;
+    int64_t& boot_ms = setup.timing.boot_ms;
+    if (boot_ms <= from_ms || boot_ms >= to_ms) return;
+    boot_ms = from_ms;
+    setup.timing.port_gone_ms = std::min(setup.timing.port_gone_ms, boot_ms);
 }
 
 void DrawTiming(Random& random, Setup& setup) {
+    constexpr int64_t kLongestBoot_ms = 15000;
     ModemTiming& timing = setup.timing;
     if (random.Percent(60)) return;
-    timing.boot_ms = random.Between(2000, LongestBootMs(setup.family));
+    timing.boot_ms = random.Between(2000, kLongestBoot_ms);
     timing.sim_start_ms = random.Skewed(0, 4000);
     timing.search_ms = random.Skewed(200, 30000);
     timing.dial_ms = random.Skewed(100, MayDialSlowly(setup.family) ? 8000 : 900);
@@ -92,6 +102,7 @@ Setup DrawSetup(Random& random, const GeneratorOptions& options) {
     }
     DrawTiming(random, setup);
     DrawBoard(random, setup);
+    KeepOutOfStep(setup);
     setup.board.has_two_sims = random.Percent(setup.family_timing().hides_technology ? 10 : 30);
     setup.board.has_project = random.Percent(20);
     setup.can_upgrade = setup.model == kUpgradeModel;

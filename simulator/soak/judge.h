@@ -38,6 +38,7 @@ struct Figures {
 struct Verdict {
     std::vector<Violation> violations;  // the first of each law, by time
     Figures figures;
+    std::string difference;  // the first one of a second run's record, where it isn't the same
 };
 
 Verdict JudgeRecord(const Truth& truth, std::string_view record);

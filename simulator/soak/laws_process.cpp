@@ -230,6 +230,10 @@ class StoryLaw : public Law {
     using Law::Law;
 
     void Take(const Entry& entry) override {
+        // By the file of its first lines a driver is known.
+        if (entry.kind == EntryKind::kLogs && StartsWith(watch.log.file, "../")) {
+            Violated("the log of this daemon has paths of its build in the place of names");
+        }
         if (entry.kind == EntryKind::kBroken) Violated("the story is broken: " + std::string(entry.text));
         if (entry.kind == EntryKind::kEnds && watch.truth.scenario.until_us > 0) has_end_ = true;
         if (entry.kind == EntryKind::kEnds && StartsWith(entry.text, "stuck")) {

@@ -2,6 +2,7 @@
 // record against laws. Its options are explained in ravelin_soak.help, laws and faults in docs/soak.md.
 #include <unistd.h>
 
+#include <algorithm>
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
@@ -136,7 +137,7 @@ int RunStories(const Options& options) {
     soak::Totals totals;
     const bool is_good = soak::RunSeeds(options.soak, &totals);
     soak::PrintSummary(totals, stdout);
-    if (!is_good) return kStatusWrong;
+    if (!is_good || totals.not_reproducible > 0) return kStatusWrong;
     return totals.violations == 0 ? 0 : kStatusViolated;
 }
 
@@ -146,17 +147,20 @@ int JudgeFiles(const Options& options) {
     for (const std::string& file : options.words) {
         Verdict verdict;
         std::string problem;
-        if (!soak::RunStory(options.soak.runner, file, &verdict, &problem)) {
+        if (!soak::RunStoryForEvidence(options.soak.runner, file, &verdict, &problem)) {
             fprintf(stderr, "%s: %s\n", kTool, problem.c_str());
             return kStatusWrong;
         }
         for (const Violation& violation : verdict.violations) {
             printf("%s: %s\n", file.c_str(), FormatViolation(violation).c_str());
         }
-        if (verdict.violations.empty()) {
-            printf("%s: no violation\n", file.c_str());
+        if (!verdict.difference.empty()) {
+            printf("%s: %s\n", file.c_str(), soak::FormatDifference(verdict).c_str());
+            status = kStatusWrong;
+        } else if (!verdict.violations.empty()) {
+            status = std::max(status, kStatusViolated);
         } else {
-            status = kStatusViolated;
+            printf("%s: no violation\n", file.c_str());
         }
     }
     return status;

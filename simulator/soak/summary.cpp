@@ -55,6 +55,7 @@ std::string WriteVerdict(const Verdict& verdict) {
     for (const Violation& violation : verdict.violations) {
         text << "violation " << violation.law << " " << violation.at_ms << " " << violation.text << "\n";
     }
+    if (!verdict.difference.empty()) text << "difference " << verdict.difference << "\n";
     text << "end\n";
     return text.str();
 }
@@ -67,6 +68,7 @@ bool ReadVerdict(const std::string& text, Verdict* verdict) {
         std::string word, name;
         words >> word;
         if (word == "end") return true;
+        if (word == "difference") verdict->difference = line.substr(word.size() + 1);
         words >> name;
         if (word == "figure") {
             for (const FigureName& row : kFigures) {
@@ -121,6 +123,10 @@ void PrintSummary(const Totals& totals, FILE* to) {
                 static_cast<long long>(fault.count), static_cast<long long>(fault.kept),
                 static_cast<long long>(fault.meanwhile), static_cast<long long>(later),
                 OrDash(later > 0, Median(fault.recovery_seconds)).c_str(), OrDash(later > 0, worst).c_str());
+    }
+    if (totals.not_reproducible > 0) {
+        fprintf(to, "\n%lld stories that broke a law are not reproducible\n",
+                static_cast<long long>(totals.not_reproducible));
     }
     if (totals.failed > 0) {
         fprintf(to, "\n%lld stories couldn't be run to their end\n", static_cast<long long>(totals.failed));

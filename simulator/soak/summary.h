@@ -15,7 +15,8 @@ bool ReadVerdict(const std::string& text, Verdict* verdict);
 struct Totals {
     int64_t seeds = 0;
     int64_t violations = 0;
-    int64_t failed = 0;  // stories that couldn't be run, or judged, to their end
+    int64_t not_reproducible = 0;  // stories that broke a law, and had another record the second time
+    int64_t failed = 0;            // stories that couldn't be run, or judged, to their end
     double cpu_seconds = 0;
     Figures figures;
 };

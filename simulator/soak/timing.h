@@ -38,7 +38,7 @@ struct FamilyTiming {
     int probe_seconds;            // one ReadCSQ
     int survey_seconds;           // temperature and signal, every 20th pass
     bool resets_instead_of_soft;  // no SIM and 34 checks without service lead to a hardware reset
-    // It says its radio technology once and unasked, or never. With two SIMs a modem that hasn't been heard
+    // It says its radio technology once and unsolicited, or never. With two SIMs a modem that hasn't been heard
     // to say "LTE" is never pinged and climbs the ladder for ever, however healthy it is.
     bool hides_technology;
 };

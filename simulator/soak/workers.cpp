@@ -104,7 +104,7 @@ class Workers {
         Verdict verdict;
         std::string problem = "it can't be written";
         const bool is_good = WriteFile(StoryOf(seed), GenerateScenario(seed, options_.generator)) &&
-                             RunStory(options_.runner, StoryOf(seed), &verdict, &problem);
+                             RunStoryForEvidence(options_.runner, StoryOf(seed), &verdict, &problem);
         if (!is_good) {
             fprintf(stderr, "ravelin_soak: seed %llu: %s\n", static_cast<unsigned long long>(seed),
                     problem.c_str());
@@ -152,7 +152,20 @@ class Workers {
         } else {
             fprintf(stderr, "ravelin_soak: %s can't be written\n", path.c_str());
         }
+        if (!verdict.difference.empty()) KeepRecords(seed, verdict, path);
         fflush(stdout);
+    }
+
+    void KeepRecords(uint64_t seed, const Verdict& verdict, const std::string& path) {
+        ++totals_.not_reproducible;
+        printf("seed %llu: %s\n", static_cast<unsigned long long>(seed), FormatDifference(verdict).c_str());
+        const auto records = RecordsOf(StoryOf(seed)), kept = RecordsOf(path);
+        for (size_t i = 0; i < kept.size(); ++i) {
+            std::error_code error;
+            std::filesystem::copy_file(records[i], kept[i], std::filesystem::copy_options::overwrite_existing,
+                                       error);
+            if (error) fprintf(stderr, "ravelin_soak: %s can't be written\n", kept[i].c_str());
+        }
     }
 
     void ShowProgress() {

@@ -3,6 +3,8 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -39,6 +41,24 @@ std::vector<char*> Pointers(std::vector<std::string>& texts) {
     for (std::string& text : texts) pointers.push_back(text.data());
     pointers.push_back(nullptr);
     return pointers;
+}
+
+/// What a process leaves to those that it starts is another thing with each caller: nohup has the hang-up
+/// ignored, a shell the interrupt in what it starts in the background. The daemon finds what it finds at the
+/// start of a board, whoever runs the scenario.
+void ForgetCaller() {
+    constexpr mode_t kUsualMask = 022;
+    constexpr rlim_t kUsualDescriptors = 1024;
+    const struct sigaction usual = {};  // SIG_DFL
+    for (int number = 1; number <= SIGRTMAX; ++number) sigaction(number, &usual, nullptr);
+    sigset_t none;
+    sigemptyset(&none);
+    sigprocmask(SIG_SETMASK, &none, nullptr);
+    umask(kUsualMask);
+    rlimit descriptors = {};
+    getrlimit(RLIMIT_NOFILE, &descriptors);
+    descriptors.rlim_cur = std::min(descriptors.rlim_max, kUsualDescriptors);
+    setrlimit(RLIMIT_NOFILE, &descriptors);
 }
 
 bool BeginsWith(const std::string& text, const char* start) {
@@ -136,6 +156,7 @@ class DaemonRun {
         dup2(output, STDOUT_FILENO);
         dup2(output, STDERR_FILENO);
         close_range(STDERR_FILENO + 1, ~0U, 0);
+        ForgetCaller();
         execve(arguments[0].c_str(), Pointers(arguments).data(), Pointers(environment).data());
         perror(arguments[0].c_str());
         _exit(kStatusNotRun);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <sstream>
 
 namespace virtual_time {
 
@@ -80,6 +81,17 @@ std::vector<RecordEntry> ParseRecord(const std::string& text) {
         entries.push_back(entry);
     }
     return entries;
+}
+
+std::optional<RecordDifference> FindDifference(const std::string& first, const std::string& second) {
+    std::istringstream lines(first), other_lines(second);
+    for (std::string line, other_line;;) {
+        const bool has_line = static_cast<bool>(std::getline(lines, line));
+        const bool has_other = static_cast<bool>(std::getline(other_lines, other_line));
+        if (!has_line && !has_other) return std::nullopt;
+        if (has_line && has_other && line == other_line) continue;
+        return RecordDifference{has_line ? line : "(over)", has_other ? other_line : "(over)"};
+    }
 }
 
 }  // namespace virtual_time

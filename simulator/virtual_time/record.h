@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -28,6 +29,13 @@ std::string FormatEntry(const RecordEntry& entry);  // with its line end
 /// The same for an entry whose text isn't escaped yet, at the end of `text`.
 void AppendEntry(int64_t at_us, std::string_view kind, std::string_view bytes, std::string* text);
 std::vector<RecordEntry> ParseRecord(const std::string& text);
+
+/// The first lines in which the records of two runs differ, "(over)" for a record that is at its end.
+struct RecordDifference {
+    std::string first;
+    std::string second;
+};
+std::optional<RecordDifference> FindDifference(const std::string& first, const std::string& second);
 
 /// Seconds with three digits after the point.
 std::string FormatSeconds(int64_t microseconds);

@@ -12,7 +12,6 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -80,18 +79,6 @@ void PrintStory(const std::vector<RecordEntry>& record) {
     tell_repetitions();
 }
 
-std::string FirstDifference(const std::string& one, const std::string& other) {
-    std::istringstream lines(one), other_lines(other);
-    for (std::string line, other_line;;) {
-        const bool has_line = static_cast<bool>(std::getline(lines, line));
-        const bool has_other = static_cast<bool>(std::getline(other_lines, other_line));
-        if (!has_line && !has_other) return "";
-        if (has_line && has_other && line == other_line) continue;
-        return "    first run:  " + (has_line ? line : "(over)") +
-               "\n    second run: " + (has_other ? other_line : "(over)") + "\n";
-    }
-}
-
 // Runs and judges one scenario; its status.
 int RunScenario(const Options& options, const std::string& path) {
     Scenario scenario;
@@ -106,9 +93,10 @@ int RunScenario(const Options& options, const std::string& path) {
     if (!outcome.problem.empty()) problems.push_back(outcome.problem + "\n");
     if (options.twice) {
         const Outcome again = RunDaemon(options.daemon, scenario);
-        if (again.record != outcome.record) {
-            problems.push_back("the second run differs from the first:\n" +
-                               FirstDifference(outcome.record, again.record));
+        const auto difference = virtual_time::FindDifference(outcome.record, again.record);
+        if (difference) {
+            problems.push_back("the second run differs from the first:\n    first run:  " +
+                               difference->first + "\n    second run: " + difference->second + "\n");
         }
     }
     if (options.verbose) PrintRecord(record);

@@ -4,6 +4,7 @@
 
 #include <fcntl.h>
 #include <pthread.h>
+#include <sys/resource.h>
 #include <sys/select.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -52,6 +53,14 @@ void* ReadFifo(void*) {
     }
 }
 
+void ShowWhatCallerLeft() {
+    rlimit descriptors = {};
+    getrlimit(RLIMIT_NOFILE, &descriptors);
+    const mode_t mask = umask(0);
+    umask(mask);
+    printf("mask %03o, descriptors %d\n", mask, static_cast<int>(descriptors.rlim_cur));
+}
+
 void SendFrame() {
     unsigned char frame[] = {0xFF, 0x6A};
     char destination[] = "OCPP.Message";
@@ -87,6 +96,7 @@ int main() {
     pthread_create(&thread, nullptr, ReadFifo, nullptr);
     pthread_detach(thread);
     log_send("up");
+    ShowWhatCallerLeft();
     sleep(20);
     SendFrame();
     RunSlowCommand();

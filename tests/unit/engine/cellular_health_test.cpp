@@ -71,6 +71,7 @@ TEST_F(Health, RepliesAreReadFromTheOutput) {
         {"", 0, "", ""},
         {"ping: not found\n", 0, "", "ping: not found\n"},
         {"4\n5\n", 0, "", "5\n"},
+        {"0\n3\n", 0, "pingCheck, Ping packet loss 100%!\n", "0\n"},
         {"nothing\n2\n3\n", 2, "pingCheck, Ping packet loss 33%!\n", "2\n"},
         {std::string(63, 'x') + "1\n", 1, "pingCheck, Ping packet loss 67%!\n", "1\n"},
         {std::string(500, '%'), 0, "", std::string(500 % 63, '%')},

@@ -1,6 +1,7 @@
 #include "network_daemon/cellular.h"
 
 #include <cstdint>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -73,8 +74,17 @@ TEST_F(Identify, EveryMakerAndModel) {
     }
 }
 
-TEST_F(Identify, QuectelWinsOverSimcom) {
-    EXPECT_EQ(CheckDevTypeOf("SIMCOM Quectel", "EG25"), 6);
+// A module that is built on another maker's, or that changed hands, may name both.
+TEST_F(Identify, OfTwoMakersTheEarlierInTheListWins) {
+    const struct {
+        const char* maker;
+        int vendor;
+    } makers[] = {{"LONGSUNG", 1}, {"Innofidei", 2}, {"Nodecom", 3}, {"Huawei", 4},     {"GOSUNCN", 5},
+                  {"Fibocom", 11}, {"Quectel", 6},   {"SIMCOM", 9},  {"Cinterion", 10}, {"LYNQ", 13}};
+    for (size_t i = 0; i + 1 < std::size(makers); ++i) {
+        const std::string both = std::string(makers[i + 1].maker) + " " + makers[i].maker;
+        EXPECT_EQ(CheckDevTypeOf(both, ""), makers[i].vendor) << both;
+    }
 }
 
 TEST_F(Identify, FibocomLe370) {
@@ -84,6 +94,11 @@ TEST_F(Identify, FibocomLe370) {
 
 TEST_F(Identify, FibocomNl668) {
     EXPECT_EQ(CheckDevTypeOf("Fibocom", "NL668-EAU"), 11);
+    EXPECT_EQ(CellBase::m_ModuleName, "NL668");
+}
+
+TEST_F(Identify, FibocomNl668WinsOverMc116) {
+    EXPECT_EQ(CheckDevTypeOf("Fibocom", "MC116 NL668"), 11);
     EXPECT_EQ(CellBase::m_ModuleName, "NL668");
 }
 
@@ -97,9 +112,18 @@ TEST_F(Identify, Ec200gIsTestedBeforeEc200a) {
     EXPECT_EQ(CellBase::m_ModuleName, "EC200G");
 }
 
-TEST_F(Identify, Eg21IsTestedBeforeEg25) {
-    CheckDevTypeOf("Quectel", "EG25 EG21");
-    EXPECT_EQ(CellBase::m_ModuleName, "EG21");
+// ATI also tells the revision, which can be named after the model that the firmware was made for.
+TEST_F(Identify, OfTwoQuectelModelsTheEarlierInTheListWins) {
+    const struct {
+        const char* model;
+        int vendor;
+    } models[] = {{"EC200G", 7}, {"EC200U", 7}, {"EC200A", 8}, {"EC600M", 8},
+                  {"EG800K", 8}, {"EC800K", 8}, {"EG21", 6},   {"EG25", 6}};
+    for (size_t i = 0; i + 1 < std::size(models); ++i) {
+        const std::string both = std::string(models[i + 1].model) + " " + models[i].model;
+        EXPECT_EQ(CheckDevTypeOf("Quectel", both), models[i].vendor) << both;
+        EXPECT_EQ(CellBase::m_ModuleName, models[i].model);
+    }
 }
 
 TEST_F(Identify, Gm196hIsNotTakenForGm196) {

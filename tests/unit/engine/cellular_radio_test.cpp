@@ -90,15 +90,13 @@ struct GenerationCase {
 
 TEST_F(Radio, GenerationByTheWordOfTheTechnology) {
     cell.m_sim_ready = 1;
-    for (const GenerationCase& expected : {
-             GenerationCase{"LTE", 3},       GenerationCase{"\"FDD LTE\"", 3}, GenerationCase{"TDSCDMA", 2},
-             GenerationCase{"HSDPA", 2},     GenerationCase{"HSUPA", 2},       GenerationCase{"WCDMA", 2},
-             GenerationCase{"UMTS", 2},      GenerationCase{"EVDO", 2},        GenerationCase{"EHRPD", 2},
-             GenerationCase{"GPRS", 1},      GenerationCase{"EDGE", 1},        GenerationCase{"GSM", 1},
-             GenerationCase{"CDMA", 1},      GenerationCase{"CDMA1X", 1},      GenerationCase{"", 0},
-             GenerationCase{"NR5G", 0},      GenerationCase{"lte", 0},         GenerationCase{"GSM/LTE", 3},
-             GenerationCase{"EDGE/UMTS", 2}, GenerationCase{"CDMA/EVDO", 2},
-         }) {
+    const GenerationCase cases[] = {
+        {"LTE", 3},         {"\"FDD LTE\"", 3}, {"TDSCDMA", 2}, {"HSDPA", 2},     {"HSUPA", 2},
+        {"WCDMA", 2},       {"UMTS", 2},        {"EVDO", 2},    {"EHRPD", 2},     {"GPRS", 1},
+        {"EDGE", 1},        {"GSM", 1},         {"CDMA", 1},    {"CDMA1X", 1},    {"", 0},
+        {"NR5G", 0},        {"lte", 0},         {"GSM/LTE", 3}, {"EDGE/UMTS", 2}, {"CDMA/EVDO", 2},
+        {"TDSCDMA/LTE", 3}, {"GPRS/EHRPD", 2}};
+    for (const GenerationCase& expected : cases) {
         CopyText(cell.m_NetworkType, expected.network_type);
         EXPECT_EQ(cell.GetNetworkGeneration(), expected.generation) << expected.network_type;
     }

@@ -179,6 +179,13 @@ TEST_F(Sim, CheckAsksInOrderAndFillsTheIdentity) {
     EXPECT_TRUE(world.Logged(5, "Check SIM!\n"));
 }
 
+TEST_F(Sim, OperatorNameIsKeptUpTo63) {
+    InsertSim();
+    modem.On("AT+COPS?", Answer("+COPS: 0,0," + std::string(100, 'A') + ",7"));
+    EXPECT_EQ(cell.CheckSimCard(), 0);
+    EXPECT_EQ(std::string(cell.m_carrier), std::string(63, 'A'));
+}
+
 TEST_F(Sim, CheckForgetsFormerTextsFirst) {
     CopyText(cell.m_card_imsi, "1");
     CopyText(cell.m_card_iccid, "2");

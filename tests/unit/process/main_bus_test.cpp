@@ -447,6 +447,7 @@ TEST_F(BusTest, RequestWithOneByteBehindItsMarkHasNoItems) {
     EXPECT_EQ(kAccepted, Ask(Frame(7, 0x7600, {1, 5})));
     EXPECT_NE("", testing::internal::GetCapturedStderr());
     EXPECT_EQ("[OTA] TLVS is empty.\n", HandlerLog()[1]);
+    EXPECT_EQ(0, world.CountLogged("[OTA] TLVS parameter error"));
 }
 
 TEST_F(BusTest, LargestRequestIsTaken) {

@@ -115,6 +115,18 @@ TEST_F(FifoTest, DeletedPipeIsMissedWithinFiveSecondsAndMadeAnew) {
     EXPECT_TRUE(TakesCommands());
 }
 
+TEST_F(FifoTest, MessageStartsTheFiveSecondsAnew) {
+    Start();
+    sleep(3);
+    const double sent_seconds = world.now_seconds();
+    Send("4G_MODEM_STATUS:online\n");
+    world.Remove(kPipe);
+    sleep(kListen_seconds);
+    ASSERT_EQ(1, world.CountLogged(kGone));
+    EXPECT_EQ(kGone, world.log.back().text);
+    EXPECT_DOUBLE_EQ(sent_seconds + kListen_seconds, world.log.back().at_seconds);
+}
+
 TEST_F(FifoTest, RebuildsLoseNoDescriptor) {
     Start();
     const int before = OpenDescriptors();

@@ -168,9 +168,9 @@ TEST_F(MkUtilsNet, SixteenInterfacesAreLookedThrough) {
 }
 
 TEST_F(MkUtilsNet, NameThatFillsItsFieldIsContained) {
-    interfaces = {{"sixteencharacter", "10.0.0.9", "255.0.0.0", 9}};
-    EXPECT_EQ(0, GetInterfaceAddress(test_address, test_mask, "sixteen"));
-    EXPECT_EQ(-1, GetInterfaceAddress(test_address, test_mask, "character")) << "the last letter is cut off";
+    interfaces = {{"wwan-cellularbox", "10.0.0.9", "255.0.0.0", 9}};
+    EXPECT_EQ(0, GetInterfaceAddress(test_address, test_mask, "wwan"));
+    EXPECT_EQ(-1, GetInterfaceAddress(test_address, test_mask, "box")) << "the last letter is cut off";
 }
 
 TEST_F(MkUtilsNet, MacAsBytesAndAsText) {

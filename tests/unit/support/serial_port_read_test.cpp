@@ -374,6 +374,15 @@ TEST_F(ScriptedRead, WholeSecondThatIsLeftIsWaitedFor) {
     EXPECT_EQ(calls.timeouts.at(1).tv_usec, 0);
 }
 
+TEST_F(ScriptedRead, LastMicrosecondThatIsLeftIsWaitedFor) {
+    calls.reads = {Brings("a"), Brings("b")};
+    calls.select = [](timeval* timeout) {
+        *timeout = {0, 1};
+        return 1;
+    };
+    EXPECT_EQ(ReadSerialTimed(port, test_buffer, 2, 1000), 2);
+}
+
 TEST_F(ScriptedRead, WaitThatFailsEndsWithWhatIsCollected) {
     calls.reads = {Brings("abc")};
     calls.select = [](timeval*) { return calls.read_counts.empty() ? 1 : -1; };

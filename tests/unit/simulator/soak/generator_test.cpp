@@ -66,6 +66,17 @@ TEST(SoakGenerator, HealthLastsLongEnoughToBeJudged) {
     }
 }
 
+// Silent at the question for the USB mode and awake at the order to restart, it would go round for ever.
+TEST(SoakGenerator, NoFibocomModuleWakesBetweenQuestionAndOrder) {
+    for (const char* family : {"fibocom", "fibocom_le"}) {
+        for (uint64_t seed = 1; seed <= 300; ++seed) {
+            const Truth truth = TruthOf(GenerateScenario(seed, {1, family}));
+            const int64_t after_script_ms = truth.modem.boot_ms - truth.board.script_ms;
+            EXPECT_TRUE(after_script_ms <= 5500 || after_script_ms >= 8500) << family << ", seed " << seed;
+        }
+    }
+}
+
 TEST(SoakGenerator, DaysAndFamilyAreThoseAskedFor) {
     for (const std::string& family : modem_sim::Modem::Families()) {
         const Truth truth = TruthOf(GenerateScenario(5, {2, family}));

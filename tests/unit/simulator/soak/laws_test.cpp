@@ -102,6 +102,8 @@ TEST(SoakLaws, OnlyTheFirstViolationOfALawIsTold) {
 TEST(SoakLaws, Story) {
     EXPECT_EQ("", Broken("story", Record().Add("ends", "still running")));
     EXPECT_EQ("the record has no end", Broken("story", Record().Add("sends", "AT")));
+    EXPECT_EQ("the log of this daemon has paths of its build in the place of names",
+              Broken("story", Record().Add("logs", "../network_daemon/x.cpp:main:7 x")));
     EXPECT_EQ("the story is broken: modem: no knob",
               Broken("story", Record().Add("broken", "modem: no knob").Add("ends", "still running")));
 }

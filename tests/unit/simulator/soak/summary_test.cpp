@@ -87,6 +87,7 @@ TEST(SoakSummary, VerdictsSurviveTheWayBetweenProcesses) {
     verdict.figures.soft_resets = 3;
     verdict.figures.faults["mute"] = {7, 1, 3, {{10, 2}, {20, 1}}};
     verdict.violations = {{"ladder", 12345, "a text with blanks"}, {"bus", 5, "x"}};
+    verdict.difference = "1.000  sends      AT; second run: (over)";
     Verdict read;
     ASSERT_TRUE(soak::ReadVerdict(soak::WriteVerdict(verdict), &read));
     EXPECT_EQ(86400000, read.figures.simulated_ms);
@@ -98,6 +99,7 @@ TEST(SoakSummary, VerdictsSurviveTheWayBetweenProcesses) {
               read.figures.faults.at("mute").recovery_seconds);
     ASSERT_EQ(2U, read.violations.size());
     EXPECT_EQ("ladder at 12.345: a text with blanks", FormatViolation(read.violations[0]));
+    EXPECT_EQ("1.000  sends      AT; second run: (over)", read.difference);
 }
 
 TEST(SoakSummary, VerdictThatIsCutIsNone) {
