@@ -106,7 +106,8 @@ Setup DrawSetup(Random& random, const GeneratorOptions& options) {
     DrawTiming(random, setup);
     DrawBoard(random, setup);
     KeepOutOfStep(setup);
-    setup.board.has_two_sims = random.Percent(setup.family_timing().technology == Technology::kHidden ? 10 : 30);
+    setup.board.has_two_sims =
+        random.Percent(setup.family_timing().technology == Technology::kHidden ? 10 : 30);
     setup.board.has_project = random.Percent(20);
     setup.can_upgrade = setup.model == kUpgradeModel;
     setup.settings.push_back({"ENABLE", "true"});

@@ -27,8 +27,8 @@ struct BoardTiming {
 
 /// Whole seconds. An exchange with the modem takes one, whether it is answered or not, unless the driver
 /// waits longer for it.
-/// How the daemon learns a modem's radio technology. With two SIMs nothing is pinged before the modem was heard
-/// to say "LTE", and without an answered ping it climbs the ladder, however healthy the modem is.
+/// How the daemon learns a modem's radio technology. With two SIMs nothing is pinged before the modem was
+/// heard to say "LTE", and without an answered ping it climbs the ladder, however healthy the modem is.
 enum class Technology {
     kTold,      // in the answer to a command
     kReported,  // unsolicited, every few seconds: heard only if that is while the daemon listens

@@ -71,7 +71,8 @@ TEST(SoakGenerator, NoFibocomModuleWakesBetweenQuestionAndOrder) {
     for (const char* family : {"fibocom", "fibocom_le"}) {
         for (uint64_t seed = 1; seed <= 300; ++seed) {
             const Truth truth = TruthOf(GenerateScenario(seed, {1, family}));
-            const int64_t question_ms = truth.board.script_ms + (family == std::string("fibocom") ? 11000 : 6000);
+            const int64_t question_ms =
+                truth.board.script_ms + (family == std::string("fibocom") ? 11000 : 6000);
             const int64_t silent_ms = truth.modem.boot_ms - question_ms;
             EXPECT_TRUE(silent_ms <= -500 || silent_ms >= 2500) << family << ", seed " << seed;
         }

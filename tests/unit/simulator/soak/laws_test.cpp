@@ -515,11 +515,13 @@ TEST(SoakLaws, Settings) {
 }
 
 TEST(SoakLaws, SettingsWithTheSameValueInOtherQuotes) {
-    const std::string fault = "# fault settings_torn from 3000 to 3100\nsettings\n    APN='a'\nat 3000 settings\n";
+    const std::string fault =
+        "# fault settings_torn from 3000 to 3100\nsettings\n    APN='a'\nat 3000 settings\n";
     const Record record = Record().Starts().At(60).Online().At(3060).Add("sends", "AT");
     EXPECT_EQ("", Broken("settings", record, fault + "    APN='a\n"));
     EXPECT_EQ("", Broken("settings", record, fault + "    APN=a\n"));
-    EXPECT_EQ("the settings of 3000 s are not taken: APN='", Broken("settings", record, fault + "    APN='\n"));
+    EXPECT_EQ("the settings of 3000 s are not taken: APN='",
+              Broken("settings", record, fault + "    APN='\n"));
 }
 
 constexpr char kAccepted[] = "[OTA] get ocpp msg and set ota upgrade flag true";
