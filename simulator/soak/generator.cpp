@@ -44,16 +44,19 @@ bool MayDialSlowly(const std::string& family) {
     return family != "simcom" && family != "lynq";
 }
 
-/// A Fibocom module that is silent when it is asked for its USB mode, six seconds after the reset script has
+/// A Fibocom module that is silent when it is asked for its USB mode, some seconds after the reset script has
 /// ended, and awake two seconds later, when the restart is ordered, goes round for ever, if it always boots
 /// exactly as fast. Only a module in a story does.
 void KeepOutOfStep(Setup& setup) {
-    constexpr int64_t kQuestion_ms = 6000;
-    constexpr int64_t kOrder_ms = 8000;
+    constexpr int64_t kPauses_ms = 6000;   // after the script
+    constexpr int64_t kHangUp_ms = 5000;   // one of the two drivers first hangs up
+    constexpr int64_t kToOrder_ms = 2000;  // from the question to the order
     constexpr int64_t kMargin_ms = 500;
     if (setup.family.rfind("fibocom", 0) != 0) return;
-    const int64_t from_ms = setup.board.script_ms + kQuestion_ms - kMargin_ms;
-    const int64_t to_ms = setup.board.script_ms + kOrder_ms + kMargin_ms;
+    const int64_t hang_up_ms = setup.family == "fibocom" ? kHangUp_ms : 0;
+    const int64_t question_ms = setup.board.script_ms + kPauses_ms + hang_up_ms;
+    const int64_t from_ms = question_ms - kMargin_ms;
+    const int64_t to_ms = question_ms + kToOrder_ms + kMargin_ms;
     int64_t& boot_ms = setup.timing.boot_ms;
     if (boot_ms <= from_ms || boot_ms >= to_ms) return;
     boot_ms = from_ms;
@@ -103,7 +106,8 @@ Setup DrawSetup(Random& random, const GeneratorOptions& options) {
     DrawTiming(random, setup);
     DrawBoard(random, setup);
     KeepOutOfStep(setup);
-    setup.board.has_two_sims = random.Percent(setup.family_timing().hides_technology ? 10 : 30);
+    setup.board.has_two_sims =
+        random.Percent(setup.family_timing().technology == Technology::kHidden ? 10 : 30);
     setup.board.has_project = random.Percent(20);
     setup.can_upgrade = setup.model == kUpgradeModel;
     setup.settings.push_back({"ENABLE", "true"});

@@ -144,11 +144,13 @@ class SettingsLaw : public Law {
         if (change.is_there) {
             for (const auto& [key, value] : change.values) values_[key] = value;
         }
+        is_due_ = false;  // what was due is no longer there, and may never have been read
         if (!change.is_there || !watch.is_online || !IsCalmBefore(change.at_ms)) return;
         for (const char* key : {"APN", "ENABLE"}) {
             const auto old = before.find(key);
             const auto now = values_.find(key);
-            if (now == values_.end() || (old != before.end() && old->second == now->second)) continue;
+            if (now == values_.end()) continue;
+            if (old != before.end() && WithoutQuotes(old->second) == WithoutQuotes(now->second)) continue;
             if (key == std::string("ENABLE") && now->second != "false") continue;
             if (now->second.find('=') != std::string::npos) {
                 continue;  // what the file store makes of it is its own affair
@@ -159,6 +161,13 @@ class SettingsLaw : public Law {
             since_ms_ = change.at_ms;
             due_ms_ = change.at_ms + truth.pass_ms + kSecond;
         }
+    }
+
+    /// A value counts without its quotes, and one may be torn off.
+    static std::string WithoutQuotes(const std::string& value) {
+        const size_t begin = value.find_first_not_of('\'');
+        if (begin == std::string::npos) return "";
+        return value.substr(begin, value.find_last_not_of('\'') + 1 - begin);
     }
 
     /// The change is what ends a calm stretch.

@@ -37,19 +37,19 @@ constexpr int kOrlaPings_seconds = 4 * 12;
 constexpr int kRoundingPart = 50;  // one in so many
 
 constexpr FamilyTiming kFamilies[] = {
-    {"chuangyi", 12, 0, 7, 1, 10, 1, 1, 0, false, true},
-    {"cinterion", 14, 0, 8, 2, 10, 2, 1, 1, true, false},
-    {"fibocom", 14, 22, 8, 2, 16, 1, 2, 0, false, false},
-    {"fibocom_le", 12, 22, 9, 2, 16, 1, 11, 1, false, false},
-    {"huawei", 13, 0, 7, 2, 10, 1, 1, 0, false, false},
-    {"longsung", 17, 0, 7, 0, 9, 1, 1, 0, false, true},
-    {"lynq", 14, 0, 8, 1, 6, 2, 1, 0, false, false},
-    {"nodecom", 17, 0, 7, 2, 20, 1, 1, 0, false, true},
-    {"quectel_asr", 15, 0, 9, 3, 10, 1, 2, 1, false, false},
-    {"quectel_qcom", 17, 0, 8 + 3, 3, 20, 1, 2, 2, false, false},
-    {"quectel_unisoc", 17, 0, 9, 3, 11, 1, 2, 1, false, false},
-    {"simcom", 12, 0, 8, 2, 10, 1, 3, 0, false, false},
-    {"zte", 16, 0, 8, 2, 19, 2, 1, 3, false, false},
+    {"chuangyi", 12, 0, 7, 1, 10, 1, 1, 0, false, Technology::kHidden},
+    {"cinterion", 14, 0, 8, 2, 10, 2, 1, 1, true, Technology::kTold},
+    {"fibocom", 14, 22, 8, 2, 16, 1, 2, 0, false, Technology::kTold},
+    {"fibocom_le", 12, 22, 9, 2, 16, 1, 11, 1, false, Technology::kTold},
+    {"huawei", 13, 0, 7, 2, 10, 1, 1, 0, false, Technology::kReported},
+    {"longsung", 17, 0, 7, 0, 9, 1, 1, 0, false, Technology::kHidden},
+    {"lynq", 14, 0, 8, 1, 6, 2, 1, 0, false, Technology::kTold},
+    {"nodecom", 17, 0, 7, 2, 20, 1, 1, 0, false, Technology::kHidden},
+    {"quectel_asr", 15, 0, 9, 3, 10, 1, 2, 1, false, Technology::kTold},
+    {"quectel_qcom", 17, 0, 8 + 3, 3, 20, 1, 2, 2, false, Technology::kTold},
+    {"quectel_unisoc", 17, 0, 9, 3, 11, 1, 2, 1, false, Technology::kTold},
+    {"simcom", 12, 0, 8, 2, 10, 1, 3, 0, false, Technology::kTold},
+    {"zte", 16, 0, 8, 2, 19, 2, 1, 3, false, Technology::kTold},
 };
 
 /// One pass without service: the hint, the probe that most passes are due for, the check, the pause.

@@ -27,6 +27,14 @@ struct BoardTiming {
 
 /// Whole seconds. An exchange with the modem takes one, whether it is answered or not, unless the driver
 /// waits longer for it.
+/// How the daemon learns a modem's radio technology. With two SIMs nothing is pinged before the modem was
+/// heard to say "LTE", and without an answered ping it climbs the ladder, however healthy the modem is.
+enum class Technology {
+    kTold,      // in the answer to a command
+    kReported,  // unsolicited, every few seconds: heard only if that is while the daemon listens
+    kHidden,    // once and unsolicited, or never
+};
+
 struct FamilyTiming {
     const char* family;
     int set_up_seconds;           // Initialize, the radio's pauses included
@@ -38,9 +46,7 @@ struct FamilyTiming {
     int probe_seconds;            // one ReadCSQ
     int survey_seconds;           // temperature and signal, every 20th pass
     bool resets_instead_of_soft;  // no SIM and 34 checks without service lead to a hardware reset
-    // It says its radio technology once and unsolicited, or never. With two SIMs a modem that hasn't been heard
-    // to say "LTE" is never pinged and climbs the ladder for ever, however healthy it is.
-    bool hides_technology;
+    Technology technology;
 };
 
 /// Null for a name that is no family.

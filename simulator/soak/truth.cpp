@@ -13,6 +13,8 @@ namespace soak {
 
 namespace {
 
+constexpr char kUpgradeWord[] = "upgrade_";  // begins the names of its faults
+
 using virtual_time::ScenarioEvent;
 
 bool ReadSeconds(const std::string& word, int64_t* ms) {
@@ -150,6 +152,10 @@ bool ReadTruth(const std::string& path, const std::string& text, Truth* truth, s
     if (!ReadFaults(text, truth, problem)) return false;
     truth->until_ms = truth->scenario.until_us / 1000;
     truth->healthy = StretchesBetween(truth->faults, truth->until_ms);
+    for (const Fault& fault : truth->faults) {
+        if (fault.name.compare(0, sizeof kUpgradeWord - 1, kUpgradeWord) != 0) continue;
+        truth->upgrade_ms = std::max(truth->upgrade_ms, fault.to_ms - fault.from_ms);
+    }
     ReadSettingsChanges(truth);
     ReadKnobs(truth);
     truth->board.has_two_sims = IsSwitchedOn(*truth, "DoubleSIM");
@@ -163,7 +169,7 @@ bool ReadTruth(const std::string& path, const std::string& text, Truth* truth, s
     truth->timing = TimingOf(truth->scenario.modem_family);
     if (truth->timing == nullptr) return true;
     const FamilyTiming& timing = *truth->timing;
-    truth->may_settle = !(truth->board.has_two_sims && timing.hides_technology);
+    truth->may_settle = !truth->board.has_two_sims || timing.technology == Technology::kTold;
     truth->recovery_ms = RecoveryBoundSeconds(timing, truth->modem, truth->board) * kSecond_ms;
     truth->step_ms = LongestStepSeconds(timing) * kSecond_ms;
     truth->pass_ms = LongestPassSeconds(timing, truth->board) * kSecond_ms;

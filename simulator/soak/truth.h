@@ -37,12 +37,13 @@ struct Truth {
     const FamilyTiming* timing = nullptr;  // null where there is no modem
     ModemTiming modem;
     BoardTiming board;
-    bool may_settle = true;             // health leads to a link that is left in peace; see hides_technology
+    bool may_settle = true;             // health leads to a link that is left in peace; see Technology
     bool shows_network_checks = false;  // the log has the debug lines of CheckNetwork and isSoftReset
     int64_t until_ms = 0;
     int64_t recovery_ms = 0;               // see RecoveryBoundSeconds
     int64_t step_ms = 0;                   // see LongestStepSeconds
     int64_t pass_ms = 0;                   // see LongestPassSeconds
+    int64_t upgrade_ms = 0;                // the longest that the tool of one takes
     std::vector<Fault> faults;             // by their begin
     std::vector<Healthy> healthy;          // what is left between them
     std::vector<SettingsChange> settings;  // the first at 0

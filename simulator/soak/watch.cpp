@@ -1,5 +1,7 @@
 #include "simulator/soak/watch.h"
 
+#include <algorithm>
+
 namespace soak {
 
 namespace {
@@ -84,8 +86,13 @@ void Watch::TakeTime(int64_t at_ms) {
     while (next_healthy_ < truth.healthy.size() && truth.healthy[next_healthy_].from_ms <= at_ms) {
         healthy_ = &truth.healthy[next_healthy_++];
     }
-    is_calm_ = truth.may_settle && healthy_ != nullptr && at_ms >= healthy_->from_ms + truth.recovery_ms &&
-               at_ms < healthy_->to_ms && !is_misled_;
+    if (!truth.may_settle || healthy_ == nullptr || is_misled_) {
+        is_calm_ = false;
+        return;
+    }
+    // A request that is repeated while another upgrade runs may begin one that outlasts its fault.
+    const int64_t from_ms = std::max(healthy_->from_ms, upgrade_over_ms_);
+    is_calm_ = at_ms >= from_ms + truth.recovery_ms && at_ms < healthy_->to_ms;
 }
 
 void Watch::StartRun() {
@@ -128,8 +135,10 @@ void Watch::TakeLog() {
         if (number >= 0) attempts = number;
     } else if (text == "[OTA] get ocpp msg and set ota upgrade flag true") {
         is_upgrading = true;
+        upgrade_over_ms_ = now_ms + truth.upgrade_ms;
     } else if (text == "[OTA] reset ota upgrade flag") {
         is_upgrading = false;
+        upgrade_over_ms_ = now_ms;
     }
 }
 

@@ -69,6 +69,7 @@ class Watch {
     const Healthy* healthy_ = nullptr;
     bool is_calm_ = false;
     bool is_misled_ = false;
+    int64_t upgrade_over_ms_ = 0;  // the last one; while it runs, at the latest
 };
 
 }  // namespace soak

@@ -29,7 +29,7 @@ constexpr char kBlanks[] = " \t";
 // text in a whole scenario.
 constexpr int64_t kLongest_seconds = 10'000'000'000;
 constexpr size_t kMostEvents = 100'000;
-constexpr size_t kText_bytes = 4 << 20;        // with "<300*x>"
+constexpr size_t kText_bytes = 16 << 20;       // with "<300*x>"
 constexpr size_t kEventText_bytes = 64 << 20;  // with "every"
 
 bool IsQuoted(const std::string& text) {

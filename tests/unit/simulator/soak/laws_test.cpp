@@ -510,6 +510,18 @@ TEST(SoakLaws, Settings) {
                          kOff));
     EXPECT_EQ("the settings of 3000 s are not taken: ENABLE=false",
               Broken("settings", online().After(60).Add("sends", "AT"), kOff));
+    EXPECT_EQ("", Broken("settings", online().After(2).Add("sends", "AT").After(60).Add("sends", "AT"),
+                         std::string(kOff) + "at 3001 settings\n    ENABLE=true\n"));
+}
+
+TEST(SoakLaws, SettingsWithTheSameValueInOtherQuotes) {
+    const std::string fault =
+        "# fault settings_torn from 3000 to 3100\nsettings\n    APN='a'\nat 3000 settings\n";
+    const Record record = Record().Starts().At(60).Online().At(3060).Add("sends", "AT");
+    EXPECT_EQ("", Broken("settings", record, fault + "    APN='a\n"));
+    EXPECT_EQ("", Broken("settings", record, fault + "    APN=a\n"));
+    EXPECT_EQ("the settings of 3000 s are not taken: APN='",
+              Broken("settings", record, fault + "    APN='\n"));
 }
 
 constexpr char kAccepted[] = "[OTA] get ocpp msg and set ota upgrade flag true";
@@ -535,6 +547,11 @@ TEST(SoakLaws, Upgrade) {
               Broken("upgrade", running().Add("runs", "/ubi/local/apps/network/Reset4G.sh start pin_rst")));
     EXPECT_EQ("a hardware reset begins during an upgrade", Broken("upgrade", running().HardReset(1)));
     EXPECT_EQ("an upgrade never ends", Broken("upgrade", running().At(3000).Add("sends", "AT")));
+    // Asked for again when its fault is nearly over, it takes as long once more.
+    const std::string fault = "# fault upgrade_hangs from 5 to 2000\n";
+    const auto late = [] { return Record().Starts().At(1990).Log("ravelin_deal_dbus_message", kAccepted); };
+    EXPECT_EQ("", Broken("upgrade", late().At(4000).Add("sends", "AT"), fault));
+    EXPECT_EQ("an upgrade never ends", Broken("upgrade", late().At(8000).Add("sends", "AT"), fault));
 }
 
 bus_peer::Bytes FifteenItems() {
@@ -621,6 +638,8 @@ TEST(SoakLaws, Status) {
     EXPECT_EQ("APN='b' is shown where 'a' is set", Broken("status", ShownFile("APN", "'b'"), kApn));
     EXPECT_EQ("Uptime=00:40:00 though the link has been up for 2943 s",
               Broken("status", ShownFile("Uptime", "00:40:00"), kApn));
+    EXPECT_EQ("", Broken("status", ShownFile("Uptime", "00:59:03"),
+                         std::string(kApn) + "# fault ping_hangs from 20 to 80\n"));
     EXPECT_EQ(
         "Online=TRUE without a dial",
         Broken("status", Record().Starts().At(60).Add("publishes", std::string(kStatus) + "Online=TRUE")));

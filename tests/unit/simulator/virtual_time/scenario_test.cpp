@@ -246,10 +246,10 @@ TEST(ScenarioLanguage, MistakesAreToldWithTheirLine) {
         {"modem none\nshell ping slowly 99999999999999999999\n", "x:2: whole seconds for each line"},
         {"modem none\ncount 2147483648 sends AT\n", "x:2: a number is wanted"},
         {"modem none\noptions <9999999999*x>\n", "x:2: the texts are too long"},
-        {"modem none\nfile /a\n  <3000000*x>\nfile /b\n  <3000000*x>\n", "x:4: the texts are too long"},
+        {"modem none\nfile /a\n  <9000000*x>\nfile /b\n  <9000000*x>\n", "x:4: the texts are too long"},
         {"modem zte\nevery 0.001 from 0 to 100 csq 5\n", "x:2: these are too many events"},
-        {"modem zte\nat 1 fifo \"<4000000*x>\"\nat 2 fifo \"<4000000*x>\"\n", "x:3: the texts are too long"},
-        {"modem zte\nevery 1 from 1 to 99 fifo \"<50000*x>\"\n", "x:2: the texts are too long"},
+        {"modem zte\nat 1 fifo \"<9000000*x>\"\nat 2 fifo \"<9000000*x>\"\n", "x:3: the texts are too long"},
+        {"modem zte\nevery 1 from 1 to 99 fifo \"<200000*x>\"\n", "x:2: the texts are too long"},
     };
     for (const Mistake& mistake : mistakes) {
         const std::string problem = ProblemOf(mistake.text);
