@@ -14,6 +14,11 @@ writes() {
     "$BUILD/ravelinctl" metrics --folder /tmp/files --output $OUTPUT "$@" >/tmp/ctl.out 2>/tmp/ctl.err || status=$?
     [ $status -eq "$wanted" ] || { echo "status $status" && cat /tmp/ctl.out /tmp/ctl.err && return 1; }
 }
+writes_to() {
+    local OUTPUT=$1
+    shift
+    writes "$@"
+}
 told() {
     grep -qxF -- "$1" $OUTPUT || { cat $OUTPUT && return 1; }
 }
@@ -82,20 +87,24 @@ check "without a word" test ! -s /tmp/ctl.err
 rm $STATE_FILE
 ln -s /etc/passwd $STATE_FILE
 cp /etc/passwd /tmp/passwd
-check "a link as the state" writes 0 --state $STATE_FILE /tmp/log
+check "a link as the state" writes 1 --state $STATE_FILE /tmp/log
+check "is said" complained "it is a symbolic link and no plain file"
 check "isn't followed" cmp /etc/passwd /tmp/passwd
+check "and keeps nobody from the metrics" resets 1
 rm $OUTPUT
 ln -s /tmp/victim $OUTPUT
-check "a link in the way" writes 0 /tmp/log
+check "a link in the way" writes 1 /tmp/log
 check "isn't followed" test ! -e /tmp/victim
+rm $OUTPUT
+cp /tmp/log /tmp/log.before
+check "the log in the place of the output" writes_to /tmp/log 2 /tmp/log
+check "stays as it was" cmp /tmp/log /tmp/log.before
+check "the same for the state" writes 2 --state /tmp/log /tmp/log
+check "a device as the output" writes_to /dev/null 1 /tmp/log
+check "stays one" test -c /dev/null
 mkfifo /tmp/pipe
 check "a pipe as a log isn't waited for" writes 0 /tmp/pipe
 check "which is said" complained "isn't a file"
-writes_to() {
-    local OUTPUT=$1
-    shift
-    writes "$@"
-}
 check "no folder for the output" writes_to /tmp/nowhere/x.prom 1
 check "which is said" complained "No such file or directory"
 

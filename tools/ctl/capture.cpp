@@ -1,11 +1,4 @@
 // ravelinctl capture: a scenario from a log of level 7.
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
 #include <memory>
 #include <string>
 #include <vector>
@@ -13,6 +6,7 @@
 #include "tools/capture/story.h"
 #include "tools/capture/transcript.h"
 #include "tools/ctl/command.h"
+#include "tools/ctl/output_file.h"
 #include "tools/log/reader.h"
 
 namespace ctl {
@@ -21,7 +15,6 @@ namespace {
 
 constexpr char kName[] = "capture";
 constexpr int kStatusNoStory = 1;
-constexpr mode_t kMode = 0644;
 
 struct Options {
     std::vector<std::string> logs;
@@ -30,38 +23,8 @@ struct Options {
     bool keeps_identities = false;
 };
 
-bool WriteAll(int fd, const std::string& text) {
-    size_t written = 0;
-    while (written < text.size()) {
-        const ssize_t count = write(fd, text.data() + written, text.size() - written);
-        if (count < 0 && errno == EINTR) continue;
-        if (count <= 0) return false;
-        written += static_cast<size_t>(count);
-    }
-    return true;
-}
-
-/// The story whole or not at all: it is written beside its place and then moved there.
-bool WriteFile(const std::string& path, const std::string& text, std::string* problem) {
-    struct stat status = {};
-    if (stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
-        *problem = "\"" + path + "\" is no file";
-        return false;
-    }
-    std::string beside = path + ".XXXXXX";
-    const int fd = mkostemp(beside.data(), O_CLOEXEC);
-    bool is_done = fd >= 0;
-    if (is_done) {
-        is_done = WriteAll(fd, text) && fchmod(fd, kMode) == 0;
-        is_done = close(fd) == 0 && is_done && rename(beside.c_str(), path.c_str()) == 0;
-    }
-    if (is_done) return true;
-    *problem = "\"" + path + "\" can't be written: " + strerror(errno);
-    if (fd >= 0) unlink(beside.c_str());
-    return false;
-}
-
 int Capture(const Options& options) {
+    RefuseToOverwrite(options.logs, options.output);
     ravelin_log::Reader reader;
     std::string problem;
     if (!reader.Open(options.logs, {}, &problem)) {
@@ -88,12 +51,7 @@ int Capture(const Options& options) {
     }
     for (const std::string& kind : story.replaced) Complain(kName, "replaced: " + kind);
     for (const std::string& loss : story.losses) Complain(kName, "not carried over: " + loss);
-    if (options.output == "-") {
-        if (WriteAll(STDOUT_FILENO, story.text)) return kStatusDone;
-        Complain(kName, std::string("standard output can't be written: ") + strerror(errno));
-        return kStatusNoStory;
-    }
-    if (WriteFile(options.output, story.text, &problem)) return kStatusDone;
+    if (WriteOutput(options.output, story.text, &problem)) return kStatusDone;
     Complain(kName, problem);
     return kStatusNoStory;
 }

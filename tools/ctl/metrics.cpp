@@ -13,10 +13,10 @@
 #include "tools/board/pipe.h"
 #include "tools/board/text_file.h"
 #include "tools/ctl/command.h"
+#include "tools/ctl/output_file.h"
 #include "tools/metrics/board_metrics.h"
 #include "tools/metrics/exposition.h"
 #include "tools/metrics/log_counts.h"
-#include "tools/metrics/metrics_file.h"
 #include "tools/metrics/totals.h"
 
 namespace ctl {
@@ -31,7 +31,7 @@ constexpr int kStatusNotWritten = 1;
 struct Options {
     std::vector<std::string> logs;
     std::string folder = board::kStatusFolder;
-    std::string output;
+    std::string output = "-";
     std::string state;
     bool is_openmetrics = false;
     bool shows_identity = false;
@@ -113,13 +113,16 @@ bool CountLogs(const std::vector<std::string>& names, metrics::Totals* totals, s
     return is_read;
 }
 
-bool Write(const std::string& path, const std::string& text) {
-    const std::string problem = metrics::ReplaceFile(path, text);
-    if (!problem.empty()) Complain(kName, path + " " + problem);
-    return problem.empty();
+/// Readable for everybody: the collector is another user, whatever the timer's umask.
+bool Write(const std::string& name, const std::string& text) {
+    std::string problem;
+    if (WriteOutput(name, text, &problem, Readers::kEverybody)) return true;
+    Complain(kName, problem);
+    return false;
 }
 
 int Metrics(const Options& options) {
+    for (const std::string* file : {&options.output, &options.state}) RefuseToOverwrite(options.logs, *file);
     metrics::Seen seen;
     seen.shows_identity = options.shows_identity;
     seen.files = board::ReadStatusFiles(options.folder);
@@ -146,11 +149,7 @@ int Metrics(const Options& options) {
     const std::string text =
         metrics::Exposition(metrics::BoardMetrics(seen),
                             options.is_openmetrics ? metrics::Format::kOpenMetrics : metrics::Format::kText);
-    if (options.output.empty()) {
-        fwrite(text.data(), 1, text.size(), stdout);
-    } else if (!Write(options.output, text)) {
-        status = kStatusNotWritten;
-    }
+    if (!Write(options.output, text)) status = kStatusNotWritten;
     return status;
 }
 
@@ -176,7 +175,8 @@ Command MetricsCommand() {
     command.declare = [](CLI::App& app) -> Run {
         const auto options = std::make_shared<Options>();
         app.add_option("LOG", options->logs, "logs, in any order")->type_name("LOG");
-        app.add_option("--output", options->output, "the file to replace, such as ravelin.prom")
+        app.add_option("--output", options->output,
+                       "the file to replace, such as ravelin.prom; otherwise standard output")
             ->type_name("FILE");
         app.add_option("--state", options->state, "where the counters are kept between two runs")
             ->type_name("FILE");

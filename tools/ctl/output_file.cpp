@@ -5,20 +5,24 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+
+#include "tools/board/text_file.h"
+#include "tools/ctl/command.h"
 
 namespace ctl {
 
 namespace {
 
 constexpr mode_t kMode = 0666;
-constexpr mode_t kModeBits = 07777;
+constexpr mode_t kReadableMode = 0644;
+constexpr mode_t kModeBits = 0777;
+constexpr char kStandardOutput[] = "-";
 
-std::string Reason(const std::string& name) {
-    return "can't write " + name + ": " + strerror(errno);
+std::string Reason(const std::string& name, int error = errno) {
+    return "can't write " + name + ": " + strerror(error);
 }
 
 bool WriteAll(int file, const std::string& text) {
@@ -39,6 +43,18 @@ mode_t UsualMode() {
     return kMode & ~mask;
 }
 
+mode_t ModeFor(const struct stat& there, bool is_there, Readers readers) {
+    if (readers == Readers::kEverybody) return kReadableMode;
+    // Another's file may be open to that other by its mode; ours isn't to be.
+    return is_there && there.st_uid == geteuid() ? there.st_mode & kModeBits : UsualMode();
+}
+
+/// In the same folder, hidden and with another ending: who takes each *.prom that is seen must not see it.
+std::string BesideOf(const std::string& name) {
+    const size_t start = name.rfind('/') + 1;
+    return name.substr(0, start) + "." + name.substr(start) + ".XXXXXX";
+}
+
 }  // namespace
 
 bool AreSameFile(const std::string& name, const std::string& other) {
@@ -48,44 +64,40 @@ bool AreSameFile(const std::string& name, const std::string& other) {
            first.st_dev == second.st_dev && first.st_ino == second.st_ino;
 }
 
-bool WriteOutput(const std::string& name, const std::string& text, std::string* problem) {
-    if (name == "-") {
-        if (WriteAll(STDOUT_FILENO, text)) return true;
-        *problem = Reason("to standard output");
+void RefuseToOverwrite(const std::vector<std::string>& inputs, const std::string& output) {
+    if (output == kStandardOutput) return;
+    for (const std::string& input : inputs) {
+        if (AreSameFile(input, output)) RefuseCommandLine("the output would take the place of " + input);
+    }
+}
+
+bool WriteOutput(const std::string& name, const std::string& text, std::string* problem, Readers readers) {
+    if (name == kStandardOutput) {
+        fwrite(text.data(), 1, text.size(), stdout);
+        return true;
+    }
+    struct stat there = {};
+    const bool is_there = lstat(name.c_str(), &there) == 0;
+    if (is_there && !S_ISREG(there.st_mode)) {
+        *problem = "can't write " + name + ": it is " + board::KindAt(name) + " and no plain file";
         return false;
     }
-    std::string target = name;
-    struct stat there = {};
-    mode_t mode = UsualMode();
-    if (stat(name.c_str(), &there) == 0) {
-        if (!S_ISREG(there.st_mode)) {
-            *problem = "can't write " + name + ": it is no plain file; -o - writes to standard output";
-            return false;
-        }
-        mode = there.st_mode & kModeBits;
-        // Where a link leads is written anew, and the link stays.
-        char path[PATH_MAX];
-        if (realpath(name.c_str(), path) != nullptr) target = path;
-    }
-    std::string temporary = target + ".XXXXXX";
-    const int file = mkstemp(temporary.data());
+    std::string beside = BesideOf(name);
+    const int file = mkostemp(beside.data(), O_CLOEXEC);
     if (file < 0) {
         *problem = Reason(name);
         return false;
     }
     // On the disk before the name is: a power cut leaves the one or the other.
-    bool is_done = WriteAll(file, text) && fchmod(file, mode) == 0 && fsync(file) == 0;
-    if (!is_done) *problem = Reason(name);
-    if (close(file) != 0 && is_done) {
-        is_done = false;
-        *problem = Reason(name);
-    }
-    if (is_done && rename(temporary.c_str(), target.c_str()) != 0) {
-        is_done = false;
-        *problem = Reason(name);
-    }
-    if (!is_done) unlink(temporary.c_str());
-    return is_done;
+    const bool is_written =
+        WriteAll(file, text) && fchmod(file, ModeFor(there, is_there, readers)) == 0 && fsync(file) == 0;
+    int error = is_written ? 0 : errno;
+    if (close(file) != 0 && error == 0) error = errno;
+    if (error == 0 && rename(beside.c_str(), name.c_str()) != 0) error = errno;
+    if (error == 0) return true;
+    unlink(beside.c_str());
+    *problem = Reason(name, error);
+    return false;
 }
 
 }  // namespace ctl

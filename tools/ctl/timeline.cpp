@@ -28,10 +28,7 @@ struct Options {
 };
 
 int DrawTimeline(const Options& options) {
-    for (const std::string& log : options.logs) {
-        if (log == "-" || options.output == "-" || !AreSameFile(log, options.output)) continue;
-        RefuseCommandLine("the page would take the place of the log " + log);
-    }
+    RefuseToOverwrite(options.logs, options.output);
     Reader reader;
     ReaderOptions reader_options;
     reader_options.date = options.date;

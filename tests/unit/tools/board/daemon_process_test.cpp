@@ -4,21 +4,16 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cstdlib>
 #include <fstream>
 
 #include <gtest/gtest.h>
+
+#include "tests/support/temporary_folder.h"
 
 namespace {
 
 class DaemonProcessTest : public testing::Test {
   protected:
-    void SetUp() override {
-        char name[] = "/tmp/daemon_process.XXXXXX";
-        folder = mkdtemp(name);
-    }
-    void TearDown() override { ASSERT_EQ(system(("rm -rf '" + folder + "'").c_str()), 0); }
-
     /// A process with this command line, its words ending in |.
     void Process(const std::string& number, std::string words, const std::string& stat = "") const {
         for (char& c : words) {
@@ -31,7 +26,8 @@ class DaemonProcessTest : public testing::Test {
         ASSERT_EQ(symlink("/var/spool", (folder + "/" + number + "/cwd").c_str()), 0);
     }
 
-    std::string folder;
+    const TemporaryFolder temporary;
+    const std::string& folder = temporary.path();
 };
 
 TEST_F(DaemonProcessTest, IsFoundByItsName) {

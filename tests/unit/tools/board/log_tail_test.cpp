@@ -5,10 +5,10 @@
 #include <unistd.h>
 
 #include <cstdio>
-#include <cstdlib>
-#include <fstream>
 
 #include <gtest/gtest.h>
+
+#include "tests/support/temporary_folder.h"
 
 namespace {
 
@@ -16,20 +16,11 @@ using Lines = std::vector<std::string>;
 
 class LogTailTest : public testing::Test {
   protected:
-    void SetUp() override {
-        char name[] = "/tmp/log_tail.XXXXXX";
-        folder = mkdtemp(name);
-        path = folder + "/log";
-        Add("old\nhalf");
-    }
-    void TearDown() override {
-        unlink(path.c_str());
-        unlink((path + ".1").c_str());
-        rmdir(folder.c_str());
-    }
-    void Add(const std::string& text) const { std::ofstream(path, std::ios::app | std::ios::binary) << text; }
+    LogTailTest() { Add("old\nhalf"); }
+    void Add(const std::string& text) const { temporary.Append("log", text); }
 
-    std::string folder, path;
+    const TemporaryFolder temporary;
+    const std::string &folder = temporary.path(), path = folder + "/log";
     board::LogTail log;
 };
 

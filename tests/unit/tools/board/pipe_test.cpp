@@ -6,10 +6,11 @@
 #include <unistd.h>
 
 #include <csignal>
-#include <cstdlib>
 #include <fstream>
 
 #include <gtest/gtest.h>
+
+#include "tests/support/temporary_folder.h"
 
 namespace {
 
@@ -18,17 +19,9 @@ using board::PipeState;
 
 class PipeTest : public testing::Test {
   protected:
-    void SetUp() override {
-        signal(SIGPIPE, SIG_IGN);
-        char name[] = "/tmp/pipe_test.XXXXXX";
-        folder = mkdtemp(name);
-        path = folder + "/pipe";
-    }
-    void TearDown() override {
+    PipeTest() { signal(SIGPIPE, SIG_IGN); }
+    ~PipeTest() override {
         if (reader >= 0) close(reader);
-        unlink(path.c_str());
-        unlink((folder + "/other").c_str());
-        rmdir(folder.c_str());
     }
     void MakePipe() { ASSERT_EQ(mkfifo(path.c_str(), 0600), 0); }
     void Listen() { ASSERT_GE(reader = open(path.c_str(), O_RDONLY | O_NONBLOCK), 0); }
@@ -38,7 +31,8 @@ class PipeTest : public testing::Test {
         return {bytes, static_cast<size_t>(count > 0 ? count : 0)};
     }
 
-    std::string folder, path;
+    const TemporaryFolder temporary;
+    const std::string &folder = temporary.path(), path = folder + "/pipe";
     int reader = -1;
 };
 

@@ -9,6 +9,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/temporary_folder.h"
+
 namespace {
 
 using board::ParseNow;
@@ -72,20 +74,14 @@ TEST(StatusFile, KeysBelongToTheirFile) {
 
 class StatusFileOnDisk : public testing::Test {
   protected:
-    void SetUp() override {
+    StatusFileOnDisk() {
         setenv("TZ", "UTC", 1);
         tzset();
-        char name[] = "/tmp/status_file.XXXXXX";
-        folder = mkdtemp(name);
-        path = folder + "/" + board::kStatusName;
-    }
-    void TearDown() override {
-        unlink(path.c_str());
-        rmdir(folder.c_str());
     }
     board::StatusFile Read() const { return board::ReadStatusFile(folder, board::kStatusName, 0); }
 
-    std::string folder, path;
+    const TemporaryFolder temporary;
+    const std::string &folder = temporary.path(), path = temporary.Path(board::kStatusName);
 };
 
 TEST_F(StatusFileOnDisk, IsReadWithItsTimes) {

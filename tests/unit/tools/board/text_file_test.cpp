@@ -11,6 +11,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/temporary_folder.h"
+
 namespace {
 
 using board::FileState;
@@ -18,20 +20,10 @@ using board::ReadTextFile;
 
 class TextFileTest : public testing::Test {
   protected:
-    void SetUp() override {
-        char name[] = "/tmp/text_file.XXXXXX";
-        folder = mkdtemp(name);
-        path = folder + "/file";
-    }
-    void TearDown() override {
-        unlink(path.c_str());
-        unlink((folder + "/other").c_str());
-        rmdir(path.c_str());
-        rmdir(folder.c_str());
-    }
-    void Write(const std::string& text) const { std::ofstream(path, std::ios::binary) << text; }
+    void Write(const std::string& text) const { temporary.Write("file", text); }
 
-    std::string folder, path;
+    const TemporaryFolder temporary;
+    const std::string &folder = temporary.path(), path = folder + "/file";
 };
 
 TEST_F(TextFileTest, ReadsWhatIsThere) {

@@ -4,10 +4,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cstdlib>
-#include <fstream>
-
 #include <gtest/gtest.h>
+
+#include "tests/support/temporary_folder.h"
 
 namespace {
 
@@ -15,13 +14,8 @@ using Texts = std::vector<std::string>;
 
 class UpgradeTest : public testing::Test {
   protected:
-    void SetUp() override {
-        char name[] = "/tmp/upgrade_test.XXXXXX";
-        folder = mkdtemp(name);
-    }
-    void TearDown() override { ASSERT_EQ(system(("rm -rf '" + folder + "'").c_str()), 0); }
     void Write(const std::string& name, const std::string& text, mode_t mode = 0644) const {
-        std::ofstream(folder + "/" + name) << text;
+        temporary.Write(name, text);
         chmod((folder + "/" + name).c_str(), mode);
     }
     Texts Problems() const {
@@ -33,7 +27,8 @@ class UpgradeTest : public testing::Test {
         return problems;
     }
 
-    std::string folder;
+    const TemporaryFolder temporary;
+    const std::string& folder = temporary.path();
 };
 
 TEST_F(UpgradeTest, ToolAndFirmware) {

@@ -9,13 +9,13 @@
 
 #include <cerrno>
 #include <climits>
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 
 #include <gtest/gtest.h>
 
+#include "tests/support/temporary_folder.h"
 #include "tools/doctor/board.h"
 
 namespace doctor {
@@ -26,14 +26,12 @@ namespace fs = std::filesystem;
 class DoctorBoard : public testing::Test {
   protected:
     DoctorBoard() {
-        char path[] = "/tmp/doctor-board-XXXXXX";
-        folder = mkdtemp(path);
         fs::create_directory(folder + "/etc");
         std::ofstream(folder + "/etc/file") << "inside";
     }
-    ~DoctorBoard() override { fs::remove_all(folder); }
 
-    std::string folder;
+    const TemporaryFolder temporary;
+    const std::string& folder = temporary.path();
 };
 
 TEST_F(DoctorBoard, ReadsPlainFiles) {

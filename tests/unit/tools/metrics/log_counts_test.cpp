@@ -4,10 +4,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cstdlib>
-#include <fstream>
-
 #include <gtest/gtest.h>
+
+#include "tests/support/temporary_folder.h"
 
 namespace {
 
@@ -15,16 +14,7 @@ using namespace metrics;
 
 class LogCountsTest : public testing::Test {
   protected:
-    void SetUp() override {
-        char folder[] = "/tmp/log_counts.XXXXXX";
-        folder_ = mkdtemp(folder);
-        path_ = folder_ + "/log";
-    }
-    void TearDown() override {
-        remove(path_.c_str());
-        rmdir(folder_.c_str());
-    }
-    void Write(const std::string& text) const { std::ofstream(path_) << text; }
+    void Write(const std::string& text) const { folder_.Write("log", text); }
     LogCounts Count(bool is_final) const {
         LogCounts counts;
         std::string problem;
@@ -32,8 +22,8 @@ class LogCountsTest : public testing::Test {
         return counts;
     }
 
-    std::string folder_;
-    std::string path_;
+    const TemporaryFolder folder_;
+    const std::string path_ = folder_.Path("log");
 };
 
 TEST_F(LogCountsTest, TheBeginningIsWholeLinesAndBounded) {
@@ -55,8 +45,8 @@ TEST_F(LogCountsTest, WhatIsNoFileIsNotWaitedFor) {
     ASSERT_EQ(mkfifo(path_.c_str(), 0600), 0);
     EXPECT_FALSE(OpenLog(path_, &log, &problem));
     EXPECT_EQ(problem, path_ + ": isn't a file");
-    EXPECT_FALSE(OpenLog(folder_ + "/none", &log, &problem));
-    EXPECT_EQ(problem, folder_ + "/none: No such file or directory");
+    EXPECT_FALSE(OpenLog(folder_.Path("none"), &log, &problem));
+    EXPECT_EQ(problem, folder_.Path("none") + ": No such file or directory");
 }
 
 TEST_F(LogCountsTest, ModelAndAnOutageThatLasts) {
