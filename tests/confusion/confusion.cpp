@@ -196,7 +196,7 @@ class Matrix {
   public:
     void Take(const Story& story, const History& history, const char* path) {
         for (const Outage& outage : history.outages) {
-            const std::string named = outage.cause.substr(0, outage.cause.find('/'));
+            const std::string named = TopOf(outage.cause);
             const int64_t begin_ms = outage.has_begin ? outage.begin.elapsed_ms : 0;
             std::set<std::string> names;
             bool is_right = false;

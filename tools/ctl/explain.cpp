@@ -34,58 +34,6 @@ struct Options {
     bool follows = false;
 };
 
-/// Words for a cause or a reason of a reset.
-struct Wording {
-    const char* word;
-    const char* text;
-};
-constexpr Wording kCauses[] = {
-    {cause::kModemMute, "the modem didn't answer"},
-    {cause::kPortGone, "the modem's port was gone"},
-    {cause::kSim, "no SIM that was ready"},
-    {cause::kNoService, "no service"},
-    {cause::kDenied, "refused by the network"},
-    {cause::kLinkDown, "the modem called the link down"},
-    {cause::kDataPath, "link up, no answer to pings"},
-    {cause::kDialFailed, "the dial failed"},
-    {cause::kDhcp, "no address by DHCP"},
-    {cause::kDisabled, "switched off in the settings"},
-    {cause::kCommand, "a script asked for a reset"},
-    {cause::kOcpp, "the OCPP service was offline, and pings unanswered"},
-    {cause::kRestart, "the daemon began anew"},
-    {cause::kUnknown, "cause unknown"},
-};
-constexpr Wording kReasons[] = {
-    {cause::kNoService, "34 checks without service"},
-    {reason::kNoServiceRounds, "the third round of 34 checks without service"},
-    {reason::kNoServiceTwoSims, "no service with two SIMs: count 3, 7 or 9"},
-    {reason::kReconnect, "every fifth attempt to connect is a reset"},
-    {cause::kDataPath, "the network check failed: count 3, 7 or 9"},
-    {cause::kModemMute, "three times no answer to AT+CSQ"},
-    {cause::kUnknown, "for a reason that the log doesn't show"},
-};
-
-std::string TextOf(const Wording* begin, const Wording* end, const std::string& word) {
-    const std::string top = word.substr(0, word.find('/'));
-    for (const Wording* row = begin; row != end; ++row) {
-        if (top == row->word) {
-            return top == word ? row->text : row->text + (" (" + word.substr(top.size() + 1) + ")");
-        }
-    }
-    return word;
-}
-
-std::string CauseText(const std::string& word) {
-    return TextOf(std::begin(kCauses), std::end(kCauses), word);
-}
-
-std::string ReasonText(const std::string& word) {
-    for (const Wording& row : kReasons) {
-        if (word == row.word) return row.text;
-    }
-    return CauseText(word);
-}
-
 /// "2 h 03 min", "1 min 54 s".
 std::string LengthText(int64_t ms) {
     const int64_t seconds = (ms + kSecond_ms / 2) / kSecond_ms;

@@ -140,6 +140,8 @@ class Data {
         Write("dials", timeline_.dials);
         Write(ledger);
         WriteEach("advice", history.advice, kMostSigns);
+        WriteWords("causes", kCauses);
+        WriteWords("reasons", kReasons);
         WriteTables();
         Number("leftOut", left_out_ + timeline_.left_out);
         Number("linesLeftOut", lines_.left_out());
@@ -338,6 +340,13 @@ class Data {
         writer_.StartArray();
         for (int i = 0; i <= last_input && !lines_.rows().empty(); ++i) String(reader_.name(i));
         writer_.EndArray();
+    }
+    template <typename Rows>
+    void WriteWords(const char* key, const Rows& rows) {
+        writer_.Key(key);
+        writer_.StartObject();
+        for (const auto& row : rows) Member(row.word, row.text);
+        writer_.EndObject();
     }
     void WriteTexts(const char* key, const Texts& texts) {
         writer_.Key(key);

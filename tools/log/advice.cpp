@@ -11,87 +11,12 @@ constexpr char kRecoveryPage[] = "docs/recovery.md";
 constexpr char kExplainingPage[] = "docs/explaining.md";
 constexpr char kConfigurationPage[] = "docs/configuration.md";
 constexpr char kLogPage[] = "docs/log.md";
-constexpr char kSupervisionPage[] = "docs/supervision.md";
 constexpr double kManyResetsAnHour = 1.0;
 constexpr int64_t kLongLog_ms = 6 * kHour_ms;
-
-std::string TopOf(const std::string& word) {
-    return word.substr(0, word.find('/'));
-}
 
 std::string SecondsText(int64_t ms) {
     return std::to_string((ms + kSecond_ms / 2) / kSecond_ms) + " s";
 }
-
-/// What to do about each cause; in the order in which it is told.
-struct CauseAdvice {
-    const char* cause;
-    const char* text;
-    const char* page;
-};
-constexpr CauseAdvice kCauseAdvice[] = {
-    {cause::kModemMute,
-     "The modem stopped answering. Look at its power supply and USB cable, and at its firmware. A port that "
-     "was gone for "
-     "a moment looks the same: the kernel's log tells which.",
-     kRecoveryPage},
-    {cause::kPortGone,
-     "The modem's port was gone. See the kernel's log (dmesg | grep -i usb), the power of the modem, and "
-     "whether the "
-     "port's name stays the same (a udev rule gives it one).",
-     "docs/board-bring-up.md"},
-    {cause::kSim,
-     "The SIM wasn't ready: no card, no contact, or a PIN. The daemon never enters a PIN: take it off with a "
-     "phone.",
-     kLogPage},
-    {cause::kNoService,
-     "There was no service. Look at antenna and cable, at the bands that the operator has here, and at the "
-     "operator's "
-     "own state.",
-     kRecoveryPage},
-    {cause::kDenied,
-     "The network refused the SIM (registration state 3). No reset mends that: ask the operator about the "
-     "contract, the "
-     "SIM's lock to a device, and roaming.",
-     kLogPage},
-    {cause::kLinkDown,
-     "The modem called the data call down, and nothing says why: the operator ends calls, or the signal is "
-     "weak. Level 7 "
-     "of CheckConnection (-Df CheckConnection) shows the answers.",
-     kExplainingPage},
-    {cause::kDataPath,
-     "The link was up, and nothing answered. Look at the operator's network, the APN, and whether the pinged "
-     "addresses "
-     "can be reached through it at all.",
-     kRecoveryPage},
-    {cause::kDialFailed,
-     "The dial was refused or led to no link. Look at APN, user name and password in the settings, and at "
-     "the contract.",
-     kConfigurationPage},
-    {cause::kDhcp,
-     "The modem's link was up, and the DHCP client got no address: look at the interface's name and if-lte.",
-     kConfigurationPage},
-    {cause::kDisabled,
-     "The link was switched off by ENABLE=false. With one SIM it may take 34 checks, five and a half "
-     "minutes, until it is "
-     "back once it is switched on again: the radio stays off until the next soft reset.",
-     kConfigurationPage},
-    {cause::kCommand,
-     "A script asked for the reset through the pipe: each costs half a minute without a link.",
-     kRecoveryPage},
-    {cause::kOcpp,
-     "The OCPP service was offline beyond a threshold while no ping was answered. If only the service was, "
-     "look there.",
-     kRecoveryPage},
-    {cause::kRestart,
-     "The daemon began anew in the middle. A power cut, a kill and a crash look alike in this log: what "
-     "started it again "
-     "knows (journalctl -u ravelin-mobile, or the lines of ravelin-supervise).",
-     kSupervisionPage},
-    {cause::kUnknown,
-     "For an outage without a known cause the lines before it are missing. See which log to keep.",
-     kExplainingPage},
-};
 
 void Advise(History& history, const char* finding, const std::string& text, const char* page) {
     history.advice.push_back({finding, text, page});
@@ -150,8 +75,8 @@ History Historian::Finish() const {
     }
     TellAchievements(history, last.online_at_, ledger.to);
 
-    for (const CauseAdvice& row : kCauseAdvice) {
-        if (ledger.outages.count(row.cause) > 0) Advise(history, row.cause, row.text, row.page);
+    for (const CauseRow& row : kCauses) {
+        if (ledger.outages.count(row.word) > 0) Advise(history, row.word, row.advice, row.page);
     }
     const double hours = static_cast<double>(ledger.length_ms()) / static_cast<double>(kHour_ms);
     if (hours > 1 && static_cast<double>(history.resets.size()) / hours >= kManyResetsAnHour) {

@@ -35,10 +35,6 @@ constexpr int64_t kStateDenied = 3;
 constexpr int64_t kLte = 3;
 constexpr int kWeakRsrp = -115;
 
-std::string TopOf(const std::string& cause_word) {
-    return cause_word.substr(0, cause_word.find('/'));
-}
-
 bool IsRegistered(int64_t state) {
     return state == 1 || state == 5;
 }

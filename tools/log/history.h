@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "tools/log/catalogue.h"
+#include "tools/log/causes.h"
 #include "tools/log/reader.h"
 
 namespace ravelin_log {
@@ -29,31 +30,6 @@ struct Evidence {
 
 enum class Certainty { kUnknown, kProbable, kCertain };
 const char* WordOf(Certainty certainty);
-
-/// Causes of outages; a finer one has a slash behind one of these.
-namespace cause {
-constexpr char kModemMute[] = "modem-mute";
-constexpr char kPortGone[] = "port-gone";
-constexpr char kSim[] = "sim";
-constexpr char kNoService[] = "no-service";
-constexpr char kDenied[] = "denied";
-constexpr char kLinkDown[] = "link-down";
-constexpr char kDataPath[] = "data-path";
-constexpr char kDialFailed[] = "dial-failed";
-constexpr char kDhcp[] = "dhcp";
-constexpr char kDisabled[] = "disabled";
-constexpr char kCommand[] = "command";
-constexpr char kOcpp[] = "ocpp";
-constexpr char kRestart[] = "restart";
-constexpr char kUnknown[] = "unknown";
-}  // namespace cause
-
-/// Reasons of resets that are no causes of outages, too.
-namespace reason {
-constexpr char kNoServiceRounds[] = "no-service-rounds";
-constexpr char kNoServiceTwoSims[] = "no-service-two-sims";
-constexpr char kReconnect[] = "reconnect";
-}  // namespace reason
 
 struct Outage {
     bool has_begin = false;  // false: the log begins in it

@@ -20,41 +20,23 @@ constexpr int64_t kMilli = 1000;
 constexpr std::string_view kUpgradePrefix = "[OTA] ";
 constexpr std::string_view kModelText = "m_ModuleName = ";
 
-constexpr const char* kCauses[] = {cause::kModemMute, cause::kPortGone, cause::kSim,      cause::kNoService,
-                                   cause::kDenied,    cause::kLinkDown, cause::kDataPath, cause::kDhcp,
-                                   cause::kDisabled,  cause::kCommand,  cause::kOcpp,     cause::kDialFailed,
-                                   cause::kRestart,   cause::kUnknown};
-constexpr const char* kReasons[] = {cause::kCommand,
-                                    cause::kModemMute,
-                                    cause::kPortGone,
-                                    cause::kSim,
-                                    cause::kNoService,
-                                    reason::kNoServiceRounds,
-                                    reason::kNoServiceTwoSims,
-                                    reason::kReconnect,
-                                    cause::kDataPath,
-                                    cause::kOcpp,
-                                    cause::kUnknown};
 constexpr ResetKind kKinds[] = {ResetKind::kSoft, ResetKind::kHard, ResetKind::kSimSwitch};
 constexpr const char* kResults[] = {"ok", "failed", "unsupported", "no-tool", "unknown"};
 
 std::vector<std::string> AllCounts() {
     std::vector<std::string> all = {"online", "start"};
-    for (const char* word : kCauses) {
-        all.push_back(std::string("outage ") + word);
-        all.push_back(std::string("outage-time ") + word);
+    for (const CauseRow& row : kCauses) {
+        all.push_back(std::string("outage ") + row.word);
+        all.push_back(std::string("outage-time ") + row.word);
     }
     for (const ResetKind kind : kKinds) {
-        for (const char* word : kReasons) all.push_back(std::string("reset ") + WordOf(kind) + " " + word);
+        for (const ReasonRow& row : kReasons) {
+            all.push_back(std::string("reset ") + WordOf(kind) + " " + row.word);
+        }
     }
     for (const char* word : kResults) all.push_back(std::string("upgrade ") + word);
     std::sort(all.begin(), all.end());
     return all;
-}
-
-/// Without what stands behind a slash: finer causes would be series without end.
-std::string Coarse(const std::string& word) {
-    return word.substr(0, word.find('/'));
 }
 
 void Add(const std::string& name, int64_t milli, Counts* counts) {
@@ -123,7 +105,8 @@ bool CountLog(const std::string& name, bool is_final, LogCounts* counts, std::st
     }
     const History history = historian.Finish();
     for (const Outage& outage : history.outages) {
-        const std::string word = Coarse(outage.cause);
+        // A finer cause would be series without end.
+        const std::string word = TopOf(outage.cause);
         if (outage.is_open && !is_final) {
             counts->cause = word;
             continue;
@@ -132,7 +115,7 @@ bool CountLog(const std::string& name, bool is_final, LogCounts* counts, std::st
         Add("outage-time " + word, outage.length_ms(), &counts->counts);
     }
     for (const Reset& reset : history.resets) {
-        Add(std::string("reset ") + WordOf(reset.kind) + " " + Coarse(reset.reason), kMilli, &counts->counts);
+        Add(std::string("reset ") + WordOf(reset.kind) + " " + reset.reason, kMilli, &counts->counts);
     }
     for (const Upgrade& upgrade : history.upgrades) {
         if (upgrade.has_end || is_final) Add("upgrade " + upgrade.result, kMilli, &counts->counts);

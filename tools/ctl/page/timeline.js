@@ -28,30 +28,22 @@
     return code.length < 3 ? '\\x' + code.padStart(2, '0') : '\\u' + code.padStart(4, '0');
   });
 
-  const kCauses = {
-    'modem-mute': ['the modem didn\'t answer', 'modem', 0],
-    'port-gone': ['the modem\'s port was gone', 'modem', 1],
-    'sim': ['no SIM that was ready', 'sim', 0],
-    'no-service': ['no service', 'network', 0],
-    'denied': ['refused by the network', 'network', 1],
-    'link-down': ['the modem called the link down', 'network', 2],
-    'data-path': ['link up, no answer to pings', 'data', 0],
-    'dial-failed': ['the dial failed', 'data', 1],
-    'dhcp': ['no address by DHCP', 'data', 2],
-    'disabled': ['switched off in the settings', 'asked', 0],
-    'command': ['a script asked for a reset', 'asked', 1],
-    'ocpp': ['OCPP service offline, pings unanswered', 'asked', 2],
-    'restart': ['the daemon began anew', 'restart', 0],
-    'unknown': ['cause unknown', 'other', 1],
-  };
-  const kReasons = {
-    'no-service': '34 checks without service',
-    'no-service-rounds': 'the third round of 34 checks without service',
-    'no-service-two-sims': 'no service with two SIMs: count 3, 7 or 9',
-    'reconnect': 'every fifth attempt to connect is a reset',
-    'data-path': 'the network check failed: count 3, 7 or 9',
-    'modem-mute': 'three times no answer to AT+CSQ',
-    'unknown': 'for a reason that the log doesn\'t show',
+  // What an outage looks like by its cause: its colour, and 0 plain, 1 hatched, 2 dotted.
+  const kLooks = {
+    'modem-mute': ['modem', 0],
+    'port-gone': ['modem', 1],
+    'sim': ['sim', 0],
+    'no-service': ['network', 0],
+    'denied': ['network', 1],
+    'link-down': ['network', 2],
+    'data-path': ['data', 0],
+    'dial-failed': ['data', 1],
+    'dhcp': ['data', 2],
+    'disabled': ['asked', 0],
+    'command': ['asked', 1],
+    'ocpp': ['asked', 2],
+    'restart': ['restart', 0],
+    'unknown': ['other', 1],
   };
   const kKinds = {'soft': 'Soft reset', 'hard': 'Hardware reset', 'sim-switch': 'SIM switch'};
   const kStates = {
@@ -60,10 +52,9 @@
   };
   const kSims = {unknown: 'not told', ready: 'SIM ready', 'not-ready': 'no SIM that is ready'};
   const topOf = (word) => word.split('/')[0];
-  const causeOf = (word) => Object.hasOwn(kCauses, topOf(word)) ? kCauses[topOf(word)] : kCauses.unknown;
-  const causeText = (word) => causeOf(word)[0] + (word.includes('/') ? ' (' + word.slice(word.indexOf('/') + 1) + ')' : '');
-  const reasonText = (word) => Object.hasOwn(kReasons, word) ? kReasons[word] : causeText(word);
-  const fillOf = (word) => 'url(#' + causeOf(word)[1] + causeOf(word)[2] + ')';
+  const causeText = (word) => data.causes[topOf(word)] + (word.includes('/') ? ' (' + word.slice(word.indexOf('/') + 1) + ')' : '');
+  const reasonText = (word) => data.reasons[word];
+  const fillOf = (word) => 'url(#' + kLooks[topOf(word)].join('') + ')';
   const sure = (certainty) => certainty === 'probable' ? ', probably' : '';
   const begin = (text) => text.charAt(0).toUpperCase() + text.slice(1);
 
@@ -317,8 +308,7 @@
 
   const patterns = (parent) => {
     const defs = draw(parent, 'defs', {});
-    for (const word in kCauses) {
-      const [, group, kind] = kCauses[word];
+    for (const [group, kind] of Object.values(kLooks)) {
       const pattern = draw(defs, 'pattern', {id: group + kind, width: 7, height: 7, patternUnits: 'userSpaceOnUse'});
       draw(pattern, 'rect', {width: 7, height: 7, fill: `var(--${group})`});
       if (kind === 1) draw(pattern, 'path', {d: 'M-1 8L8-1M-1 1L1-1M6 8L8 6', stroke: 'var(--card)', 'stroke-width': 1.6});

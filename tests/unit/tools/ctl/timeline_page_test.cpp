@@ -97,6 +97,21 @@ TEST_F(TimelinePage, ALogOfLongOddLinesHasItsBound) {
     EXPECT_LT(data.size(), 30000000U);
 }
 
+TEST_F(TimelinePage, EachCauseAndReasonHasItsWordsAndEachCauseItsLook) {
+    rapidjson::Document document;
+    document.Parse(DataOf(kStart).c_str());
+    const std::string page = ctl::TimelinePage("{}");
+    ASSERT_EQ(document["causes"].MemberCount(), kCauses.size());
+    for (const CauseRow& row : kCauses) {
+        EXPECT_STREQ(document["causes"][row.word].GetString(), row.text);
+        EXPECT_NE(page.find("\n    '" + std::string(row.word) + "': ['"), std::string::npos) << row.word;
+    }
+    ASSERT_EQ(document["reasons"].MemberCount(), kReasons.size());
+    for (const ReasonRow& row : kReasons) {
+        EXPECT_STREQ(document["reasons"][row.word].GetString(), row.text);
+    }
+}
+
 TEST_F(TimelinePage, AnEmptyLogHasAPageToo) {
     const std::string data = DataOf("");
     rapidjson::Document document;
