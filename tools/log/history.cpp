@@ -21,6 +21,7 @@ constexpr int64_t kUsualChecks = 10;  // of a modem that searches after the firs
 constexpr int kTellingAnswers = 3;
 constexpr int kProvingAnswers = 6;
 constexpr int kManySearches = 10;
+constexpr int kTellingDials = 2;
 constexpr int kEarlyDials = 2;  // of a LongSung modem after the start, which may still be searching
 constexpr int kPortWaitsToTell = 6;
 constexpr int64_t kLookGap_ms = 8 * kSecond_ms;  // more than between two looks of an attempt
@@ -282,7 +283,7 @@ void Historian::Mute() {
     const std::string top = TopOf(outage.cause);
     const bool is_unproven_sim = top == cause::kSim && !sim_confirmed_;
     const bool is_unproven_service = top == cause::kNoService && !answered_;
-    if (IsWeak(outage) || is_unproven_sim || is_unproven_service) {
+    if ((IsWeak(outage) && !answered_) || is_unproven_sim || is_unproven_service) {
         SetCause(outage, word, Certainty::kProbable);
     }
 }
@@ -361,10 +362,14 @@ void Historian::OnSim(const Said& said) {
             const std::string top = TopOf(outage->cause);
             // One SIM, and the modem knows its own number: it is the SIM indeed.
             if (imei_told_) sim_confirmed_ = sim_confirmed_ || top == cause::kSim;
-            if (top == cause::kSim) {
+            if (top == cause::kSim && !sim_confirmed_ && !answered_ && !outage->resets.empty()) {
+                // Set up anew, it doesn't know its own number either.
+                SetCause(*outage, cause::kModemMute, Certainty::kProbable);
+            } else if (top == cause::kSim) {
                 // Set up anew, the modem knows its own number, no SIM, and no network: it is the SIM indeed.
+                // Later than that it may be another trouble.
                 const bool is_proven =
-                    imei_told_ && !outage->resets.empty() && answered_ && !registered_ && !has_two_sims_;
+                    imei_told_ && outage->resets.size() == 1 && answered_ && !registered_ && !has_two_sims_;
                 SetCause(*outage, cause::kSim, is_proven ? Certainty::kCertain : Certainty::kProbable);
             } else if (imei_told_ && outage->resets.size() <= 1 &&
                        (IsWeak(*outage) || top == cause::kNoService)) {
@@ -514,7 +519,9 @@ void Historian::OnLink(const Said& said) {
             if (has_open_) {
                 Outage& outage = *open();
                 // A LongSung modem isn't asked for its registration: why no link came up isn't known then.
-                if (dials_ > 0 && registered_ && IsWeak(outage)) {
+                // And one dial in vain may have met whatever brought the link down.
+                const int telling = TopOf(outage.cause) == cause::kLinkDown ? kTellingDials : 1;
+                if (dials_ >= telling && registered_ && IsWeak(outage)) {
                     Prove(outage, now_);
                     SetCause(outage, cause::kDialFailed, Certainty::kProbable);
                 }
@@ -626,11 +633,11 @@ void Historian::OnLink(const Said& said) {
             const std::vector<Evidence> checks = failed_checks_;
             const bool is_sim = sim_lost_.is_set;
             const Evidence lost = sim_lost_.evidence;
-            // A family that logs each answer to the look, and has logged none: the modem said nothing at all.
-            const int64_t asked_ms = checks.front().at.passed_ms;
-            const bool is_mute =
-                is_sim && tells_looks_ &&
-                (!look_answered_.is_set || asked_ms - look_answered_.evidence.at.passed_ms > kLook_ms);
+            // A modem whose answers to looks were logged until now said nothing at all when this one is
+            // missing.
+            const int64_t unanswered_ms = checks.front().at.passed_ms - look_answered_.evidence.at.passed_ms;
+            const bool is_mute = is_sim && tells_looks_ && look_answered_.is_set &&
+                                 unanswered_ms > kLook_ms && unanswered_ms < kRecent_ms;
             Outage& outage = Open(checks.front(), true,
                                   is_mute                    ? cause::kModemMute
                                   : is_sim || sim_hesitated_ ? cause::kSim

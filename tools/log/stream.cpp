@@ -135,26 +135,31 @@ void Stream::TakeText(std::string_view text, bool is_torn) {
     line_.is_torn = is_torn;
     const bool has_place = !parts.place.file.empty();
     message_size_ = (has_place ? 0 : message_size_) + text.size() + 1;
-    if (has_place) {
+    if (parts.has_header && !IsDaemon(parts)) {
+        line_.kind = Line::Kind::kOther;
+    } else if (has_place) {
         line_.kind = Line::Kind::kSaid;
         saw_local_ |= parts.has_header;
     } else if (parts.has_header) {
         // Where standard output goes to the same log, a line without a place may be the modem's.
-        line_.kind = !IsDaemon(parts.program, parts.message) ? Line::Kind::kOther
-                     : saw_local_                            ? Line::Kind::kText
-                                                             : Line::Kind::kSaid;
+        line_.kind = saw_local_ ? Line::Kind::kText : Line::Kind::kSaid;
     }
     TakeTime(parts.stamp);
 }
 
-/// The daemon goes by its own name, or by the one under which it has said its first words.
-bool Stream::IsDaemon(std::string_view program, std::string_view message) {
+/// The daemon goes by its own name. Where nobody has spoken by that, it is who was the last to say its first
+/// words, or the first to say a line of its local log. Others may quote it.
+bool Stream::IsDaemon(const LineParts& parts) {
     for (const std::string_view name : kDaemonNames) {
-        if (program == name) return true;
+        if (parts.program != name) continue;
+        has_own_name_ = true;
+        return true;
     }
-    const int rank = StartRank({}, message);
-    if (rank == 0 || rank == 1) daemon_ = program;
-    return !daemon_.empty() && program == daemon_;
+    if (has_own_name_) return false;
+    const int rank = StartRank({}, parts.message);
+    const bool speaks_as_daemon = rank == 0 || rank == 1 || (daemon_.empty() && !parts.place.file.empty());
+    if (speaks_as_daemon) daemon_ = parts.program;
+    return !daemon_.empty() && parts.program == daemon_;
 }
 
 bool Stream::NextOfJournal() {
@@ -180,13 +185,16 @@ bool Stream::NextOfJournal() {
     line_.process = entry_.process;
     line_.message = text;
     LineParts parts;
-    if (is_first && entry_.transport != "syslog" && TakeLocalPrefix(text, &parts)) {
+    const bool has_place = is_first && entry_.transport != "syslog" && TakeLocalPrefix(text, &parts);
+    if (!has_place && is_first) parts.message = text;
+    parts.program = entry_.program;
+    if (!IsDaemon(parts)) {
+        line_.kind = Line::Kind::kOther;
+    } else if (has_place) {
         line_.kind = Line::Kind::kSaid;
         line_.place = parts.place;
         line_.message = parts.message;
         saw_local_ = true;
-    } else if (!IsDaemon(entry_.program, is_first ? text : std::string_view())) {
-        line_.kind = Line::Kind::kOther;
     } else if (is_first && entry_.transport != "stdout" && (entry_.transport == "syslog" || !saw_local_)) {
         line_.kind = Line::Kind::kSaid;
     }

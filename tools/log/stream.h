@@ -52,7 +52,7 @@ class Stream {
     bool NextOfPlainLog();
     bool NextOfJournal();
     void TakeText(std::string_view text, bool is_torn);
-    bool IsDaemon(std::string_view program, std::string_view message);
+    bool IsDaemon(const LineParts& parts);
     void Split(std::string_view text, bool is_torn);
     void TakeTime(const Stamp& stamp);
 
@@ -69,10 +69,11 @@ class Stream {
     int64_t number_ = 0;
 
     bool knows_header_ = false;
-    bool has_header_ = false;  // lines are those of syslog
-    std::string daemon_;       // how the system's log calls the daemon, when it isn't by its own name
-    bool saw_local_ = false;   // behind a header of syslog: standard output that the journal keeps
-    size_t message_size_ = 0;  // bytes since the last place, line ends included
+    bool has_header_ = false;    // lines are those of syslog
+    bool has_own_name_ = false;  // the daemon has spoken by its own name
+    std::string daemon_;         // how the system's log calls it otherwise
+    bool saw_local_ = false;     // behind a header of syslog: standard output that the journal keeps
+    size_t message_size_ = 0;    // bytes since the last place, line ends included
 
     bool has_day_ = false;
     bool has_time_ = false;

@@ -156,6 +156,12 @@ TEST(History, DialsInVain) {
     EXPECT_EQ(Told(Log().Tell(text)), "dial-failed probable 302..580; hard reconnect 510; ");
 }
 
+TEST(History, OneDialInVainIsStillTheLossOfTheLink) {
+    const std::string text = kStart + OfflineChecks(300) + Dial(330, 2) + Dial(390, 3);
+    EXPECT_EQ(Told(Log().Tell(text + kLater)), "link-down probable 302..410; ");
+    EXPECT_EQ(Told(Log().Tell(text + Dial(450, 4) + kLater)), "dial-failed probable 302..470; ");
+}
+
 TEST(History, ARefusedDial) {
     const std::string text = kStart + OfflineChecks(300) +
                              "330 ParseAtResult CEREG :0 1\n330 Connect Do connect.  2 times.\n"
@@ -233,6 +239,27 @@ TEST(History, AMissingSim) {
     EXPECT_EQ(Told(Log().Tell(text)), "sim certain 300..; soft sim 325; ");
 }
 
+TEST(History, AMissingSimThatShowsLateInAnOutageIsNotCertain) {
+    const std::string lost =
+        kStart + std::string(
+                     "300 CheckIfSimCardReady CheckIfSimCardReady: Check SIM!\n"
+                     "312 CheckIfSimCardReady CheckIfSimCardReady: SIM is not ready!\n"
+                     "312 Task Check connection. offline 1/10 times\n"
+                     "315 Connect No SIM card detected!!!\n325 SoftReset Soft reset!\n"
+                     "345 CheckSimCard Get Card IMEI fail, m_csIMEI = \n346 CheckSimCard Check SIM!\n"
+                     "358 CheckSimCard CheckSimCard: SIM is not ready!\n");
+    EXPECT_EQ(Told(Log().Tell(lost)), "modem-mute probable 300..; soft sim 325; ");
+    const std::string known = "CheckCardIMEI CheckCardIMEI m_csIMEI= 867698041122330\n";
+    const std::string again =
+        "370 Connect No SIM card detected!!!\n380 SoftReset Soft reset!\n400 " + known +
+        "401 CheckSimCard Check SIM!\n413 CheckSimCard CheckSimCard: SIM is not ready!\n";
+    EXPECT_EQ(Told(Log().Tell(lost + again)), "modem-mute probable 300..; soft sim 325; soft sim 380; ");
+    // It has answered, but not told its number: what shows later needn't be what began it.
+    EXPECT_EQ(Told(Log().Tell(lost.substr(0, lost.find("325 Soft")) + "320 ParseAtResult CEREG :0 0\n" +
+                              lost.substr(lost.find("325 Soft")) + again)),
+              "sim probable 300..; soft sim 325; soft sim 380; ");
+}
+
 TEST(History, ASimThatIsMissingWhileTheModemIsRegisteredIsAMuteModem) {
     const std::string text = kStart +
                              std::string(
@@ -257,6 +284,27 @@ TEST(History, AMuteModem) {
     const History history = Log().Tell(text);
     EXPECT_EQ(Told(history), "modem-mute probable 300..410; hard modem-mute 340; ");
     EXPECT_EQ(history.resets[0].achieved, "the link was back after 70 s");
+}
+
+TEST(History, AModemThatFallsMuteLongAfterTheLinkWentDownExplainsNothing) {
+    std::string text = kStart + OfflineChecks(300) + Dial(330, 2) + "352 ParseAtResult Connect Status:0\n";
+    for (int i = 353; i < 382; ++i) text += std::to_string(i) + " ParseAtResult Connect Status:0\n";
+    text += "400 Task No response! Reset device...\n400 main kill udhcpc lte!!!\n";
+    EXPECT_EQ(Told(Log().Tell(text)), "link-down probable 302..; hard modem-mute 400; ");
+}
+
+TEST(History, ALookWithoutAnAnswerIsAMuteModemWhereEachIsLogged) {
+    const std::string lost =
+        "312 CheckIfSimCardReady CheckIfSimCardReady: SIM is not ready!\n"
+        "312 Task Check connection. offline 1/10 times\n";
+    const std::string asks = "300 CheckIfSimCardReady CheckIfSimCardReady: Check SIM!\n";
+    const std::string look = " ParseAtResult Connect Status:1\n";
+    EXPECT_EQ(Told(Log().Tell(kStart + ("210" + look) + "296" + look + asks + lost)),
+              "modem-mute probable 300..; ");
+    EXPECT_EQ(Told(Log().Tell(kStart + ("210" + look) + "300" + look + asks + lost)),
+              "sim probable 300..; ");
+    // NodeCom modems tell when the link came up, and are silent from then on.
+    EXPECT_EQ(Told(Log().Tell(kStart + ("210" + look) + asks + lost)), "sim probable 300..; ");
 }
 
 TEST(History, APortThatDoesNotComeBack) {

@@ -62,6 +62,13 @@ class ReaderTest : public testing::Test {
         return told;
     }
 
+    /// The first word of each of its lines.
+    std::string KindsOf(const std::string& name) {
+        std::string kinds;
+        for (const std::string& line : Told({name})) kinds += line.substr(0, line.find_first_of("* ")) + " ";
+        return kinds;
+    }
+
     using Lines = std::vector<std::string>;
     char folder_[32] = "/tmp/log_reader_test.XXXXXX";
     std::vector<std::string> paths_;
@@ -93,6 +100,36 @@ TEST_F(ReaderTest, BelievesNoHeaderWithinALocalLog) {
                                   "text day 1, 03:12:07.001 "
                                   "Nov 22 03:12:07 board ravelin-mobile[1]: No response! Reset device...",
                                   "said day 1, 03:12:08.020 x"}));
+}
+
+TEST_F(ReaderTest, BelievesNoOtherProgramThatQuotesTheDaemon) {
+    const std::string log =
+        Write("log",
+              "Nov 22 03:12:07 board ravelin-mobile[1]: a\n"
+              "Nov 22 03:12:08 board ocpp[2]: 03:12:07.1" PLACE
+              "Connect error! Reset device...\n"
+              "Nov 22 03:12:08 board sshd[3]: Invalid user ravelin-mobile[1]: Soft reset!\n"
+              "Nov 22 03:12:09 board ocpp[2]: " BUILD
+              "\n"
+              "Nov 22 03:12:09 board ocpp[2]: Soft reset!\n"
+              "Nov 22 03:12:10 board ravelin-mobile[1]: b\n");
+    EXPECT_EQ(KindsOf(log), "said other other other other said ");
+    const std::string journal = Write("journal",
+                                      "_TRANSPORT=stdout\nSYSLOG_IDENTIFIER=ravelin-mobile\n_PID=1\n"
+                                      "MESSAGE=03:12:07.1" PLACE
+                                      "a\n\n"
+                                      "_TRANSPORT=stdout\nSYSLOG_IDENTIFIER=ocpp\n_PID=2\n"
+                                      "MESSAGE=03:12:08.1" PLACE "Connect error! Reset device...\n\n");
+    EXPECT_EQ(KindsOf(journal), "said other ");
+}
+
+TEST_F(ReaderTest, KnowsADaemonByAnotherNameByWhatItSays) {
+    const std::string log = Write("log", "Nov 22 03:12:07 board lte[1]: 03:12:07.1" PLACE
+                                         "a\n"
+                                         "Nov 22 03:12:08 board ocpp[2]: 03:12:07.1" PLACE
+                                         "Connect error! Reset device...\n"
+                                         "Nov 22 03:12:09 board lte[1]: the modem's words\n");
+    EXPECT_EQ(KindsOf(log), "said other text ");
 }
 
 TEST_F(ReaderTest, CountsDaysOfALocalLog) {
