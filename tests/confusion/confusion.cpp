@@ -267,8 +267,8 @@ std::string Journal(const std::vector<Message>& messages) {
         ++number;
         log += "__CURSOR=s=0;i=" + std::to_string(number) + "\n__REALTIME_TIMESTAMP=" +
                std::to_string((kFirstSecond * kSecond_ms + at_ms) * 1000 + number % 1000) +
-               "\n_TRANSPORT=" + transport + "\nPRIORITY=6\nSYSLOG_IDENTIFIER=" + program + "\n_COMM=" +
-               program + "\n_PID=" + std::to_string(process) + "\n";
+               "\n_TRANSPORT=" + transport + "\nPRIORITY=6\nSYSLOG_IDENTIFIER=" + program +
+               "\n_COMM=" + program + "\n_PID=" + std::to_string(process) + "\n";
         const bool is_plain =
             std::all_of(text.begin(), text.end(), [](unsigned char c) { return c >= ' ' || c == '\t'; });
         if (is_plain) {
@@ -354,8 +354,8 @@ class Matrix {
             ++(is_right ? right_ : wrong_)[row];
             if (is_right) continue;
             if (outage.certainty == Certainty::kCertain) ++certain_;
-            fprintf(stderr, "%s: %s, %s, at %lld s\n", name.c_str(), outage.cause.c_str(), WordOf(outage.certainty),
-                    static_cast<long long>(begin_ms / kSecond_ms));
+            fprintf(stderr, "%s: %s, %s, at %lld s\n", name.c_str(), outage.cause.c_str(),
+                    WordOf(outage.certainty), static_cast<long long>(begin_ms / kSecond_ms));
         }
     }
 

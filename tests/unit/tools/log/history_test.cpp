@@ -301,8 +301,7 @@ TEST(History, ALookWithoutAnAnswerIsAMuteModemWhereEachIsLogged) {
     const std::string look = " ParseAtResult Connect Status:1\n";
     EXPECT_EQ(Told(Log().Tell(kStart + ("210" + look) + "296" + look + asks + lost)),
               "modem-mute probable 300..; ");
-    EXPECT_EQ(Told(Log().Tell(kStart + ("210" + look) + "300" + look + asks + lost)),
-              "sim probable 300..; ");
+    EXPECT_EQ(Told(Log().Tell(kStart + ("210" + look) + "300" + look + asks + lost)), "sim probable 300..; ");
     // NodeCom modems tell when the link came up, and are silent from then on.
     EXPECT_EQ(Told(Log().Tell(kStart + ("210" + look) + asks + lost)), "sim probable 300..; ");
 }
