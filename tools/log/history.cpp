@@ -179,6 +179,7 @@ void Historian::SetCause(Outage& outage, const std::string& cause, Certainty cer
     }
     outage.cause = cause;
     outage.certainty = certainty;
+    outage.would_tell.clear();
 }
 
 /// Whether what is known of the cause yet gives way to anything better.

@@ -405,6 +405,14 @@ TEST(History, ALogThatBeginsInAnOutage) {
     EXPECT_EQ(Told(Log().Tell(Dial(200, 2) + kLater)), "unknown unknown ..220; ");
 }
 
+TEST(History, WhatWouldHaveToldIsSaidOfAnUnknownCauseOnly) {
+    History history = Log().Tell(Dial(200, 2) + kLater);
+    EXPECT_EQ(history.outages[0].would_tell, "the lines before it, at level 5 or above");
+    history = Log().Tell(Dial(200, 2) + "260 Task No response! Reset device...\n");
+    EXPECT_EQ(history.outages[0].cause, "modem-mute");
+    EXPECT_EQ(history.outages[0].would_tell, "");
+}
+
 TEST(History, AResetWhoseLinesBeforeAreMissing) {
     EXPECT_EQ(Told(Log().Tell("300 SoftReset Soft reset!\n300 SoftReset kill udhcpc lte!!!\n")),
               "unknown unknown ..; soft unknown 300; ");
