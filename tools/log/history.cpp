@@ -16,7 +16,6 @@ constexpr int64_t kRecent_ms = 60 * kSecond_ms;
 constexpr int64_t kOfflineSilence_ms = 30 * kMinute_ms;  // offline, the daemon never is that quiet
 constexpr int64_t kUsualStep_ms = 10 * kSecond_ms;
 constexpr int64_t kMostFailedChecks = 10;
-constexpr int64_t kServiceChecks = 34;
 constexpr int64_t kUsualChecks = 10;  // of a modem that searches after the first start
 constexpr int kTellingAnswers = 3;
 constexpr int kProvingAnswers = 6;
