@@ -13,6 +13,15 @@ namespace board {
 
 using bus_peer::Bytes;
 
+// Names on the bus.
+constexpr char kDaemonBusName[] = "busglue.RAVELIN";
+constexpr char kDaemonBusPath[] = "/busglue/RAVELIN";
+constexpr char kServiceBusName[] = "busglue.OCPP";
+constexpr char kSignalPath[] = "/busglue/ravelin";
+constexpr char kSignalInterface[] = "busglue.ravelin";
+constexpr char kSignalMember[] = "reset";
+constexpr char kCallMember[] = "Message";
+
 enum class CallResult { kAnswered, kNobodyThere, kNotAllowed, kNoAnswer, kNotAFrame };
 
 enum class ServeResult { kWantsNoMore, kTimeOver, kBusGone };
@@ -50,6 +59,8 @@ class BusClient {
                       int timeout_ms);
 
     const std::string& error() const { return error_; }
+    /// For other questions than the daemon's own; null until it is open.
+    DBusConnection* connection() const { return connection_; }
 
   private:
     bool Failed(DBusError* error, const std::string& what);

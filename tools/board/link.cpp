@@ -140,6 +140,13 @@ Verdict VerdictOf(const StatusFile& status, const Link& link, const Surroundings
 
 }  // namespace
 
+Presence PresenceOf(bool has_process, PipeState pipe, Presence on_bus) {
+    if (has_process || on_bus == Presence::kThere || pipe == PipeState::kOpen) return Presence::kThere;
+    const bool nobody_reads =
+        pipe == PipeState::kNoReader || pipe == PipeState::kMissing || pipe == PipeState::kNoPipe;
+    return on_bus == Presence::kNotThere || nobody_reads ? Presence::kNotThere : Presence::kUnknown;
+}
+
 StatusFiles ReadStatusFiles(const std::string& folder) {
     return {ReadStatusFile(folder, kStatusName), ReadStatusFile(folder, kSignalName),
             ReadStatusFile(folder, k3630Name)};

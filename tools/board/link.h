@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "tools/board/pipe.h"
 #include "tools/board/signal.h"
 #include "tools/board/status_file.h"
 
@@ -46,6 +47,10 @@ struct Link {
     std::string waits_for;             // empty where nothing tells
     std::vector<std::string> remarks;  // what is odd
 };
+
+/// What three signs of the daemon say together: a process of its name, which may be out of sight; the other
+/// end of its pipe; its name on the bus, as far as that was asked.
+Presence PresenceOf(bool has_process, PipeState pipe, Presence on_bus = Presence::kUnknown);
 
 StatusFiles ReadStatusFiles(const std::string& folder);
 

@@ -17,7 +17,6 @@ namespace {
 
 constexpr int kDepth = 4;
 constexpr size_t kMostFiles = 1000;
-constexpr char kWrappedTool[] = "QFirehose.real";
 // The fake tool and the board's own scripts leave and read texts beside it.
 constexpr size_t kScript_bytes = 64 * 1024;
 

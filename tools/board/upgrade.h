@@ -12,6 +12,7 @@ namespace board {
 // Where the daemon looks, whatever a request says.
 constexpr char kFirmwareFolder[] = "/media/mmcblk0p1/firmware_modules/CellularOTA";
 constexpr char kFirmwareTool[] = "QFirehose";
+constexpr char kWrappedTool[] = "QFirehose.real";  // the maker's, where the wrapper has its name
 // The only model that the daemon upgrades; the name of its firmware begins with it.
 constexpr char kUpgradeModel[] = "EG21";
 

@@ -6,9 +6,13 @@
 #include <cstdlib>
 #include <vector>
 
+#include "simulator/text/text.h"
+
 namespace capture {
 
 namespace {
+
+using simulator_text::StartsWith;
 
 constexpr size_t kShortestNumber = 14;  // digits of an IMEI without its check digit; nothing else is as long
 constexpr size_t kShortestPhone = 7;
@@ -30,10 +34,6 @@ bool IsWordCharacter(char c) {
 
 bool IsAll(std::string_view text, bool (*is)(char)) {
     return !text.empty() && std::all_of(text.begin(), text.end(), is);
-}
-
-bool BeginsWith(std::string_view text, std::string_view start) {
-    return text.substr(0, start.size()) == start;
 }
 
 char CheckDigit(std::string_view digits) {
@@ -64,12 +64,12 @@ bool IsResultLine(std::string_view line) {
 
 /// The result after which a line of somebody else's text stands.
 bool BringsText(std::string_view line) {
-    return BeginsWith(line, "+CMT:") || BeginsWith(line, "+CMGR:") || BeginsWith(line, "+CMGL:") ||
-           BeginsWith(line, "+CDS:") || BeginsWith(line, "+CBM:");
+    return StartsWith(line, "+CMT:") || StartsWith(line, "+CMGR:") || StartsWith(line, "+CMGL:") ||
+           StartsWith(line, "+CDS:") || StartsWith(line, "+CBM:");
 }
 
 bool IsEndOfAnswer(std::string_view line) {
-    return line == "OK" || line == "ERROR" || BeginsWith(line, "+CM");
+    return line == "OK" || line == "ERROR" || StartsWith(line, "+CM");
 }
 
 /// Somebody's words, of which only the shape stays.
@@ -162,7 +162,7 @@ std::string Identities::OfDigits(const std::string& digits) {
     std::string kind = named != named_.end() ? named->second : "";
     if (kind.empty() && digits.size() == kImei) kind = is_checked ? "IMEI" : "IMSI";
     if (kind.empty() && digits.size() >= kIccidLeast && digits.size() <= kIccidMost &&
-        BeginsWith(digits, "89")) {
+        StartsWith(digits, "89")) {
         kind = "ICCID";
     }
     if (kind == "IMSI") return Stand(kind, digits, HasLongNetworkCode(digits) ? 6 : 5, false);
@@ -239,7 +239,7 @@ std::string Identities::OfAddresses(std::string_view text) {
         const bool is_colons =
             dots == 0 && (colons >= 5 || (colons >= 2 && word.find("::") != std::string::npos));
         const bool is_mask =
-            BeginsWith(word, "255.") ||
+            StartsWith(word, "255.") ||
             std::find(std::begin(kEverybodys), std::end(kEverybodys), word) != std::end(kEverybodys);
         if (end == at || end - at < 3) {
             result += text[at++];
@@ -276,9 +276,9 @@ std::string Identities::OfAddresses(std::string_view text) {
 std::string Identities::OfCells(const std::string& line) {
     if (!IsResultLine(line) && !IsDigit(line[0])) return line;
     const bool is_registration =
-        BeginsWith(line, "+CREG:") || BeginsWith(line, "+CGREG:") || BeginsWith(line, "+CEREG:");
-    const bool is_serving = BeginsWith(line, "+QENG: \"servingcell\"");
-    const bool is_zte = BeginsWith(line, "+ZCELLINFO:");
+        StartsWith(line, "+CREG:") || StartsWith(line, "+CGREG:") || StartsWith(line, "+CEREG:");
+    const bool is_serving = StartsWith(line, "+QENG: \"servingcell\"");
+    const bool is_zte = StartsWith(line, "+ZCELLINFO:");
     constexpr size_t kAreaOfServing = 12;
     const size_t colon = IsDigit(line[0]) ? 0 : line.find(':') + 1;
     std::vector<std::string> fields(1);
@@ -350,7 +350,7 @@ std::string Identities::OfLine(std::string_view line) {
             break;
         }
     }
-    if (BeginsWith(result, "+CUSD:")) return Masked(result);
+    if (StartsWith(result, "+CUSD:")) return Masked(result);
     if (!result.empty()) result = OfCells(result);
     return OfNumbers(OfAddresses(result));
 }

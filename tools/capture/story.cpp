@@ -8,6 +8,7 @@
 
 #include "simulator/bus_peer/frame.h"
 #include "simulator/text/text.h"
+#include "tools/board/upgrade.h"
 #include "tools/capture/identities.h"
 
 namespace capture {
@@ -30,7 +31,6 @@ constexpr size_t kMostEvents = 90'000;
 constexpr char kAnyFamily[] = "quectel_qcom";
 constexpr char kDefaultDevice[] = "/dev/ttyUSB2";
 constexpr char kDefaultSettings[] = "/run/network/ifcfg-lte";
-constexpr char kUpgradeFolder[] = "/media/mmcblk0p1/firmware_modules/CellularOTA";
 constexpr const char* kBoards[] = {"", "Hardware : Freescale i.MX6UL MX6", "Hardware : STM32",
                                    "CPU part : 0xd04", "CPU part : 0xd03"};
 
@@ -494,9 +494,9 @@ void Writer::Assemble() {
     } else if (board > 0 && board < static_cast<int>(std::size(kBoards))) {
         text += std::string("cpuinfo ") + kBoards[board] + "\n";
     }
-    if (transcript_.has_upgrade_folder) text += std::string("folder ") + kUpgradeFolder + "\n";
+    if (transcript_.has_upgrade_folder) text += std::string("folder ") + board::kFirmwareFolder + "\n";
     if (transcript_.has_upgrade_tool) {
-        text += std::string("file ") + kUpgradeFolder + "/QFirehose\n    tool\n";
+        text += std::string("file ") + board::kFirmwareFolder + "/" + board::kFirmwareTool + "\n    tool\n";
     }
     if (transcript_.has_network_json) {
         text +=

@@ -6,6 +6,8 @@
 #include <numeric>
 #include <string_view>
 
+#include "simulator/text/text.h"
+#include "tools/board/upgrade.h"
 #include "tools/log/reader.h"
 
 namespace capture {
@@ -13,6 +15,7 @@ namespace capture {
 namespace {
 
 using ravelin_log::Line;
+using simulator_text::StartsWith;
 using Kind = Event::Kind;
 
 constexpr size_t kRead_bytes = 256;  // what one read of the daemon takes
@@ -31,13 +34,9 @@ struct Said {
     bool begins_run = false;
 };
 
-bool BeginsWith(std::string_view text, std::string_view start) {
-    return text.substr(0, start.size()) == start;
-}
-
 /// Whether `text` begins with `start`; the rest goes to `rest`.
 bool After(const std::string& text, std::string_view start, std::string* rest) {
-    if (!BeginsWith(text, start)) return false;
+    if (!StartsWith(text, start)) return false;
     *rest = text.substr(start.size());
     return true;
 }
@@ -106,7 +105,6 @@ constexpr ProbeRow kProbes[] = {
 constexpr unsigned kUpgradeCommand = 0x7600;
 constexpr int kMostData_bytes = 30720;  // of a frame
 constexpr int64_t kForever_seconds = 1000000;
-constexpr char kUpgradeTool[] = "QFirehose";
 constexpr char kDhcpStart[] = "if-lte /run/network/ifcfg-lte dhcp";
 constexpr char kDhcpKill[] = "if-lte /run/network/ifcfg-lte kill_dhcp";
 constexpr char kCheckInterface[] = "check_interface";
@@ -298,10 +296,10 @@ bool TranscriptReader::TakeSetting(const Said& said) {
         key = "OFFLINE";
     } else if (function == "GetLTEcfg") {
         value = "1";
-        if (BeginsWith(said.text, "DoubleSIM ENABLE")) key = "DoubleSIM";
-        if (BeginsWith(said.text, "ORLA PROJECT")) key = "ORLA";
-        if (BeginsWith(said.text, "BRACKEN PROJECT")) key = "BRACKEN_PROJECT";
-        if (BeginsWith(said.text, "4G Module Signal collect switch config ")) key = "CollectSignalFlag";
+        if (StartsWith(said.text, "DoubleSIM ENABLE")) key = "DoubleSIM";
+        if (StartsWith(said.text, "ORLA PROJECT")) key = "ORLA";
+        if (StartsWith(said.text, "BRACKEN PROJECT")) key = "BRACKEN_PROJECT";
+        if (StartsWith(said.text, "4G Module Signal collect switch config ")) key = "CollectSignalFlag";
         if (said.text.find("config DISABLE") != std::string::npos) value = "0";
     }
     if (key.empty()) return false;
@@ -335,16 +333,16 @@ void TranscriptReader::TakeShellTimes(const Said& said) {
         shell_pause_ms_ = pause_seconds * kSecond_ms;
     };
     const bool is_main = said.function == "main";
-    if (BeginsWith(said.text, "Run DhcpClient!!!")) begin(kDhcpStart, 0);
-    if (BeginsWith(said.text, "kill udhcpc lte!!!")) {
+    if (StartsWith(said.text, "Run DhcpClient!!!")) begin(kDhcpStart, 0);
+    if (StartsWith(said.text, "kill udhcpc lte!!!")) {
         // For Cinterion no line stands before the script, so its time is part of this one.
         const bool is_script = is_main && transcript_.family == "cinterion";
         begin(is_script ? kResetScript : kDhcpKill, is_main ? kPauseAroundReset_seconds : 0);
     }
-    if (is_main && (BeginsWith(said.text, "Reset4G.sh start") || BeginsWith(said.text, "etc init.d"))) {
+    if (is_main && (StartsWith(said.text, "Reset4G.sh start") || StartsWith(said.text, "etc init.d"))) {
         begin(kResetScript, kPauseAroundReset_seconds);
     }
-    if (is_main && BeginsWith(said.text, "check interface lte!!!")) {
+    if (is_main && StartsWith(said.text, "check interface lte!!!")) {
         begin(kCheckInterface, kInterfacePause_seconds);
     }
 }
@@ -354,7 +352,7 @@ void TranscriptReader::TakePing(const Said& said) {
     if (said.function == "pingCheck") {
         if (!pings_) ping_from_ms_ = said.before_ms;
         pings_ = true;
-        const bool fails = BeginsWith(said.text, "popen fail");
+        const bool fails = StartsWith(said.text, "popen fail");
         if (!fails && !After(said.text, "pingCheck, file_buf is: ", &rest)) return;
         has_ping_ = true;
         ping_failed_ = fails;
@@ -379,17 +377,17 @@ void TranscriptReader::TakePing(const Said& said) {
 
 // The tool's output shows as far as the daemon understands it.
 void TranscriptReader::TakeUpgrade(const Said& said) {
-    if (BeginsWith(said.text, "[OTA] OTA目录存在")) transcript_.has_upgrade_folder = true;
-    if (BeginsWith(said.text, "[OTA] QFirehose文件存在")) transcript_.has_upgrade_tool = true;
-    if (BeginsWith(said.text, "[OTA] run: ")) {
+    if (StartsWith(said.text, "[OTA] OTA目录存在")) transcript_.has_upgrade_folder = true;
+    if (StartsWith(said.text, "[OTA] QFirehose文件存在")) transcript_.has_upgrade_tool = true;
+    if (StartsWith(said.text, "[OTA] run: ")) {
         has_tool_ = true;
         tool_ = said;
         tool_output_.clear();
         tool_seconds_.clear();
     }
     if (!has_tool_) return;
-    const bool is_good = BeginsWith(said.text, "[OTA] Upgrade module successfully");
-    const bool is_bad = BeginsWith(said.text, "[OTA] Upgrade module fail");
+    const bool is_good = StartsWith(said.text, "[OTA] Upgrade module successfully");
+    const bool is_bad = StartsWith(said.text, "[OTA] Upgrade module fail");
     if (is_good || is_bad) {
         tool_seconds_.push_back((said.at_ms - tool_.at_ms) / kSecond_ms);
         tool_output_ += is_good ? "successfully\n" : "Upgrade module fail\n";
@@ -413,7 +411,7 @@ void TranscriptReader::EndTool(int64_t seconds) {
         output += tool_output_.substr(begin, end - begin);
         begin = end;
     }
-    Event& event = Add(Kind::kPing, tool_, kUpgradeTool, output);
+    Event& event = Add(Kind::kPing, tool_, board::kFirmwareTool, output);
     event.number = tool_seconds_.empty() ? seconds : step;
     tool_seconds_.clear();
 }
@@ -432,14 +430,14 @@ void TranscriptReader::SetFamily(const Said& said) {
             if (vendor.number == number) transcript_.family = vendor.family;
         }
     }
-    if (said.function == "main" && BeginsWith(said.text, "Cell Device CellCinterion")) {
+    if (said.function == "main" && StartsWith(said.text, "Cell Device CellCinterion")) {
         transcript_.family = "cinterion";
     }
     if (!transcript_.family.empty()) return;
     const size_t folder = said.file.rfind('/');
     const std::string name = said.file.substr(folder == std::string::npos ? 0 : folder + 1);
     for (const FamilyRow& row : kFamilies) {
-        if (!BeginsWith(name, row.file)) continue;
+        if (!StartsWith(name, row.file)) continue;
         transcript_.family = row.family;
         return;
     }
@@ -467,17 +465,17 @@ void TranscriptReader::TakeFacts(const Said& said) {
     if (said.function == "main" && After(said.text, "open device  ", &rest)) {
         Add(Kind::kPortOpen, said, rest.substr(0, rest.rfind("  ok!")));
     }
-    if (said.function == "main" && BeginsWith(said.text, "open device error")) Add(Kind::kPortLost, said);
-    if (BeginsWith(said.text, "Cinterion PLS83-W /")) Add(Kind::kPortGone, said);
+    if (said.function == "main" && StartsWith(said.text, "open device error")) Add(Kind::kPortLost, said);
+    if (StartsWith(said.text, "Cinterion PLS83-W /")) Add(Kind::kPortGone, said);
     if (After(said.text, "Task SetATPort ", &rest)) Add(Kind::kPortFound, said, Word(rest));
-    if (said.function == "GetLTEcfg" && BeginsWith(said.text, "config ")) Add(Kind::kNoSettings, said);
-    if (said.function == "main" && BeginsWith(said.text, "config ")) {
+    if (said.function == "GetLTEcfg" && StartsWith(said.text, "config ")) Add(Kind::kNoSettings, said);
+    if (said.function == "main" && StartsWith(said.text, "config ")) {
         if (transcript_.events.empty()) {
             transcript_.has_start = true;  // the first and last line of such a run
         }
         Add(Kind::kNoSettings, said);
     }
-    if (BeginsWith(said.text, "[FIFO]RAVELIN_FIFO does not exist")) Add(Kind::kFifoGone, said);
+    if (StartsWith(said.text, "[FIFO]RAVELIN_FIFO does not exist")) Add(Kind::kFifoGone, said);
     TakeUpgrade(said);
     if (said.function == "thread_function_pipe" && After(said.text, "[FIFO]fifo msg:", &rest)) {
         Add(Kind::kFifo, said, "", WithoutBlank(rest));
@@ -496,7 +494,7 @@ void TranscriptReader::TakeFacts(const Said& said) {
             has_frame_ = true;
         }
     }
-    if (has_frame_ && BeginsWith(said.text, "[OTA] get ocpp unknown msg")) {
+    if (has_frame_ && StartsWith(said.text, "[OTA] get ocpp unknown msg")) {
         transcript_.events[frame_event_].text[0] = 0;
     }
     if (has_frame_ && After(said.text, "[OTA] TLVS supportModule:", &rest)) {
@@ -514,11 +512,11 @@ void TranscriptReader::TakeFacts(const Said& said) {
             }
         }
     }
-    if (BeginsWith(said.text, "[whitelist] halden project")) transcript_.has_network_json = true;
+    if (StartsWith(said.text, "[whitelist] halden project")) transcript_.has_network_json = true;
     if (After(said.text, "[whitelist] limitModuleName:  ", &rest)) transcript_.allowed.push_back(Word(rest));
     if (said.function == "board_version_info") transcript_.has_board_in_version = true;
     for (const std::string_view decision : kDecisions) {
-        if (BeginsWith(said.text, decision)) Add(Kind::kDecision, said, said.function, FirstLine(said.text));
+        if (StartsWith(said.text, decision)) Add(Kind::kDecision, said, said.function, FirstLine(said.text));
     }
 }
 
@@ -558,7 +556,7 @@ void TranscriptReader::Take(const Said& said) {
         AddBytes(Kind::kHeard, said, "hint", rest);
         return;
     }
-    if (said.function == "pingCheck" || BeginsWith(said.text, "####")) TakePing(said);
+    if (said.function == "pingCheck" || StartsWith(said.text, "####")) TakePing(said);
     TakeFacts(said);
 }
 

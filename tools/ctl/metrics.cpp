@@ -25,7 +25,6 @@ namespace {
 
 constexpr char kName[] = "metrics";
 constexpr char kUsualLog[] = "/var/log/ravelin-mobile.log";
-constexpr char kPipeName[] = "ravelin_fifo";
 constexpr int kStatusNotWritten = 1;
 
 struct Options {
@@ -36,21 +35,6 @@ struct Options {
     bool is_openmetrics = false;
     bool shows_identity = false;
 };
-
-/// By the two signs that cost the daemon nothing; a question on the bus would be a line in its log each time.
-board::Presence LookForDaemon(bool has_process, const std::string& folder) {
-    if (has_process) return board::Presence::kThere;
-    switch (board::Pipe(folder + "/" + kPipeName).state()) {
-        case board::PipeState::kOpen:
-            return board::Presence::kThere;
-        case board::PipeState::kNoReader:
-        case board::PipeState::kMissing:
-        case board::PipeState::kNoPipe:
-            return board::Presence::kNotThere;
-        default:
-            return board::Presence::kUnknown;
-    }
-}
 
 /// The daemon's log and the one that was rotated away last, as far as they are there.
 std::vector<std::string> UsualLogs(const std::string& log) {
@@ -130,7 +114,9 @@ int Metrics(const Options& options) {
     std::vector<std::string> logs = options.logs;
     if (options.folder == board::kStatusFolder) {
         const auto process = board::FindDaemon();
-        around.daemon = LookForDaemon(process.has_value(), options.folder);
+        // By the signs that cost the daemon nothing; a question on the bus would be a line in its log each
+        // time.
+        around.daemon = board::PresenceOf(process.has_value(), board::Pipe(board::kPipePath).state());
         if (logs.empty()) logs = UsualLogs(process && !process->log.empty() ? process->log : kUsualLog);
     }
     seen.link = board::Judge(seen.files, around, time(nullptr));

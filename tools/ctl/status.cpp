@@ -7,6 +7,7 @@
 #include <memory>
 #include <optional>
 
+#include "tools/board/bus_question.h"
 #include "tools/board/daemon_process.h"
 #include "tools/board/pipe.h"
 #include "tools/ctl/commands.h"
@@ -18,7 +19,6 @@ namespace ctl {
 namespace {
 
 constexpr char kSettingsName[] = "ifcfg-lte";
-constexpr char kPipeName[] = "ravelin_fifo";
 // The daemon answers from its memory; a bus that is in trouble must not hold up what the files say.
 constexpr int kBusAnswer_ms = 2000;
 constexpr int kBusAgain_seconds = 60;  // with --watch: each question is a line in the daemon's log
@@ -37,18 +37,12 @@ struct Options {
     bool asks_bus() const { return !no_bus && (is_here() || !address.empty()); }
 };
 
-/// What three signs say together: a process of that name, which may be out of sight; the name on the bus; the
-/// other end of the pipe.
-board::Presence Conclude(bool has_process, board::BusState bus, board::PipeState pipe) {
+board::Presence OnBus(board::BusState bus) {
     using board::BusState;
-    using board::PipeState;
     const bool answers = bus == BusState::kAnswered || bus == BusState::kNoModem ||
                          bus == BusState::kNoAnswer || bus == BusState::kBroken;
-    if (has_process || answers || pipe == PipeState::kOpen) return board::Presence::kThere;
-    const bool nobody_reads =
-        pipe == PipeState::kNoReader || pipe == PipeState::kMissing || pipe == PipeState::kNoPipe;
-    if (bus == BusState::kNoDaemon || nobody_reads) return board::Presence::kNotThere;
-    return board::Presence::kUnknown;
+    if (answers) return board::Presence::kThere;
+    return bus == BusState::kNoDaemon ? board::Presence::kNotThere : board::Presence::kUnknown;
 }
 
 Sight Look(const Options& options, const std::optional<board::BusStatus>& known) {
@@ -65,8 +59,8 @@ Sight Look(const Options& options, const std::optional<board::BusStatus>& known)
     if (options.is_here()) {
         const auto process = board::FindDaemon();
         if (process) sight.process = process->process;
-        sight.around.daemon = Conclude(process.has_value(), sight.bus.state,
-                                       board::Pipe(options.folder + "/" + kPipeName).state());
+        sight.around.daemon = board::PresenceOf(process.has_value(), board::Pipe(board::kPipePath).state(),
+                                                OnBus(sight.bus.state));
         sight.around.is_flashing = board::RunningFlash() != 0;
     }
     const board::TextFile settings = board::ReadTextFile(options.folder + "/" + kSettingsName);

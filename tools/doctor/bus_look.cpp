@@ -17,13 +17,13 @@
 
 #include <dbus/dbus.h>
 
+#include "tools/board/bus_client.h"
 #include "tools/doctor/lines.h"
 
 namespace doctor {
 
 namespace {
 
-constexpr char kDaemon[] = "busglue.RAVELIN";
 constexpr char kPeer[] = "org.freedesktop.DBus.Peer";
 constexpr int kAnswerWait_ms = 3000;
 constexpr int kProcessWait_ms = 8000;
@@ -70,30 +70,11 @@ std::optional<std::string> InAnotherProcess(const std::function<std::string()>& 
     return said;
 }
 
-/// Null, and `error` filled, when there is no bus.
-DBusConnection* Join(const std::string& address, std::string* error) {
-    DBusError failure = DBUS_ERROR_INIT;
-    DBusConnection* connection = nullptr;
-    if (address.empty()) {
-        connection = dbus_bus_get_private(DBUS_BUS_SYSTEM, &failure);
-    } else {
-        connection = dbus_connection_open_private(address.c_str(), &failure);
-        if (connection != nullptr) dbus_bus_register(connection, &failure);
-    }
-    if (dbus_error_is_set(&failure)) {
-        *error = failure.message;
-        dbus_error_free(&failure);
-        return nullptr;
-    }
-    if (connection != nullptr) dbus_connection_set_exit_on_disconnect(connection, FALSE);
-    return connection;
-}
-
 /// Asks the bus itself about the daemon's name. Null: it has no answer, so nobody owns the name.
 DBusMessage* AskAboutName(DBusConnection* connection, const char* method) {
     DBusMessage* call =
         dbus_message_new_method_call(DBUS_SERVICE_DBUS, DBUS_PATH_DBUS, DBUS_INTERFACE_DBUS, method);
-    const char* name = kDaemon;
+    const char* name = board::kDaemonBusName;
     dbus_message_append_args(call, DBUS_TYPE_STRING, &name, DBUS_TYPE_INVALID);
     DBusError failure = DBUS_ERROR_INIT;
     DBusMessage* answer =
@@ -104,9 +85,9 @@ DBusMessage* AskAboutName(DBusConnection* connection, const char* method) {
 }
 
 std::string LookAsOurselves(const std::string& address) {
-    std::string error;
-    DBusConnection* connection = Join(address, &error);
-    if (connection == nullptr) return error.empty() ? "there is no memory for it" : error;
+    board::BusClient bus;
+    if (!bus.Open(address)) return bus.error();
+    DBusConnection* connection = bus.connection();
     std::string said = std::string(kReachable) + "\n";
     if (DBusMessage* answer = AskAboutName(connection, "GetNameOwner")) {
         const char* owner = nullptr;
@@ -135,15 +116,13 @@ bool BecomeStranger() {
 
 /// A Ping is answered by the bus library of whoever gets it, and reaches no handler.
 std::string LookAsStranger(const std::string& address, const std::string& owner) {
-    std::string error;
-    if (!BecomeStranger()) return "";
-    DBusConnection* connection = Join(address, &error);
-    if (connection == nullptr) return "";
+    board::BusClient bus;
+    if (!BecomeStranger() || !bus.Open(address)) return "";
     DBusMessage* call = dbus_message_new_method_call(owner.c_str(), "/", kPeer, "Ping");
     dbus_message_set_auto_start(call, FALSE);
     DBusError failure = DBUS_ERROR_INIT;
     DBusMessage* answer =
-        dbus_connection_send_with_reply_and_block(connection, call, kAnswerWait_ms, &failure);
+        dbus_connection_send_with_reply_and_block(bus.connection(), call, kAnswerWait_ms, &failure);
     if (answer != nullptr || dbus_error_has_name(&failure, DBUS_ERROR_UNKNOWN_METHOD)) return kLetThrough;
     return dbus_error_has_name(&failure, DBUS_ERROR_ACCESS_DENIED) ? kRefused : "";
 }

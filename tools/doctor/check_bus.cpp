@@ -1,6 +1,7 @@
 // The message bus: the library, the bus itself, who has the daemon's name, and what the policy lets whom do.
 #include <set>
 
+#include "tools/board/bus_client.h"
 #include "tools/doctor/bus_policy.h"
 #include "tools/doctor/examination.h"
 #include "tools/doctor/lines.h"
@@ -10,8 +11,6 @@ namespace doctor {
 namespace {
 
 constexpr char kLibrary[] = "libbusglue.so";
-constexpr char kOwnName[] = "busglue.RAVELIN";
-constexpr char kServiceName[] = "busglue.OCPP";
 constexpr char kBusVariable[] = "RAVELIN_BUS_ADDRESS=";
 constexpr const char* kLibraryFolders[] = {"/lib", "/usr/lib", "/usr/local/lib", "/lib64", "/usr/lib64"};
 constexpr size_t kMapsLimit_bytes = 1024 * 1024;
@@ -98,23 +97,25 @@ std::string OwnerOf(const Examination& examination, pid_t owner) {
 void CheckName(Examination& examination, const BusLook& look) {
     if (!look.name_is_owned) {
         if (examination.daemon_runs()) {
-            examination.Found("bus-name-missing", std::string("nobody has the name ") + kOwnName);
+            examination.Found("bus-name-missing",
+                              std::string("nobody has the name ") + board::kDaemonBusName);
         } else {
-            examination.Fact(std::string("nobody has the name ") + kOwnName + ", and no daemon runs");
+            examination.Fact(std::string("nobody has the name ") + board::kDaemonBusName +
+                             ", and no daemon runs");
         }
         return;
     }
     if (look.owner == 0) {
-        examination.Fact(std::string(kOwnName) + " is owned");
+        examination.Fact(std::string(board::kDaemonBusName) + " is owned");
         return;
     }
     for (const Process* daemon : examination.ProcessesNamed(kDaemonName)) {
         if (daemon->pid != look.owner) continue;
-        examination.Fact(std::string(kOwnName) + " is owned by the daemon, " + NameOf(*daemon));
+        examination.Fact(std::string(board::kDaemonBusName) + " is owned by the daemon, " + NameOf(*daemon));
         return;
     }
-    examination.Found("bus-name-taken",
-                      std::string(kOwnName) + " is owned by " + OwnerOf(examination, look.owner));
+    examination.Found("bus-name-taken", std::string(board::kDaemonBusName) + " is owned by " +
+                                            OwnerOf(examination, look.owner));
 }
 
 PolicyQuestion Owning(const char* name) {
@@ -126,21 +127,21 @@ PolicyQuestion Owning(const char* name) {
 
 PolicyQuestion Calling(const std::string& interface) {
     PolicyQuestion question;
-    question.name = kOwnName;
+    question.name = board::kDaemonBusName;
     question.type = "method_call";
     question.interface = interface;
-    question.member = "Message";
-    question.path = "/busglue/RAVELIN";
+    question.member = board::kCallMember;
+    question.path = board::kDaemonBusPath;
     return question;
 }
 
 PolicyQuestion Signalling(bool is_broadcast) {
     PolicyQuestion question;
-    question.name = kOwnName;
+    question.name = board::kDaemonBusName;
     question.type = "signal";
-    question.interface = "busglue.ravelin";
-    question.member = "reset";
-    question.path = "/busglue/ravelin";
+    question.interface = board::kSignalInterface;
+    question.member = board::kSignalMember;
+    question.path = board::kSignalPath;
     question.is_broadcast = is_broadcast;
     return question;
 }
@@ -153,7 +154,7 @@ struct Rights {
 
 Rights RightsUnder(const BusPolicy& policy, const std::string& user, const std::string& group) {
     const auto may = [&](const PolicyQuestion& question) { return IsAllowed(policy, question, user, group); };
-    return {may(Owning(kOwnName)), may(Calling(kOwnName)) || may(Calling("")),
+    return {may(Owning(board::kDaemonBusName)), may(Calling(board::kDaemonBusName)) || may(Calling("")),
             may(Signalling(true)) || may(Signalling(false))};
 }
 
@@ -199,11 +200,12 @@ bool CheckPolicy(Examination& examination) {
     const Rights root = RightsUnder(policy, "root", "");
     const Rights others = RightsUnder(policy, "", "");
     if (!root.owns) {
-        examination.Found("policy-missing", std::string("no rule of the bus lets root own ") + kOwnName);
+        examination.Found("policy-missing",
+                          std::string("no rule of the bus lets root own ") + board::kDaemonBusName);
     }
-    if (others.owns || IsAllowed(policy, Owning(kServiceName), "")) {
-        examination.Found("policy-own",
-                          std::string("every user may own ") + (others.owns ? kOwnName : kServiceName));
+    if (others.owns || IsAllowed(policy, Owning(board::kServiceBusName), "")) {
+        examination.Found("policy-own", std::string("every user may own ") +
+                                            (others.owns ? board::kDaemonBusName : board::kServiceBusName));
     }
     if (others.calls) examination.Found("policy-call", "every user may call the daemon");
     // Without a policy of ours there is no daemon that could hear it: one finding will do.

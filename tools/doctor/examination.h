@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "tools/board/daemon_process.h"
 #include "tools/doctor/board.h"
 #include "tools/doctor/report.h"
 
@@ -62,7 +63,7 @@ constexpr char kLastingSettingsPath[] = "/etc/ravelin/ifcfg-lte";
 constexpr char kNetworkFolder[] = "/run/network";
 constexpr char kServiceSettingsPath[] = "/etc/default/ravelin-mobile";
 constexpr char kDefaultDevice[] = "/dev/ttyUSB2";
-constexpr char kDaemonName[] = "ravelin-mobile";
+using board::kDaemonName;
 
 /// The boards that the daemon tells apart.
 enum class BoardKind { kOther, kImx6ul, kStm32, kA35, kA53 };

@@ -8,17 +8,6 @@ constexpr std::string_view kBlanks = " \t\r\n\v\f";
 
 }  // namespace
 
-std::vector<std::string> Split(std::string_view text, char separator) {
-    std::vector<std::string> pieces;
-    while (!text.empty()) {
-        const size_t end = text.find(separator);
-        pieces.emplace_back(text.substr(0, end));
-        if (end == std::string_view::npos) break;
-        text.remove_prefix(end + 1);
-    }
-    return pieces;
-}
-
 std::vector<std::string> Words(std::string_view text) {
     std::vector<std::string> words;
     size_t at = text.find_first_not_of(kBlanks);
@@ -45,10 +34,6 @@ std::string Unquoted(const std::string& value) {
 
 bool Contains(std::string_view text, std::string_view part) {
     return text.find(part) != std::string_view::npos;
-}
-
-bool StartsWith(std::string_view text, std::string_view start) {
-    return text.substr(0, start.size()) == start;
 }
 
 std::string Listed(const std::vector<std::string>& items) {

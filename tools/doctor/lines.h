@@ -5,10 +5,12 @@
 #include <string_view>
 #include <vector>
 
+#include "simulator/text/text.h"
+
 namespace doctor {
 
-/// The pieces between `separator`; what follows the last one only if there is something.
-std::vector<std::string> Split(std::string_view text, char separator);
+using simulator_text::Split;
+using simulator_text::StartsWith;
 
 /// The words between blanks and tabs.
 std::vector<std::string> Words(std::string_view text);
@@ -20,8 +22,6 @@ std::string Trimmed(std::string_view text);
 std::string Unquoted(const std::string& value);
 
 bool Contains(std::string_view text, std::string_view part);
-
-bool StartsWith(std::string_view text, std::string_view start);
 
 /// "a, b and c".
 std::string Listed(const std::vector<std::string>& items);

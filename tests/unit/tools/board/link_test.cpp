@@ -161,4 +161,18 @@ TEST_F(LinkTest, RegistrationInWords) {
     for (const char* text : {"", "6", "11", "x", "-1"}) EXPECT_EQ(board::RegistrationText(text), "") << text;
 }
 
+TEST(PresenceTest, OneSignOfTheDaemonIsEnough) {
+    using board::PipeState;
+    using board::PresenceOf;
+    EXPECT_EQ(PresenceOf(true, PipeState::kMissing, Presence::kNotThere), Presence::kThere);
+    EXPECT_EQ(PresenceOf(false, PipeState::kOpen, Presence::kNotThere), Presence::kThere);
+    EXPECT_EQ(PresenceOf(false, PipeState::kNoReader, Presence::kThere), Presence::kThere);
+    for (const PipeState pipe : {PipeState::kNoReader, PipeState::kMissing, PipeState::kNoPipe}) {
+        EXPECT_EQ(PresenceOf(false, pipe), Presence::kNotThere);
+    }
+    // Who mayn't look at the pipe and finds no process, which may be hidden, has the bus alone.
+    EXPECT_EQ(PresenceOf(false, PipeState::kNotAllowed), Presence::kUnknown);
+    EXPECT_EQ(PresenceOf(false, PipeState::kNotAllowed, Presence::kNotThere), Presence::kNotThere);
+}
+
 }  // namespace
