@@ -193,7 +193,7 @@ bool Touches(const Reader& reader, const std::string& day, int64_t day_ms, int64
     return false;
 }
 
-int TellMoment(const Options& options, const Reader& reader, const History& history) {
+void TellMoment(const Options& options, const Reader& reader, const History& history) {
     std::string day;
     int64_t day_ms = 0;
     int64_t length_ms = 0;
@@ -216,12 +216,12 @@ int TellMoment(const Options& options, const Reader& reader, const History& hist
         teller.Tell(upgrade);
         ++told;
     }
-    if (told > 0) return kStatusDone;
+    if (told > 0) return;
     if (!touches(history.ledger.from.time_ms, history.ledger.to.time_ms)) {
         teller.Print("The log doesn't reach " + options.at + ": it goes from " +
                          teller.Time(history.ledger.from) + " to " + teller.Time(history.ledger.to) + ".",
                      Colour::kNone, 0);
-        return kStatusDone;
+        return;
     }
     teller.Print("No outage at " + options.at + ", as far as the log shows.", Colour::kGood, 0);
     const Outage* before = nullptr;
@@ -233,7 +233,6 @@ int TellMoment(const Options& options, const Reader& reader, const History& hist
         teller.Print("The last one before it:", Colour::kNone, 0);
         teller.Tell(*before, history);
     }
-    return kStatusDone;
 }
 
 void TellAll(const Reader& reader, const History& history) {
@@ -321,11 +320,11 @@ int Explain(const Options& options) {
         const std::string text = HistoryAsJson(history, reader);
         fwrite(text.data(), 1, text.size(), stdout);
     } else if (!options.at.empty()) {
-        return TellMoment(options, reader, history);
+        TellMoment(options, reader, history);
     } else {
         TellAll(reader, history);
     }
-    return kStatusDone;
+    return reader.is_whole() ? kStatusDone : kStatusNoLog;
 }
 
 }  // namespace
@@ -353,7 +352,7 @@ Command ExplainCommand() {
         "known, which log "
         "to keep, and how --json looks.";
     command.exit_statuses = {{kStatusDone, "the log was read, whatever it says"},
-                             {kStatusNoLog, "a log can't be read"}};
+                             {kStatusNoLog, "a log can't be read, or not to its end: what can is told"}};
     command.declare = [](CLI::App& app) -> Run {
         const auto options = std::make_shared<Options>();
         app.add_option("LOG", options->logs, "logs, in any order; - is standard input")->type_name("LOG");

@@ -58,7 +58,13 @@ Input::~Input() {
 }
 
 ssize_t Input::Read(char* to, size_t size) {
-    if (packed_ != nullptr) return gzread(packed_, to, static_cast<unsigned>(size));
+    if (packed_ != nullptr) {
+        const int unpacked = gzread(packed_, to, static_cast<unsigned>(size));
+        int problem = Z_OK;
+        gzerror(packed_, &problem);
+        // A file that was cut ends like a whole one, but for this.
+        return unpacked == 0 && problem == Z_BUF_ERROR ? -1 : unpacked;
+    }
     ssize_t count = 0;
     do {
         count = read(fd_, to, size);

@@ -263,6 +263,11 @@ Stream* Reader::Earliest() {
             if (!is_merged_ && has_last_ && !stream.has_time()) stream.GoOnFrom(last_ms_);
             const bool may_grow = stream.input().follows();
             if ((stream.is_at_end() && !may_grow) || !stream.Advance()) {
+                if (!may_grow && stream.input().has_failed()) {
+                    is_whole_ = false;
+                    complaints_.push_back(stream.input().name() + ": is damaged behind line " +
+                                          std::to_string(stream.input().line_number()));
+                }
                 if (i == next_ && !may_grow) {
                     stream.Close();
                     ++next_;

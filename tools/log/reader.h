@@ -69,6 +69,8 @@ class Reader {
     /// The same for people, in seconds.
     std::string ShortTimeText(int64_t time_ms) const;
     const std::string& name(int input) const { return names_[static_cast<size_t>(input)]; }
+    /// False when a log couldn't be read to its end.
+    bool is_whole() const { return is_whole_; }
     /// What went wrong while reading, a line each.
     const std::vector<std::string>& complaints() const { return complaints_; }
 
@@ -90,6 +92,7 @@ class Reader {
     std::vector<std::string> names_;
     std::vector<std::unique_ptr<Stream>> streams_;  // in the order of their time
     std::vector<std::string> complaints_;
+    bool is_whole_ = true;
     Stream* current_ = nullptr;  // whose line was returned last
     std::vector<int64_t> first_times_ms_;
     size_t next_ = 0;         // streams before it are at their end
