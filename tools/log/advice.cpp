@@ -49,14 +49,12 @@ void TellAchievements(History& history, const std::vector<Moment>& online_at, co
 }  // namespace
 
 History Historian::Finish() const {
-    History history = history_;
-    Ledger& ledger = history.ledger;
-
     // What the last lines leave open.
     Historian last = *this;
     if (last.pending_hard_.is_set) last.ConfirmHardReset();
     last.SettleDial();
-    history = last.history_;
+    History history = last.history_;
+    Ledger& ledger = history.ledger;
     if (last.online_since_ms_ >= 0 && last.state_ == State::kOnline) {
         ledger.online_ms += std::max<int64_t>(0, ledger.to.passed_ms - last.online_since_ms_);
     }

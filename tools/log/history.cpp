@@ -95,6 +95,26 @@ const char* NextAfter(ResetKind kind, const std::string& why) {
     return "not known";
 }
 
+/// The reason of the reset that a decision leads to.
+const char* ReasonBy(Event decision) {
+    switch (decision) {
+        case Event::kFifthDial:
+            return reason::kReconnect;
+        case Event::kServiceGivenUpTwoSims:
+            return reason::kNoServiceTwoSims;
+        case Event::kPathGivenUp:
+            return cause::kDataPath;
+        case Event::kServiceRound:
+            return reason::kNoServiceRounds;
+        case Event::kNoSim:
+            return cause::kSim;
+        case Event::kServiceGivenUp:
+            return cause::kNoService;
+        default:
+            return cause::kUnknown;
+    }
+}
+
 }  // namespace
 
 const char* WordOf(Certainty certainty) {
@@ -208,7 +228,7 @@ void Historian::CameOnline(const Moment& at) {
     Close(at);
     online_at_.push_back(at);
     registered_ = false;
-    has_decision_ = false;
+    decision_ = Event::kNone;
     state_ = State::kOnline;
     is_first_start_ = false;
     online_since_ms_ = at.passed_ms;
@@ -221,6 +241,25 @@ void Historian::CameOnline(const Moment& at) {
     is_off_ = false;
 }
 
+/// Since when the link is up that a line shows to be.
+Moment Historian::OnlineSince() const {
+    return state_ == State::kDialed ? dialed_at_ : Now();
+}
+
+/// The line at hand is said while online alone: if no dial has led there, nothing shows when the link came
+/// up.
+void Historian::ShowOnline() {
+    if (state_ == State::kOnline) return;
+    if (state_ != State::kDialed) CloseWithoutEnd();
+    CameOnline(OnlineSince());
+}
+
+/// What explains the reset that follows.
+void Historian::Decide(Event decision) {
+    decision_ = decision;
+    decision_line_ = now_;
+}
+
 /// A line has come that an attempt in vain doesn't have so late: the link is up since the dial.
 void Historian::SettleDial() {
     if (state_ != State::kDialed) return;
@@ -231,7 +270,7 @@ void Historian::SettleDial() {
     if (is_late || is_silent) CameOnline(dialed_at_);
 }
 
-void Historian::Note(const Said&, Mark* mark) {
+void Historian::Note(Mark* mark) {
     mark->is_set = true;
     mark->evidence = now_;
 }
@@ -264,7 +303,7 @@ void Historian::ConfirmHardReset() {
     history_.resets.back().at = pending_hard_.evidence.at;
     in_hard_ = true;
     in_switch_ = false;
-    has_decision_ = false;
+    decision_ = Event::kNone;
     if (state_ != State::kStarting || has_open_) state_ = State::kOffline;
 }
 
@@ -291,7 +330,8 @@ void Historian::Mute() {
 void Historian::OnStart(bool begins_run) {
     if (!begins_run) return;
     ++history_.ledger.starts;
-    pending_hard_.is_set = in_hard_ = in_switch_ = awaits_soft_ = has_decision_ = false;
+    pending_hard_.is_set = in_hard_ = in_switch_ = awaits_soft_ = false;
+    decision_ = Event::kNone;
     if (is_upgrading_) is_upgrading_ = false;
     const bool is_first_line = history_.ledger.messages <= 1;
     SettleDial();
@@ -323,14 +363,12 @@ void Historian::OnSim(const Said& said) {
     Outage* outage = open();
     switch (said.event) {
         case Event::kAsksSimOnline:
-            if (state_ != State::kOnline && state_ != State::kOffline) {
-                CameOnline(state_ == State::kDialed ? dialed_at_ : Now());
-            }
-            Note(said, &asked_sim_);
+            if (state_ != State::kOnline && state_ != State::kOffline) CameOnline(OnlineSince());
+            Note(&asked_sim_);
             break;
         case Event::kSimNotReadyOnline:
             sim_flag_lost_ = true;
-            Note(said, &sim_lost_);
+            Note(&sim_lost_);
             break;
         case Event::kImei:
             imei_told_ = HoldsDigit(said.text);
@@ -386,9 +424,7 @@ void Historian::OnSim(const Said& said) {
             Prove(*outage, now_);
             if (answered_ && TopOf(outage->cause) == cause::kSim) sim_confirmed_ = true;
             if (IsWeak(*outage)) SetCause(*outage, cause::kSim, Certainty::kProbable);
-            last_decision_ = said;
-            decision_ = now_;
-            has_decision_ = true;
+            Decide(said.event);
             state_ = State::kOffline;
             break;
         default:
@@ -400,7 +436,7 @@ void Historian::OnSim(const Said& said) {
 /// there is one, the modem had only been mute for a while.
 void Historian::JudgeSim(bool is_registered) {
     registered_ |= is_registered;
-    Note({}, &registration_);
+    Note(&registration_);
     if (!has_open_ || open()->cause != cause::kSim || sim_confirmed_) return;
     if (is_registered) {
         SetCause(*open(), cause::kModemMute, Certainty::kProbable);
@@ -427,9 +463,7 @@ void Historian::OnService(const Said& said) {
             JudgeSim(said.number[0] == kServiceValid);
             return;
         case Event::kServiceRound:
-            last_decision_ = said;
-            decision_ = now_;
-            has_decision_ = true;
+            Decide(said.event);
             return;
         case Event::kServiceCheck:
         case Event::kServiceCheckTwoSims: {
@@ -439,11 +473,9 @@ void Historian::OnService(const Said& said) {
             const bool was_unknown = state_ == State::kUnknown;
             if (had_dialed) ++dials_;
             checks_ = said.number[0];
-            if (checks_ <= 1 || !first_check_.is_set) Note(said, &first_check_);
+            if (checks_ <= 1 || !first_check_.is_set) Note(&first_check_);
             state_ = is_first_start_ && !has_open_ ? State::kStarting : State::kOffline;
-            last_decision_ = said;
-            decision_ = now_;
-            has_decision_ = true;
+            Decide(said.event);
             if (!has_open_) {
                 if (is_first_start_ && checks_ < kUsualChecks && dials_ == 0 && denied_ < kTellingAnswers) {
                     return;
@@ -487,9 +519,7 @@ void Historian::OnService(const Said& said) {
             Outage& outage = Ensure(cause::kNoService, Certainty::kProbable);
             Prove(outage, now_);
             if (IsWeak(outage)) SetCause(outage, cause::kNoService, Certainty::kProbable);
-            last_decision_ = said;
-            decision_ = now_;
-            has_decision_ = true;
+            Decide(said.event);
             state_ = State::kOffline;
             return;
         }
@@ -526,8 +556,8 @@ void Historian::OnLink(const Said& said) {
                     SetCause(outage, cause::kDialFailed, Certainty::kProbable);
                 }
             }
-            Note(said, &dial_);
-            has_decision_ = false;
+            Note(&dial_);
+            decision_ = Event::kNone;
             checks_ = 0;
             first_check_.is_set = false;
             state_ = State::kOffline;
@@ -550,9 +580,7 @@ void Historian::OnLink(const Said& said) {
             return;
         }
         case Event::kFifthDial:
-            last_decision_ = said;
-            decision_ = now_;
-            has_decision_ = true;
+            Decide(said.event);
             if (has_open_) Prove(*open(), now_);
             return;
         case Event::kDhcpStarted:
@@ -577,7 +605,7 @@ void Historian::OnLink(const Said& said) {
             if (said.event != Event::kLookFailed && said.row->text[0] != 'O') tells_looks_ = true;
             if (said.event == Event::kLookFailed) tells_failures_ = true;
             // Quectel's Qualcomm family shows the state, which is 0 when there was no answer.
-            if (said.event != Event::kLookFailed || said.number[0] != 0) Note(said, &look_answered_);
+            if (said.event != Event::kLookFailed || said.number[0] != 0) Note(&look_answered_);
             if (is_up) {
                 // LongSung and NodeCom modems report a link that came up by itself.
                 const bool is_report = said.event == Event::kLook && said.numbers == 1 &&
@@ -598,14 +626,11 @@ void Historian::OnLink(const Said& said) {
                     ++failed_looks_;
                 }
             }
-            if (state_ == State::kOnline && !look_down_.is_set) Note(said, &look_down_);
+            if (state_ == State::kOnline && !look_down_.is_set) Note(&look_down_);
             return;
         }
         case Event::kOfflineCheck: {
-            if (state_ != State::kOnline) {
-                if (state_ != State::kDialed) CloseWithoutEnd();
-                CameOnline(state_ == State::kDialed ? dialed_at_ : Now());
-            }
+            ShowOnline();
             const bool goes_on = !failed_checks_.empty() && said.number[0] == failed_count_ + 1 &&
                                  now_.at.passed_ms - failed_checks_.back().at.passed_ms <= kCheckGap_ms;
             if (!goes_on) {
@@ -655,8 +680,7 @@ void Historian::OnLink(const Said& said) {
             return;
         }
         case Event::kSwitchedOff: {
-            if (state_ != State::kOnline && state_ != State::kDialed) CloseWithoutEnd();
-            if (state_ != State::kOnline) CameOnline(state_ == State::kDialed ? dialed_at_ : Now());
+            ShowOnline();
             Open(now_, true, cause::kDisabled, Certainty::kCertain);
             state_ = State::kOffline;
             is_off_ = true;
@@ -691,66 +715,66 @@ void Historian::OnLink(const Said& said) {
             if (state_ == State::kUnknown && said.event != Event::kBand) CameOnline(Now());
             return;
         case Event::kPathCheckFailed:
-            if (state_ != State::kOnline && state_ != State::kDialed) CloseWithoutEnd();
-            if (state_ != State::kOnline) CameOnline(state_ == State::kDialed ? dialed_at_ : Now());
+            ShowOnline();
             has_two_sims_ = true;
             path_series_is_new_ = true;
-            if (said.number[0] <= 1 || !path_failed_.is_set) Note(said, &path_failed_);
+            if (said.number[0] <= 1 || !path_failed_.is_set) Note(&path_failed_);
             return;
         case Event::kPathProbed:
             path_probed_ = said.number[1] == kLte;
             not_lte_ = !path_probed_;
             return;
         case Event::kPathGivenUp:
-            last_decision_ = said;
-            decision_ = now_;
-            has_decision_ = true;
+            Decide(said.event);
             return;
         default:
             return;
     }
 }
 
-void Historian::OnReset(const Said& said) {
-    const auto path_outage = [this]() -> Outage& {
-        if (has_open_) return *open();
-        // The count goes on where it was when no check has passed in between: the path was dead all the time.
-        if (!path_series_is_new_ && !history_.outages.empty() && path_outages_ == history_.outages.size() &&
-            history_.outages.back().has_end) {
-            Outage& former = history_.outages.back();
-            former.is_open = true;
-            former.has_end = false;
-            has_open_ = true;
-            online_since_ms_ = -1;
-            Prove(former, now_);
-            return former;
-        }
-        // The check fails without a ping when the SIM wasn't ready as it was asked last, and when there is no
-        // LTE.
-        const char* word = path_probed_     ? cause::kDataPath
-                           : sim_flag_lost_ ? cause::kSim
-                           : not_lte_       ? "data-path/no-lte"
-                                            : cause::kDataPath;
-        Outage& outage = Open(path_series_is_new_ && path_failed_.is_set ? path_failed_.evidence : now_, true,
-                              word, path_probed_ ? Certainty::kCertain : Certainty::kProbable);
-        sim_confirmed_ = outage.cause == cause::kSim;
-        Prove(outage, now_);
-        path_series_is_new_ = false;
-        path_outages_ = history_.outages.size();
-        return outage;
-    };
-    const auto prove_hard = [this](const std::string& why, Certainty certainty) {
-        pending_hard_.is_set = true;
-        pending_hard_.evidence = now_;
-        hard_reason_ = why;
-        hard_certainty_ = certainty;
-        hard_evidence_.clear();
-        if (has_decision_ && why != cause::kModemMute && why != cause::kPortGone && why != cause::kCommand) {
-            hard_evidence_.push_back(decision_);
-        }
-        hard_evidence_.push_back(now_);
-    };
+/// The path is dead, by what the checks of the network have led to.
+void Historian::NotePathOutage() {
+    if (has_open_) return;
+    // The count goes on where it was when no check has passed in between: the path was dead all the time.
+    if (!path_series_is_new_ && !history_.outages.empty() && path_outages_ == history_.outages.size() &&
+        history_.outages.back().has_end) {
+        Outage& former = history_.outages.back();
+        former.is_open = true;
+        former.has_end = false;
+        has_open_ = true;
+        online_since_ms_ = -1;
+        Prove(former, now_);
+        return;
+    }
+    // The check fails without a ping when the SIM wasn't ready as it was asked last, and when there is no
+    // LTE.
+    const char* word = path_probed_     ? cause::kDataPath
+                       : sim_flag_lost_ ? cause::kSim
+                       : not_lte_       ? "data-path/no-lte"
+                                        : cause::kDataPath;
+    Outage& outage = Open(path_series_is_new_ && path_failed_.is_set ? path_failed_.evidence : now_, true,
+                          word, path_probed_ ? Certainty::kCertain : Certainty::kProbable);
+    sim_confirmed_ = outage.cause == cause::kSim;
+    Prove(outage, now_);
+    path_series_is_new_ = false;
+    path_outages_ = history_.outages.size();
+}
 
+/// A hardware reset is due; what follows shows whether it is carried out.
+void Historian::ExpectHardReset(const std::string& why, Certainty certainty) {
+    pending_hard_.is_set = true;
+    pending_hard_.evidence = now_;
+    hard_reason_ = why;
+    hard_certainty_ = certainty;
+    hard_evidence_.clear();
+    if (decision_ != Event::kNone && why != cause::kModemMute && why != cause::kPortGone &&
+        why != cause::kCommand) {
+        hard_evidence_.push_back(decision_line_);
+    }
+    hard_evidence_.push_back(now_);
+}
+
+void Historian::OnReset(const Said& said) {
     switch (said.event) {
         case Event::kCommandedSoftReset: {
             if (!has_open_ && state_ != State::kStarting) {
@@ -778,11 +802,11 @@ void Historian::OnReset(const Said& said) {
                 if (!history_.resets.empty()) history_.resets.back().evidence.push_back(now_);
                 return;
             }
-            const bool by_service = has_decision_ && last_decision_.event == Event::kServiceCheckTwoSims;
+            const bool by_service = decision_ == Event::kServiceCheckTwoSims;
             const bool is_known = by_service || state_ == State::kOnline || path_failed_.is_set;
-            if (!by_service) path_outage();
+            if (!by_service) NotePathOutage();
             std::vector<Evidence> evidence;
-            if (by_service) evidence.push_back(decision_);
+            if (by_service) evidence.push_back(decision_line_);
             if (!by_service && path_failed_.is_set) evidence.push_back(path_failed_.evidence);
             evidence.push_back(now_);
             AddReset(ResetKind::kSimSwitch,
@@ -803,14 +827,13 @@ void Historian::OnReset(const Said& said) {
             imei_told_ = sim_flag_lost_ = false;
             if (in_hard_ || in_switch_ || awaits_soft_) {
                 in_hard_ = in_switch_ = awaits_soft_ = false;
-                has_decision_ = false;
+                decision_ = Event::kNone;
                 return;
             }
             std::string why = cause::kUnknown;
-            if (has_decision_ && last_decision_.event == Event::kServiceGivenUp) why = cause::kNoService;
-            if (has_decision_ && last_decision_.event == Event::kNoSim) why = cause::kSim;
+            if (decision_ == Event::kServiceGivenUp || decision_ == Event::kNoSim) why = ReasonBy(decision_);
             std::vector<Evidence> evidence;
-            if (why != cause::kUnknown) evidence.push_back(decision_);
+            if (why != cause::kUnknown) evidence.push_back(decision_line_);
             evidence.push_back(now_);
             Outage& outage = Ensure(cause::kUnknown, Certainty::kUnknown);
             if (outage.cause == cause::kUnknown) {
@@ -818,7 +841,7 @@ void Historian::OnReset(const Said& said) {
             }
             AddReset(ResetKind::kSoft, why,
                      why == cause::kUnknown ? Certainty::kUnknown : Certainty::kCertain, evidence);
-            has_decision_ = false;
+            decision_ = Event::kNone;
             state_ = State::kOffline;
             return;
         }
@@ -826,11 +849,11 @@ void Historian::OnReset(const Said& said) {
             if (!has_open_ && state_ != State::kStarting) {
                 Open(now_, true, cause::kCommand, Certainty::kCertain);
             }
-            prove_hard(cause::kCommand, Certainty::kCertain);
+            ExpectHardReset(cause::kCommand, Certainty::kCertain);
             return;
         case Event::kMute:
             Mute();
-            prove_hard(cause::kModemMute, Certainty::kProbable);
+            ExpectHardReset(cause::kModemMute, Certainty::kProbable);
             return;
         case Event::kPortGone: {
             Outage& outage = has_open_ ? *open() : Open(now_, true, cause::kPortGone, Certainty::kCertain);
@@ -838,42 +861,18 @@ void Historian::OnReset(const Said& said) {
             if (IsWeak(outage) || (TopOf(outage.cause) == cause::kSim && !sim_confirmed_)) {
                 SetCause(outage, cause::kPortGone, Certainty::kProbable);
             }
-            prove_hard(cause::kPortGone, Certainty::kCertain);
+            ExpectHardReset(cause::kPortGone, Certainty::kCertain);
             return;
         }
         case Event::kConnectError: {
-            std::string why = cause::kUnknown;
-            if (has_decision_) {
-                switch (last_decision_.event) {
-                    case Event::kFifthDial:
-                        why = reason::kReconnect;
-                        break;
-                    case Event::kServiceGivenUpTwoSims:
-                        why = reason::kNoServiceTwoSims;
-                        break;
-                    case Event::kPathGivenUp:
-                        why = cause::kDataPath;
-                        break;
-                    case Event::kServiceRound:
-                        why = reason::kNoServiceRounds;
-                        break;
-                    case Event::kNoSim:
-                        why = cause::kSim;
-                        break;
-                    case Event::kServiceGivenUp:
-                        why = cause::kNoService;
-                        break;
-                    default:
-                        break;
-                }
-            }
-            if (why == cause::kDataPath) path_outage();
+            const std::string why = ReasonBy(decision_);
+            if (why == cause::kDataPath) NotePathOutage();
             Outage& outage = Ensure(cause::kUnknown, Certainty::kUnknown);
             Prove(outage, now_);
             const bool is_guess = why == cause::kDataPath && !path_probed_;
-            prove_hard(why, why == cause::kUnknown ? Certainty::kUnknown
-                            : is_guess             ? Certainty::kProbable
-                                                   : Certainty::kCertain);
+            ExpectHardReset(why, why == cause::kUnknown ? Certainty::kUnknown
+                                 : is_guess             ? Certainty::kProbable
+                                                        : Certainty::kCertain);
             state_ = State::kOffline;
             return;
         }
@@ -928,7 +927,7 @@ void Historian::OnPort(const Said& said) {
                 }
                 return;
             }
-            if (checks_ == 1) Note(said, &first_check_);
+            if (checks_ == 1) Note(&first_check_);
             if (checks_ == kPortWaitsToTell) {
                 Outage& outage = Open(first_check_.evidence, true, cause::kPortGone, Certainty::kCertain);
                 Prove(outage, now_);
@@ -1023,7 +1022,7 @@ void Historian::OnEvent(const Said& said) {
             has_two_sims_ = true;
             // It comes in each pass while the link is up, and offline only where it is switched off.
             if (state_ == State::kDialed || (state_ == State::kOffline && !is_off_ && !in_hard_)) {
-                CameOnline(state_ == State::kDialed ? dialed_at_ : Now());
+                CameOnline(OnlineSince());
             }
             break;
         case Event::kOrla:

@@ -130,7 +130,8 @@ class Historian {
         Evidence evidence;
     };
 
-    void Note(const Said& said, Mark* mark);
+    void Note(Mark* mark);
+    void Decide(Event decision);
     void OnStart(bool begins_run);
     void OnEvent(const Said& said);
     void OnLink(const Said& said);
@@ -150,9 +151,13 @@ class Historian {
     void Close(const Moment& end);
     void CloseWithoutEnd();
     void CameOnline(const Moment& at);
+    void ShowOnline();
+    Moment OnlineSince() const;
     void SettleDial();
     void AddReset(ResetKind kind, const std::string& reason, Certainty certainty,
                   const std::vector<Evidence>& evidence);
+    void NotePathOutage();
+    void ExpectHardReset(const std::string& why, Certainty certainty);
     void ConfirmHardReset();
     bool IsWeak(const Outage& outage) const;
     void Mute();
@@ -210,9 +215,8 @@ class Historian {
     size_t path_outages_ = 0;  // how many outages there were when the last one by such checks was opened
 
     // Resets
-    Said last_decision_;  // the last line that can explain a reset
-    Evidence decision_;
-    bool has_decision_ = false;
+    Event decision_ = Event::kNone;  // the last that can explain a reset
+    Evidence decision_line_;
     Mark pending_hard_;
     std::string hard_reason_;
     Certainty hard_certainty_ = Certainty::kUnknown;
