@@ -368,6 +368,7 @@ void Historian::OnSim(const Said& said) {
             break;
         case Event::kSimNotReadyOnline:
             sim_flag_lost_ = true;
+            modem_hid_sim_ = false;
             Note(&sim_lost_);
             break;
         case Event::kImei:
@@ -391,6 +392,7 @@ void Historian::OnSim(const Said& said) {
             break;
         case Event::kSimNotReady: {
             sim_flag_lost_ = true;
+            modem_hid_sim_ = !imei_told_;
             if (outage == nullptr) {
                 if (state_ == State::kUnknown || state_ == State::kOnline) break;
                 if (!is_first_start_) break;
@@ -749,7 +751,7 @@ void Historian::NotePathOutage() {
     // The check fails without a ping when the SIM wasn't ready as it was asked last, and when there is no
     // LTE.
     const char* word = path_probed_     ? cause::kDataPath
-                       : sim_flag_lost_ ? cause::kSim
+                       : sim_flag_lost_ ? (modem_hid_sim_ ? cause::kModemMute : cause::kSim)
                        : not_lte_       ? "data-path/no-lte"
                                         : cause::kDataPath;
     Outage& outage = Open(path_series_is_new_ && path_failed_.is_set ? path_failed_.evidence : now_, true,

@@ -383,6 +383,22 @@ TEST(History, ADeadDataPathIsOneOutageAcrossItsRungs) {
               "data-path probable 300..470; sim-switch data-path 320; sim-switch data-path 420; ");
 }
 
+TEST(History, APathThatIsNotProbedAfterAMuteModemIsThatModems) {
+    const auto told = [](const std::string& imei) {
+        return Told(Log().Tell(
+            kStart + std::string(kMute) + "351 SoftReset Soft reset!\n351 SoftReset kill udhcpc lte!!!\n" +
+            imei + "358 CheckSimCard CheckSimCard: SIM is not ready!\n" + Dial(390, 2) +
+            "600 CheckNetwork Ping Check failed for first 2 times, ignore, check 1 times!\n"
+            "620 CheckNetworkDoubleSim CEREG fail or Ping fail, need Switch SIM Card and Soft reset!\n"));
+    };
+    EXPECT_EQ(told("355 CheckSimCard Get Card IMEI fail, m_csIMEI = \n"),
+              "modem-mute probable 300..410; modem-mute probable 600..; hard modem-mute 340; "
+              "sim-switch data-path 620; ");
+    EXPECT_EQ(told("355 CheckCardIMEI CheckCardIMEI m_csIMEI= 867698041122330\n"),
+              "modem-mute probable 300..410; sim probable 600..; hard modem-mute 340; "
+              "sim-switch data-path 620; ");
+}
+
 TEST(History, NoLeaseIsDhcp) {
     const std::string text = kStart + std::string(
                                           "300 thread_function_pipe udhcpc wwan0 leasefail\n"
