@@ -154,12 +154,10 @@ class StatusLaw : public Law {
     void TakeHeard(std::string_view bytes) {
         // Two families report their link, and are believed.
         if (Contains(bytes, "DATASTATUS")) dialled_ms_ = given_up_ms_ = watch.now_ms;
-        int64_t csq = 0;
-        if (asks_signal_ && watch.now_ms < asked_ms_ + kSecond && ReadSignalAnswer(bytes, &csq)) {
-            csq_ = csq;
-            csq_ms_ = watch.now_ms;
-            knows_csq_ = true;
-        }
+        if (!asks_signal_ || watch.now_ms >= asked_ms_ + kSecond || !Contains(bytes, "+CSQ")) return;
+        asks_signal_ = !knows_csq_ && ReadSignalAnswer(bytes, &csq_);
+        knows_csq_ = asks_signal_;  // which of two the daemon takes is open
+        csq_ms_ = watch.now_ms;
     }
 
     /// Only an answer that leaves no doubt tells what the daemon takes from it.

@@ -594,11 +594,13 @@ TEST(SoakLaws, Bus) {
 
 /// A status file as it is shown at 3005 s, with a line of it changed, after something else has happened.
 Record ShownFile(const std::string& key = "", const std::string& value = "", const std::string& world = "",
-                 const std::string& published_next = "") {
+                 const std::string& published_next = "", const std::string& heard_first = "") {
     Record record =
         Record().Add("world", world).Starts().At(50).Log("Connect", "Do connect.  1 times.").At(60).Online();
     record.Add("publishes", std::string(kStatus) + "RetryTimes=1").At(2990);
-    record.Add("sends", "AT+CSQ").Add("hears", "\\r\\n+CSQ: 23,99\\r\\n\\r\\nOK\\r\\n").At(3005);
+    record.Add("sends", "AT+CSQ");
+    if (!heard_first.empty()) record.Add("hears", heard_first);
+    record.Add("hears", "\\r\\n+CSQ: 23,99\\r\\n\\r\\nOK\\r\\n").At(3005);
     const std::vector<std::pair<std::string, std::string>> lines = {{"IMSI", "1"},
                                                                     {"ICCID", "2"},
                                                                     {"IMEI", "3"},
@@ -635,6 +637,9 @@ TEST(SoakLaws, Status) {
     EXPECT_EQ("Online=FALSE is shown where TRUE is right",
               Broken("status", ShownFile("Online", "FALSE"), kApn));
     EXPECT_EQ("CSQ=22 is shown where 23 is right", Broken("status", ShownFile("CSQ", "22"), kApn));
+    EXPECT_EQ("", Broken("status", ShownFile("CSQ", "99", "", "", "\\r\\n+CSQ: 99,99\\r\\n"), kApn));
+    EXPECT_EQ("CSQ=22 is shown where 23 is right",
+              Broken("status", ShownFile("CSQ", "22", "", "", "\\r\\n+CREG: 1\\r\\n"), kApn));
     EXPECT_EQ("APN='b' is shown where 'a' is set", Broken("status", ShownFile("APN", "'b'"), kApn));
     EXPECT_EQ("Uptime=00:40:00 though the link has been up for 2943 s",
               Broken("status", ShownFile("Uptime", "00:40:00"), kApn));
