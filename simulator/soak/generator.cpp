@@ -19,6 +19,8 @@ constexpr int64_t kHour_ms = 60 * kMinute_ms;
 constexpr int64_t kDay_ms = 24 * kHour_ms;
 
 constexpr char kStatusPath[] = "/run/network/ravelin_status";
+constexpr char kSignalPath[] = "/run/network/signal_status";
+constexpr char k3630Path[] = "/run/network/3630_status";
 constexpr char kUpgradeTool[] = "/media/mmcblk0p1/firmware_modules/CellularOTA/QFirehose";
 constexpr char kUpgradeFamily[] = "quectel_qcom";
 constexpr char kUpgradeModel[] = "EG21";
@@ -149,11 +151,20 @@ std::string WriteSetup(Random& random, const Setup& setup) {
     return text;
 }
 
+/// The file that the daemon writes beside the status file; null for most modems.
+const char* SignalFileOf(const Setup& setup) {
+    if (setup.family == "quectel_qcom" || setup.family == "quectel_unisoc") return kSignalPath;
+    return setup.model == "ME3630" ? k3630Path : nullptr;
+}
+
 /// What goes on all the time: somebody reads the status, the OCPP service asks, scripts report.
 void WriteBackground(Random& random, Story& story, int64_t until_ms) {
     const auto phase = [&random](int64_t step_ms) { return random.Between(1, step_ms); };
     constexpr int64_t kLook_ms = 5 * kMinute_ms;
-    story.Every(kLook_ms, phase(kLook_ms), until_ms, std::string("show ") + kStatusPath);
+    const int64_t look_ms = phase(kLook_ms);
+    story.Every(kLook_ms, look_ms, until_ms, std::string("show ") + kStatusPath);
+    const char* signal_path = SignalFileOf(story.setup);
+    if (signal_path != nullptr) story.Every(kLook_ms, look_ms, until_ms, std::string("show ") + signal_path);
     story.Every(kHour_ms, phase(kHour_ms), until_ms, "resources");
     // The weather changes the signal, though never to a bad one.
     for (int64_t at_ms = random.Between(0, kHour_ms); at_ms < until_ms;

@@ -25,6 +25,8 @@ const std::vector<LawRow>& Laws() {
         {"bus", "each question on the bus gets its answer at once, in a frame that can be read", true,
          MakeBusLaw},
         {"status", "the status file says what the record says", true, MakeStatusLaw},
+        {"signal", "the signal file says what the modem has last answered, and what the status file says",
+         true, MakeSignalLaw},
         {"fresh", "the status file is rewritten in each pass: old text means a dead daemon", true,
          MakeFreshLaw},
         {"places", "only known commands are run, and nothing is written but the status files", false,

@@ -73,6 +73,7 @@ std::unique_ptr<Law> MakeRecoveryLaw(const Watch& watch, Law::Report report);
 std::unique_ptr<Law> MakeRequestsLaw(const Watch& watch, Law::Report report);
 std::unique_ptr<Law> MakeResourcesLaw(const Watch& watch, Law::Report report);
 std::unique_ptr<Law> MakeSettingsLaw(const Watch& watch, Law::Report report);
+std::unique_ptr<Law> MakeSignalLaw(const Watch& watch, Law::Report report);
 std::unique_ptr<Law> MakeStatusLaw(const Watch& watch, Law::Report report);
 std::unique_ptr<Law> MakeStoryLaw(const Watch& watch, Law::Report report);
 std::unique_ptr<Law> MakeUpgradeLaw(const Watch& watch, Law::Report report);

@@ -1,20 +1,16 @@
-// The status files: what they say is what the record says, and they are never old.
+// The status file: what it says is what the record says, and it is never old.
 #include "simulator/soak/laws.h"
 
 #include <algorithm>
 #include <cstdio>
-#include <ctime>
-#include <vector>
 
-#include "simulator/virtual_time/environment.h"
+#include "simulator/soak/status_files.h"
 
 namespace soak {
 
 namespace {
 
 constexpr int64_t kSecond = 1000;
-constexpr std::string_view kStatusFile = "/run/network/ravelin_status ";
-constexpr std::string_view kMissing = "(missing)";
 constexpr int64_t kVendorQuectelQcom = 6;
 constexpr int64_t kVendorCinterion = 10;
 
@@ -23,86 +19,6 @@ constexpr const char* kKeys[] = {"IMSI",     "ICCID",       "IMEI",    "AutoConn
                                  "Carrier",  "APN",         "CSQ",     "CGREG",       "CEREG",
                                  "Uptime",   "RetryTimes",  "Network", "FWVersion",   "doubleSIM_enable",
                                  "Tempture", "GIT_VERSION", "Now"};
-
-// Faults while which the file can't be written.
-constexpr const char* kFileFaults[] = {"folder_gone", "status_blocked", "files_full", "files_readonly"};
-
-/// "'Thu Jan  1 00:05:10 2026'" in seconds since 1970; false for anything else.
-bool ReadNow(const std::string& text, int64_t* seconds) {
-    tm time = {};
-    const char* end = strptime(text.c_str(), "'%a %b %d %H:%M:%S %Y'", &time);
-    if (end == nullptr || *end != '\0') return false;
-    *seconds = timegm(&time);
-    return true;
-}
-
-/// A whole file as a scenario showed it.
-struct Shown {
-    int64_t at_ms = 0;
-    std::vector<std::pair<std::string, std::string>> lines;
-
-    const std::string* Find(const char* key) const {
-        for (const auto& line : lines) {
-            if (line.first == key) return &line.second;
-        }
-        return nullptr;
-    }
-};
-
-/// Gathers the lines of a shown file, and tells when they are all there.
-class Gatherer {
-  public:
-    explicit Gatherer(std::string_view path) : path_(path) {}
-
-    /// True when `entry` comes after the last line of a file; then `shown` holds that.
-    bool Take(const Entry& entry, Shown* shown) {
-        const bool is_line = entry.kind == EntryKind::kShows && StartsWith(entry.text, path_);
-        const std::string_view line = is_line ? entry.text.substr(path_.size()) : "";
-        // It begins with the first key of its own.
-        const bool is_first = is_line && (line == kMissing || StartsWith(line, std::string(kKeys[0]) + "="));
-        const bool is_whole = !gathered_.lines.empty() && (!is_line || is_first);
-        if (is_whole) {
-            *shown = std::move(gathered_);
-            gathered_ = {};
-        }
-        if (is_line) {
-            const size_t equals = line.find('=');
-            gathered_.at_ms = entry.at_ms;
-            if (equals == std::string_view::npos) {
-                gathered_.lines.emplace_back(line, "");
-            } else {
-                gathered_.lines.emplace_back(line.substr(0, equals), line.substr(equals + 1));
-            }
-        }
-        return is_whole;
-    }
-
-  private:
-    std::string_view path_;
-    Shown gathered_;
-};
-
-/// Wall clock of the board, as the scenario sets it.
-class Clock {
-  public:
-    /// "clock +S" and "clock -S" of the world.
-    void Take(const Entry& entry) {
-        constexpr std::string_view kJump = "clock ";
-        if (entry.kind != EntryKind::kWorld || !StartsWith(entry.text, kJump)) return;
-        const std::string_view by = entry.text.substr(kJump.size());
-        offset_seconds_ += NumberAt(StartsWith(by, "+") ? by.substr(1) : by, 0);
-        jumped_ms_ = entry.at_ms;
-    }
-
-    int64_t Seconds(int64_t at_ms) const {
-        return virtual_time::kWallClockAtStart_seconds + offset_seconds_ + at_ms / kSecond;
-    }
-    int64_t jumped_ms() const { return jumped_ms_; }
-
-  private:
-    int64_t offset_seconds_ = 0;
-    int64_t jumped_ms_ = kNever;
-};
 
 /// What is published agrees with the record: attempts, the link, settings, signal.
 class StatusLaw : public Law {
@@ -154,12 +70,10 @@ class StatusLaw : public Law {
     void TakeHeard(std::string_view bytes) {
         // Two families report their link, and are believed.
         if (Contains(bytes, "DATASTATUS")) dialled_ms_ = given_up_ms_ = watch.now_ms;
-        int64_t csq = 0;
-        if (asks_signal_ && watch.now_ms < asked_ms_ + kSecond && ReadSignalAnswer(bytes, &csq)) {
-            csq_ = csq;
-            csq_ms_ = watch.now_ms;
-            knows_csq_ = true;
-        }
+        if (!asks_signal_ || watch.now_ms >= asked_ms_ + kSecond || !Contains(bytes, "+CSQ")) return;
+        asks_signal_ = !knows_csq_ && ReadSignalAnswer(bytes, &csq_);
+        knows_csq_ = asks_signal_;  // which of two the daemon takes is open
+        csq_ms_ = watch.now_ms;
     }
 
     /// Only an answer that leaves no doubt tells what the daemon takes from it.
@@ -279,7 +193,10 @@ class StatusLaw : public Law {
             !ReadNow(*now, &now_seconds)) {
             return Violated("the clock lines can't be read: Uptime=" + *uptime + ", Now=" + *now);
         }
-        if (FilesWereInTheWay() || PingsHung()) return;  // it may have been published late, or never
+        // It may have been published late, or never.
+        if (PingsHung() || FilesWereInTheWay(truth, watch.online_changed_ms - truth.step_ms, watch.now_ms)) {
+            return;
+        }
         const int64_t said = hours * int64_t{3600} + minutes * 60 + seconds;
         const int64_t written_ms = shown.at_ms - (clock_.Seconds(shown.at_ms) - now_seconds) * kSecond;
         const int64_t wanted = (written_ms - watch.online_changed_ms) / kSecond;
@@ -289,22 +206,13 @@ class StatusLaw : public Law {
         }
     }
 
-    bool FilesWereInTheWay() const {
-        for (const char* fault : kFileFaults) {
-            if (truth.HasFaultWithin(fault, watch.online_changed_ms - truth.step_ms, watch.now_ms)) {
-                return true;
-            }
-        }
-        return false;
-    }
-
     /// The link is published after its first pass, and a ping that hangs isn't given up.
     bool PingsHung() const {
         return truth.HasFaultWithin("ping_hangs", watch.online_changed_ms - truth.step_ms,
                                     watch.online_changed_ms);
     }
 
-    Gatherer gatherer_{kStatusFile};
+    Gatherer gatherer_{kStatusFile, kKeys[0]};
     Clock clock_;
     int64_t dialled_ms_ = kNever;
     int64_t given_up_ms_ = kNever;
@@ -352,7 +260,7 @@ class FreshLaw : public Law {
         return kThreeMinutes_ms;
     }
 
-    Gatherer gatherer_{kStatusFile};
+    Gatherer gatherer_{kStatusFile, kKeys[0]};
     Clock clock_;
 };
 

@@ -87,6 +87,20 @@ TEST(SoakGenerator, DaysAndFamilyAreThoseAskedFor) {
     }
 }
 
+TEST(SoakGenerator, SignalFileIsReadWhereThereIsOne) {
+    const auto shows = [](const std::string& file, uint64_t seed, const std::string& family) {
+        const std::string text = GenerateScenario(seed, {1, family});
+        return text.find(" show /run/network/" + file + "\n") != std::string::npos;
+    };
+    EXPECT_TRUE(shows("signal_status", 1, "quectel_qcom"));
+    EXPECT_TRUE(shows("signal_status", 1, "quectel_unisoc"));
+    EXPECT_FALSE(shows("signal_status", 1, "quectel_asr"));
+    for (uint64_t seed = 1; seed <= 20; ++seed) {
+        const Truth truth = TruthOf(GenerateScenario(seed, {1, "zte"}));
+        EXPECT_EQ(truth.scenario.modem_model == "ME3630", shows("3630_status", seed, "zte")) << seed;
+    }
+}
+
 TEST(SoakGenerator, SwarmLeavesOutKindsWhole) {
     size_t least = FaultKinds().size(), most = 0;
     for (uint64_t seed = 1; seed <= 60; ++seed) {

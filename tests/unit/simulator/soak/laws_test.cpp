@@ -594,11 +594,13 @@ TEST(SoakLaws, Bus) {
 
 /// A status file as it is shown at 3005 s, with a line of it changed, after something else has happened.
 Record ShownFile(const std::string& key = "", const std::string& value = "", const std::string& world = "",
-                 const std::string& published_next = "") {
+                 const std::string& published_next = "", const std::string& heard_first = "") {
     Record record =
         Record().Add("world", world).Starts().At(50).Log("Connect", "Do connect.  1 times.").At(60).Online();
     record.Add("publishes", std::string(kStatus) + "RetryTimes=1").At(2990);
-    record.Add("sends", "AT+CSQ").Add("hears", "\\r\\n+CSQ: 23,99\\r\\n\\r\\nOK\\r\\n").At(3005);
+    record.Add("sends", "AT+CSQ");
+    if (!heard_first.empty()) record.Add("hears", heard_first);
+    record.Add("hears", "\\r\\n+CSQ: 23,99\\r\\n\\r\\nOK\\r\\n").At(3005);
     const std::vector<std::pair<std::string, std::string>> lines = {{"IMSI", "1"},
                                                                     {"ICCID", "2"},
                                                                     {"IMEI", "3"},
@@ -635,6 +637,9 @@ TEST(SoakLaws, Status) {
     EXPECT_EQ("Online=FALSE is shown where TRUE is right",
               Broken("status", ShownFile("Online", "FALSE"), kApn));
     EXPECT_EQ("CSQ=22 is shown where 23 is right", Broken("status", ShownFile("CSQ", "22"), kApn));
+    EXPECT_EQ("", Broken("status", ShownFile("CSQ", "99", "", "", "\\r\\n+CSQ: 99,99\\r\\n"), kApn));
+    EXPECT_EQ("CSQ=22 is shown where 23 is right",
+              Broken("status", ShownFile("CSQ", "22", "", "", "\\r\\n+CREG: 1\\r\\n"), kApn));
     EXPECT_EQ("APN='b' is shown where 'a' is set", Broken("status", ShownFile("APN", "'b'"), kApn));
     EXPECT_EQ("Uptime=00:40:00 though the link has been up for 2943 s",
               Broken("status", ShownFile("Uptime", "00:40:00"), kApn));
@@ -658,6 +663,284 @@ TEST(SoakLaws, Status) {
                                        .Add("publishes", std::string(kStatus) + "Online=FALSE")));
     EXPECT_EQ("RetryTimes=1 after 0 attempts",
               Broken("status", Record().Starts().Add("publishes", std::string(kStatus) + "RetryTimes=1")));
+}
+
+constexpr char kSignal[] = "/run/network/signal_status ";
+constexpr char k3630[] = "/run/network/3630_status ";
+constexpr char kAskCell[] = "AT+QENG=\"servingcell\"\\r\\n";
+
+using Lines = std::vector<std::pair<std::string, std::string>>;
+
+/// Lines that a test writes: those given, and `changed` in the place of the one with its key.
+Lines With(Lines lines, const std::string& key, const std::string& value) {
+    for (auto& line : lines) {
+        if (line.first == key) line.second = value;
+    }
+    return lines;
+}
+
+void Write(Record& record, const char* file, const Lines& lines, const char* kind = "publishes") {
+    for (const auto& [key, value] : lines) {
+        const bool is_legend = key[0] == '\\';
+        const bool is_clock = key == "Uptime" || key == "Now";
+        if (value == "none" || (is_clock && std::string(kind) == "publishes")) continue;
+        record.Add(kind, file + key + (is_legend ? "" : "=" + value));
+    }
+}
+
+const Lines kStatusLines = {
+    {"IMSI", "1"},          {"ICCID", "2"},           {"Online", "TRUE"},
+    {"Carrier", "\"C\""},   {"APN", "'a'"},           {"CSQ", "23"},
+    {"Uptime", "00:49:03"}, {"Network", "\"WCDMA\""}, {"Now", "'Thu Jan  1 00:50:03 2026'"}};
+const Lines kSignalLines = {
+    {"APN", "a"},
+    {"Username", "u"},
+    {"Password", "p"},
+    {"Authentication", "2"},
+    {"\\t0 None 1 PAP 2 CHAP 3 PAP-CHAP", ""},
+    {"SIMOperator", "\"C\""},
+    {"Network", "\"WCDMA\""},
+    {"ModemNetwork_Generation", "2"},
+    {"Online", "TRUE"},
+    {"ConnectionStatus", "1"},
+    {"CSQ", "23"},
+    {"SignalLevel", "-95"},
+    {"\\texcellent:>-85dBm\\tgood:-85～-95dBm\\tMid_cell:-95～-105dBm\\tpoor:-105～-115dBm"
+     "\\tvery_poor:<-115dB",
+     ""},
+    {"GIT_VERSION", "0000000"},
+    {"Uptime", "00:49:03"},
+    {"Now", "'Thu Jan  1 00:50:03 2026'"}};
+
+std::string CsqAnswer(int csq) {
+    return "\\r\\n+CSQ: " + std::to_string(csq) + ",99\\r\\n\\r\\nOK\\r\\n";
+}
+std::string CellAnswer(const std::string& rsrp, const std::string& technology = "LTE") {
+    return "\\r\\n+QENG: \"servingcell\",\"CONNECT\",\"" + technology +
+           "\",\"FDD\",460,00,B3F2A10,211,1650,3,5,5,5A1C," + rsrp + ",-11,-67,14,27\\r\\n\\r\\nOK\\r\\n";
+}
+
+/// An exchange, and a second until its time is over.
+void Exchange(Record& record, const std::string& command, const std::string& answer, double seconds = 1) {
+    record.Add("sends", command);
+    if (!answer.empty()) record.Add("hears", answer);
+    record.After(seconds);
+}
+
+/// Signal quality 23 and level -95 are asked for and answered, and both files are written with these lines.
+Record Written(const Lines& signal_lines = kSignalLines, const Lines& status_lines = kStatusLines) {
+    Record record = Record().Starts();
+    record.At(100);
+    Exchange(record, "AT+CSQ", CsqAnswer(23));
+    Exchange(record, kAskCell, CellAnswer("-95"));
+    Write(record, kStatus, status_lines);
+    Write(record, kSignal, signal_lines);
+    return record.After(1).Add("sends", "AT");
+}
+
+std::string BrokenBy(const std::string& key, const std::string& value) {
+    return Broken("signal", Written(With(kSignalLines, key, value)));
+}
+
+TEST(SoakSignal, WhatIsWrittenIsWhatWasAnswered) {
+    EXPECT_EQ("", Broken("signal", Written()));
+    EXPECT_EQ("SignalLevel=-96 is written where -95 is right", BrokenBy("SignalLevel", "-96"));
+    const Lines wrong = With(kStatusLines, "CSQ", "22");
+    EXPECT_EQ("CSQ=22 is written where 23 is right",
+              Broken("signal", Written(With(kSignalLines, "CSQ", "22"), wrong)));
+    EXPECT_EQ("a line that nobody knows: CQS=23",
+              Broken("signal", Written().Add("publishes", std::string(kSignal) + "CQS=23")));
+}
+
+TEST(SoakSignal, BothFilesSayTheSame) {
+    EXPECT_EQ("CSQ=22 is written where 23 is right", BrokenBy("CSQ", "22"));
+    EXPECT_EQ("APN='a' is written where a is right", BrokenBy("APN", "'a'"));
+    EXPECT_EQ("SIMOperator= is written where \"C\" is right", BrokenBy("SIMOperator", ""));
+    EXPECT_EQ("Online=FALSE is written where TRUE is right", BrokenBy("Online", "FALSE"));
+    EXPECT_EQ("ConnectionStatus=0 is written where 1 is right", BrokenBy("ConnectionStatus", "0"));
+    // Only one of them follows.
+    Record stale = Written();
+    Exchange(stale, "AT+CSQ", CsqAnswer(20));
+    stale.Add("publishes", std::string(kStatus) + "CSQ=20");
+    EXPECT_EQ("CSQ=23 is written where 20 is right", Broken("signal", stale.Add("sends", "AT")));
+    EXPECT_EQ("the status file is written, and the signal file isn't", Broken("signal", Written({})));
+    EXPECT_EQ("", Broken("signal", Written({}), "# fault files_readonly from 100 to 200\n"));
+}
+
+TEST(SoakSignal, GenerationIsThatOfTheNetwork) {
+    EXPECT_EQ("ModemNetwork_Generation=1 is written where 2 is right",
+              BrokenBy("ModemNetwork_Generation", "1"));
+    EXPECT_EQ("ModemNetwork_Generation=0 is written where 2 is right",
+              BrokenBy("ModemNetwork_Generation", "0"));
+    // There is none without a SIM.
+    const Lines no_sim = With(kStatusLines, "ICCID", "");
+    EXPECT_EQ("", Broken("signal", Written(With(kSignalLines, "ModemNetwork_Generation", "0"), no_sim)));
+    EXPECT_EQ("ModemNetwork_Generation=3 is written where 2 is right",
+              Broken("signal", Written(With(kSignalLines, "ModemNetwork_Generation", "3"), no_sim)));
+}
+
+/// What is wrong when this is the answer to `command`, nothing is written after it, and much else is asked.
+std::string LeftAfter(const std::string& command, const std::string& answer, const std::string& lines = "") {
+    Record record = Written();
+    Exchange(record, command, answer);
+    return Broken("signal", record.Add("sends", "AT+QNWINFO").After(9).Add("sends", "AT+CSQ"), lines);
+}
+
+TEST(SoakSignal, AnswerIsWrittenBeforeTheNextQuestion) {
+    EXPECT_EQ("SignalLevel=-95 is left where -97 is right", LeftAfter(kAskCell, CellAnswer("-97")));
+    EXPECT_EQ("CSQ=23 is left where 20 is right", LeftAfter("AT+CSQ", CsqAnswer(20)));
+    EXPECT_EQ("CSQ=23 is left where  is right", LeftAfter("AT+CSQ", CsqAnswer(0)));
+    EXPECT_EQ("SignalLevel=-95 is left where -97 is right",
+              LeftAfter(kAskCell, "AT+QENG=\"servingcell\"\\r" + CellAnswer("-97") + "\\r"));
+    EXPECT_EQ("", LeftAfter("AT+CSQ", CsqAnswer(20), "# fault files_full from 100 to 110\n"));
+    // The link is tended in between.
+    Record tended = Written();
+    Exchange(tended, "AT+CSQ", CsqAnswer(20));
+    Exchange(tended, "AT+QNETDEVSTATUS?", "");
+    EXPECT_EQ("", Broken("signal", tended));
+}
+
+TEST(SoakSignal, UnclearAnswersAreNotJudged) {
+    // None is stored, and what was there stays.
+    for (const std::string& answer : {std::string(), std::string("\\r\\nERROR\\r\\n")}) {
+        EXPECT_EQ("", LeftAfter("AT+CSQ", answer)) << answer;
+        EXPECT_EQ("", LeftAfter(kAskCell, answer)) << answer;
+    }
+    EXPECT_EQ("", LeftAfter(kAskCell, CellAnswer("-97", "WCDMA")));
+    // Cut, with another line in it, in pieces that come too late, without end, from a port that went away.
+    EXPECT_EQ("", LeftAfter("AT+CSQ", "\\r\\n+CSQ: 2"));
+    EXPECT_EQ("", LeftAfter("AT+CSQ", "\\r\\nRING\\r\\n" + CsqAnswer(20)));
+    EXPECT_EQ("", LeftAfter(kAskCell, CellAnswer("-97").substr(0, 60)));
+    EXPECT_EQ("", LeftAfter(kAskCell, CellAnswer("-97\\r\\nRING\\r\\n")));
+    EXPECT_EQ("", LeftAfter("AT+CSQ", CsqAnswer(20) + std::string(300, 'x')));
+    Record late = Written();
+    Exchange(late, "AT+CSQ", CsqAnswer(20));
+    EXPECT_EQ("", Broken("signal", late.Add("hears", "x").After(9).Add("sends", "AT+CSQ")));
+    Record lost = Written();
+    lost.Add("sends", "AT+CSQ").Add("hears", CsqAnswer(20)).Add("modem", "port is gone");
+    EXPECT_EQ("", Broken("signal", lost.After(9).Add("sends", "AT+CSQ")));
+    // Known again with the next clear one.
+    Record again = Written();
+    Exchange(again, "AT+CSQ", "\\r\\n+CSQ: 2");
+    Exchange(again, "AT+CSQ", CsqAnswer(19));
+    EXPECT_EQ("CSQ=23 is left where 19 is right", Broken("signal", again.After(9).Add("sends", "AT+CSQ")));
+}
+
+TEST(SoakSignal, EachRunBeginsWithNothing) {
+    Record record = Written();
+    record.Add("ends", "signal 9").After(5).Add("world", "starts again").Starts().Add("sends", "ATZ");
+    EXPECT_EQ("", Broken("signal", record));  // the file is that of the former run
+    Write(record, kStatus, With(kStatusLines, "CSQ", ""));
+    Write(record, kSignal, With(With(kSignalLines, "CSQ", ""), "SignalLevel", ""));
+    EXPECT_EQ("", Broken("signal", Record(record).Add("sends", "AT")));
+    record.Add("publishes", std::string(kSignal) + "SignalLevel=-95");
+    EXPECT_EQ("SignalLevel=-95 is written where  is right", Broken("signal", record.Add("sends", "AT")));
+}
+
+TEST(SoakSignal, OtherModemsHaveNoSuchFile) {
+    EXPECT_EQ("written for a modem that has no such file: /run/network/signal_status CSQ=1",
+              Broken("signal", Record().Starts(8).Add("publishes", std::string(kSignal) + "CSQ=1")));
+    EXPECT_EQ("",
+              Broken("signal",
+                     Record().Starts(8).Add("publishes", std::string(kStatus) + "CSQ=1").Add("sends", "AT")));
+    const auto zte = [](const std::string& name) {
+        Record record = Record().Starts(5).Add("publishes", std::string(k3630) + "CSQ=");
+        return record.Log("Initialize", "m_ModuleName = " + name + " ");
+    };
+    EXPECT_EQ("", Broken("signal", zte("ME3630"), "", "zte ME3630"));
+    EXPECT_EQ("3630_status is written for a modem that has no such file: GM196",
+              Broken("signal", zte("GM196"), "", "zte GM196"));
+}
+
+/// Both files are written, and shown late in a healthy stretch.
+std::string BrokenAsShown(const Lines& signal_lines) {
+    Record record = Written();
+    record.At(3005);
+    Write(record, kStatus, kStatusLines, "shows");
+    Write(record, kSignal, signal_lines, "shows");
+    return Broken("signal", record.Add("sends", "AT"),
+                  "settings\n    USERNAME=u\n    PASSWORD=p\n    AUTH_TYPE=2\n");
+}
+
+TEST(SoakSignal, ShownFileIsWhole) {
+    EXPECT_EQ("", BrokenAsShown(kSignalLines));
+    EXPECT_EQ("the signal file is missing, or cut", BrokenAsShown(With(kSignalLines, "Now", "none")));
+    EXPECT_EQ("the line GIT_VERSION is missing, or in another place",
+              BrokenAsShown(With(kSignalLines, "GIT_VERSION", "none")));
+    EXPECT_EQ("the line \\t0 None 1 PAP 2 CHAP 3 PAP-CHAP is missing, or in another place",
+              BrokenAsShown(With(kSignalLines, kSignalLines[4].first, "none")));
+    Lines more = kSignalLines;
+    more.push_back({"RSRP", "1"});
+    EXPECT_EQ("a line that nobody knows: RSRP", BrokenAsShown(more));
+    EXPECT_EQ("SignalLevel=-96 is shown where -95 is right",
+              BrokenAsShown(With(kSignalLines, "SignalLevel", "-96")));
+    EXPECT_EQ("Uptime=00:49:04 is shown beside 00:49:03",
+              BrokenAsShown(With(kSignalLines, "Uptime", "00:49:04")));
+    EXPECT_EQ("Now='Thu Jan  1 00:50:02 2026' is shown beside 'Thu Jan  1 00:50:03 2026'",
+              BrokenAsShown(With(kSignalLines, "Now", "'Thu Jan  1 00:50:02 2026'")));
+}
+
+TEST(SoakSignal, AccountIsThatOfTheSettings) {
+    const auto shown = [](const std::string& settings) {
+        Record record = Written().At(3005);
+        Write(record, kSignal, kSignalLines, "shows");
+        return Broken("signal", record.Add("sends", "AT"), settings);
+    };
+    EXPECT_EQ("", shown("settings\n    USERNAME=u\n    PASSWORD=p\n    AUTH_TYPE=2\n"));
+    EXPECT_EQ("Username=u is shown where v is set",
+              shown("settings\n    USERNAME=v\n    PASSWORD=p\n    AUTH_TYPE=2\n"));
+    EXPECT_EQ("Password=p is shown where  is set", shown("settings\n    USERNAME=u\n    AUTH_TYPE=2\n"));
+    EXPECT_EQ("Authentication=2 is shown where 0 is set",
+              shown("settings\n    USERNAME=u\n    PASSWORD=p\n"));
+    // Named once, it stays.
+    EXPECT_EQ("", shown("settings\n    USERNAME=u\n    PASSWORD=p\n    AUTH_TYPE=2\n"
+                        "at 50 settings\n    USERNAME=u\n    PASSWORD=p\n"));
+}
+
+const Lines k3630Lines = {{"CSQ", "20"}, {"RSSI", "-73dBm"}, {"RSRP", ""}, {"RSRQ", ""}, {"SINR", ""}};
+
+/// An ME3630 with signal quality 20, these lines in its file, and another answer after that.
+Record Zte(const Lines& lines, int csq_before = 0, const std::string& answer = "") {
+    Record record = Record().Starts(5).Log("Initialize", "m_ModuleName = ME3630 ");
+    record.At(100);
+    if (csq_before != 0) {
+        Exchange(record, "AT+CSQ", CsqAnswer(csq_before));
+        record.After(12);
+    }
+    Exchange(record, "AT+CSQ", CsqAnswer(20));
+    if (!answer.empty()) Exchange(record, "AT+ZSRSP?", answer, 3);
+    Write(record, kStatus, {{"CSQ", "20"}});
+    Write(record, k3630, lines);
+    return record.Add("sends", "AT");
+}
+
+TEST(SoakSignal, ReceivedPowerFollowsFromTheFirstQuality) {
+    const auto broken = [](const Lines& lines, int csq_before) {
+        return Broken("signal", Zte(lines, csq_before), "", "zte ME3630");
+    };
+    EXPECT_EQ("", broken(k3630Lines, 0));
+    EXPECT_EQ("RSSI=-72dBm is written where -73dBm is right", broken(With(k3630Lines, "RSSI", "-72dBm"), 0));
+    EXPECT_EQ("", broken(With(k3630Lines, "RSSI", "-75dBm"), 19));
+    EXPECT_EQ("RSSI=-73dBm is written where -75dBm is right", broken(k3630Lines, 19));
+}
+
+TEST(SoakSignal, ZteSignalHasItsUnits) {
+    const std::string answer = "\\r\\n+ZSRSP: \"-098\",\"-12\",\"-070\",\"010\"\\r\\n\\r\\nOK\\r\\n";
+    const Lines lines = {
+        {"CSQ", "20"}, {"RSSI", "-70dBm"}, {"RSRP", "-98dBm"}, {"RSRQ", "-12dB"}, {"SINR", "010dB"}};
+    const auto broken = [&](const Lines& shown, const std::string& heard) {
+        return Broken("signal", Zte(shown, 0, heard), "", "zte ME3630");
+    };
+    EXPECT_EQ("", broken(lines, answer));
+    EXPECT_EQ("RSSI=-73dBm is written where -70dBm is right", broken(With(lines, "RSSI", "-73dBm"), answer));
+    EXPECT_EQ("RSRP=-098dBm is written where -98dBm is right",
+              broken(With(lines, "RSRP", "-098dBm"), answer));
+    EXPECT_EQ("RSRQ=-12 is written where -12dB is right", broken(With(lines, "RSRQ", "-12"), answer));
+    EXPECT_EQ("SINR=10dB is written where 010dB is right", broken(With(lines, "SINR", "10dB"), answer));
+    // Silence leaves them empty, and what is garbled leaves the question open.
+    EXPECT_EQ("RSRP=-98dBm is written where  is right",
+              broken(With(With(With(lines, "RSSI", "-73dBm"), "RSRQ", ""), "SINR", ""), "\\r\\nERROR\\r\\n"));
+    EXPECT_EQ("", broken(lines, "\\r\\n+ZSRSP: \"-098\"\\r\\n\\r\\nOK\\r\\n"));
 }
 
 TEST(SoakLaws, Fresh) {
