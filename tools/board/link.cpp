@@ -4,6 +4,7 @@
 #include <cctype>
 #include <cstdlib>
 #include <iterator>
+#include <set>
 
 namespace board {
 
@@ -15,6 +16,9 @@ constexpr char kDenied[] = "3";
 constexpr char kRoaming[] = "5";
 constexpr int kAttemptsToReset = 5;
 constexpr long kZoneStep_seconds = 15 * 60;
+// A file full of rubbish doesn't push the link's state out of sight.
+constexpr size_t kMostStrangers = 5;
+constexpr size_t kLongestStranger = 120;
 
 bool IsRegistered(const std::string& value) {
     return value == kHome || value == kRoaming;
@@ -93,13 +97,21 @@ void RemarkOn(const StatusFile& file, std::vector<std::string>* remarks) {
     if (file.state != StatusState::kWhole && file.state != StatusState::kMissing) {
         remarks->push_back(file.name + " " + file.problem);
     }
-    for (const std::string& key : file.repeated) {
+    for (const std::string& key : std::set<std::string>(file.repeated.begin(), file.repeated.end())) {
         remarks->push_back(file.name + " has " + key +
                            "= twice: a text of the modem or the network brought a line end. "
                            "The first one is shown");
     }
-    for (const std::string& line : file.strangers) {
-        remarks->push_back(file.name + " has a line that isn't the daemon's: " + line);
+    const size_t shown = std::min(file.strangers.size(), kMostStrangers);
+    for (size_t i = 0; i < shown; ++i) {
+        const std::string& line = file.strangers[i];
+        remarks->push_back(
+            file.name + " has a line that isn't the daemon's: " +
+            (line.size() > kLongestStranger ? line.substr(0, kLongestStranger) + "..." : line));
+    }
+    if (shown < file.strangers.size()) {
+        remarks->push_back(file.name + " has " + std::to_string(file.strangers.size() - shown) +
+                           " more of these lines");
     }
 }
 

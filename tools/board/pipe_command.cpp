@@ -1,10 +1,13 @@
 #include "tools/board/pipe_command.h"
 
+#include "simulator/text/text.h"
 #include "tools/board/pipe.h"
 
 namespace board {
 
 namespace {
+
+using simulator_text::StartsWith;
 
 constexpr char kSoftReset[] = "[FIFO] SoftReset run";
 constexpr char kDeviceReset[] = "[FIFO] DeviceReset run";
@@ -44,17 +47,15 @@ std::string LineProblem(const std::string& line) {
     return "";
 }
 
-bool IsOfPipe(const std::string& line) {
-    for (const char* mark : {"[FIFO]", ":thread_function_pipe:", ":handle_command:"}) {
-        if (line.find(mark) != std::string::npos) return true;
-    }
-    return false;
+bool IsOfPipe(const DaemonLine& line) {
+    return StartsWith(line.message, "[FIFO]") || line.function == "thread_function_pipe" ||
+           line.function == "handle_command";
 }
 
-void PipeAnswer::See(const std::string& line) {
-    if (line.find(command_->taken) != std::string::npos) {
+void PipeAnswer::See(const DaemonLine& line) {
+    if (StartsWith(line.message, command_->taken)) {
         is_taken_ = true;
-    } else if (is_taken_ && *command_->outcome != '\0' && line.find(command_->outcome) != std::string::npos) {
+    } else if (is_taken_ && *command_->outcome != '\0' && StartsWith(line.message, command_->outcome)) {
         is_begun_ = true;
     }
 }

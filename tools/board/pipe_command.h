@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "tools/board/daemon_line.h"
+
 namespace board {
 
 struct PipeCommand {
@@ -23,14 +25,14 @@ const PipeCommand* FindPipeCommand(const std::string& text);
 std::string LineProblem(const std::string& line);
 
 /// Whether a line of the log may come from something that was sent.
-bool IsOfPipe(const std::string& line);
+bool IsOfPipe(const DaemonLine& line);
 
 /// What the log has shown of one command.
 class PipeAnswer {
   public:
     explicit PipeAnswer(const PipeCommand& command) : command_(&command) {}
 
-    void See(const std::string& line);
+    void See(const DaemonLine& line);
     bool is_taken() const { return is_taken_; }
     bool is_done() const { return is_taken_ && (is_begun_ || *command_->outcome == '\0'); }
     const PipeCommand& command() const { return *command_; }

@@ -54,7 +54,7 @@ std::optional<Quality> Rate(Measure measure, int value) {
 }
 
 std::optional<int> ParseLevel(const std::string& text) {
-    constexpr size_t kDigits = 5;
+    constexpr size_t kDigits = 9;
     const size_t start = !text.empty() && (text[0] == '-' || text[0] == '+') ? 1 : 0;
     size_t end = start;
     while (end < text.size() && isdigit(static_cast<unsigned char>(text[end])) != 0) ++end;

@@ -9,6 +9,7 @@
 #include <cstring>
 
 #include "simulator/bus_peer/message.h"
+#include "simulator/text/text.h"
 #include "tools/board/text_file.h"
 
 namespace board {
@@ -103,9 +104,9 @@ Firmware CheckFirmware(const std::string& folder) {
     return firmware;
 }
 
-std::optional<unsigned> OutcomeInLog(const std::string& line) {
+std::optional<unsigned> OutcomeOf(const DaemonLine& line) {
     for (const LogOutcome& row : kLogOutcomes) {
-        if (line.find(row.text) != std::string::npos) return row.outcome;
+        if (simulator_text::StartsWith(line.message, row.text)) return row.outcome;
     }
     return {};
 }

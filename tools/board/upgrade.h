@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "tools/board/daemon_line.h"
+
 namespace board {
 
 // Where the daemon looks, whatever a request says.
@@ -32,6 +34,6 @@ struct Firmware {
 Firmware CheckFirmware(const std::string& folder);
 
 /// The outcome that a line of the daemon's log tells, numbered as on the bus; nothing for other lines.
-std::optional<unsigned> OutcomeInLog(const std::string& line);
+std::optional<unsigned> OutcomeOf(const DaemonLine& line);
 
 }  // namespace board

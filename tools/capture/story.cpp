@@ -63,6 +63,11 @@ bool IsPrintable(const std::string& text) {
                        [](char c) { return isprint(static_cast<unsigned char>(c)) != 0; });
 }
 
+/// What stands in a statement as it is: a line end in it would begin another one.
+bool IsWord(const std::string& text) {
+    return !text.empty() && IsPrintable(text) && text.find(' ') == std::string::npos;
+}
+
 /// A value that changes with time: what holds from the start, and each change in the middle of the time in
 /// which it must have come.
 class Writer {
@@ -312,7 +317,7 @@ void Writer::Port(size_t index) {
             is_plugged_ = false;
             break;
         case Kind::kPortFound: {
-            const std::string path = event.subject == "/dev/" ? "" : event.subject;
+            const std::string path = event.subject == "/dev/" || !IsWord(event.subject) ? "" : event.subject;
             if (path.empty()) {
                 if (is_plugged_) At(event.at_ms - kSecond_ms, "unplug");
                 is_plugged_ = false;
@@ -468,12 +473,9 @@ void Writer::Assemble() {
     std::string family = options_.family.empty() ? transcript_.family : options_.family;
     if (family.empty()) family = kAnyFamily;
     std::string text = head + "\nmodem " + family;
-    if (IsPrintable(transcript_.module) && !transcript_.module.empty() &&
-        transcript_.module.find(' ') == std::string::npos) {
-        text += " " + transcript_.module;
-    }
+    if (IsWord(transcript_.module)) text += " " + transcript_.module;
     text += "\nknob recorded on\n";
-    const std::string device = transcript_.device.empty() ? kDefaultDevice : transcript_.device;
+    const std::string device = IsWord(transcript_.device) ? transcript_.device : kDefaultDevice;
     if (device != kDefaultDevice) text += "port " + device + "\n";
     std::string options;
     if (device != kDefaultDevice) options += " -d " + PlainText(device);

@@ -19,6 +19,7 @@ using simulator_text::StartsWith;
 using Kind = Event::Kind;
 
 constexpr size_t kRead_bytes = 256;  // what one read of the daemon takes
+constexpr size_t kLongestMessage_bytes = 64 * 1024;
 constexpr int64_t kSecond_ms = 1000;
 constexpr int64_t kPauseAroundReset_seconds = 5;
 constexpr int64_t kInterfacePause_seconds = 1;
@@ -591,7 +592,8 @@ Transcript ReadTranscript(ravelin_log::Reader& reader) {
     while (reader.Next(&line)) {
         if (line.kind == Line::Kind::kOther) continue;
         if (line.kind == Line::Kind::kText) {
-            if (!has_said) continue;
+            // No message is as long; what follows a line that was cut off may have no end.
+            if (!has_said || said.text.size() > kLongestMessage_bytes) continue;
             if (ends_with_cr) said.text += '\r';
             said.text += '\n';
             said.text += line.message;

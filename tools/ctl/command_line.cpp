@@ -6,10 +6,10 @@
 #include <cstdlib>
 #include <utility>
 
-#include "simulator/text/text.h"
 #include "tools/ctl/commands.h"
 #include "tools/ctl/completion.h"
 #include "tools/ctl/help.h"
+#include "tools/ctl/terminal.h"
 
 namespace ctl {
 
@@ -23,7 +23,7 @@ struct Refusal {
 };
 
 std::string Quoted(const std::string& text) {
-    return "\"" + simulator_text::Escape(text) + "\"";
+    return "\"" + text + "\"";
 }
 
 /// A check that says nothing of itself in the help but the words that it offers.
@@ -56,7 +56,7 @@ std::string FaultOf(const CLI::ParseError& error) {
         const size_t other = what.find(" requires ");
         return what.substr(0, other) + " is only for " + what.substr(other + 10);
     }
-    return simulator_text::Escape(what);
+    return what;
 }
 
 }  // namespace
@@ -97,7 +97,7 @@ void RefuseCommandLine(const std::string& fault) {
 
 void Complain(const std::string& name, const std::string& text) {
     fflush(stdout);
-    fprintf(stderr, "%s %s: %s\n", kToolName, name.c_str(), simulator_text::Escape(text).c_str());
+    fprintf(stderr, "%s %s: %s\n", kToolName, name.c_str(), Shown(text).c_str());
 }
 
 std::vector<Command> AllCommands() {
@@ -135,7 +135,7 @@ int CommandLine::Refuse(const std::string& fault) const {
     const CLI::App* chosen = Chosen();
     const std::string name = chosen == nullptr ? kToolName : kToolName + (" " + chosen->get_name());
     fflush(stdout);
-    fprintf(stderr, "%s: %s; see --help\n", name.c_str(), fault.c_str());
+    fprintf(stderr, "%s: %s; see --help\n", name.c_str(), Shown(fault).c_str());
     return kStatusWrongCommandLine;
 }
 
@@ -144,9 +144,7 @@ std::string CommandLine::LeftOver() const {
     const CLI::App* chosen = Chosen();
     if (words.empty()) return chosen == nullptr ? "a command is missing" : "";
     const std::string& word = words.front();
-    if (word.size() > 1 && word[0] == '-') {
-        return "unknown option " + simulator_text::Escape(word.substr(0, word.find('=')));
-    }
+    if (word.size() > 1 && word[0] == '-') return "unknown option " + word.substr(0, word.find('='));
     return (chosen == nullptr ? "no command is called " : "unexpected argument ") + Quoted(word);
 }
 

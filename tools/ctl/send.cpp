@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstdio>
 #include <memory>
+#include <optional>
 #include <thread>
 
 #include "tools/board/daemon_process.h"
@@ -41,7 +42,7 @@ std::string LineOf(const Options& options) {
         const std::string problem = board::LineProblem(command);
         if (!problem.empty()) RefuseCommandLine(problem);
         if (!options.force && board::FindPipeCommand(command) == nullptr) {
-            RefuseCommandLine("the daemon knows no \"" + Shown(command) +
+            RefuseCommandLine("the daemon knows no \"" + command +
                               "\" (--force sends it all the same); it knows" + [] {
                                   std::string known;
                                   for (const auto& each : board::PipeCommands()) {
@@ -80,9 +81,10 @@ void WatchLog(board::LogTail& log, int wait_seconds, Answers* answers) {
     const auto deadline = steady_clock::now() + std::chrono::seconds(wait_seconds);
     while (true) {
         for (const std::string& line : log.NewLines()) {
-            if (!board::IsOfPipe(line)) continue;
+            const std::optional<board::DaemonLine> said = board::ReadDaemonLine(line);
+            if (!said || !board::IsOfPipe(*said)) continue;
             puts(Shown(line).c_str());
-            for (board::PipeAnswer& answer : *answers) answer.See(line);
+            for (board::PipeAnswer& answer : *answers) answer.See(*said);
         }
         fflush(stdout);
         // Of commands that nobody knows there is nothing to wait for but the time.

@@ -13,6 +13,7 @@
 #include <thread>
 
 #include "simulator/bus_peer/message.h"
+#include "simulator/text/text.h"
 #include "tools/board/bus_question.h"
 #include "tools/board/daemon_process.h"
 #include "tools/board/log_tail.h"
@@ -192,10 +193,10 @@ class Watch {
         for (const std::string& line : flash_.NewLines()) Show("tool", line);
         if (!has_log_) return;
         for (const std::string& line : log_.NewLines()) {
-            const size_t mark = line.find("[OTA]");
-            if (mark == std::string::npos) continue;
-            Show("daemon", line.substr(mark));
-            if (const auto outcome = board::OutcomeInLog(line)) outcome_ = outcome;
+            const std::optional<board::DaemonLine> said = board::ReadDaemonLine(line);
+            if (!said || !simulator_text::StartsWith(said->message, "[OTA]")) continue;
+            Show("daemon", std::string(said->message));
+            if (const auto outcome = board::OutcomeOf(*said)) outcome_ = outcome;
         }
     }
 

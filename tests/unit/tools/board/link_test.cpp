@@ -161,6 +161,15 @@ TEST_F(LinkTest, RegistrationInWords) {
     for (const char* text : {"", "6", "11", "x", "-1"}) EXPECT_EQ(board::RegistrationText(text), "") << text;
 }
 
+TEST_F(LinkTest, AFileFullOfRubbishIsToldInShort) {
+    std::string lines;
+    for (int i = 0; i < 1000; ++i) lines += "APN=x\nrubbish\n";
+    const board::Link link = JudgeAt(3, std::string(5000, 'x') + "\nOnline=TRUE\n" + lines);
+    ASSERT_EQ(link.remarks.size(), 7u);
+    EXPECT_LT(link.remarks[1].size(), 200u);
+    EXPECT_EQ(link.remarks.back(), "ravelin_status has 996 more of these lines");
+}
+
 TEST(PresenceTest, OneSignOfTheDaemonIsEnough) {
     using board::PipeState;
     using board::PresenceOf;

@@ -31,29 +31,38 @@ TEST(PipeCommand, ALineThatCanNotBeSent) {
 
 TEST(PipeCommand, AResetIsDoneWhenTaskHasBegunIt) {
     board::PipeAnswer answer(*FindPipeCommand("SoftReset:1"));
-    answer.See("12:00:00.1 network_daemon/cellular_task.cpp:Task:90:[FIFO] SoftReset run");
+    answer.See({"", "[FIFO] SoftReset run"});
     EXPECT_FALSE(answer.is_taken()) << "that is of somebody else's";
-    answer.See("12:00:00.2 network_daemon/main_fifo.cpp:handle_command:180:[FIFO]SoftReset:1");
+    answer.See({"", "[FIFO]SoftReset:1"});
     EXPECT_TRUE(answer.is_taken());
     EXPECT_FALSE(answer.is_done());
-    answer.See("12:00:01.2 network_daemon/cellular_task.cpp:Task:90:[FIFO] DeviceReset run");
+    answer.See({"", "[FIFO] DeviceReset run"});
     EXPECT_FALSE(answer.is_done());
-    answer.See("12:00:02.2 network_daemon/cellular_task.cpp:Task:90:[FIFO] SoftReset run");
+    answer.See({"", "[FIFO] SoftReset run"});
     EXPECT_TRUE(answer.is_done());
 }
 
 TEST(PipeCommand, WhatIsOnlyLoggedIsDoneAtOnce) {
     board::PipeAnswer answer(*FindPipeCommand("4G_MODEM_STATUS:offline"));
     EXPECT_FALSE(answer.is_done());
-    answer.See("[FIFO]4G_MODEM_STATUS:offline:index 0");
+    answer.See({"", "[FIFO]4G_MODEM_STATUS:offline:index 0"});
     EXPECT_TRUE(answer.is_done());
 }
 
 TEST(PipeCommand, LinesOfThePipe) {
-    EXPECT_TRUE(board::IsOfPipe("Nov 22 12:00:00 board ravelin-mobile: [FIFO]Reset4G:1"));
-    EXPECT_TRUE(board::IsOfPipe(
-        "12:00:00.1 network_daemon/main_fifo.cpp:thread_function_pipe:200:udhcpc wwan0 bound"));
-    EXPECT_FALSE(board::IsOfPipe("12:00:00.1 network_daemon/cellular_task.cpp:Task:90:Soft reset!"));
+    EXPECT_TRUE(board::IsOfPipe({"", "[FIFO]Reset4G:1"}));
+    EXPECT_TRUE(board::IsOfPipe({"thread_function_pipe", "udhcpc wwan0 bound"}));
+    EXPECT_FALSE(board::IsOfPipe({"Task", "Soft reset!"}));
+}
+
+TEST(PipeCommand, WhatOthersQuoteIsNoAnswer) {
+    EXPECT_FALSE(board::IsOfPipe({"AtRequest", "+CMT: [FIFO]SoftReset:1"}));
+    board::PipeAnswer answer(*FindPipeCommand("SoftReset:1"));
+    answer.See({"AtRequest", "+CMT: [FIFO]SoftReset:1"});
+    EXPECT_FALSE(answer.is_taken());
+    answer.See({"", "[FIFO]SoftReset:1"});
+    answer.See({"AtRequest", "+CMT: [FIFO] SoftReset run"});
+    EXPECT_FALSE(answer.is_done());
 }
 
 }  // namespace

@@ -56,9 +56,10 @@ TEST(Signal, LevelsWithAndWithoutTheirUnit) {
         const char* text;
         int value;  // INT_MIN: none
     } rows[] = {
-        {"-95", -95},        {"-95dBm", -95}, {"-11dB", -11},       {"014dB", 14},        {"99", 99},
-        {"", INT_MIN},       {"-", INT_MIN},  {"dBm", INT_MIN},     {"-95 dBm", INT_MIN}, {"-9x", INT_MIN},
-        {"123456", INT_MIN}, {" 5", INT_MIN}, {"\033[2J", INT_MIN},
+        {"-95", -95},         {"-95dBm", -95},      {"-11dB", -11},          {"014dB", 14},
+        {"99", 99},           {"", INT_MIN},        {"-", INT_MIN},          {"dBm", INT_MIN},
+        {"-95 dBm", INT_MIN}, {"-9x", INT_MIN},     {"1234567890", INT_MIN}, {"123456789", 123456789},
+        {" 5", INT_MIN},      {"\033[2J", INT_MIN},
     };
     for (const auto& row : rows) {
         EXPECT_EQ(board::ParseLevel(row.text).value_or(INT_MIN), row.value) << row.text;

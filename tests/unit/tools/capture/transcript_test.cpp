@@ -94,4 +94,12 @@ TEST(Transcript, ReadsSettings) {
     EXPECT_EQ(transcript.identities.size(), 2u);
 }
 
+TEST(Transcript, WhatFollowsAMessageHasAnEnd) {
+    std::string log = "00:00:01.0" + kTransport + "\nfd=3,AT WRITE:\nAT+CSQ\nAT RETURN:\r\nA\r\n";
+    for (int i = 0; i < 30000; ++i) log += "rubbish\n";
+    const std::vector<Event> asks = Of(Read(log), Event::Kind::kAsk);
+    ASSERT_EQ(asks.size(), 1u);
+    EXPECT_LT(asks[0].text.size(), 66000u);
+}
+
 }  // namespace

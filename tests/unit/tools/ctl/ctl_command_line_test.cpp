@@ -80,6 +80,10 @@ TEST_F(CtlCommandLine, AWrongCommandLineIsRefusedInOneLine) {
         {{"--bogus"}, "ravelinctl: unknown option --bogus; see --help\n"},
         {{"frob", "x"}, "ravelinctl: no command is called \"frob\"; see --help\n"},
         {{"fr\nob\033[2J"}, "ravelinctl: no command is called \"fr\\nob\\x1B[2J\"; see --help\n"},
+        // A control of two bytes, and a mark that turns the direction of what follows.
+        {{"a\xC2\x9B"
+          "2J\xE2\x80\xAE"},
+         "ravelinctl: no command is called \"a\\xC2\\x9B2J\\xE2\\x80\\xAE\"; see --help\n"},
         {{"look", "--bogus=3"}, "ravelinctl look: unknown option --bogus; see --help\n"},
         {{"look", "-x"}, "ravelinctl look: unknown option -x; see --help\n"},
         {{"look", "--number"}, "ravelinctl look: --number wants a value; see --help\n"},
