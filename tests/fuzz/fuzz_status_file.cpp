@@ -1,11 +1,13 @@
 // Any bytes as a status file, as settings, and as text for a terminal and for JSON: whoever can write to the
 // folder decides what ravelinctl reads there.
 #include <algorithm>
+#include <optional>
 #include <string>
 
 #include <rapidjson/document.h>
 
 #include "tests/fuzz/fuzz_check.h"
+#include "tools/board/daemon_line.h"
 #include "tools/board/link.h"
 #include "tools/board/pipe_command.h"
 #include "tools/board/upgrade.h"
@@ -87,8 +89,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
     FUZZ_CHECK(!level || (*level > -100000 && *level < 100000));
     board::ParseNow(text, kNow);
     FUZZ_CHECK(!board::IsSwitchedOff(text) || text.find("false") != std::string::npos);
-    const auto outcome = board::OutcomeInLog(text);
-    FUZZ_CHECK(!outcome || text.find("[OTA]") != std::string::npos);
+    const std::optional<board::DaemonLine> said = board::ReadDaemonLine(text);
+    FUZZ_CHECK(!said || !board::OutcomeOf(*said) || text.find("[OTA]") != std::string::npos);
     const board::PipeCommand* command = board::FindPipeCommand(text);
     FUZZ_CHECK(command == nullptr || board::LineProblem(text).empty());
     return 0;
