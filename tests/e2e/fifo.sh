@@ -112,7 +112,11 @@ watches() {
     grep -q watching /tmp/evil.out
 }
 check "a log of somebody else" wait_for 10 watches
-printf '[FIFO] \033[2Jowned\n[FIFO]4G_MODEM_STATUS:offline:index 0\n' >>/tmp/evil
+# At level 7 an SMS stands there as it came, and says what it likes.
+printf '[FIFO]an SMS\n[FIFO]4G_MODEM_STATUS:offline:index 0\n' >>/tmp/evil
+PLACE="12:00:00.1 network_daemon/main_fifo.cpp:handle_command:172:"
+printf '%s[FIFO] \033[2Jowned\n%s[FIFO]4G_MODEM_STATUS:offline:index 0\n' "$PLACE" "$PLACE" >>/tmp/evil
 wait $EVIL
+check "an SMS in it counts for nothing" eval '! grep -q SMS /tmp/evil.out'
 check "is shown with its control characters escaped" grep -qF '[FIFO] \x1B[2Jowned' /tmp/evil.out
 check "it is the same process" is_alive

@@ -110,14 +110,14 @@ TEST(Story, ARunThatIsKilledIsStartedAgain) {
 }
 
 TEST(Story, NoTextOfTheLogBecomesAStatement) {
-    const std::string sly = "/dev/x\nuntil 1";
+    const std::string sly = "/dev/x\nuntil\t1";
     Transcript transcript = Base();
     transcript.device = transcript.module = transcript.config = transcript.script = sly;
     Event found = Of(Event::Kind::kPortFound, 5000, sly, "");
     transcript.events = {found, Of(Event::Kind::kAsk, 9000, "AT+CSQ\nuntil 2", "A"),
                          Of(Event::Kind::kFifo, 9500, "", "x\nuntil 3")};
     const std::string text = Told(transcript);
-    EXPECT_EQ(text.find("\nuntil "), text.rfind("\nuntil ")) << text;
+    EXPECT_EQ(text.find("\nuntil"), text.rfind("\nuntil")) << text;
     EXPECT_TRUE(Has(text, "\nuntil 21.000\n")) << text;
 }
 
