@@ -86,7 +86,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
     const auto uptime = board::ParseUptime(text);
     FUZZ_CHECK(!uptime || *uptime >= 0);
     const auto level = board::ParseLevel(text);
-    FUZZ_CHECK(!level || (*level > -100000 && *level < 100000));
+    FUZZ_CHECK(!level || (*level > -1000000000 && *level < 1000000000));
     board::ParseNow(text, kNow);
     FUZZ_CHECK(!board::IsSwitchedOff(text) || text.find("false") != std::string::npos);
     const std::optional<board::DaemonLine> said = board::ReadDaemonLine(text);
