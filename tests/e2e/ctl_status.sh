@@ -120,7 +120,7 @@ check "nobody is asked" not_told "Bus "
 on_terminal() {
     local columns=$1
     shift
-    script -qec "stty cols $columns rows 50; env $* $BUILD/ravelinctl status" /dev/null </dev/null | tr -d '\r' >/tmp/ctl.out
+    script -qec "stty cols $columns rows 50; env $* \"$BUILD/ravelinctl\" status" /dev/null </dev/null | tr -d '\r' >/tmp/ctl.out
 }
 narrow() {
     on_terminal "$1" TERM=dumb
@@ -142,7 +142,7 @@ shows 0
 check "nor a pipe" no_escape
 
 # --watch: Ctrl-C gives the screen back. The shell of the terminal says how it ended.
-script -qefc "$BUILD/ravelinctl status --watch --interval 1; echo ended \$?" /tmp/ctl.screen </dev/null >/dev/null 2>&1 &
+script -qefc "\"$BUILD/ravelinctl\" status --watch --interval 1; echo ended \$?" /tmp/ctl.screen </dev/null >/dev/null 2>&1 &
 SCRIPT=$!
 drawn() {
     grep -qF "Ctrl-C ends it" /tmp/ctl.screen
@@ -162,7 +162,7 @@ given_back() {
 check "the cursor and the screen are back" given_back
 
 # A dumb terminal can't be drawn upon.
-script -qefc "env TERM=dumb $BUILD/ravelinctl status --watch --interval 1 --no-bus" /tmp/ctl.dumb </dev/null >/dev/null 2>&1 &
+script -qefc "env TERM=dumb \"$BUILD/ravelinctl\" status --watch --interval 1 --no-bus" /tmp/ctl.dumb </dev/null >/dev/null 2>&1 &
 SCRIPT=$!
 shown_on_dumb() {
     grep -q '^Daemon' /tmp/ctl.dumb

@@ -99,7 +99,7 @@ is_over
 # People are asked.
 # asked ANSWER: on a terminal; the status is in the output.
 asked() {
-    echo "$1" | script -qec "$BUILD/ravelinctl upgrade; echo ended \$?" /dev/null >/tmp/ctl.out 2>&1
+    echo "$1" | script -qec "\"$BUILD/ravelinctl\" upgrade; echo ended \$?" /dev/null >/tmp/ctl.out 2>&1
 }
 runs=$(wc -l <$TOOL_FOLDER/QFirehose.ran)
 check "someone who doesn't want it" asked n

@@ -21,7 +21,8 @@ start_doctors_board() {
     cp $SETTINGS /tmp/settings
     cp "$REPOSITORY/packaging/init/ravelin-prepare" "$REPOSITORY/packaging/init/ravelin-supervise" \
         "$REPOSITORY/packaging/board/QFirehose" /opt/helpers/
-    sed "s|^DAEMON=.*|DAEMON=$BUILD/ravelin-mobile|; s|^HELPERS=.*|HELPERS=/opt/helpers|" \
+    ln -s "$BUILD/ravelin-mobile" /opt/ravelin-mobile # a script's settings have no blanks
+    sed "s|^DAEMON=.*|DAEMON=/opt/ravelin-mobile|; s|^HELPERS=.*|HELPERS=/opt/helpers|" \
         "$REPOSITORY/packaging/init/ravelin-mobile" >/etc/init.d/S85ravelin-mobile
     chmod 0755 /etc/init.d/S85ravelin-mobile /opt/helpers/*
     cp "$REPOSITORY/packaging/init/ravelin-mobile.default" /etc/default/ravelin-mobile

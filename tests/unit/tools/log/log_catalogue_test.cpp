@@ -112,8 +112,8 @@ TEST(Catalogue, FindsWhatEachReadingSays) {
         EXPECT_EQ(UnderstandReading(Message("StoreSms", text)).measure, Measure::kNone) << text;
         // The daemon still has this text.
         const std::string command = std::string("grep -rqF '\"") + rows[i].text +
-                                    "' " RAVELIN_SOURCE_DIR "/network_daemon " RAVELIN_SOURCE_DIR
-                                    "/CellSubClass";
+                                    "' '" RAVELIN_SOURCE_DIR "/network_daemon' '" RAVELIN_SOURCE_DIR
+                                    "/CellSubClass'";
         EXPECT_EQ(system(command.c_str()), 0) << rows[i].text;
     }
 }
