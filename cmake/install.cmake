@@ -84,8 +84,11 @@ endif()
 
 if(RAVELIN_TOOLS)
     set(TOOLS_DOC_DIR ${CMAKE_INSTALL_DATADIR}/doc/ravelin-mobile-tools)
-    install(TARGETS modem_sim ocpp_peer RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
-    install(PROGRAMS ${CMAKE_SOURCE_DIR}/scripts/fifo DESTINATION ${CMAKE_INSTALL_BINDIR} RENAME ravelin-fifo COMPONENT tools)
+    install(TARGETS modem_sim ocpp_peer ravelinctl RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
+    if(RAVELINCTL_COMPLETION)
+        install(FILES ${RAVELINCTL_COMPLETION} DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
+            COMPONENT tools)
+    endif()
     # These look for their library and the daemon beside themselves.
     install(TARGETS scenario_run ravelin_soak recovery_matrix RUNTIME DESTINATION ${RAVELIN_PRIVATE_LIBRARY_DIR} COMPONENT tools)
     install(TARGETS ravelin_virtual_time LIBRARY DESTINATION ${RAVELIN_PRIVATE_LIBRARY_DIR} COMPONENT tools)
@@ -94,6 +97,10 @@ if(RAVELIN_TOOLS)
         set(SBIN_DIR [==[${CMAKE_INSTALL_SBINDIR}]==])
         set(LIBRARY_DIR [==[${RAVELIN_PRIVATE_LIBRARY_DIR}]==])
         include([==[${CMAKE_SOURCE_DIR}/cmake/link_tools.cmake]==])" COMPONENT tools)
+    # Off until somebody enables the timer.
+    install(FILES ${PACKAGING}/systemd/ravelin-metrics.service ${PACKAGING}/systemd/ravelin-metrics.timer
+        DESTINATION ${RAVELIN_UNIT_DIR} COMPONENT tools)
+    install(DIRECTORY ${PACKAGING}/prometheus DESTINATION ${TOOLS_DOC_DIR}/examples COMPONENT tools)
     install(PROGRAMS ${CMAKE_SOURCE_DIR}/simulator/QFirehose DESTINATION ${TOOLS_DOC_DIR}/examples COMPONENT tools)
     install(DIRECTORY ${CMAKE_SOURCE_DIR}/tests/scenarios DESTINATION ${TOOLS_DOC_DIR}/examples COMPONENT tools
         FILES_MATCHING PATTERN *_start_to_online.scenario PATTERN *_link_lost.scenario PATTERN machinery EXCLUDE)

@@ -2,7 +2,7 @@
 #   awk -v name=NAME -v section=N -v version=VERSION -v page_file=FILE -f man_page.awk TEXT... PAGE
 #
 # TEXT is what the program itself says of its use, which gives the sections SYNOPSIS, DESCRIPTION, OPTIONS and what else it has:
-#   *.help   the text of --help of a tool
+#   *.help   the text of --help of a tool; after a line "## USAGE" that of one of its commands
 #   *.cpp    of the daemon: its usage text, its list of option letters, and the trace words
 #   others   a script, whose help is the comment at its head
 # PAGE has what no --help says, as roff. Its first line is `.\" name - what it is`. For the daemon, whose usage is terse, it also
@@ -57,8 +57,18 @@ function add(line) {
     body = body line "\n"
 }
 
+# A part of a command's own is no section of the page.
 function heading(text) {
-    add(".SH " toupper(text))
+    if (in_command) add(".PP\n" text ":")
+    else add(".SH " toupper(text))
+    in_list = 0
+}
+
+# What follows belongs to one command of a tool that has several: its line of usage is the heading.
+function take_command(usage) {
+    if (!in_command) heading("details")
+    in_command = 1
+    add(".SS " keep_together(markup(usage)))
     in_list = 0
 }
 
@@ -71,6 +81,11 @@ function take_name(line) {
 # In a text of --help an item is a term at a margin of two, with what is said of it after two blanks or on the lines
 # below. What stands deeper than that is a line of its own.
 function take_help(line, indent, text, at, said) {
+    if (line ~ /^## /) {
+        take_command(substr(line, 4))
+        after_blank = 0
+        return
+    }
     indent = indent_of(line)
     text = substr(line, indent + 1)
     if (line ~ /^usage: / || in_usage && text != "") {
@@ -107,7 +122,7 @@ function take_help(line, indent, text, at, said) {
     } else {
         if (pending != "") add(".PP\n" escape(pending))
         pending = ""
-        if (after_blank && (in_list || body !~ /\.SH [A-Z ]*\n$/)) add(".PP")
+        if (after_blank && (in_list || body !~ /\.S[HS] [^\n]*\n$/)) add(".PP")
         in_list = 0
         add(escape(text))
     }

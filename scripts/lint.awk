@@ -78,7 +78,7 @@ function check_units(line,    word, stem) {
             if (sub(/(Ms|Msec|Milliseconds|Us|Usec|Microseconds|Ns|Sec|Secs|Seconds|Minutes|Bytes|Baud|Dbm?|Celsius|Degrees|Percent)$/, "", stem) &&
                 stem != "k" && (stem !~ /Per$/ || stem ~ /[a-z]BytesPer$/))
                 fault("unit", word " has its unit last, after an underscore, as in kPause_seconds or kPath_bytes")
-        } else if (word ~ /_(sec|secs|msec|msecs|millis|milliseconds|usec|usecs|micros|microseconds|nsec)$/ && word !~ /^tv_/) {
+        } else if (word ~ /_(sec|secs|msec|msecs|millis|milliseconds|usec|usecs|micros|microseconds|nsec)$/ && word !~ /^t[mv]_/) {
             fault("unit", word " ends in no unit of the list: us, ms, seconds, bytes")
         }
     }

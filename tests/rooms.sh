@@ -29,6 +29,9 @@ tests/unit/drivers/driver_signal_test.cpp | CellSubClass/src | signal and health
 tests/unit/drivers/driver_sim_test.cpp | CellSubClass/src | the SIM check, of all drivers
 tests/unit/drivers/families_test.cpp | CellSubClass/src | all places that know a family of modems, held against each other
 tests/unit/simulator/text/simulator_text_test.cpp | simulator/text/text.cpp | ctest shows no folder
+tests/unit/tools/log/log_catalogue_test.cpp | tools/log/catalogue.cpp | ctest shows no folder
+tests/unit/tools/log/log_line_test.cpp | tools/log/line.cpp | ctest shows no folder
+tests/unit/tools/log/log_reader_test.cpp | tools/log/reader.cpp | ctest shows no folder
 tests/unit/simulator/modem/modem_device_test.cpp | simulator/modem/device.cpp | ctest shows no folder
 tests/unit/simulator/modem/modem_dialect_test.cpp | simulator/modem/dialect.cpp | ctest shows no folder
 tests/unit/simulator/modem/modem_knobs_test.cpp | simulator/modem/knobs.cpp | ctest shows no folder
@@ -37,6 +40,8 @@ tests/unit/simulator/modem/modem_line_faults_test.cpp | simulator/modem/modem_mo
 tests/unit/simulator/modem/modem_dialect_reporting_test.cpp | simulator/modem/dialects | families that report unasked
 tests/unit/simulator/modem/modem_fibocom_test.cpp | simulator/modem/dialects/fibocom.cpp | with fibocom_le.cpp
 tests/unit/simulator/modem/modem_simcom_lynq_test.cpp | simulator/modem/dialects/simcom.cpp | with lynq.cpp
+tests/unit/tools/doctor/doctor_board_test.cpp | tools/doctor/board.cpp | ctest shows no folder
+tests/unit/tools/ctl/ctl_command_line_test.cpp | tools/ctl/command_line.cpp | ctest shows no folder
 tests/unit/simulator/virtual_time/virtual_time_test.cpp | simulator/virtual_time/environment.cpp | the world as a whole
 EOF
 }
@@ -54,7 +59,7 @@ suite_of() {
         network_daemon/main*) echo "tests/unit/process/${name}_test.cpp" ;;
         network_daemon/*) echo "tests/unit/engine/${name}_test.cpp" ;;
         CellSubClass/src/*) echo "tests/unit/drivers/${name}_test.cpp" ;;
-        support/* | simulator/*) echo "tests/unit/$(dirname "$1")/${name}_test.cpp" ;;
+        support/* | simulator/* | tools/*) echo "tests/unit/$(dirname "$1")/${name}_test.cpp" ;;
     esac
 }
 

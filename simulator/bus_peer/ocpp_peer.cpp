@@ -3,34 +3,23 @@
 #include <chrono>
 #include <cstdio>
 #include <deque>
-#include <iterator>
 
-#include "simulator/bus_peer/bus_client.h"
 #include "simulator/bus_peer/frame.h"
+#include "simulator/bus_peer/message.h"
 #include "simulator/bus_peer/options.h"
 #include "simulator/bus_peer/status.h"
 #include "simulator/command_line.h"
 #include "simulator/help_text.h"
+#include "tools/board/bus_client.h"
 
 namespace {
 
 using namespace bus_peer;
+using board::BusClient;
+using board::CallResult;
+using board::ServeResult;
 
 enum Exit { kDone = 0, kRefused = 1, kNotThere = 3, kNoAnswer = 4, kBroken = 5 };
-
-constexpr unsigned kUpgrade = 0x7600;
-constexpr unsigned kUpgradeOutcome = 0x7601;
-constexpr unsigned kModuleRefused = 0x7602;
-constexpr unsigned kStatus = 0x7603;
-
-constexpr unsigned kMsgId = 7;
-constexpr uint8_t kUpgradeMark = 1;
-constexpr uint8_t kAccepted = 1;
-
-const char* const kUpgradeAnswers[] = {"the request is not valid", "accepted",
-                                       "an upgrade is already running", "the daemon has no modem yet"};
-const char* const kOutcomes[] = {"upgrade succeeded", "upgrade failed", "upgrade: modem not supported",
-                                 "upgrade: file or path missing"};
 
 Exit Complain(Exit status, const std::string& text) {
     fflush(stdout);
@@ -86,30 +75,20 @@ Exit Ask(BusClient& bus, const Options& options, const Bytes& question, Bytes* a
     return status;
 }
 
-/// The same with a frame as the question, and an answer that must be one, to it. An answer to an upgrade
-/// request may stand for any.
+/// The same with a frame as the question, and an answer that must be one, to it.
 Exit AskFrame(BusClient& bus, const Options& options, const Frame& question, Frame* answer) {
     Bytes bytes;
     const Exit status = Ask(bus, options, EncodeFrame(question), &bytes);
     if (status != kDone) return status;
-    const std::string problem = DecodeFrame(bytes, answer);
-    if (!problem.empty()) return ComplainOf(bytes, problem);
-    if (answer->msg_id != question.msg_id) return ComplainOf(bytes, "it has another message id");
-    if (answer->cmd != question.cmd && answer->cmd != kUpgrade) {
-        return ComplainOf(bytes, "it has another command");
-    }
-    if (answer->cmd == kUpgrade &&
-        (answer->data.size() != 1 || answer->data[0] >= std::size(kUpgradeAnswers))) {
-        return ComplainOf(bytes, "its status isn't known");
-    }
-    return kDone;
+    const std::string problem = ReadAnswer(question, bytes, answer);
+    return problem.empty() ? kDone : ComplainOf(bytes, problem);
 }
 
 Exit AskForStatus(BusClient& bus, const Options& options) {
     Frame answer;
-    const Exit status = AskFrame(bus, options, {kMsgId, kStatus, {}}, &answer);
+    const Exit status = AskFrame(bus, options, StatusQuestion(), &answer);
     if (status != kDone) return status;
-    if (answer.cmd == kUpgrade) return Complain(kRefused, kUpgradeAnswers[answer.data[0]]);
+    if (answer.cmd == kUpgrade) return Complain(kRefused, UpgradeAnswerText(answer.data[0]));
     std::vector<StatusItem> items;
     const std::string problem = ReadStatus(answer.data, &items);
     if (!problem.empty()) return ComplainOf(answer.data, problem);
@@ -118,19 +97,12 @@ Exit AskForStatus(BusClient& bus, const Options& options) {
 }
 
 Exit AskForUpgrade(BusClient& bus, const Options& options) {
-    Frame question = {kMsgId, kUpgrade, {kUpgradeMark}};
-    uint8_t type = 1;
-    for (const std::string& text : options.arguments) {
-        question.data.push_back(type++);
-        question.data.push_back(static_cast<uint8_t>(text.size()));
-        question.data.insert(question.data.end(), text.begin(), text.end());
-    }
     Frame answer;
-    const Exit status = AskFrame(bus, options, question, &answer);
+    const Exit status = AskFrame(bus, options, UpgradeRequest(options.arguments), &answer);
     if (status != kDone) return status;
     const uint8_t result = answer.data[0];
-    if (result != kAccepted) return Complain(kRefused, kUpgradeAnswers[result]);
-    puts(kUpgradeAnswers[result]);
+    if (result != kAccepted) return Complain(kRefused, UpgradeAnswerText(result));
+    puts(UpgradeAnswerText(result));
     return kDone;
 }
 
@@ -142,25 +114,14 @@ Exit AskRaw(BusClient& bus, const Options& options) {
     return status;
 }
 
-std::string Meaning(const Frame& frame) {
-    const bool has_byte = frame.data.size() == 1;
-    if (frame.cmd == kUpgradeOutcome && has_byte && frame.data[0] < std::size(kOutcomes)) {
-        return kOutcomes[frame.data[0]];
-    }
-    if (frame.cmd == kModuleRefused && has_byte && frame.data[0] == 1) return "module refused";
-    return "unknown";
-}
-
 Exit Watch(BusClient& bus, const Options& options) {
     if (!bus.BeService()) return Complain(kNotThere, bus.error());
     int seen = 0;
     const auto answer_frame = [&](const Bytes& bytes, Bytes* answer) {
         Frame frame;
         const std::string problem = DecodeFrame(bytes, &frame);
-        if (problem.empty()) {
-            *answer = EncodeFrame({frame.msg_id, frame.cmd, {static_cast<uint8_t>(options.reply)}});
-        }
-        const std::string meaning = problem.empty() ? Meaning(frame) : "broken, " + problem;
+        if (problem.empty()) *answer = EncodeFrame(Confirmation(frame, static_cast<unsigned>(options.reply)));
+        const std::string meaning = problem.empty() ? MeaningOf(frame) : "broken, " + problem;
         printf("%s: %s\n", meaning.c_str(), ToHex(bytes).c_str());
         fflush(stdout);
         return ++seen != options.count;

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstdlib>
 
+#include "simulator/bus_peer/message.h"
 #include "simulator/text/text.h"
 
 namespace bus_peer {
@@ -12,7 +13,6 @@ namespace {
 
 constexpr int kWindowLimit = 100;  // a bus refuses more than 128 unanswered calls of a connection by default
 constexpr int kRepeatLimit = 100000000;
-constexpr size_t kTextLimit = 255;  // an item's length is one byte
 constexpr double kTimeoutLimit_seconds = 1000000;
 
 bool ReadSeconds(const char* text, int* milliseconds) {

@@ -268,7 +268,7 @@ class Knobs {
 
     Refusal Urc(std::string_view words) {
         if (words.empty()) return "a text is wanted";
-        modem_.Say(SpokenBytes(words));
+        modem_.SayAloud(modem_.faults_.recorded ? Unescape(words) : SpokenBytes(words));
         return kTaken;
     }
 
@@ -316,13 +316,15 @@ class Knobs {
         }
         const std::string_view text = Trim(words.substr(parting + kParting.size()));
         std::string bytes = Unescape(text);
-        if (!text.empty() && !HasLineEndEscape(text)) {
+        if (!text.empty() && !HasLineEndEscape(text) && !modem_.faults_.recorded) {
             bytes = AsLine(bytes);
             if (!IsResultText(text)) bytes += AsLine("OK");
         }
         modem_.overrides_[command] = bytes;
         return kTaken;
     }
+
+    Refusal Recorded(std::string_view words) { return SetSwitch(words, &modem_.faults_.recorded); }
 
     Refusal Echo(std::string_view words) { return SetSwitch(words, &device_.session.echo); }
 
@@ -422,6 +424,7 @@ const Knobs::Knob Knobs::kKnobs[] = {
     {"flood", &Knobs::Flood},
     {"answer", &Knobs::Answer},
     {"echo", &Knobs::Echo},
+    {"recorded", &Knobs::Recorded},
     // the module
     {"temperature", &Knobs::Air<&Surroundings::temperature_celsius, -273, 1000>},
     {"usb-mode", &Knobs::UsbMode},

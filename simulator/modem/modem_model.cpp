@@ -131,7 +131,7 @@ std::string Modem::TakeOutput(int64_t now_ms, size_t max_bytes) {
 void Modem::HearCharacter(char character) {
     // the line feed after a carriage return is no part of a command
     if (character == '\n') return;
-    if (device_.session.echo) output_.Put(device_.now_ms(), std::string(1, character));
+    if (device_.session.echo && !faults_.recorded) output_.Put(device_.now_ms(), std::string(1, character));
     if (character == '\r') {
         RunLine();
     } else if (line_.size() < kCommandMax_bytes) {
@@ -212,6 +212,10 @@ std::string Modem::Worded(std::string bytes) const {
 }
 
 void Modem::Say(const std::string& bytes) {
+    if (!faults_.recorded) SayAloud(bytes);
+}
+
+void Modem::SayAloud(const std::string& bytes) {
     if (!CanTalk()) return;
     if (is_answering_) {
         said_meanwhile_ += Worded(bytes);
@@ -223,7 +227,7 @@ void Modem::Say(const std::string& bytes) {
 void Modem::SayGarbage(size_t count) {
     std::string bytes;
     for (size_t index = 0; index < count; ++index) bytes += static_cast<char>(random_() >> 8);
-    Say(bytes);
+    SayAloud(bytes);
 }
 
 void Modem::PortLost() {

@@ -107,6 +107,8 @@ class Modem : private Device::Host {
         bool stale = false;        // each command gets the answer to the one before it
         std::string chatter;       // said in front of the result of each answer; empty for nothing
         Fault mute = Fault::kNone;
+        bool recorded =
+            false;  // plays a modem that was recorded: no echo, and nothing unsolicited but by knobs
         int64_t flood_bytes_per_second = 0;
     };
 
@@ -124,6 +126,8 @@ class Modem : private Device::Host {
     /// As the knob of the technology's word has it.
     std::string Worded(std::string bytes) const;
     void SetMerge(bool merge);
+    /// What the modem says because a knob wants it.
+    void SayAloud(const std::string& bytes);
     void SayGarbage(size_t count);
     void SetFlood(int64_t bytes_per_second);
     void FloodOnce();

@@ -69,6 +69,7 @@ std::string Modem::Status() const {
     add("search-time", std::to_string(device_.timing.search_ms));
     add("dial-time", std::to_string(device_.timing.dial_ms));
     add("echo", on_or_off(device_.session.echo));
+    add("recorded", on_or_off(faults_.recorded));
     add("mute", TextOf(kMuteTexts, faults_.mute));
     add("delay", std::to_string(faults_.delay_ms));
     add("pieces", std::to_string(faults_.piece_bytes) + " gap " + std::to_string(faults_.piece_gap_ms));

@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace simulator_text {
 
@@ -21,6 +22,11 @@ std::string ToHex(std::string_view bytes, std::string_view separator = "");
 std::optional<std::string> FromHex(std::string_view text);
 
 std::string_view Trim(std::string_view text);
+
+bool StartsWith(std::string_view text, std::string_view start);
+
+/// The pieces between `separator`; what follows the last one only if there is something.
+std::vector<std::string> Split(std::string_view text, char separator);
 
 /// Cuts the first word off `*text`, with the blanks around it; empty when there is none left.
 std::string_view TakeWord(std::string_view* text);

@@ -1,6 +1,7 @@
 #!/bin/bash
 # docs/log.md against the code and against what the daemon logs: each quoted line is one of the code, with that level, and
-# comes from that function in some scenario; which levels are used; what the examples of -Df and -DF show.
+# comes from that function in some scenario; which levels are used; what the examples of -Df and -DF show. The catalogue of
+# the tools is held against the code in the same way.
 # To be called with the path of scenario_run.
 set -eu
 scenario_run=$1
@@ -181,8 +182,34 @@ STORY
     [ $shown -ge 5 ] || complain "only $shown examples of -Df and -DF"
 }
 
+# What the tools take each line for stands in a table of theirs: each text is still said, with that level, by one of those
+# functions.
+catalogue=tools/log/catalogue.cpp
+catalogue_rows_least=80
+# Families, boards and faults that no scenario has.
+catalogue_unseen='QCRMCALL|DoConnect unknown|Get Card IM|AT.QNETDEVCTL|CELLINFO|GTRNDIS|ZECMCALL=1|no support|S84Reset4G:1|pin_power'
+check_catalogue() {
+    local count=0 level functions text
+    while IFS=$'\t' read -r level functions text; do
+        count=$((count + 1))
+        if ! grep -F -- "\"$text" "$folder/calls" | grep -qE "^($level|6/7),"; then
+            grep -qF -- "\"$text" "$folder/other_code" || complain "$catalogue: nothing logs with level $level: \"$text\""
+        fi
+        local is_seen=no function
+        for function in $functions; do
+            ! seen "$text" "$level" "$function" || is_seen=yes
+        done
+        [ $is_seen = yes ] || grep -qE "$catalogue_unseen" <<<"$text" ||
+            complain "$catalogue: $functions logs in no scenario: \"$text\""
+    done < <(sed -n '/^constexpr CatalogueRow kCatalogue/,/^};/p' $catalogue | tr '\n' ' ' | sed 's/{"/\n{"/g' |
+        sed -nE 's/^\{"(([^"\\]|\\.)*)", *"([^"]*)", *([0-9]), *Event.*/\4\t\3\t\1/p')
+    [ $count -ge $catalogue_rows_least ] || complain "$catalogue: only $count rows: is the table still as this test expects?"
+    echo "$count rows of the catalogue looked up"
+}
+
 collect_entries | sort -u | awk -F '\t' -v folder="$folder" '{ print $3 > folder "/" $1 "." $2 }'
 check_lines
+check_catalogue
 check_other_quotes
 check_levels
 check_examples

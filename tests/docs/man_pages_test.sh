@@ -47,7 +47,7 @@ for tool in modem/modem_sim bus_peer/ocpp_peer virtual_time/scenario_run soak/ra
     has "${tool##*/}.1" "${options[@]}"
 done
 has modem_sim.1 "fibocom: NL668 MC116" "urc TEXT" "csq N"
-has ravelin-fifo.1 "ravelin-fifo [-l LOG] [-p PIPE] [-w SECONDS] KEY:VALUE" "-w SECONDS"
+has ravelinctl.1 "ravelinctl status [OPTION]..." "ravelinctl send [OPTION]... COMMAND..." "ravelinctl upgrade [OPTION]..." "-w, --wait SECONDS" "SoftReset:1"
 has ravelin-board-setup.8 "ravelin-board-setup --remove [--dry-run] [--root DIR]" "--root DIR"
 has ravelin-mobile.8 "ravelin-mobile [-d device] [-c config] [-s script] [-t] [-h]" "-d device" "-c config" "-s script" \
     "-t Debug" "-h Prints" "-DF source" "-Df function" "-Dl level" "-DL file" "EXIT STATUS 0" "255" "SIGNALS"

@@ -42,8 +42,14 @@ done
 check "nobody else reads the settings" test "$(stat -c %a "$stage/daemon/etc/ravelin/ifcfg-lte")" = 600
 check "and with no library and no tool" test -z "$(find "$stage/daemon" -name '*.so' -o -name modem_sim)"
 check "the bus library is a file by itself" test "$(files_in "$stage/busglue")" = usr/lib/libbusglue.so
-for file in modem_sim ocpp_peer scenario_run ravelin_soak recovery_matrix ravelin-fifo; do
+for file in modem_sim ocpp_peer ravelinctl scenario_run ravelin_soak recovery_matrix; do
     check "$file is a tool" test -e "$stage/tools/usr/bin/$file" -a -x "$stage/tools/usr/bin/$file"
+done
+check "and the shell completes ravelinctl" \
+    grep -q "^complete -F _ravelinctl ravelinctl" "$stage/tools/usr/share/bash-completion/completions/ravelinctl"
+for file in lib/systemd/system/ravelin-metrics.{service,timer} \
+    share/doc/ravelin-mobile-tools/examples/prometheus/{prometheus.yml,ravelin.rules.yml,consoles/ravelin.html}; do
+    check "the tools come with $file" test -f "$stage/tools/usr/$file"
 done
 check "it looks for its libraries in the loader's own places" \
     refuses sh -c 'readelf --dynamic "$1" | grep -E "\((RUNPATH|RPATH)\)"' - "$stage/daemon/usr/sbin/ravelin-mobile"

@@ -12,6 +12,13 @@ sed -E 's#^(Exec[A-Za-z]*=\+?)/usr/[^ ]*#\1/bin/true#; /^Documentation/d' packag
 said=$(systemd-analyze verify --man=no "$folder/ravelin-mobile.service" 2>&1) || fail "systemd refuses it: $said"
 check "systemd finds no fault" test -z "$(grep ravelin-mobile <<<"$said")"
 
+for unit in service timer; do
+    sed -E 's#^(Exec[A-Za-z]*=\+?)/usr/[^ ]*#\1/bin/true#; /^Documentation/d' packaging/systemd/ravelin-metrics.$unit \
+        >"$folder/ravelin-metrics.$unit"
+done
+said=$(systemd-analyze verify --man=no "$folder/ravelin-metrics.timer" 2>&1) || fail "systemd refuses the timer: $said"
+check "nor in the timer of the metrics and its service" test -z "$(grep ravelin-metrics <<<"$said")"
+
 # The number of systemd 252, times ten; another version may count otherwise.
 exposure=$(systemd-analyze security --offline=yes packaging/systemd/ravelin-mobile.service 2>/dev/null |
     sed -n 's/.*Overall exposure level.*: \([0-9.]*\) .*/\1/p')

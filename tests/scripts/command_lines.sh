@@ -6,7 +6,7 @@ REPOSITORY=$1
 BUILD=$2
 . "$REPOSITORY/tests/scripts/scratch.bash"
 
-TOOLS="modem_sim ocpp_peer scenario_run ravelin_soak recovery_matrix"
+TOOLS="modem_sim ocpp_peer ravelinctl scenario_run ravelin_soak recovery_matrix"
 VERSION=$(sed -n 's/^project(.* VERSION \([0-9.]*\).*/\1/p' "$REPOSITORY/CMakeLists.txt")
 
 # What installs or builds must not be reached.
@@ -17,7 +17,6 @@ done
 # The name under which a script or a tool speaks.
 name_of() {
     case $1 in
-    scripts/fifo) echo fifo ;;
     scripts/* | bench/*) echo "$1" ;;
     *) basename "$1" ;;
     esac
@@ -86,7 +85,7 @@ for file in "${scripts[@]}" $TOOLS; do
 done
 
 # What is wrong, in each one's words.
-for file in bench/bus bench/measure scripts/{coverage,fifo,fuzz,lint,private-view,run,setup,test} simulator/QFirehose $TOOLS; do
+for file in bench/bus bench/measure scripts/{coverage,fuzz,lint,private-view,run,setup,test} simulator/QFirehose $TOOLS; do
     refused "$file" "unknown option --bogus" --bogus
 done
 
@@ -155,15 +154,6 @@ refused bench/bus-inside "this is a part of bench/bus, which starts it inside sc
 refused bench/measure "unexpected argument \"quick\"" --no-micro quick
 refused bench/bus "unexpected argument \"status\"" status
 
-refused scripts/fifo "KEY:VALUE is missing"
-refused scripts/fifo "-p wants a value" -p
-refused scripts/fifo "-l wants a value" -l '' SoftReset:1
-refused scripts/fifo "-w wants whole seconds, not \"1.5\"" -w 1.5 SoftReset:1
-refused scripts/fifo "unknown option -x" -x SoftReset:1
-refused scripts/fifo "unexpected argument \"Reset4G:1\"" SoftReset:1 Reset4G:1
-refused scripts/fifo "KEY:VALUE is wanted, not \"SoftReset\"" SoftReset
-refused scripts/fifo "a command is one line" $'SoftReset:1\nReset4G:1'
-
 refused simulator/QFirehose "-f DIR is missing"
 refused simulator/QFirehose "-f wants a value" -f
 refused simulator/QFirehose "unexpected argument \"x\"" -f dir x
@@ -192,6 +182,8 @@ refused ocpp_peer "a command is missing"
 refused ocpp_peer "no command is called \"frob\"" frob
 refused ocpp_peer "upgrade takes 3 arguments, not 2" upgrade A B
 refused ocpp_peer "--repeat wants a number from 1 to 100000000, not \"many\"" --repeat many status
+refused ravelinctl "a command is missing"
+refused ravelinctl "no command is called \"frob\"" frob
 refused scenario_run "a scenario is missing"
 refused scenario_run "a scenario is missing" --story
 refused scenario_run "--limit wants a value" --limit

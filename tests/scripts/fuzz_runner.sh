@@ -95,6 +95,7 @@ done
 
 title="32 bits"
 expect 0 --32 1 ini
+called "setup --fuzz --fuzz-32"
 called "cmake --preset fuzz-32"
 prints "ini +32 .*"
 [ -x "$COPY/build-fuzz/32-bit/fuzz_ini" ] || fail "$title: built somewhere else"

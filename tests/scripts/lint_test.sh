@@ -6,7 +6,7 @@ REPOSITORY=$1
 . "$REPOSITORY/tests/scripts/scratch.bash"
 
 TREE="$SCRATCH/a tree"
-mkdir -p "$TREE"/{bench,CellSubClass,cmake,network_daemon,packaging/board,platform,scripts,simulator,support,tests}
+mkdir -p "$TREE"/{bench,CellSubClass,cmake,network_daemon,packaging/board,platform,scripts,simulator,support,tests,tools}
 cp "$REPOSITORY"/.clang-{format,tidy} "$TREE"
 echo "# A build" >"$TREE/CMakeLists.txt"
 cp "$REPOSITORY"/scripts/{lint,lint.awk,common.bash} "$TREE/scripts"

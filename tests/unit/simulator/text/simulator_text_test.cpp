@@ -2,6 +2,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -80,6 +81,18 @@ TEST(Words, TakenOneByOne) {
     std::string own = " a  b ";
     EXPECT_EQ("a", TakeWord(&own));
     EXPECT_EQ("b", own);
+}
+
+TEST(Words, PiecesBetweenSeparators) {
+    using simulator_text::Split;
+    using Pieces = std::vector<std::string>;
+    EXPECT_EQ(Split("a.b", '.'), (Pieces{"a", "b"}));
+    EXPECT_EQ(Split("a\nb\n", '\n'), (Pieces{"a", "b"})) << "a last line end ends a line and begins none";
+    EXPECT_EQ(Split("..a", '.'), (Pieces{"", "", "a"}));
+    EXPECT_EQ(Split("", '.'), Pieces{});
+    EXPECT_TRUE(simulator_text::StartsWith("abc", "ab"));
+    EXPECT_TRUE(simulator_text::StartsWith("abc", ""));
+    EXPECT_FALSE(simulator_text::StartsWith("a", "ab"));
 }
 
 }  // namespace

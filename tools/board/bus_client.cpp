@@ -1,19 +1,13 @@
-#include "simulator/bus_peer/bus_client.h"
+#include "tools/board/bus_client.h"
 
 #include <chrono>
+#include <cstdlib>
 
-namespace bus_peer {
+namespace board {
 
 namespace {
 
-constexpr char kDaemonName[] = "busglue.RAVELIN";
-constexpr char kDaemonPath[] = "/busglue/RAVELIN";
-constexpr char kServiceName[] = "busglue.OCPP";
 constexpr char kServicePath[] = "/busglue/OCPP";
-constexpr char kMessage[] = "Message";
-constexpr char kSignalPath[] = "/busglue/ravelin";
-constexpr char kSignalInterface[] = "busglue.ravelin";
-constexpr char kSignalMember[] = "reset";
 constexpr int kPoll_ms = 100;
 
 bool AppendBytes(DBusMessage* message, const Bytes& bytes) {
@@ -35,7 +29,7 @@ bool ReadBytes(DBusMessage* message, Bytes* bytes) {
 }
 
 bool IsFrameForService(DBusMessage* message) {
-    return dbus_message_is_method_call(message, kServiceName, kMessage) &&
+    return dbus_message_is_method_call(message, kServiceBusName, kCallMember) &&
            dbus_message_has_path(message, kServicePath);
 }
 
@@ -65,6 +59,11 @@ bool BusClient::Failed(DBusError* error, const std::string& what) {
     return false;
 }
 
+std::string BusClient::DefaultAddress() {
+    const char* address = getenv("RAVELIN_BUS_ADDRESS");
+    return address == nullptr ? "" : address;
+}
+
 bool BusClient::Open(const std::string& address) {
     DBusError error = DBUS_ERROR_INIT;
     if (address.empty()) {
@@ -79,7 +78,8 @@ bool BusClient::Open(const std::string& address) {
 }
 
 DBusPendingCall* BusClient::Send(const Bytes& bytes, int timeout_ms) {
-    DBusMessage* call = dbus_message_new_method_call(kDaemonName, kDaemonPath, kDaemonName, kMessage);
+    DBusMessage* call =
+        dbus_message_new_method_call(kDaemonBusName, kDaemonBusPath, kDaemonBusName, kCallMember);
     DBusPendingCall* pending = nullptr;
     if (call != nullptr) {
         dbus_message_set_auto_start(call, FALSE);
@@ -125,12 +125,13 @@ bool BusClient::Signal(const Bytes& bytes) {
 
 bool BusClient::BeService() {
     DBusError error = DBUS_ERROR_INIT;
-    const int result = dbus_bus_request_name(connection_, kServiceName, DBUS_NAME_FLAG_DO_NOT_QUEUE, &error);
+    const int result =
+        dbus_bus_request_name(connection_, kServiceBusName, DBUS_NAME_FLAG_DO_NOT_QUEUE, &error);
     if (result == DBUS_REQUEST_NAME_REPLY_PRIMARY_OWNER) return true;
     if (result == DBUS_REQUEST_NAME_REPLY_EXISTS) {
         dbus_set_error(&error, DBUS_ERROR_FAILED, "somebody else owns it");
     }
-    return Failed(&error, std::string("can't be ") + kServiceName);
+    return Failed(&error, std::string("can't be ") + kServiceBusName);
 }
 
 ServeResult BusClient::Serve(const std::function<bool(const Bytes& frame, Bytes* answer)>& answer_frame,
@@ -162,4 +163,4 @@ ServeResult BusClient::Serve(const std::function<bool(const Bytes& frame, Bytes*
     return ServeResult::kTimeOver;
 }
 
-}  // namespace bus_peer
+}  // namespace board

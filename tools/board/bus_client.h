@@ -1,4 +1,5 @@
-// The peer's connection to the bus, with a stock D-Bus library. All calls from one thread.
+// A connection to the bus on which the daemon is, with a stock D-Bus library: for tools that ask it
+// something, or take the place of the OCPP service. All calls from one thread.
 #pragma once
 
 #include <functional>
@@ -8,7 +9,18 @@
 
 #include "simulator/bus_peer/frame.h"
 
-namespace bus_peer {
+namespace board {
+
+using bus_peer::Bytes;
+
+// Names on the bus.
+constexpr char kDaemonBusName[] = "busglue.RAVELIN";
+constexpr char kDaemonBusPath[] = "/busglue/RAVELIN";
+constexpr char kServiceBusName[] = "busglue.OCPP";
+constexpr char kSignalPath[] = "/busglue/ravelin";
+constexpr char kSignalInterface[] = "busglue.ravelin";
+constexpr char kSignalMember[] = "reset";
+constexpr char kCallMember[] = "Message";
 
 enum class CallResult { kAnswered, kNobodyThere, kNotAllowed, kNoAnswer, kNotAFrame };
 
@@ -23,6 +35,9 @@ class BusClient {
 
     /// Joins the bus at `address`, or the system bus where that is empty. False: error() says why.
     bool Open(const std::string& address);
+
+    /// Where the daemon is: RAVELIN_BUS_ADDRESS, or empty for the system bus.
+    static std::string DefaultAddress();
 
     /// Hands the daemon a frame. Null: no memory. The caller owns what is returned, for Await.
     DBusPendingCall* Send(const Bytes& bytes, int timeout_ms);
@@ -44,6 +59,8 @@ class BusClient {
                       int timeout_ms);
 
     const std::string& error() const { return error_; }
+    /// For other questions than the daemon's own; null until it is open.
+    DBusConnection* connection() const { return connection_; }
 
   private:
     bool Failed(DBusError* error, const std::string& what);
@@ -52,4 +69,4 @@ class BusClient {
     std::string error_;
 };
 
-}  // namespace bus_peer
+}  // namespace board

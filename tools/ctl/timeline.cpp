@@ -1,0 +1,89 @@
+// ravelinctl timeline: the log as a picture, in a page for the browser.
+#include "tools/log/timeline.h"
+
+#include <unistd.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "tools/ctl/command.h"
+#include "tools/ctl/output_file.h"
+#include "tools/ctl/timeline_page.h"
+#include "tools/log/reader.h"
+
+namespace ctl {
+
+namespace {
+
+using namespace ravelin_log;
+
+constexpr char kName[] = "timeline";
+constexpr int kStatusNotDone = 1;
+
+struct Options {
+    std::vector<std::string> logs;
+    std::string date;
+    std::string output;
+};
+
+int DrawTimeline(const Options& options) {
+    RefuseToOverwrite(options.logs, options.output);
+    Reader reader;
+    ReaderOptions reader_options;
+    reader_options.date = options.date;
+    std::string problem;
+    if (!reader.Open(options.logs, reader_options, &problem)) {
+        Complain(kName, problem);
+        return kStatusNotDone;
+    }
+    TimelineBuilder builder;
+    Line line;
+    while (reader.Next(&line)) builder.Take(line);
+    for (const std::string& complaint : reader.complaints()) Complain(kName, complaint);
+    const Timeline timeline = builder.Finish();
+    if (!timeline.history.ledger.has_lines) Complain(kName, "no line of the daemon was found");
+    if (!WriteOutput(options.output, TimelinePage(TimelineData(timeline, reader)), &problem)) {
+        Complain(kName, problem);
+        return kStatusNotDone;
+    }
+    return kStatusDone;
+}
+
+}  // namespace
+
+Command TimelineCommand() {
+    Command command;
+    command.name = kName;
+    command.summary = "draws the log as a page for a browser";
+    command.about =
+        "Reads the daemon's log, in all the forms that explain takes, and writes a page that shows over "
+        "time: the link "
+        "with its outages and their causes, signal, SIM, what the daemon counted and tried, resets, upgrades "
+        "and "
+        "temperature. It can be zoomed, each mark shows the lines of the log behind it, and it prints.\n"
+        "\n"
+        "The page is one file. It needs no network and asks for none: it can be sent, kept, and opened from "
+        "a stick. It "
+        "holds lines of the log, and with them what those tell of a SIM.";
+    command.exit_statuses = {{kStatusDone, "the page was written, whatever the log says"},
+                             {kStatusNotDone, "a log can't be read, or the page can't be written"}};
+    command.declare = [](CLI::App& app) -> Run {
+        const auto options = std::make_shared<Options>();
+        app.add_option("LOG", options->logs, "logs, in any order; - is standard input")
+            ->type_name("LOG")
+            ->required();
+        app.add_option("-o,--output", options->output,
+                       "where the page goes; a plain file of that name is replaced, - is standard output")
+            ->type_name("FILE")
+            ->required();
+        app.add_option("--date", options->date,
+                       "day of the first line of logs without dates, 2026-11-22; \"file\": by when the file "
+                       "was changed last")
+            ->type_name("DAY");
+        return [options] { return DrawTimeline(*options); };
+    };
+    return command;
+}
+
+}  // namespace ctl
