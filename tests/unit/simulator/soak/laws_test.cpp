@@ -628,6 +628,16 @@ Record ShownFile(const std::string& key = "", const std::string& value = "", con
 
 constexpr char kApn[] = "settings\n    APN='a'\n";
 
+TEST(SoakLaws, StatusWithALineEndInATextOfTheModem) {
+    const auto with_rest = [](const std::string& text) {
+        const std::string rest =
+            virtual_time::FormatEntry({3'005'000'000, "shows", std::string(kStatus) + "+SIM R"});
+        return ShownFile("FWVersion", text + "\n" + rest.substr(0, rest.size() - 1));
+    };
+    EXPECT_EQ("", Broken("status", with_rest("x\\r"), kApn));
+    EXPECT_EQ("the line Tempture= is missing, or in another place", Broken("status", with_rest("x"), kApn));
+}
+
 TEST(SoakLaws, Status) {
     EXPECT_EQ("", Broken("status", ShownFile(), kApn));
     EXPECT_EQ("", Broken("status", ShownFile("", "", "", "Network=FDD LTE"), kApn));  // a moment later
