@@ -93,7 +93,7 @@ ends_with_count() {
     "$BUILD/ravelinctl" doctor --quiet | tail -n 1 | grep -qxF -- "$1"
 }
 
-# change FILE LINE...: the lines come behind the others; restore brings the settings back.
+# change FILE LINE...: the lines come after the others; restore brings the settings back.
 change() {
     local file=$1
     shift

@@ -59,7 +59,7 @@ gzip -c log.1 >log.1.gz
 check "rotated" eval 'ends 0 log log.1.gz && sed "s/^ *[^ ]*:[0-9]*  //; s/(LOG:[0-9]*)//" wanted >w &&
     sed "s/^ *[^ ]*:[0-9]*  //; s/(log[^ ]*:[0-9]*)//" out >o && cmp w o'
 head -c 3000 log.1.gz >torn.gz
-check "a packed log that was cut is told as far as it goes" eval 'ends 1 torn.gz && complains "torn.gz: is damaged behind line" && says Ledger'
+check "a packed log that was cut is told as far as it goes" eval 'ends 1 torn.gz && complains "torn.gz: is damaged after line" && says Ledger'
 
 # Live.
 head -n 8 LOG >live

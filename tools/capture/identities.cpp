@@ -191,7 +191,7 @@ std::string Identities::OfNumbers(std::string_view text) {
         const bool is_phone =
             digits_end - at >= kShortestPhone && at > 0 &&
             (text[at - 1] == '+' || (text[at - 1] == '"' && text.substr(digits_end, 1) == "\""));
-        // An identity may stand right behind letters that are hexadecimal digits, too.
+        // An identity may stand right after letters that are hexadecimal digits, too.
         if (end - at >= kShortestHex && !IsAll(text.substr(at, end - at), IsDigit)) {
             result += OfHex(std::string(text.substr(at, end - at)));
             at = end;
@@ -271,7 +271,7 @@ std::string Identities::OfAddresses(std::string_view text) {
     return result;
 }
 
-/// Area and address of a cell: behind country and network, in reports of the registration in quotes, and
+/// Area and address of a cell: after country and network, in reports of the registration in quotes, and
 /// where a family has a place of its own for them.
 std::string Identities::OfCells(const std::string& line) {
     if (!IsResultLine(line) && !IsDigit(line[0])) return line;

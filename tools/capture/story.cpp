@@ -449,7 +449,7 @@ void Writer::TellLosses() {
     Lose(
         "When within its wait an answer came, and in how many pieces: the daemon reads to the end of the "
         "wait.");
-    Lose("What the modem says behind a NUL byte: the log ends a text there.");
+    Lose("What the modem says after a NUL byte: the log ends a text there.");
     Lose("AUTOCONNECT and keys of the settings that the daemon doesn't log.");
 }
 

@@ -160,7 +160,7 @@ class Teller {
     Terminal terminal_;
 };
 
-/// "03:12", "03:12:07", and the same behind a day: "2026-11-22T03:12" or with a blank. Milliseconds of the
+/// "03:12", "03:12:07", and the same after a day: "2026-11-22T03:12" or with a blank. Milliseconds of the
 /// day, and the day as text; false for anything else.
 bool ParseMoment(const std::string& text, std::string* day, int64_t* day_ms, int64_t* length_ms) {
     std::string clock = text;

@@ -15,7 +15,7 @@ constexpr size_t kMargin = 2;
 constexpr size_t kColumn = 22;
 constexpr size_t kStatusColumn = 7;
 
-/// The words of `text` in lines of kWidth, each but the first behind `indent` blanks. `used` is what stands
+/// The words of `text` in lines of kWidth, each but the first after `indent` blanks. `used` is what stands
 /// in the first.
 std::string Fill(const std::string& text, size_t indent, size_t used) {
     std::istringstream words(text);

@@ -176,7 +176,7 @@ class PolicyReader {
     std::set<std::string> seen_;
 };
 
-/// `name` is `prefix`, or continues it behind a dot.
+/// `name` is `prefix`, or continues it after a dot.
 bool HasPrefix(const std::string& name, const std::string& prefix) {
     return name == prefix || StartsWith(name, prefix + ".");
 }

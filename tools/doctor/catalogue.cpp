@@ -109,7 +109,7 @@ const Complaint kCatalogue[] = {
      "Take quotes out of the value; only an APN may stand in single quotes."},
     {"settings-odd", "settings", kWarning, "The daemon doesn't complain about a value that it doesn't know.",
      "Write a value that it knows; see the page on configuration."},
-    {"settings-comment", "settings", kWarning, "A comment behind a value is part of the value.",
+    {"settings-comment", "settings", kWarning, "A comment after a value is part of the value.",
      "Put the comment on a line of its own, with # at its beginning."},
     {"settings-unknown", "settings", kNote,
      "The daemon doesn't know the key; another program of the board may.", "Look whether it is misspelt."},

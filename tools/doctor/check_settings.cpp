@@ -106,7 +106,7 @@ std::string WhyDropped(const std::string& line) {
         return "a zero byte ends it before an equals sign";
     }
     if (equals == std::string::npos) return "it has no equals sign";
-    return "nothing stands behind the equals sign, not even a line end";
+    return "nothing stands after the equals sign, not even a line end";
 }
 
 class SettingsCheck {

@@ -30,7 +30,7 @@ Colour ColourOf(Severity severity) {
     return Colour::kNone;
 }
 
-/// `text` in lines of the terminal's width, the first behind `first`, the others behind as many blanks.
+/// `text` in lines of the terminal's width, the first after `first`, the others after as many blanks.
 std::string Paragraph(const Terminal& terminal, const std::string& first, const std::string& text) {
     const size_t indent = ctl::Columns(first);
     const auto width = static_cast<size_t>(terminal.width);

@@ -7,7 +7,7 @@
 
 namespace ravelin_log {
 
-/// Causes of outages; a finer one has a slash behind one of these.
+/// Causes of outages; a finer one has a slash after one of these.
 namespace cause {
 constexpr char kModemMute[] = "modem-mute";
 constexpr char kPortGone[] = "port-gone";
@@ -46,10 +46,10 @@ struct ReasonRow {
 };
 extern const std::array<ReasonRow, 11> kReasons;
 
-/// The word without what stands behind its slash.
+/// The word without what stands after its slash.
 std::string TopOf(const std::string& word);
 
-/// In words; what stands behind the slash follows in brackets.
+/// In words; what stands after the slash follows in brackets.
 std::string CauseText(const std::string& word);
 std::string ReasonText(const std::string& word);
 

@@ -879,7 +879,7 @@ void Historian::OnReset(const Said& said) {
             return;
         }
         case Event::kKillsDhcp:
-            // SoftReset says the same behind its first line.
+            // SoftReset says the same after its first line.
             if (last_event_ == Event::kSoftReset) return;
             [[fallthrough]];
         case Event::kResetScript:
@@ -887,7 +887,7 @@ void Historian::OnReset(const Said& said) {
         case Event::kHardResetDone:
             if (pending_hard_.is_set) ConfirmHardReset();
             if (!in_hard_) {
-                // The log has begun, or was cut, behind the lines that say why.
+                // The log has begun, or was cut, after the lines that say why.
                 Outage& outage = Ensure(cause::kUnknown, Certainty::kUnknown);
                 if (outage.cause == cause::kUnknown) outage.would_tell = "the lines before the reset";
                 AddReset(ResetKind::kHard, cause::kUnknown, Certainty::kUnknown, {now_});

@@ -78,7 +78,7 @@ struct Ledger {
     int starts = 0;  // of the daemon, that the log shows
     int64_t lines = 0;
     int64_t messages = 0;
-    std::map<std::string, int> outages;  // by cause, without what stands behind a slash
+    std::map<std::string, int> outages;  // by cause, without what stands after a slash
     std::map<std::string, int64_t> outage_ms_by_cause;
     std::map<std::string, int> resets;  // by reason
     std::map<std::string, int> resets_by_kind;

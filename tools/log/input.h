@@ -42,7 +42,7 @@ class Input {
 
   private:
     Input() = default;
-    /// Moves what is left to the front of the block and reads behind it; false when nothing more came.
+    /// Moves what is left to the front of the block and reads after it; false when nothing more came.
     bool Fill();
     ssize_t Read(char* to, size_t size);
     /// Passes over the rest of a line that was too long.

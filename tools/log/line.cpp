@@ -126,7 +126,7 @@ bool TakeMonth(Cursor& cursor, int* month) {
     return false;
 }
 
-/// "Nov 22 03:12:07", "Nov  2 03:12:07.123456", and with the year behind the day or behind the time.
+/// "Nov 22 03:12:07", "Nov  2 03:12:07.123456", and with the year after the day or after the time.
 bool TakeMonthDate(Cursor& cursor, Stamp* stamp) {
     if (!TakeMonth(cursor, &stamp->month) || !cursor.Take(' ')) return false;
     cursor.SkipBlanks();
@@ -143,7 +143,7 @@ bool TakeMonthDate(Cursor& cursor, Stamp* stamp) {
     return true;
 }
 
-/// "2026-11-22T03:12:07.123+01:00", with a blank instead of the T, and with the zone behind a blank or as a
+/// "2026-11-22T03:12:07.123+01:00", with a blank instead of the T, and with the zone after a blank or as a
 /// name.
 bool TakeIsoDate(Cursor& cursor, Stamp* stamp) {
     if (!cursor.TakeNumber(4, 4, &stamp->year) || !cursor.Take('-') ||
@@ -182,7 +182,7 @@ bool TakeDate(Cursor& cursor, Stamp* stamp) {
     return IsDate(*stamp);
 }
 
-/// "ravelin-mobile[123]:" or "ravelin-mobile:", with the blank behind it.
+/// "ravelin-mobile[123]:" or "ravelin-mobile:", with the blank after it.
 bool TakeProgram(std::string_view word, LineParts* parts) {
     if (word.size() < 2 || word.back() != ':') return false;
     word.remove_suffix(1);
@@ -214,7 +214,7 @@ bool TakeHeaderWords(Cursor& cursor, LineParts* parts) {
     return false;
 }
 
-/// What RFC 5424 has behind its date: host, program, process, message id, data.
+/// What RFC 5424 has after its date: host, program, process, message id, data.
 bool TakeStructuredWords(Cursor& cursor, LineParts* parts) {
     std::string_view host;
     std::string_view process;
@@ -329,7 +329,7 @@ size_t FindLocalPrefix(std::string_view text, size_t from) {
 
 LineParts TakeApart(std::string_view line) {
     LineParts parts;
-    // A power cut leaves blocks of zeros in a file, and the next line stands behind them.
+    // A power cut leaves blocks of zeros in a file, and the next line stands after them.
     const size_t zeros = line.find_first_not_of('\0');
     if (zeros != std::string_view::npos) line.remove_prefix(zeros);
     parts.message = line;

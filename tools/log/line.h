@@ -41,7 +41,7 @@ struct LineParts {
     Stamp stamp;
     bool has_header = false;  // of syslog; `program` is known then
     std::string_view program;
-    int process = 0;  // number in brackets behind the program; 0: none
+    int process = 0;  // number in brackets after the program; 0: none
     Place place;
     std::string_view message;  // all that follows, or the whole line
 };

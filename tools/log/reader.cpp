@@ -265,7 +265,7 @@ Stream* Reader::Earliest() {
             if ((stream.is_at_end() && !may_grow) || !stream.Advance()) {
                 if (!may_grow && stream.input().has_failed()) {
                     is_whole_ = false;
-                    complaints_.push_back(stream.input().name() + ": is damaged behind line " +
+                    complaints_.push_back(stream.input().name() + ": is damaged after line " +
                                           std::to_string(stream.input().line_number()));
                 }
                 if (i == next_ && !may_grow) {

@@ -93,7 +93,7 @@ void Stream::Split(std::string_view text, bool is_torn) {
     if (has_place && !ShowsForeignText(parts.place.function, parts.message)) {
         cut = FindLocalPrefix(text, begin);
         if (cut != std::string_view::npos && !IsOpenEnded(parts.message) && cut != kLongestMessage_bytes) {
-            // Torn by the end of the process or a full disk: only a new start is believed behind it.
+            // Torn by the end of the process or a full disk: only a new start is believed after it.
             LineParts next;
             TakeLocalPrefix(text.substr(cut), &next);
             if (StartRank(next.place.function, next.message) < 0) cut = std::string_view::npos;

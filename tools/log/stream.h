@@ -64,7 +64,7 @@ class Stream {
     bool knows_form_ = false;
     JournalForm form_ = JournalForm::kNone;
     JournalEntry entry_;
-    std::string_view pending_;  // behind what was returned, on the same line or in the same entry
+    std::string_view pending_;  // after what was returned, on the same line or in the same entry
     bool pending_is_torn_ = false;
     int64_t number_ = 0;
 
@@ -72,7 +72,7 @@ class Stream {
     bool has_header_ = false;    // lines are those of syslog
     bool has_own_name_ = false;  // the daemon has spoken by its own name
     std::string daemon_;         // how the system's log calls it otherwise
-    bool saw_local_ = false;     // behind a header of syslog: standard output that the journal keeps
+    bool saw_local_ = false;     // after a header of syslog: standard output that the journal keeps
     size_t message_size_ = 0;    // bytes since the last place, line ends included
 
     bool has_day_ = false;

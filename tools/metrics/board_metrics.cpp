@@ -145,7 +145,7 @@ struct CounterRow {
     const char* name;
     const char* unit;
     const char* help;
-    std::vector<const char*> labels;  // for the words behind it
+    std::vector<const char*> labels;  // for the words after it
 };
 
 void AddCounters(const Counts& counts, int64_t created_seconds, std::vector<Family>* families) {

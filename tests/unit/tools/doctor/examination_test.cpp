@@ -380,7 +380,7 @@ const Broken kBroken[] = {
      [](HealthyBoard& on) { Add(on, "AUTH_TYPE=7\n"); },
      {"settings-odd"},
      "the modem gets 7"},
-    {"settings with a comment behind a value",
+    {"settings with a comment after a value",
      [](HealthyBoard& on) { Add(on, "USERNAME=u # me\n"); },
      {"settings-comment"},
      "u # me"},
