@@ -62,7 +62,17 @@ class Json {
         for (const Advice& advice : history_.advice) Write(advice);
         writer_.EndArray();
         writer_.EndObject();
-        return std::string(buffer_.GetString(), buffer_.GetSize()) + "\n";
+        // The one control character that the writer leaves as it is; it stands in strings alone.
+        std::string text;
+        for (const char* at = buffer_.GetString(); *at != '\0'; ++at) {
+            constexpr char kDelete = '\x7F';
+            if (*at == kDelete) {
+                text += "\\u007F";
+            } else {
+                text += *at;
+            }
+        }
+        return text + "\n";
     }
 
   private:

@@ -192,7 +192,7 @@ TEST_F(HistoryJson, TheSoftResetWithinAHardOneIsNotListed) {
 
 TEST_F(HistoryJson, BytesThatAreNoTextAreShown) {
     const std::string line =
-        "03:12:09.0 network_daemon/main_fifo.cpp:thread_function_pipe:200:udhcpc nak \x01\xFF";
+        "03:12:09.0 network_daemon/main_fifo.cpp:thread_function_pipe:200:udhcpc nak \x7F\x01\xFF";
     std::ofstream(name_, std::ios::binary) << kStart << kDial << "03:30:00.0" << line.substr(10) << "\n";
     Reader reader;
     std::string problem;
@@ -200,10 +200,12 @@ TEST_F(HistoryJson, BytesThatAreNoTextAreShown) {
     Historian historian;
     Line entry;
     while (reader.Next(&entry)) historian.Take(entry);
+    const std::string json = HistoryAsJson(historian.Finish(), reader);
+    EXPECT_EQ(json.find('\x7F'), std::string::npos);
     rapidjson::Document told;
-    told.Parse(HistoryAsJson(historian.Finish(), reader).c_str());
+    told.Parse(json.c_str());
     const std::string text = told["outages"][0]["evidence"][0]["text"].GetString();
-    EXPECT_EQ(text.substr(text.find("udhcpc")), "udhcpc nak \x01\\xFF");
+    EXPECT_EQ(text.substr(text.find("udhcpc")), "udhcpc nak \x7F\x01\\xFF");
 }
 
 TEST_F(HistoryJson, AnyLinesInAnyOrderHaveTheForm) {
