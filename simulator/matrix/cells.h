@@ -1,4 +1,4 @@
-// The cells of the recovery matrix: what can go wrong, and how each is told for a family as a scenario. The
+// The cells of the recovery matrix: what can go wrong, and how each becomes a scenario for a family. The
 // table in cells.cpp is the only place that knows the faults.
 #pragma once
 

@@ -147,7 +147,7 @@ std::string FamiliesWith(const Results& results, const Fault& fault, const Test&
     return count * 2 > Families().size() ? "all but " + without : with;
 }
 
-/// The family is in trouble with two SIMs whatever happens, which is told once.
+/// The family is in trouble with two SIMs whatever happens, which the page says once.
 bool IsToldBefore(const Results& results, const CellResult& result) {
     static const Fault& healthy = *FindFault("two_sims");
     if (result.fault == &healthy || result.fault->board != Board::kTwoSims) return false;

@@ -7,7 +7,7 @@ constexpr char kPageHead[] = R"(# Recovery times
 
 How long the daemon takes to bring the link back, from each fault and with each family of modems; what it does for that; and
 where it never does. Everything below is measured: the real daemon, a simulated modem, [virtual time](virtual-time.md). The rules
-behind it are on the [recovery](recovery.md) page.
+that explain it are on the [recovery](recovery.md) page.
 
 This page is made by a program. Don't edit it; see [again](#again).
 

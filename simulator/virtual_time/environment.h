@@ -68,7 +68,7 @@ class Environment {
     // Serial ports
     /// `peer` answers at `path`, one of the modem ports, and must outlive the world or be removed.
     void AddPort(const std::string& path, PortPeer* peer);
-    /// The port of `peer` is at `path` too, whatever name it takes, as behind a link of udev's.
+    /// The port of `peer` is at `path` too, whatever name it takes, as with a symlink made by udev.
     void AddPortLink(const std::string& path, PortPeer* peer);
     void RemovePort(PortPeer* peer);
     /// Opens the port at `path`: a descriptor; -1 with errno if the peer isn't present; kNoPort if no
