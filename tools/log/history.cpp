@@ -21,6 +21,7 @@ constexpr int kTellingAnswers = 3;
 constexpr int kProvingAnswers = 6;
 constexpr int kManySearches = 10;
 constexpr int kTellingDials = 2;
+constexpr int kTellingIdles = 2;
 constexpr int kEarlyDials = 2;  // of a LongSung modem after the start, which may still be searching
 constexpr int kPortWaitsToTell = 6;
 constexpr int64_t kLookGap_ms = 8 * kSecond_ms;  // more than between two looks of an attempt
@@ -30,6 +31,7 @@ constexpr int64_t kLastTellingVendor = 8;
 constexpr int64_t kSimAskedAgain_ms = 3500;
 constexpr int64_t kLook_ms = 500;  // from the line of a look to that of the question for the SIM
 constexpr int64_t kServiceValid = 2;
+constexpr int64_t kStateIdle = 0;
 constexpr int64_t kStateSearching = 2;
 constexpr int64_t kStateDenied = 3;
 constexpr int64_t kLte = 3;
@@ -179,7 +181,7 @@ Outage& Historian::Open(const Evidence& begin, bool has_begin, const char* cause
         history_.ledger.online_ms += std::max<int64_t>(0, begin.at.passed_ms - online_since_ms_);
         online_since_ms_ = -1;
     }
-    dials_ = 0;
+    dials_ = refused_dials_ = untold_dials_ = 0;
     searching_ = denied_ = not_denied_ = 0;
     answered_ = sim_confirmed_ = judged_by_second_sim_ = false;
     Prove(outage, begin);
@@ -232,13 +234,15 @@ void Historian::CameOnline(const Moment& at) {
     state_ = State::kOnline;
     is_first_start_ = false;
     online_since_ms_ = at.passed_ms;
-    dials_ = 0;
+    dials_ = refused_dials_ = untold_dials_ = 0;
     checks_ = 0;
     first_check_.is_set = false;
     failed_checks_.clear();
     failed_count_ = 0;
     asked_sim_.is_set = sim_lost_.is_set = look_down_.is_set = false;
     is_off_ = false;
+    idle_ = 0;
+    searched_first_ = sim_was_there_ = false;
 }
 
 /// Since when the link is up that a line shows to be.
@@ -356,7 +360,9 @@ void Historian::OnStart(bool begins_run) {
     path_failed_.is_set = false;
     has_two_sims_ = has_orla_ = not_lte_ = path_probed_ = imei_told_ = sim_flag_lost_ = false;
     is_off_ = false;
-    dials_ = 0;
+    dials_ = untold_dials_ = 0;
+    idle_ = 0;
+    searched_first_ = sim_was_there_ = dialed_since_reset_ = false;
 }
 
 void Historian::OnSim(const Said& said) {
@@ -447,10 +453,33 @@ void Historian::JudgeSim(bool is_registered) {
     }
 }
 
+/// A modem with a SIM searches; one without doesn't. One that hasn't searched all the time and then begins to
+/// has got its SIM back.
+void Historian::JudgeSearch(int64_t state) {
+    if (state == kStateSearching || state == kStateIdle) {
+        modem_hid_sim_ = false;  // it answers
+        // What the dial met was the loss of the service.
+        if (dialed_since_reset_) {
+            untold_dials_ = dials_ + (state_ == State::kDialed ? 1 : 0);
+            refused_dials_ = 0;
+        }
+    }
+    if (state == kStateIdle) ++idle_;
+    const bool begins = state == kStateSearching && idle_ >= kTellingIdles && !searched_first_;
+    if (state == kStateSearching) searched_first_ = true;
+    if (!begins || !has_open_ || sim_was_there_ || !open()->resets.empty() || denied_ > 0) return;
+    const std::string top = TopOf(open()->cause);
+    if (top != cause::kNoService && top != cause::kLinkDown) return;
+    SetCause(*open(), cause::kSim, Certainty::kProbable);
+    Prove(*open(), now_);
+    sim_confirmed_ = true;
+}
+
 void Historian::OnService(const Said& said) {
     switch (said.event) {
         case Event::kRegistration:
             answered_ = true;
+            JudgeSearch(said.number[1]);
             if (said.number[1] == kStateSearching) ++searching_;
             if (said.number[1] == kStateDenied) {
                 ++denied_;
@@ -548,12 +577,13 @@ void Historian::OnLink(const Said& said) {
                      Certainty::kProbable);
                 answered_ = true;
             }
+            dialed_since_reset_ = true;
             if (has_open_) {
                 Outage& outage = *open();
                 // A LongSung modem isn't asked for its registration: why no link came up isn't known then.
                 // And one dial in vain may have met whatever brought the link down.
                 const int telling = TopOf(outage.cause) == cause::kLinkDown ? kTellingDials : 1;
-                if (dials_ >= telling && registered_ && IsWeak(outage)) {
+                if (dials_ - untold_dials_ >= telling && registered_ && IsWeak(outage)) {
                     Prove(outage, now_);
                     SetCause(outage, cause::kDialFailed, Certainty::kProbable);
                 }
@@ -572,7 +602,9 @@ void Historian::OnLink(const Said& said) {
                                        : Open(dial_.is_set ? dial_.evidence : now_, dial_.is_set,
                                               cause::kDialFailed, Certainty::kProbable);
             Prove(outage, now_);
-            if (IsWeak(outage) && outage.resets.empty()) {
+            ++refused_dials_;
+            const int telling = TopOf(outage.cause) == cause::kLinkDown ? kTellingDials : 1;
+            if (IsWeak(outage) && outage.resets.empty() && refused_dials_ >= telling) {
                 SetCause(outage, cause::kDialFailed, Certainty::kProbable);
             }
             if (said.event == Event::kDialRefused) {
@@ -637,8 +669,9 @@ void Historian::OnLink(const Said& said) {
                                  now_.at.passed_ms - failed_checks_.back().at.passed_ms <= kCheckGap_ms;
             if (!goes_on) {
                 failed_checks_.clear();
-                sim_hesitated_ = false;
+                sim_hesitated_ = sim_was_there_ = false;
             }
+            sim_was_there_ |= asked_sim_.is_set && !sim_lost_.is_set;
             if (failed_checks_.empty()) {
                 const bool knows_loss =
                     look_down_.is_set && now_.at.passed_ms - look_down_.evidence.at.passed_ms < kCheckGap_ms;
@@ -672,6 +705,8 @@ void Historian::OnLink(const Said& said) {
                                   Certainty::kProbable);
             if (is_sim) Prove(outage, lost);
             Prove(outage, checks.back());
+            idle_ = 0;
+            searched_first_ = false;
             sim_confirmed_ = sim_hesitated_;
             const bool is_weak = weakest_rsrp_ <= kWeakRsrp;
             if (!is_sim && !sim_hesitated_ && is_weak) outage.cause = "link-down/weak-signal";
@@ -826,7 +861,7 @@ void Historian::OnReset(const Said& said) {
             return;
         }
         case Event::kSoftReset: {
-            imei_told_ = sim_flag_lost_ = false;
+            imei_told_ = sim_flag_lost_ = dialed_since_reset_ = false;
             if (in_hard_ || in_switch_ || awaits_soft_) {
                 in_hard_ = in_switch_ = awaits_soft_ = false;
                 decision_ = Event::kNone;

@@ -162,6 +162,7 @@ class Historian {
     bool IsWeak(const Outage& outage) const;
     void Mute();
     void JudgeSim(bool is_registered);
+    void JudgeSearch(int64_t state);
     Moment Now() const { return now_.at; }
 
     History history_;
@@ -187,7 +188,9 @@ class Historian {
     Mark dial_;
     Moment dialed_at_;  // the DHCP client was started, or the last look failed after it
     int64_t dhcp_passed_ms_ = 0;
-    int dials_ = 0;  // within the outage, in vain so far
+    int dials_ = 0;         // within the outage, in vain so far
+    int refused_dials_ = 0;  // the same, as far as the modem said so
+    int untold_dials_ = 0;   // those of dials_ after which the modem wasn't registered, either
     int64_t online_since_ms_ = -1;
     std::vector<Moment> online_at_;  // when the link came up, as far as the log shows it
     bool saw_progress_ = false;      // lines of level 5: silence tells something
@@ -206,6 +209,10 @@ class Historian {
     bool judged_by_second_sim_ = false;  // which may never have been there
     bool registered_ = false;            // the modem has said so since the link was lost
     Mark registration_;                  // the last answer of that kind
+    int idle_ = 0;                       // answers that say "doesn't search", since the link was lost
+    bool searched_first_ = false;        // or one that says "searches" came before
+    bool sim_was_there_ = false;         // it was asked as the link went down, and was ready
+    bool dialed_since_reset_ = false;
     bool imei_told_ = false;
     bool has_two_sims_ = false;
     bool has_orla_ = false;
