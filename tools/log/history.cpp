@@ -21,7 +21,7 @@ constexpr int kTellingAnswers = 3;
 constexpr int kProvingAnswers = 6;
 constexpr int kManySearches = 10;
 constexpr int kTellingDials = 2;
-constexpr int kTellingIdles = 2;
+constexpr int64_t kLeastSerialDigits = 14;  // fewer, and the line has swallowed some
 constexpr int kEarlyDials = 2;  // of a LongSung modem after the start, which may still be searching
 constexpr int kPortWaitsToTell = 6;
 constexpr int64_t kLookGap_ms = 8 * kSecond_ms;  // more than between two looks of an attempt
@@ -43,6 +43,10 @@ bool IsRegistered(int64_t state) {
 
 bool HoldsDigit(std::string_view text) {
     return std::any_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
+}
+
+int64_t CountDigits(std::string_view text) {
+    return std::count_if(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
 }
 
 bool HoldsAny(std::string_view text, std::initializer_list<std::string_view> words) {
@@ -374,12 +378,12 @@ void Historian::OnSim(const Said& said) {
             break;
         case Event::kSimNotReadyOnline:
             sim_flag_lost_ = true;
-            modem_hid_sim_ = false;
+            modem_hid_sim_ = sim_flag_judged_ = false;
             Note(&sim_lost_);
             break;
         case Event::kImei:
-            imei_told_ = HoldsDigit(said.text);
-            answered_ |= imei_told_;
+            imei_told_ = CountDigits(said.text) >= kLeastSerialDigits;
+            answered_ |= HoldsDigit(said.text);
             break;
         case Event::kImsi:
             if (HoldsDigit(said.text)) answered_ = true;
@@ -388,7 +392,8 @@ void Historian::OnSim(const Said& said) {
             // It is read when the SIM is ready: what looked like a missing one was something else.
             answered_ = true;
             if (outage != nullptr && outage->cause == cause::kSim && !sim_confirmed_) {
-                SetCause(*outage, cause::kModemMute, Certainty::kProbable);
+                const bool has_searched = searched_first_;
+                SetCause(*outage, has_searched ? cause::kNoService : cause::kModemMute, Certainty::kProbable);
             }
             if (outage != nullptr && outage->cause == cause::kSim && judged_by_second_sim_ &&
                 outage->resets.size() == 2) {
@@ -399,6 +404,7 @@ void Historian::OnSim(const Said& said) {
         case Event::kSimNotReady: {
             sim_flag_lost_ = true;
             modem_hid_sim_ = !imei_told_;
+            sim_flag_judged_ = false;
             if (outage == nullptr) {
                 if (state_ == State::kUnknown || state_ == State::kOnline) break;
                 if (!is_first_start_) break;
@@ -444,7 +450,17 @@ void Historian::OnSim(const Said& said) {
 /// there is one, the modem had only been mute for a while.
 void Historian::JudgeSim(bool is_registered) {
     registered_ |= is_registered;
+    const bool judges_flag = sim_flag_lost_ && !sim_flag_judged_;
+    if (judges_flag) modem_hid_sim_ = is_registered;
+    sim_flag_judged_ = true;
     Note(&registration_);
+    // Set up anew after checks without service, it has a SIM no more than a network.
+    if (judges_flag && !is_registered && has_open_ && open()->cause == cause::kNoService &&
+        open()->resets.size() == 1) {
+        SetCause(*open(), cause::kSim, Certainty::kProbable);
+        sim_confirmed_ = true;
+        judged_by_second_sim_ = has_two_sims_;
+    }
     if (!has_open_ || open()->cause != cause::kSim || sim_confirmed_) return;
     if (is_registered) {
         SetCause(*open(), cause::kModemMute, Certainty::kProbable);
@@ -457,7 +473,6 @@ void Historian::JudgeSim(bool is_registered) {
 /// has got its SIM back.
 void Historian::JudgeSearch(int64_t state) {
     if (state == kStateSearching || state == kStateIdle) {
-        modem_hid_sim_ = false;  // it answers
         // What the dial met was the loss of the service.
         if (dialed_since_reset_) {
             untold_dials_ = dials_ + (state_ == State::kDialed ? 1 : 0);
@@ -465,7 +480,7 @@ void Historian::JudgeSearch(int64_t state) {
         }
     }
     if (state == kStateIdle) ++idle_;
-    const bool begins = state == kStateSearching && idle_ >= kTellingIdles && !searched_first_;
+    const bool begins = state == kStateSearching && idle_ > 0 && !searched_first_;
     if (state == kStateSearching) searched_first_ = true;
     if (!begins || !has_open_ || sim_was_there_ || !open()->resets.empty() || denied_ > 0) return;
     const std::string top = TopOf(open()->cause);
@@ -906,6 +921,9 @@ void Historian::OnReset(const Said& said) {
             if (why == cause::kDataPath) NotePathOutage();
             Outage& outage = Ensure(cause::kUnknown, Certainty::kUnknown);
             Prove(outage, now_);
+            if (why == reason::kNoServiceRounds && IsWeak(outage)) {
+                SetCause(outage, cause::kNoService, Certainty::kProbable);
+            }
             const bool is_guess = why == cause::kDataPath && !path_probed_;
             ExpectHardReset(why, why == cause::kUnknown ? Certainty::kUnknown
                                  : is_guess             ? Certainty::kProbable

@@ -205,7 +205,8 @@ class Historian {
     bool answered_ = false;  // the modem has said anything since the outage began
     bool sim_confirmed_ = false;
     bool sim_flag_lost_ = false;         // the SIM wasn't ready when it was asked last
-    bool modem_hid_sim_ = false;         // it didn't tell its own number then, either
+    bool modem_hid_sim_ = false;         // the modem was mute then: it hid its own number, too
+    bool sim_flag_judged_ = false;       // by what the modem said of its registration next
     bool judged_by_second_sim_ = false;  // which may never have been there
     bool registered_ = false;            // the modem has said so since the link was lost
     Mark registration_;                  // the last answer of that kind
