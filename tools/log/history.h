@@ -188,7 +188,7 @@ class Historian {
     Mark dial_;
     Moment dialed_at_;  // the DHCP client was started, or the last look failed after it
     int64_t dhcp_passed_ms_ = 0;
-    int dials_ = 0;         // within the outage, in vain so far
+    int dials_ = 0;          // within the outage, in vain so far
     int refused_dials_ = 0;  // the same, as far as the modem said so
     int untold_dials_ = 0;   // those of dials_ after which the modem wasn't registered, either
     int64_t online_since_ms_ = -1;

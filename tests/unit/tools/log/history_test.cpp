@@ -162,12 +162,30 @@ TEST(History, OneDialInVainIsStillTheLossOfTheLink) {
     EXPECT_EQ(Told(Log().Tell(text + Dial(450, 4) + kLater)), "dial-failed probable 302..470; ");
 }
 
+constexpr char kRefused[] =
+    "330 ParseAtResult CEREG :0 1\n330 Connect Do connect.  2 times.\n"
+    "335 Connect Do connect fail, need connect again !\n";
+constexpr char kRefusedAgain[] =
+    "340 ParseAtResult CEREG :0 1\n340 Connect Do connect.  3 times.\n"
+    "345 Connect Do connect fail, need connect again !\n";
+
 TEST(History, ARefusedDial) {
-    const std::string text = kStart + OfflineChecks(300) +
-                             "330 ParseAtResult CEREG :0 1\n330 Connect Do connect.  2 times.\n"
-                             "335 Connect Do connect fail, need connect again !\n" +
-                             Dial(340, 3) + kLater;
-    EXPECT_EQ(Told(Log().Tell(text)), "dial-failed probable 302..360; ");
+    const std::string lost = kStart + OfflineChecks(300);
+    EXPECT_EQ(Told(Log().Tell(lost + kRefused + Dial(350, 3) + kLater)), "link-down probable 302..370; ");
+    EXPECT_EQ(Told(Log().Tell(lost + kRefused + kRefusedAgain + Dial(350, 4) + kLater)),
+              "dial-failed probable 302..370; ");
+}
+
+TEST(History, ADialRefusedWithoutServiceTellsNothing) {
+    const std::string text = kStart + OfflineChecks(300) + kRefused + "338 ParseAtResult CEREG :0 2\n" +
+                             kRefusedAgain + Dial(350, 4) + kLater;
+    EXPECT_EQ(Told(Log().Tell(text)), "link-down probable 302..370; ");
+}
+
+TEST(History, ADialInVainWithoutServiceTellsNothing) {
+    const std::string text = kStart + OfflineChecks(300) + Dial(330, 2) + "389 ParseAtResult CEREG :0 2\n" +
+                             Dial(390, 3) + Dial(450, 4) + kLater;
+    EXPECT_EQ(Told(Log().Tell(text)), "link-down probable 302..470; ");
 }
 
 std::string ServiceChecks(int at_seconds, int from, int to, const char* state) {
@@ -192,6 +210,46 @@ TEST(History, NoServiceAndItsSoftReset) {
 TEST(History, NoServiceWithAnswersThatTellLittleIsProbable) {
     const std::string text = kStart + OfflineChecks(300) + ServiceChecks(330, 1, 20, "0");
     EXPECT_EQ(Told(Log().Tell(text)), "no-service probable 302..; ");
+}
+
+TEST(History, AModemThatBeginsToSearchHasItsSimBack) {
+    const std::string lost = kStart + OfflineChecks(300);
+    const std::string idle = ServiceChecks(330, 1, 4, "0");
+    EXPECT_EQ(Told(Log().Tell(lost + idle + ServiceChecks(370, 5, 5, "2"))), "sim probable 302..; ");
+    // It has searched before: that is how it rests between two searches.
+    EXPECT_EQ(Told(Log().Tell(lost + ServiceChecks(330, 1, 2, "2") + ServiceChecks(350, 3, 4, "0") +
+                              ServiceChecks(370, 5, 5, "2"))),
+              "no-service probable 302..; ");
+    // Nothing that was said before the link was lost counts.
+    EXPECT_EQ(Told(Log().Tell(kStart + std::string("290 ParseAtResult CEREG :0 0\n") + OfflineChecks(300) +
+                              ServiceChecks(330, 1, 2, "2"))),
+              "no-service probable 302..; ");
+}
+
+TEST(History, ASimThatWasReadyAsTheLinkWentDownIsNone) {
+    const std::string asks = "301 CheckIfSimCardReady CheckIfSimCardReady: Check SIM!\n";
+    EXPECT_EQ(Told(Log().Tell(kStart + asks + OfflineChecks(300) + ServiceChecks(330, 1, 4, "0") +
+                              ServiceChecks(370, 5, 5, "2"))),
+              "no-service probable 301..; ");
+}
+
+TEST(History, NoSimIsFoundAfterTheChecksForService) {
+    const std::string text = kStart + OfflineChecks(300) + ServiceChecks(330, 1, 34, "0") +
+                             "665 Connect no service status,Soft reset once!\n665 SoftReset Soft reset!\n"
+                             "680 CheckCardIMEI CheckCardIMEI m_csIMEI= \n681 CheckSimCard Check SIM!\n"
+                             "693 CheckSimCard CheckSimCard: SIM is not ready!\n";
+    EXPECT_EQ(Told(Log().Tell(text + "700 ParseAtResult CEREG :0 0\n")),
+              "sim probable 302..; soft no-service 665; ");
+    EXPECT_EQ(Told(Log().Tell(text + "700 ParseAtResult CEREG :0 1\n")),
+              "no-service probable 302..; soft no-service 665; ");
+}
+
+TEST(History, TheThirdRoundIsNoServiceEvenAtTheFirstCheck) {
+    const std::string text = kStart + OfflineChecks(300) +
+                             "330 ParseAtResult CEREG :0 0\n"
+                             "330 Connect Check service softrest_times.  2/9 times.\n"
+                             "330 Task Connect error! Reset device...\n330 main kill udhcpc lte!!!\n";
+    EXPECT_EQ(Told(Log().Tell(text)), "no-service probable 302..; hard no-service-rounds 330; ");
 }
 
 TEST(History, TheThirdRoundIsAHardwareReset) {
@@ -237,6 +295,26 @@ TEST(History, AMissingSim) {
                      "346 CheckSimCard Check SIM!\n"
                      "358 CheckSimCard CheckSimCard: SIM is not ready!\n");
     EXPECT_EQ(Told(Log().Tell(text)), "sim certain 300..; soft sim 325; ");
+}
+
+TEST(History, APieceOfASerialNumberProvesNoMissingSim) {
+    const std::string text =
+        kStart + std::string(
+                     "300 CheckIfSimCardReady CheckIfSimCardReady: Check SIM!\n"
+                     "312 CheckIfSimCardReady CheckIfSimCardReady: SIM is not ready!\n"
+                     "312 Task Check connection. offline 1/10 times\n"
+                     "315 ParseAtResult CEREG :0 0\n315 Connect No SIM card detected!!!\n"
+                     "325 SoftReset Soft reset!\n345 CheckCardIMEI CheckCardIMEI m_csIMEI= 8676980\n"
+                     "346 CheckSimCard Check SIM!\n358 CheckSimCard CheckSimCard: SIM is not ready!\n");
+    EXPECT_EQ(Told(Log().Tell(text)), "sim probable 300..; soft sim 325; ");
+}
+
+TEST(History, AModemThatSearchesHasASim) {
+    const std::string text = kStart + OfflineChecks(300) +
+                             "330 ParseAtResult CEREG :0 2\n330 Connect No SIM card detected!!!\n"
+                             "340 SoftReset Soft reset!\n360 CheckSimCard Check SIM!\n"
+                             "362 ParseAtResult CARRIER :\n";
+    EXPECT_EQ(Told(Log().Tell(text)), "no-service probable 302..; soft sim 340; ");
 }
 
 TEST(History, AMissingSimThatShowsLateInAnOutageIsNotCertain) {
@@ -384,17 +462,22 @@ TEST(History, ADeadDataPathIsOneOutageAcrossItsRungs) {
 }
 
 TEST(History, APathThatIsNotProbedAfterAMuteModemIsThatModems) {
-    const auto told = [](const std::string& imei) {
+    const auto told = [](const std::string& imei, const std::string& state) {
         return Told(Log().Tell(
             kStart + std::string(kMute) + "351 SoftReset Soft reset!\n351 SoftReset kill udhcpc lte!!!\n" +
-            imei + "358 CheckSimCard CheckSimCard: SIM is not ready!\n" + Dial(390, 2) +
+            imei + "358 CheckSimCard CheckSimCard: SIM is not ready!\n" + state + Dial(390, 2) +
             "600 CheckNetwork Ping Check failed for first 2 times, ignore, check 1 times!\n"
             "620 CheckNetworkDoubleSim CEREG fail or Ping fail, need Switch SIM Card and Soft reset!\n"));
     };
-    EXPECT_EQ(told("355 CheckSimCard Get Card IMEI fail, m_csIMEI = \n"),
+    EXPECT_EQ(told("355 CheckSimCard Get Card IMEI fail, m_csIMEI = \n", ""),
               "modem-mute probable 300..410; modem-mute probable 600..; hard modem-mute 340; "
               "sim-switch data-path 620; ");
-    EXPECT_EQ(told("355 CheckCardIMEI CheckCardIMEI m_csIMEI= 867698041122330\n"),
+    // It tells its number, and is registered all the same.
+    const std::string known = "355 CheckCardIMEI CheckCardIMEI m_csIMEI= 867698041122330\n";
+    EXPECT_EQ(told(known, ""),
+              "modem-mute probable 300..410; modem-mute probable 600..; hard modem-mute 340; "
+              "sim-switch data-path 620; ");
+    EXPECT_EQ(told(known, "370 ParseAtResult CEREG :0 0\n"),
               "modem-mute probable 300..410; sim probable 600..; hard modem-mute 340; "
               "sim-switch data-path 620; ");
 }
