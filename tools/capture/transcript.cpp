@@ -627,6 +627,7 @@ Transcript ReadTranscript(ravelin_log::Reader& reader) {
         last_wall_ms = line.time_ms;
         has_said = true;
         ends_with_cr = line.has_cr;
+        transcript.has_lines = true;
         transcript.end_ms = said.at_ms;
         transcript.last_words = said.text;
     }

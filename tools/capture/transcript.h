@@ -71,6 +71,7 @@ struct Transcript {
     int64_t torn = 0;     // exchanges that are cut
     int64_t full = 0;     // reads that are as long as one can be
     int64_t percent = 0;  // answers with a "%", of which the log shows one for two
+    bool has_lines = false;
     int64_t end_ms = 0;
     std::string last_words;  // message of the last line
 };

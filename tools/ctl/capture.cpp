@@ -33,7 +33,7 @@ int Capture(const Options& options) {
     }
     const capture::Transcript transcript = capture::ReadTranscript(reader);
     for (const std::string& complaint : reader.complaints()) Complain(kName, complaint);
-    if (transcript.end_ms == 0 && transcript.events.empty()) {
+    if (!transcript.has_lines) {
         Complain(kName, "no line of the daemon's log is in it");
         return kStatusNoStory;
     }

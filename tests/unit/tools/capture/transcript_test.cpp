@@ -38,6 +38,12 @@ std::vector<Event> Of(const Transcript& transcript, Event::Kind kind) {
 
 const std::string kTransport = " network_daemon/cellular_transport.cpp:AtRequest:46:";
 
+TEST(Transcript, OneLineAtTheFirstMomentIsALog) {
+    EXPECT_TRUE(
+        Read("04:05:06.7 network_daemon/cellular_settings.cpp:SetCell_fd:132:SetCell_fd = 3\n").has_lines);
+    EXPECT_FALSE(Read("no word of the daemon\n").has_lines);
+}
+
 TEST(Transcript, ParsesAnExchange) {
     std::string command, answer;
     EXPECT_TRUE(
