@@ -44,6 +44,8 @@ ln LOG twin
 check "by another name too" ends 2 LOG -o twin
 check "and is as it was" cmp -s LOG kept
 check "no log" ends 1 none -o page.html
+gzip -c LOG | head -c 30000 >torn.gz
+check "a packed log that was cut is drawn as far as it goes" eval 'ends 1 torn.gz -o torn.html && grep -q "torn.gz: is damaged" err && [ -s torn.html ]'
 check "no output named" ends 2 LOG
 check "no log named" ends 2 -o page.html
 mkdir somewhere

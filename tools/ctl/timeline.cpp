@@ -47,7 +47,7 @@ int DrawTimeline(const Options& options) {
         Complain(kName, problem);
         return kStatusNotDone;
     }
-    return kStatusDone;
+    return reader.is_whole() ? kStatusDone : kStatusNotDone;
 }
 
 }  // namespace
@@ -67,7 +67,7 @@ Command TimelineCommand() {
         "a stick. It "
         "holds lines of the log, and with them what those tell of a SIM.";
     command.exit_statuses = {{kStatusDone, "the page was written, whatever the log says"},
-                             {kStatusNotDone, "a log can't be read, or the page can't be written"}};
+                             {kStatusNotDone, "the page can't be written, or a log can't be read, or not to its end: what can is drawn"}};
     command.declare = [](CLI::App& app) -> Run {
         const auto options = std::make_shared<Options>();
         app.add_option("LOG", options->logs, "logs, in any order; - is standard input")
