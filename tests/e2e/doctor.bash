@@ -31,8 +31,17 @@ start_doctors_board() {
     chmod 0755 $TOOL_FOLDER $TOOL_FOLDER/QFirehose*
     umask 022
     grep -q ^nobody: /etc/passwd || echo "nobody:x:65534:65534:nobody:/:/bin/false" >>/etc/passwd
+    start_doctors_daemon
+}
+
+# The pipe is opened by a thread of its own, while the modem's port may be open already.
+reads_pipe() {
+    [ -n "$(find "/proc/$DAEMON/fd" -lname '*/ravelin_fifo' 2>/dev/null)" ]
+}
+start_doctors_daemon() {
     start_daemon
     await_log 30 "open device  $MODEM_PORT  ok!"
+    wait_for 30 reads_pipe || fail "the daemon doesn't read its pipe"
 }
 
 # doctor [OPTION]...: its report is in $REPORT; the status is its own, or 124 when it doesn't end.

@@ -55,6 +55,5 @@ wait $DAEMON $BUS 2>/dev/null
 sed 's|<deny |<allow |' "$REPOSITORY/tests/e2e/system_bus.conf" >/tmp/open.conf
 start_bus /tmp/open.conf || fail "the bus doesn't start"
 unset RAVELIN_BUS_ADDRESS
-start_daemon
-await_log 30 "open device  $MODEM_PORT  ok!"
+start_doctors_daemon
 check "a policy that isn't in force" finds 3 policy-not-in-force
