@@ -9,6 +9,7 @@
 #include <execinfo.h>
 #include <fcntl.h>
 #include <link.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -152,17 +153,18 @@ void AddToSite(uintptr_t offset, bool is_own) {
     figures.sites[figures.site_count++] = {offset, is_own, 1};
 }
 
-/// Finds out who asked for `block`: the first caller that is neither libc nor libstdc++.
+/// Finds out who asked for `block`: the first caller that is neither libc nor libstdc++, nor virtual time
+/// where it stands in front of a call of libc.
 void Attribute(void* block) {
     std::array<void*, 24> frames;
     const int count = backtrace(frames.data(), static_cast<int>(frames.size()));
     int i = 0;
     while (i < count && ModuleOf(frames[i]) == Module::kForeign) ++i;  // this library
     const bool is_own = i < count && ModuleOf(frames[i]) != Module::kLibc;
-    while (i < count && (ModuleOf(frames[i]) == Module::kLibc || ModuleOf(frames[i]) == Module::kCpp)) ++i;
+    while (i < count && ModuleOf(frames[i]) != Module::kDaemon) ++i;
 
     const Lock lock;
-    if (i == count || ModuleOf(frames[i]) != Module::kDaemon) {
+    if (i == count) {
         ++figures.foreign;
         return;
     }
@@ -315,10 +317,14 @@ void free(void* block) {
     __libc_free(block);
 }
 
-FILE* fopen(const char* path, const char* mode) {
-    using Function = FILE* (*)(const char*, const char*);
-    static const auto next = reinterpret_cast<Function>(dlsym(RTLD_NEXT, "fopen"));
-    if (window > 0 && mode[0] == 'w' && IsStatusFile(path)) CountPass();
-    return next(path, mode);
+int open(const char* path, int flags, ...) {
+    using Function = int (*)(const char*, int, ...);
+    static const auto next = reinterpret_cast<Function>(dlsym(RTLD_NEXT, "open"));
+    if (window > 0 && (flags & O_TRUNC) != 0 && IsStatusFile(path)) CountPass();
+    va_list arguments;
+    va_start(arguments, flags);
+    const mode_t mode = (flags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(arguments, mode_t) : 0;
+    va_end(arguments);
+    return next(path, flags, mode);
 }
 }
