@@ -4,7 +4,7 @@
 #include <fcntl.h>
 
 #include <cctype>
-#include <fstream>
+#include <cstdio>
 #include <string>
 
 #include <rapidjson/istreamwrapper.h>
@@ -33,6 +33,20 @@ class JsonStream {
 
   private:
     FileReader& file_;
+};
+
+/// The same for writing.
+class JsonOutput {
+  public:
+    // NOLINTNEXTLINE(readability-identifier-naming): a name that the wrapper looks for
+    using char_type = char;
+
+    explicit JsonOutput(FILE* file) : file_(file) {}
+    void put(char_type c) { putc(c, file_); }
+    void flush() { fflush(file_); }
+
+  private:
+    FILE* file_;
 };
 
 std::string LowerCase(std::string text) {
@@ -67,14 +81,16 @@ int ConfigController::ReadJsonFile(const std::string& path, rapidjson::Document&
 }
 
 int ConfigController::WriteJsonFile(const std::string& path, const rapidjson::Document& document) {
-    std::ofstream file(path);
-    if (!file.is_open()) {
+    FILE* file = fopen(path.c_str(), "w");
+    if (file == nullptr) {
         TRACE(kLogProgress, "[Config]WriteJsonFile Failed to open network.json file:  %s\n", path.c_str());
         return 0;
     }
-    rapidjson::OStreamWrapper stream(file);
-    rapidjson::PrettyWriter<rapidjson::OStreamWrapper> writer(stream);
+    JsonOutput output(file);
+    rapidjson::BasicOStreamWrapper<JsonOutput> stream(output);
+    rapidjson::PrettyWriter<decltype(stream)> writer(stream);
     document.Accept(writer);
+    fclose(file);
     return 1;
 }
 

@@ -16,10 +16,17 @@ namespace {
 constexpr char kLogIdent[] = "ravelin-mobile";
 constexpr int kFailed = -1;
 
+BusLink* the_link = nullptr;
+
+void MakeLink() {
+    the_link = new BusLink;
+}
+
 /// Never destroyed: its thread works until the very end of the process.
 BusLink& Link() {
-    static BusLink* link = new BusLink;
-    return *link;
+    static pthread_once_t once = PTHREAD_ONCE_INIT;
+    pthread_once(&once, MakeLink);
+    return *the_link;
 }
 
 void OpenLog() {
