@@ -10,7 +10,7 @@
 
 #include "support/MkUtils.h"
 #include "support/build_info.h"
-#include "support/text_file.h"
+#include "support/file_writer.h"
 #include "support/text_util.h"
 #include "support/trace_log.h"
 
@@ -40,7 +40,7 @@ const char* BoolWord(uint8_t flag) {
     return flag != 0 ? "TRUE" : "FALSE";
 }
 
-void WriteCsq(TextFile& file, const CellBase& cell) {
+void WriteCsq(FileWriter& file, const CellBase& cell) {
     if (cell.m_nCSQ != 0) {
         file.Print("CSQ=%d\n", cell.m_nCSQ);
     } else {
@@ -48,18 +48,18 @@ void WriteCsq(TextFile& file, const CellBase& cell) {
     }
 }
 
-void WriteUptime(TextFile& file, CellBase& cell) {
+void WriteUptime(FileWriter& file, CellBase& cell) {
     const int32_t hours = cell.GetOnlineSeconds() / kSecondsPerHour;
     const int32_t minutes = cell.GetOnlineSeconds() / kSecondsPerMinute % kMinutesPerHour;
     const int32_t seconds = cell.GetOnlineSeconds() % kSecondsPerMinute;
     file.Print("Uptime=%02d:%02d:%02d\n", hours, minutes, seconds);
 }
 
-void WriteBuild(TextFile& file) {
+void WriteBuild(FileWriter& file) {
     file.Print("GIT_VERSION=%s\n", kBuildCommitShort);
 }
 
-void WriteNow(TextFile& file) {
+void WriteNow(FileWriter& file) {
     const time_t now = time(nullptr);
     const tm* local = localtime(&now);
     const char* text = local != nullptr ? asctime(local) : nullptr;
@@ -69,7 +69,7 @@ void WriteNow(TextFile& file) {
 
 /// False when the file can't be opened: then no other file is written either.
 bool WriteMainFile(CellBase& cell) {
-    TextFile file(kStatusPath);
+    FileWriter file(kStatusPath);
     if (!file.is_open()) {
         fprintf(stderr, "Open file %s error!\n", kStatusPath);
         return false;
@@ -98,7 +98,7 @@ bool WriteMainFile(CellBase& cell) {
 }
 
 void WriteSignalFile(CellBase& cell) {
-    TextFile file(kSignalPath);
+    FileWriter file(kSignalPath);
     if (!file.is_open()) {
         fprintf(stderr, "Open file signal_status error!\n");
         return;
@@ -129,7 +129,7 @@ void DeriveRssi(CellBase& cell) {
 }
 
 void Write3630File(CellBase& cell) {
-    TextFile file(k3630Path);
+    FileWriter file(k3630Path);
     if (!file.is_open()) {
         fprintf(stderr, "Open file 3630_status error!\n");
         return;

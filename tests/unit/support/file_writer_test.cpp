@@ -1,5 +1,5 @@
 // Status files on a real disk: what is in them, and by which calls it got there.
-#include "support/text_file.h"
+#include "support/file_writer.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -72,10 +72,10 @@ ssize_t ThreeBytes(int fd, const void* from, size_t) {
     return __real_write(fd, from, 3);
 }
 
-class TextFileTest : public testing::Test {
+class FileWriterTest : public testing::Test {
   protected:
     void SetUp() override {
-        char pattern[] = "/tmp/text_file_test.XXXXXX";
+        char pattern[] = "/tmp/file_writer_test.XXXXXX";
         folder = mkdtemp(pattern);
         path = folder + "/status";
         calls = Calls();
@@ -96,7 +96,7 @@ class TextFileTest : public testing::Test {
     void Write(const std::vector<std::string>& texts) {
         calls.are_watched = true;
         {
-            TextFile file(path.c_str());
+            FileWriter file(path.c_str());
             EXPECT_TRUE(file.is_open());
             for (const std::string& text : texts) file.Print("%s", text.c_str());
         }
@@ -107,28 +107,28 @@ class TextFileTest : public testing::Test {
     std::string path;
 };
 
-TEST_F(TextFileTest, IsWrittenInOnePieceWhenItIsWhole) {
+TEST_F(FileWriterTest, IsWrittenInOnePieceWhenItIsWhole) {
     Write({"IMSI=1\n", "", "CSQ=\n"});
     EXPECT_EQ(Read(), "IMSI=1\nCSQ=\n");
     EXPECT_EQ(calls.made, (std::vector<std::string>{"open", "write 12", "close"}));
 }
 
-TEST_F(TextFileTest, IsEmptiedAtOnceAndFilledAtTheEnd) {
+TEST_F(FileWriterTest, IsEmptiedAtOnceAndFilledAtTheEnd) {
     std::ofstream(path) << "what was there before";
-    TextFile file(path.c_str());
+    FileWriter file(path.c_str());
     EXPECT_EQ(Read(), "");
     file.Print("Online=%s\n", "TRUE");
     EXPECT_EQ(Read(), "");
 }
 
-TEST_F(TextFileTest, WithoutTextItIsEmpty) {
+TEST_F(FileWriterTest, WithoutTextItIsEmpty) {
     std::ofstream(path) << "before";
     Write({});
     EXPECT_EQ(Read(), "");
     EXPECT_EQ(calls.made, (std::vector<std::string>{"open", "close"}));
 }
 
-TEST_F(TextFileTest, IsMadeWithThePermissionsThatTheMaskLeaves) {
+TEST_F(FileWriterTest, IsMadeWithThePermissionsThatTheMaskLeaves) {
     const mode_t before = umask(022);
     Write({"x"});
     umask(before);
@@ -137,7 +137,7 @@ TEST_F(TextFileTest, IsMadeWithThePermissionsThatTheMaskLeaves) {
     EXPECT_EQ(info.st_mode & 07777, 0644u);
 }
 
-TEST_F(TextFileTest, TextLongerThanTheBufferIsAllThere) {
+TEST_F(FileWriterTest, TextLongerThanTheBufferIsAllThere) {
     std::vector<std::string> lines;
     std::string expected;
     for (int i = 0; i < 900; ++i) {
@@ -149,14 +149,14 @@ TEST_F(TextFileTest, TextLongerThanTheBufferIsAllThere) {
     EXPECT_EQ(calls.made.size(), 2 + expected.size() / 4096 + 1);
 }
 
-TEST_F(TextFileTest, OneLineFillsTheBufferAndNoMore) {
+TEST_F(FileWriterTest, OneLineFillsTheBufferAndNoMore) {
     for (const size_t length : {4094u, 4095u, 4096u, 9000u}) {
         Write({"a", std::string(length, 'x'), "z"});
         EXPECT_EQ(Read(), "a" + std::string(length < 4096 ? length : 4095, 'x') + "z") << length;
     }
 }
 
-TEST_F(TextFileTest, TornWriteGoesOnWhereItWasTorn) {
+TEST_F(FileWriterTest, TornWriteGoesOnWhereItWasTorn) {
     calls.writes = {ThreeBytes, Interrupted, ThreeBytes};
     Write({"Online=TRUE\n"});
     EXPECT_EQ(Read(), "Online=TRUE\n");
@@ -164,25 +164,25 @@ TEST_F(TextFileTest, TornWriteGoesOnWhereItWasTorn) {
               (std::vector<std::string>{"open", "write 12", "write 9", "write 9", "write 6", "close"}));
 }
 
-TEST_F(TextFileTest, FullDiskKeepsWhatFitted) {
+TEST_F(FileWriterTest, FullDiskKeepsWhatFitted) {
     calls.writes = {ThreeBytes, NoRoom};
     Write({"Online=TRUE\n"});
     EXPECT_EQ(Read(), "Onl");
     EXPECT_EQ(calls.made, (std::vector<std::string>{"open", "write 12", "write 9", "close"}));
 }
 
-TEST_F(TextFileTest, DiskThatTakesNothingAndSaysNothingEndsIt) {
+TEST_F(FileWriterTest, DiskThatTakesNothingAndSaysNothingEndsIt) {
     calls.writes = {[](int, const void*, size_t) -> ssize_t { return 0; }};
     Write({"Online=TRUE\n"});
     EXPECT_EQ(Read(), "");
     EXPECT_EQ(calls.made, (std::vector<std::string>{"open", "write 12", "close"}));
 }
 
-TEST_F(TextFileTest, FileThatCannotBeWrittenTakesNothing) {
+TEST_F(FileWriterTest, FileThatCannotBeWrittenTakesNothing) {
     const char* running = "/proc/thread-self/exe";  // refuses writers, even to the superuser
     calls.are_watched = true;
     {
-        TextFile file(running);
+        FileWriter file(running);
         EXPECT_FALSE(file.is_open());
         file.Print("%s", "Online=TRUE\n");
     }
@@ -190,8 +190,8 @@ TEST_F(TextFileTest, FileThatCannotBeWrittenTakesNothing) {
     EXPECT_EQ(calls.made, std::vector<std::string>{"open"});
 }
 
-TEST_F(TextFileTest, FolderIsNoFile) {
-    EXPECT_FALSE(TextFile(folder.c_str()).is_open());
+TEST_F(FileWriterTest, FolderIsNoFile) {
+    EXPECT_FALSE(FileWriter(folder.c_str()).is_open());
 }
 
 }  // namespace

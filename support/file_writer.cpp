@@ -1,4 +1,4 @@
-#include "support/text_file.h"
+#include "support/file_writer.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -24,15 +24,15 @@ void WriteAll(int fd, const char* text, size_t length) {
 
 }  // namespace
 
-TextFile::TextFile(const char* path) : fd_(open(path, O_WRONLY | O_CREAT | O_TRUNC, kPermissions)) {}
+FileWriter::FileWriter(const char* path) : fd_(open(path, O_WRONLY | O_CREAT | O_TRUNC, kPermissions)) {}
 
-TextFile::~TextFile() {
+FileWriter::~FileWriter() {
     if (!is_open()) return;
     WriteOut();
     close(fd_);
 }
 
-void TextFile::Print(const char* format, ...) {
+void FileWriter::Print(const char* format, ...) {
     if (!is_open()) return;
     va_list arguments;
     va_start(arguments, format);
@@ -47,7 +47,7 @@ void TextFile::Print(const char* format, ...) {
 }
 
 /// False: no room for all of it and its terminator. The text is as long as it was.
-bool TextFile::TryPrint(const char* format, va_list arguments) {
+bool FileWriter::TryPrint(const char* format, va_list arguments) {
     const size_t room = sizeof text_ - length_;
     const int added = vsnprintf(text_ + length_, room, format, arguments);
     if (added < 0) return true;  // a conversion that the library refuses adds nothing
@@ -56,7 +56,7 @@ bool TextFile::TryPrint(const char* format, va_list arguments) {
     return true;
 }
 
-void TextFile::WriteOut() {
+void FileWriter::WriteOut() {
     WriteAll(fd_, text_, length_);
     length_ = 0;
 }

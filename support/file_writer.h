@@ -5,16 +5,16 @@
 #include <cstdarg>
 #include <cstddef>
 
-class TextFile {
+class FileWriter {
   public:
     /// Empties the file, or makes it.
-    explicit TextFile(const char* path);
+    explicit FileWriter(const char* path);
 
     /// Writes the text and closes the file. Failures are not told: a full disk keeps what fitted.
-    ~TextFile();
+    ~FileWriter();
 
-    TextFile(const TextFile&) = delete;
-    TextFile& operator=(const TextFile&) = delete;
+    FileWriter(const FileWriter&) = delete;
+    FileWriter& operator=(const FileWriter&) = delete;
 
     /// False: it can't be opened for writing. Prints then lead nowhere.
     bool is_open() const { return fd_ >= 0; }
