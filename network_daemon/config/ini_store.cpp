@@ -160,7 +160,7 @@ bool MergeLines(FILE* copy, FILE* file, IniEntry** table) {
     while ((length = ReadPiece(reader, line)) > 0) {
         if (!MergeLine(file, line, length, table)) return false;
     }
-    return true;
+    return !reader.has_failed();
 }
 
 }  // namespace
