@@ -275,6 +275,8 @@ void BusLink::WaitAndReconnect() {
 /// Until the bus has something, can take something, another thread has queued a record, or the time has run
 /// out. Reads and writes what is possible at once. libdbus itself would ask the socket a second time.
 void BusLink::WaitForTraffic(int timeout_ms) {
+    // A connection that a handler or a call has found dead has no watch left that would end the wait.
+    if (!dbus_connection_get_is_connected(connection_)) return;
     pollfd fds[2] = {{-1, 0, 0}, {wake_fd_, POLLIN, 0}};
     for (DBusWatch* watch : watches_) {
         if (!dbus_watch_get_enabled(watch)) continue;

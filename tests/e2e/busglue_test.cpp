@@ -102,6 +102,15 @@ int AnswerReversed(int length, unsigned char* bytes, void* context, busglue_repl
     return 0;
 }
 
+std::atomic<bool> may_answer = false;
+
+int AnswerWhenItMay(int length, unsigned char* bytes, void* context, busglue_reply reply) {
+    requests.Add(length, bytes);
+    EXPECT_TRUE(Eventually([] { return may_answer.load(); }));
+    reply(0, nullptr, context);
+    return 0;
+}
+
 int AnswerEmpty(int length, unsigned char* bytes, void* context, busglue_reply reply) {
     requests.Add(length, bytes);
     reply(0, nullptr, context);
@@ -502,6 +511,18 @@ TEST_F(BusglueTest, BusThatGoesAwayIsJoinedAgain) {
     DbusSend("--type=signal /busglue/ravelin busglue.ravelin.reset array:byte:5");
     EXPECT_TRUE(signals.WaitFor(1));
     EXPECT_GE(Send("OCPP.Message", {1}, TakeReply), 0);
+}
+
+// It is the answer that finds out; no record is sent that would wake the library.
+TEST_F(BusglueTest, BusThatGoesAwayWhileAHandlerWorksIsJoinedAgain) {
+    ASSERT_GE(JoinAsDaemon(AnswerWhenItMay), 0);
+    std::thread caller([this] { CallByDbusSend("array:byte:1"); });
+    EXPECT_TRUE(requests.WaitFor(1));
+    StopBus();
+    caller.join();
+    may_answer = true;
+    StartBus();
+    EXPECT_TRUE(AwaitOwner(kDaemonName));
 }
 
 constexpr char kStrangersCall[] = "call busglue.RAVELIN /busglue/RAVELIN busglue.RAVELIN Message ";
