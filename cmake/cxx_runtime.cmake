@@ -28,6 +28,7 @@ endif()
 function(link_without_cxx_library target)
     if(RAVELIN_WITHOUT_CXX_LIBRARY)
         target_sources(${target} PRIVATE ${CMAKE_SOURCE_DIR}/platform/cxx_runtime/cxx_runtime.cpp)
-        target_link_options(${target} PRIVATE -static-libstdc++)
+        # 32-bit ARM divides by the compiler's own library, which is shared otherwise.
+        target_link_options(${target} PRIVATE -static-libstdc++ -static-libgcc)
     endif()
 endfunction()

@@ -1,15 +1,15 @@
 #!/bin/bash
-# cxx_runtime.sh PROBE: without the shared C++ library all works as with it; where that would throw, the process ends on
-# SIGABRT after a word on standard error.
+# cxx_runtime.sh [EMULATOR] PROBE: without the shared C++ library all works as with it; where that would throw, the process
+# ends on SIGABRT after a word on standard error.
 set -u
-probe=$1
+probe=("$@")
 status=0
 ulimit -c 0
 
 # ends WORD TEXT: the probe ends on SIGABRT, and says TEXT.
 ends() {
     local said ended
-    said=$("$probe" "$1" 2>&1)
+    said=$("${probe[@]}" "$1" 2>&1)
     ended=$?
     if [ $ended -ne 134 ] || [[ $said != *"$2"* ]]; then
         echo "$1: ended with $ended and said \"$said\"" >&2
@@ -17,7 +17,7 @@ ends() {
     fi
 }
 
-[ "$("$probe")" = fine ] || status=1
+[ "$("${probe[@]}")" = fine ] || status=1
 ends memory "out of memory"
 ends length "basic_string"
 ends vector "vector"

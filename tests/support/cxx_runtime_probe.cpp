@@ -39,7 +39,7 @@ int main(int argc, char** argv) {
     const char* what = argc > 1 ? argv[1] : "";
     volatile size_t size = PTRDIFF_MAX - 100;
     std::string text = "text";
-    if (strcmp(what, "memory") == 0) text.assign(new char[size]);
+    while (strcmp(what, "memory") == 0) text.assign(new char[size], 0);  // 32 bits have room for one
     if (strcmp(what, "length") == 0) text.resize(size + 100);
     if (strcmp(what, "vector") == 0) std::vector<std::string>(1).resize(size);
     if (strcmp(what, "position") == 0) text.insert(size, "x");
