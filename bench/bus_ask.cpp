@@ -55,7 +55,8 @@ int main(int argc, char** argv) {
         for (; asked < count && asked < answered + window; ++asked) {
             DBusMessage* question = dbus_message_new_method_call(
                 argv[2], argv[3], method.substr(0, dot).c_str(), method.substr(dot + 1).c_str());
-            if (text != nullptr) dbus_message_append_args(question, DBUS_TYPE_STRING, &text, DBUS_TYPE_INVALID);
+            if (text != nullptr)
+                dbus_message_append_args(question, DBUS_TYPE_STRING, &text, DBUS_TYPE_INVALID);
             dbus_connection_send(bus, question, nullptr);
             dbus_message_unref(question);
         }
