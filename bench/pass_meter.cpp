@@ -3,13 +3,16 @@
 //
 // Asked for by the environment: PASS_METER_REPORT is the file to write, PASS_METER_SKIP the passes to let go
 // by, PASS_METER_PASSES the length of each of two windows. The first window measures processor time; the
-// second, in which the meter itself takes time, notes the place in the daemon from which each heap allocation
-// comes. Children of the daemon are not measured.
+// second, in which the meter itself takes time, counts system calls, and notes the place in the daemon from
+// which each heap allocation comes. Children of the daemon are not measured.
 #include <dlfcn.h>
 #include <execinfo.h>
 #include <fcntl.h>
 #include <link.h>
+#include <sys/select.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
+#include <sys/sysinfo.h>
 #include <unistd.h>
 
 #include <array>
@@ -92,6 +95,7 @@ struct Figures {
     long own;
     long libc;
     long foreign;
+    long system_calls;
 };
 
 /// Blocks that were allocated for the daemon in the window and are still there.
@@ -152,17 +156,18 @@ void AddToSite(uintptr_t offset, bool is_own) {
     figures.sites[figures.site_count++] = {offset, is_own, 1};
 }
 
-/// Finds out who asked for `block`: the first caller that is neither libc nor libstdc++.
+/// Finds out who asked for `block`: the first caller that is neither libc nor libstdc++, nor virtual time
+/// where it stands in front of a call of libc.
 void Attribute(void* block) {
     std::array<void*, 24> frames;
     const int count = backtrace(frames.data(), static_cast<int>(frames.size()));
     int i = 0;
     while (i < count && ModuleOf(frames[i]) == Module::kForeign) ++i;  // this library
     const bool is_own = i < count && ModuleOf(frames[i]) != Module::kLibc;
-    while (i < count && (ModuleOf(frames[i]) == Module::kLibc || ModuleOf(frames[i]) == Module::kCpp)) ++i;
+    while (i < count && ModuleOf(frames[i]) != Module::kDaemon) ++i;
 
     const Lock lock;
-    if (i == count || ModuleOf(frames[i]) != Module::kDaemon) {
+    if (i == count) {
         ++figures.foreign;
         return;
     }
@@ -184,6 +189,13 @@ void NoteFree(void* block) {
     DropBlock(block);
 }
 
+/// Of those that libc makes on its own account, as for a stream, none is seen.
+void NoteSystemCall(const void* caller) {
+    if (!counts_allocations || ModuleOf(caller) != Module::kDaemon) return;
+    const Lock lock;
+    ++figures.system_calls;
+}
+
 // Passes and the report
 
 long skip = 0;
@@ -192,6 +204,8 @@ char report_path[512];
 long passes = 0;
 int64_t cpu_at_start_ns = 0;
 int64_t cpu_ns = 0;
+int64_t time_at_start_ns = 0;
+int64_t time_ns = 0;
 
 struct Memory {
     long resident_kib;
@@ -201,9 +215,9 @@ Memory memory_at_start = {};
 Memory memory_at_end = {};  // of the first window: in the second one the meter itself looks at many pages
 
 /// Past virtual time, which stands in front of the calls of the C library.
-int64_t CpuTimeNs() {
+int64_t ClockNs(clockid_t clock) {
     timespec now = {};
-    syscall(SYS_clock_gettime, CLOCK_PROCESS_CPUTIME_ID, &now);
+    syscall(SYS_clock_gettime, clock, &now);
     return now.tv_sec * int64_t{1000000000} + now.tv_nsec;
 }
 
@@ -240,7 +254,9 @@ void Report() {
         memory_at_end.resident_kib - memory_at_start.resident_kib);
     Put(fd, "private_kib %ld\nprivate_growth_kib %ld\n", memory_at_end.private_kib,
         memory_at_end.private_kib - memory_at_start.private_kib);
-    Put(fd, "passes %ld\ncpu_ns %lld\n", window, static_cast<long long>(cpu_ns));
+    Put(fd, "passes %ld\ncpu_ns %lld\ntime_ns %lld\n", window, static_cast<long long>(cpu_ns),
+        static_cast<long long>(time_ns));
+    Put(fd, "system_calls %ld\n", figures.system_calls);
     Put(fd, "own_allocations %ld\nlibc_allocations %ld\n", figures.own, figures.libc);
     Put(fd, "foreign_allocations %ld\nlost_sites %ld\nlive_blocks %ld\n", figures.foreign, figures.lost,
         live_blocks);
@@ -257,9 +273,11 @@ void CountPass() {
     ++passes;
     if (passes == skip) {
         memory_at_start = ReadMemory();
-        cpu_at_start_ns = CpuTimeNs();
+        cpu_at_start_ns = ClockNs(CLOCK_PROCESS_CPUTIME_ID);
+        time_at_start_ns = ClockNs(CLOCK_MONOTONIC);
     } else if (passes == skip + window) {
-        cpu_ns = CpuTimeNs() - cpu_at_start_ns;
+        cpu_ns = ClockNs(CLOCK_PROCESS_CPUTIME_ID) - cpu_at_start_ns;
+        time_ns = ClockNs(CLOCK_MONOTONIC) - time_at_start_ns;
         memory_at_end = ReadMemory();
         counts_allocations = true;
     } else if (passes == skip + 2 * window) {
@@ -315,10 +333,51 @@ void free(void* block) {
     __libc_free(block);
 }
 
-FILE* fopen(const char* path, const char* mode) {
-    using Function = FILE* (*)(const char*, const char*);
-    static const auto next = reinterpret_cast<Function>(dlsym(RTLD_NEXT, "fopen"));
-    if (window > 0 && mode[0] == 'w' && IsStatusFile(path)) CountPass();
-    return next(path, mode);
+// The calls of a steady pass that lead to the system.
+
+#define NEXT(name)                                                                             \
+    ([] {                                                                                      \
+        static const auto next = reinterpret_cast<decltype(&::name)>(dlsym(RTLD_NEXT, #name)); \
+        return next;                                                                           \
+    }())
+
+int open(const char* path, int flags, ...) {
+    NoteSystemCall(__builtin_return_address(0));
+    if (window > 0 && (flags & O_TRUNC) != 0 && IsStatusFile(path)) CountPass();
+    va_list arguments;
+    va_start(arguments, flags);
+    const mode_t mode = (flags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(arguments, mode_t) : 0;
+    va_end(arguments);
+    return NEXT(open)(path, flags, mode);
+}
+
+int close(int fd) {
+    NoteSystemCall(__builtin_return_address(0));
+    return NEXT(close)(fd);
+}
+
+ssize_t read(int fd, void* to, size_t size) {
+    NoteSystemCall(__builtin_return_address(0));
+    return NEXT(read)(fd, to, size);
+}
+
+ssize_t write(int fd, const void* from, size_t size) {
+    NoteSystemCall(__builtin_return_address(0));
+    return NEXT(write)(fd, from, size);
+}
+
+int access(const char* path, int mode) noexcept {
+    NoteSystemCall(__builtin_return_address(0));
+    return NEXT(access)(path, mode);
+}
+
+int sysinfo(struct sysinfo* info) noexcept {
+    NoteSystemCall(__builtin_return_address(0));
+    return NEXT(sysinfo)(info);
+}
+
+int select(int count, fd_set* reads, fd_set* writes, fd_set* excepts, timeval* timeout) {
+    NoteSystemCall(__builtin_return_address(0));
+    return NEXT(select)(count, reads, writes, excepts, timeout);
 }
 }

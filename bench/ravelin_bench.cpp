@@ -6,11 +6,13 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <string>
 
 #include <benchmark/benchmark.h>
 
 #include "bench/silent_output.h"
 #include "network_daemon/cellular.h"
+#include "network_daemon/config/ConfigController.h"
 #include "network_daemon/config/ini_store.h"
 #include "platform/busglue/busglue.h"
 #include "support/text_util.h"
@@ -72,22 +74,76 @@ constexpr char kUsualSettings[] =
     "BRACKEN_PROJECT=0\n"
     "CollectSignalFlag=1\n";
 
-void LoadUsualSettings(benchmark::State& state) {
-    char path[] = "/tmp/ravelin_bench.XXXXXX";
-    const int fd = mkstemp(path);
-    if (fd < 0 || write(fd, kUsualSettings, strlen(kUsualSettings)) < 0) {
-        state.SkipWithError("no temporary file");
-        return;
+/// A file that holds `text` while it lives.
+class TextInFile {
+  public:
+    explicit TextInFile(const std::string& text) {
+        const int fd = mkstemp(path_);
+        if (fd < 0 || write(fd, text.data(), text.size()) != static_cast<ssize_t>(text.size())) abort();
+        close(fd);
     }
-    close(fd);
+    ~TextInFile() { unlink(path_); }
+    TextInFile(const TextInFile&) = delete;
+    TextInFile& operator=(const TextInFile&) = delete;
+    const char* path() const { return path_; }
+
+  private:
+    char path_[32] = "/dev/shm/ravelin_bench.XXXXXX";  // in memory, as /run is on a board
+};
+
+std::string ThousandSettings() {
+    std::string text;
+    for (int i = 0; i < 1000; ++i)
+        text += "SETTING_" + std::to_string(i) + "=value " + std::to_string(i) + "\n";
+    return text;
+}
+
+void LoadSettings(benchmark::State& state, const std::string& text, const char* key) {
+    const TextInFile file(text);
     for (auto _ : state) {
-        IniEntry* table = ini_load(path);
-        benchmark::DoNotOptimize(ini_get(table, "CollectSignalFlag"));
+        IniEntry* table = ini_load(file.path());
+        benchmark::DoNotOptimize(ini_get(table, key));
         ini_free(table);
     }
-    unlink(path);
 }
-BENCHMARK(LoadUsualSettings);
+BENCHMARK_CAPTURE(LoadSettings, usual, kUsualSettings, "CollectSignalFlag");
+BENCHMARK_CAPTURE(LoadSettings, thousand_lines, ThousandSettings(), "SETTING_999");
+
+constexpr size_t kLargeJson_bytes = 1000000;
+
+/// One list with names of the usual length, of which each is a line of the dump.
+std::string JsonOfManyNames() {
+    std::string names;
+    for (int i = 0; names.size() < kLargeJson_bytes; ++i)
+        names += (i == 0 ? "" : ", ") + ("\"EC200A-" + std::to_string(i) + "\"");
+    return "{\"module_name\": [" + names + "]}";
+}
+
+/// As many bytes in one text.
+std::string JsonOfOneText() {
+    return "{\"version\": \"" + std::string(kLargeJson_bytes, 'v') + "\"}";
+}
+
+void LoadNetworkJson(benchmark::State& state, const std::string& text) {
+    const TextInFile file(text);
+    const SilentOutput silent;
+    for (auto _ : state) {
+        ConfigController config;
+        if (config.LoadNetworkJson(file.path()) != 1) state.SkipWithError("not loaded");
+    }
+}
+BENCHMARK_CAPTURE(LoadNetworkJson, many_names, JsonOfManyNames())->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(LoadNetworkJson, one_text, JsonOfOneText())->Unit(benchmark::kMicrosecond);
+
+/// What the library itself takes for the text.
+void ParseJsonAlone(benchmark::State& state, const std::string& text) {
+    for (auto _ : state) {
+        rapidjson::Document document;
+        benchmark::DoNotOptimize(document.Parse(text.c_str()).HasParseError());
+    }
+}
+BENCHMARK_CAPTURE(ParseJsonAlone, many_names, JsonOfManyNames())->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(ParseJsonAlone, one_text, JsonOfOneText())->Unit(benchmark::kMicrosecond);
 
 /// The parser that the families share, with none of a family after it.
 class BaseCell : public cc_cell::CellBase {

@@ -11,9 +11,14 @@ set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
 # A log line names its source file: spell it relative to the repository, wherever that was built.
 add_compile_options(-fmacro-prefix-map=${CMAKE_SOURCE_DIR}/=)
 
+# The daemon and its bus library wait for a modem most of the time: what is large costs more than what is slow. Nothing
+# throws through them, and a debugger finds its way by the debugging information.
+set(RAVELIN_SMALL -Os -fno-asynchronous-unwind-tables)
+
 set(RAVELIN_HARDENED ON)
 if(RAVELIN_SANITIZE OR CMAKE_BUILD_TYPE STREQUAL "Debug")
     set(RAVELIN_HARDENED OFF)
+    set(RAVELIN_SMALL "")
 endif()
 if(RAVELIN_HARDENED)
     # Debugging information spells them so too, since the identification of a build is made of it. A debugger finds the

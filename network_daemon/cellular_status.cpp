@@ -1,7 +1,7 @@
 // What the daemon publishes about itself: text files under /run/network, rewritten from scratch in every pass
-// of Task and after each change of the link. Nothing in the daemon reads them. A reader may meet a
-// half-written file; the next pass makes it whole. Failures go to standard error, not to the log, which would
-// fill with them. Main thread.
+// of Task and after each change of the link. Nothing in the daemon reads them. A reader may meet an empty
+// file for a moment; where the disk is full it stays so, or is cut, until a later pass finds room. Failures
+// go to standard error, not to the log, which would fill with them. Main thread.
 #include "network_daemon/cellular.h"
 
 #include <cstdio>
@@ -10,6 +10,7 @@
 
 #include "support/MkUtils.h"
 #include "support/build_info.h"
+#include "support/file_writer.h"
 #include "support/text_util.h"
 #include "support/trace_log.h"
 
@@ -39,87 +40,85 @@ const char* BoolWord(uint8_t flag) {
     return flag != 0 ? "TRUE" : "FALSE";
 }
 
-void WriteCsq(FILE* file, const CellBase& cell) {
+void WriteCsq(FileWriter& file, const CellBase& cell) {
     if (cell.m_nCSQ != 0) {
-        fprintf(file, "CSQ=%d\n", cell.m_nCSQ);
+        file.Print("CSQ=%d\n", cell.m_nCSQ);
     } else {
-        fprintf(file, "CSQ=\n");
+        file.Print("CSQ=\n");
     }
 }
 
-void WriteUptime(FILE* file, CellBase& cell) {
+void WriteUptime(FileWriter& file, CellBase& cell) {
     const int32_t hours = cell.GetOnlineSeconds() / kSecondsPerHour;
     const int32_t minutes = cell.GetOnlineSeconds() / kSecondsPerMinute % kMinutesPerHour;
     const int32_t seconds = cell.GetOnlineSeconds() % kSecondsPerMinute;
-    fprintf(file, "Uptime=%02d:%02d:%02d\n", hours, minutes, seconds);
+    file.Print("Uptime=%02d:%02d:%02d\n", hours, minutes, seconds);
 }
 
-void WriteBuild(FILE* file) {
-    fprintf(file, "GIT_VERSION=%s\n", kBuildCommitShort);
+void WriteBuild(FileWriter& file) {
+    file.Print("GIT_VERSION=%s\n", kBuildCommitShort);
 }
 
-void WriteNow(FILE* file) {
+void WriteNow(FileWriter& file) {
     const time_t now = time(nullptr);
     const tm* local = localtime(&now);
     const char* text = local != nullptr ? asctime(local) : nullptr;
     if (text == nullptr) text = "";  // a clock set to a year that has no text form
-    fprintf(file, "Now='%.*s'\n", static_cast<int>(strcspn(text, "\n")), text);
+    file.Print("Now='%.*s'\n", static_cast<int>(strcspn(text, "\n")), text);
 }
 
 /// False when the file can't be opened: then no other file is written either.
 bool WriteMainFile(CellBase& cell) {
-    FILE* file = fopen(kStatusPath, "w");
-    if (file == nullptr) {
+    FileWriter file(kStatusPath);
+    if (!file.is_open()) {
         fprintf(stderr, "Open file %s error!\n", kStatusPath);
         return false;
     }
-    fprintf(file, "IMSI=%s\n", cell.GetIMSI());
-    fprintf(file, "ICCID=%s\n", cell.GetICCID());
-    fprintf(file, "IMEI=%s\n", cell.m_csIMEI);
-    fprintf(file, "AutoConnect=%s\n", BoolWord(cell.m_auto_connect));
-    fprintf(file, "Online=%s\n", BoolWord(cell.IsOnline()));
-    fprintf(file, "Carrier=%s\n", cell.m_carrier);
-    fprintf(file, "APN='%s'\n", cell.m_apn);
+    file.Print("IMSI=%s\n", cell.GetIMSI());
+    file.Print("ICCID=%s\n", cell.GetICCID());
+    file.Print("IMEI=%s\n", cell.m_csIMEI);
+    file.Print("AutoConnect=%s\n", BoolWord(cell.m_auto_connect));
+    file.Print("Online=%s\n", BoolWord(cell.IsOnline()));
+    file.Print("Carrier=%s\n", cell.m_carrier);
+    file.Print("APN='%s'\n", cell.m_apn);
     WriteCsq(file, cell);
-    fprintf(file, "CGREG=%d\n", cell.m_CGREG);
-    fprintf(file, "CEREG=%d\n", cell.m_CEREG);
+    file.Print("CGREG=%d\n", cell.m_CGREG);
+    file.Print("CEREG=%d\n", cell.m_CEREG);
     WriteUptime(file, cell);
-    fprintf(file, "RetryTimes=%d\n", cell.m_reconnect_times);
-    fprintf(file, "Network=%s\n", cell.m_NetworkType);
-    fprintf(file, "FWVersion=%s\n", str_trim(cell.m_fw_version));
-    if (cell.m_double_sim != 0) fprintf(file, "doubleSIM_enable=%s\n", BoolWord(cell.m_double_sim));
+    file.Print("RetryTimes=%d\n", cell.m_reconnect_times);
+    file.Print("Network=%s\n", cell.m_NetworkType);
+    file.Print("FWVersion=%s\n", str_trim(cell.m_fw_version));
+    if (cell.m_double_sim != 0) file.Print("doubleSIM_enable=%s\n", BoolWord(cell.m_double_sim));
     if (cell.m_vendor_type == kVendorQuectelQcom || cell.m_vendor_type == kVendorCinterion) {
-        fprintf(file, "Tempture=%d\n", cell.m_Tempture);
+        file.Print("Tempture=%d\n", cell.m_Tempture);
     }
     WriteBuild(file);
     WriteNow(file);
-    fclose(file);
     return true;
 }
 
 void WriteSignalFile(CellBase& cell) {
-    FILE* file = fopen(kSignalPath, "w");
-    if (file == nullptr) {
+    FileWriter file(kSignalPath);
+    if (!file.is_open()) {
         fprintf(stderr, "Open file signal_status error!\n");
         return;
     }
-    fprintf(file, "APN=%s\n", cell.m_apn);
-    fprintf(file, "Username=%s\n", cell.m_username);
-    fprintf(file, "Password=%s\n", cell.m_password);
-    fprintf(file, "Authentication=%d\n", cell.m_auth_type);
-    fputs(kAuthenticationLegend, file);
-    fprintf(file, "SIMOperator=%s\n", cell.m_carrier);
-    fprintf(file, "Network=%s\n", cell.m_NetworkType);
-    fprintf(file, "ModemNetwork_Generation=%d\n", cell.GetNetworkGeneration());
-    fprintf(file, "Online=%s\n", BoolWord(cell.IsOnline()));
-    fprintf(file, "ConnectionStatus=%d\n", cell.IsOnline() != 0);
+    file.Print("APN=%s\n", cell.m_apn);
+    file.Print("Username=%s\n", cell.m_username);
+    file.Print("Password=%s\n", cell.m_password);
+    file.Print("Authentication=%d\n", cell.m_auth_type);
+    file.Print("%s", kAuthenticationLegend);
+    file.Print("SIMOperator=%s\n", cell.m_carrier);
+    file.Print("Network=%s\n", cell.m_NetworkType);
+    file.Print("ModemNetwork_Generation=%d\n", cell.GetNetworkGeneration());
+    file.Print("Online=%s\n", BoolWord(cell.IsOnline()));
+    file.Print("ConnectionStatus=%d\n", cell.IsOnline() != 0);
     WriteCsq(file, cell);
-    fprintf(file, "SignalLevel=%s\n", cell.m_RSRP_LEVEL);
-    fputs(kSignalLegend, file);
+    file.Print("SignalLevel=%s\n", cell.m_RSRP_LEVEL);
+    file.Print("%s", kSignalLegend);
     WriteBuild(file);
     WriteUptime(file, cell);
     WriteNow(file);
-    fclose(file);
 }
 
 /// The modem reports its RSSI only now and then; until it does, the value derived from the CSQ stands.
@@ -130,19 +129,18 @@ void DeriveRssi(CellBase& cell) {
 }
 
 void Write3630File(CellBase& cell) {
-    FILE* file = fopen(k3630Path, "w");
-    if (file == nullptr) {
+    FileWriter file(k3630Path);
+    if (!file.is_open()) {
         fprintf(stderr, "Open file 3630_status error!\n");
         return;
     }
     WriteCsq(file, cell);
     DeriveRssi(cell);
-    fprintf(file, "RSSI=%s\n", cell.m_RSSI);
-    fprintf(file, "RSRP=%s\n", cell.m_RSRP);
-    fprintf(file, "RSRQ=%s\n", cell.m_RSRQ);
-    fprintf(file, "SINR=%s\n", cell.m_SINR);
+    file.Print("RSSI=%s\n", cell.m_RSSI);
+    file.Print("RSRP=%s\n", cell.m_RSRP);
+    file.Print("RSRQ=%s\n", cell.m_RSRQ);
+    file.Print("SINR=%s\n", cell.m_SINR);
     WriteNow(file);
-    fclose(file);
 }
 
 }  // namespace

@@ -195,6 +195,7 @@ ByteArray BuildStatusTlv() {
     const char* firmware = str_trim(cell->m_fw_version);  // for good: the member loses its blanks too
     const auto room = static_cast<size_t>(std::end(cell->m_fw_version) - firmware);
     TlvList list;
+    list.reserve(kStatusItems);
     AddText(list, 1, cell->m_vendor_name);
     AddTlvItem(list, 2, static_cast<uint8_t>(strnlen(firmware, room)), firmware);
     AddText(list, 3, cell->m_csIMEI);

@@ -88,9 +88,9 @@ size_t FormatPrefix(char* text, size_t size, const char* file, const char* funct
     localtime_r(&now, &local);
     char time_text[kTimeTextSize] = "";
     strftime(time_text, sizeof(time_text), "%T", &local);
-    snprintf(text, size, "%s.%d %s:%s:%d:", time_text, static_cast<int>(fraction.tv_usec / 1000), file,
-             function, line);
-    return strlen(text);
+    const int length = snprintf(text, size, "%s.%d %s:%s:%d:", time_text,
+                                static_cast<int>(fraction.tv_usec / 1000), file, function, line);
+    return std::min(static_cast<size_t>(std::max(length, 0)), size - 1);
 }
 
 /// Hands `text` without its last character to the forwarder, from `start` on or from its end, whichever comes
@@ -105,8 +105,9 @@ void Forward(char* copy, size_t size, const char* text, size_t start) {
 /// argument to show, and the text may come from a modem, so it stays as it is. Works in place; returns the
 /// new length.
 size_t InterpretAsFormat(char* text) {
-    const char* from = text;
-    char* to = text;
+    char* to = strstr(text, "%%");
+    if (to == nullptr) return strlen(text);
+    const char* from = to;
     while (*from != '\0') {
         if (from[0] == '%' && from[1] == '%') ++from;
         *to++ = *from++;

@@ -1,12 +1,15 @@
 #include "network_daemon/config/ini_store.h"
 
+#include <fcntl.h>
 #include <strings.h>
+#include <unistd.h>
 
 #include <cctype>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
+#include "support/file_reader.h"
 #include "support/text_util.h"
 
 namespace {
@@ -25,14 +28,8 @@ bool IsUpper(char c) {
 /// Reads up to and with the next line end, but no more than fits: a longer line comes in pieces, each of
 /// which counts as a line. Returns the number of bytes, 0 at the end of the file. NUL bytes are read like any
 /// other.
-size_t ReadPiece(FILE* file, char (&piece)[kPieceSize]) {
-    size_t length = 0;
-    while (length < kPieceSize - 1) {
-        const int c = getc(file);
-        if (c == EOF) break;
-        piece[length++] = static_cast<char>(c);
-        if (c == '\n') break;
-    }
+size_t ReadPiece(FileReader& file, char (&piece)[kPieceSize]) {
+    const size_t length = file.GetLine(piece, kPieceSize - 1);
     piece[length] = '\0';
     return length;
 }
@@ -43,14 +40,24 @@ struct TableEnd {
     IniEntry** link = &head;
 };
 
+/// Cuts the next text that isn't empty off `*rest`, at its "=" or at the end; null when there is none.
+char* NextPart(char** rest) {
+    char* part = *rest;
+    while (*part == '=') ++part;
+    if (*part == '\0') return nullptr;
+    char* end = strchr(part, '=');
+    *rest = end != nullptr ? end + 1 : part + strlen(part);
+    if (end != nullptr) *end = '\0';
+    return part;
+}
+
 /// False when key or value are too long as they stand in the line, or memory has run out. A line without "=",
 /// or with nothing at all after it, is no entry and is skipped.
 bool AppendLine(TableEnd* table, char* line) {
-    if (strchr(line, '=') == nullptr) return true;
     char* rest = line;
-    char* key = NextToken(&rest, "=");
-    char* value = NextToken(&rest, "=");
-    if (key == nullptr || value == nullptr) return true;
+    char* key = NextPart(&rest);
+    char* value = key != nullptr ? NextPart(&rest) : nullptr;
+    if (value == nullptr) return true;
     if (strlen(key) > kTextLengthMax || strlen(value) > kTextLengthMax) return false;
 
     auto* entry = static_cast<IniEntry*>(malloc(sizeof(IniEntry)));
@@ -64,8 +71,8 @@ bool AppendLine(TableEnd* table, char* line) {
 }
 
 IniEntry* Load(const char* path, LineRule rule) {
-    FILE* file = fopen(path, "r+t");
-    if (file == nullptr) {
+    FileReader file(open(path, O_RDWR));  // settings that can't be written are none
+    if (!file.is_open()) {
         fprintf(stderr, "Open ini file %s error!\n", path);
         return nullptr;
     }
@@ -79,7 +86,6 @@ IniEntry* Load(const char* path, LineRule rule) {
         table.head = nullptr;
         break;
     }
-    fclose(file);
     return table.head;
 }
 
@@ -102,12 +108,13 @@ void WriteEntry(FILE* file, const char* key, IniEntry** link) {
 }
 
 bool CopyAll(FILE* from, FILE* to) {
+    FileReader reader(dup(fileno(from)));
     char piece[kPieceSize];
     size_t length = 0;
-    while ((length = ReadPiece(from, piece)) > 0) {
+    while ((length = ReadPiece(reader, piece)) > 0) {
         if (fwrite(piece, 1, length, to) != length) return false;
     }
-    return ferror(from) == 0 && fflush(to) == 0;
+    return !reader.has_failed() && fflush(to) == 0;
 }
 
 /// A copy of the file in a temporary one, rewound; null when that failed. The file itself is only read.
@@ -147,12 +154,13 @@ bool MergeLine(FILE* file, char* line, size_t length, IniEntry** table) {
 }
 
 bool MergeLines(FILE* copy, FILE* file, IniEntry** table) {
+    FileReader reader(dup(fileno(copy)));
     char line[kPieceSize];
     size_t length = 0;
-    while ((length = ReadPiece(copy, line)) > 0) {
+    while ((length = ReadPiece(reader, line)) > 0) {
         if (!MergeLine(file, line, length, table)) return false;
     }
-    return true;
+    return !reader.has_failed();
 }
 
 }  // namespace

@@ -221,6 +221,8 @@ bool BusLink::Connect(std::string* why) {
         dbus_bus_add_match(connection_, rule.c_str(), &error);
         ready = !dbus_error_is_set(&error);
     }
+    ready = ready &&
+            dbus_connection_set_watch_functions(connection_, AddWatch, RemoveWatch, nullptr, this, nullptr);
     if (!ready) {
         *why = dbus_error_is_set(&error) ? error.message : "out of memory";
         dbus_error_free(&error);
@@ -250,8 +252,7 @@ void BusLink::Run() {
         ForgetOverdueReplies();
         SendQueued();  // last: a reply that came, or never will, makes room for a record in the queue
         WaitForTraffic(UntilNextOverdueMs());
-        // Reads and writes what is possible at once; false is a bus that has gone.
-        if (!dbus_connection_read_write(connection_, 0)) WaitAndReconnect();
+        if (!dbus_connection_get_is_connected(connection_)) WaitAndReconnect();
     }
 }
 
@@ -272,16 +273,48 @@ void BusLink::WaitAndReconnect() {
 }
 
 /// Until the bus has something, can take something, another thread has queued a record, or the time has run
-/// out.
+/// out. Reads and writes what is possible at once. libdbus itself would ask the socket a second time.
 void BusLink::WaitForTraffic(int timeout_ms) {
-    pollfd fds[2] = {{-1, POLLIN, 0}, {wake_fd_, POLLIN, 0}};
-    if (!dbus_connection_get_unix_fd(connection_, &fds[0].fd)) {
-        return;  // closed already
+    // A connection that a handler or a call has found dead has no watch left that would end the wait.
+    if (!dbus_connection_get_is_connected(connection_)) return;
+    pollfd fds[2] = {{-1, 0, 0}, {wake_fd_, POLLIN, 0}};
+    for (DBusWatch* watch : watches_) {
+        if (!dbus_watch_get_enabled(watch)) continue;
+        fds[0].fd = dbus_watch_get_unix_fd(watch);
+        const unsigned wanted = dbus_watch_get_flags(watch);
+        if ((wanted & DBUS_WATCH_READABLE) != 0) fds[0].events |= POLLIN;
+        if ((wanted & DBUS_WATCH_WRITABLE) != 0) fds[0].events |= POLLOUT;
     }
-    if (dbus_connection_has_messages_to_send(connection_)) fds[0].events |= POLLOUT;
-    poll(fds, 2, timeout_ms);
-    eventfd_t count;
-    eventfd_read(wake_fd_, &count);
+    if (poll(fds, 2, timeout_ms) <= 0) return;
+    if (fds[1].revents != 0) {
+        eventfd_t count;
+        eventfd_read(wake_fd_, &count);
+    }
+    if (fds[0].revents != 0) HandleWatches(fds[0].revents);
+}
+
+dbus_bool_t BusLink::AddWatch(DBusWatch* watch, void* link) {
+    static_cast<BusLink*>(link)->watches_.push_back(watch);
+    return TRUE;
+}
+
+void BusLink::RemoveWatch(DBusWatch* watch, void* link) {
+    auto& watches = static_cast<BusLink*>(link)->watches_;
+    watches.erase(std::remove(watches.begin(), watches.end(), watch), watches.end());
+}
+
+void BusLink::HandleWatches(short events) {
+    unsigned found = 0;
+    if ((events & POLLIN) != 0) found |= DBUS_WATCH_READABLE;
+    if ((events & POLLOUT) != 0) found |= DBUS_WATCH_WRITABLE;
+    if ((events & POLLERR) != 0) found |= DBUS_WATCH_ERROR;
+    if ((events & POLLHUP) != 0) found |= DBUS_WATCH_HANGUP;
+    const std::vector<DBusWatch*> watches = watches_;
+    for (DBusWatch* watch : watches) {
+        // A connection that is lost takes its watches with it.
+        const bool is_there = std::find(watches_.begin(), watches_.end(), watch) != watches_.end();
+        if (is_there && dbus_watch_get_enabled(watch)) dbus_watch_handle(watch, found);
+    }
 }
 
 void BusLink::SendQueued() {

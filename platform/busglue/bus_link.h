@@ -52,6 +52,9 @@ class BusLink {
     [[noreturn]] void Run();
     void WaitAndReconnect();
     void WaitForTraffic(int timeout_ms);
+    static dbus_bool_t AddWatch(DBusWatch* watch, void* link);
+    static void RemoveWatch(DBusWatch* watch, void* link);
+    void HandleWatches(short events);
     void SendQueued();
     void SendNow(const QueuedRecord& record);
     void ForgetOverdueReplies();
@@ -72,6 +75,7 @@ class BusLink {
 
     // The thread's own, once it runs.
     DBusConnection* connection_ = nullptr;
+    std::vector<DBusWatch*> watches_;                // what libdbus wants to know of the connection's socket
     std::map<dbus_uint32_t, AwaitedReply> awaited_;  // by serial of the call
 
     // Shared with the threads that send.

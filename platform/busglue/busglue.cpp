@@ -4,9 +4,12 @@
 #include "platform/busglue/busglue.h"
 #pragma GCC visibility pop
 
+#include <paths.h>
 #include <pthread.h>
 #include <syslog.h>
+#include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 
 #include "platform/busglue/bus_link.h"
@@ -16,14 +19,29 @@ namespace {
 constexpr char kLogIdent[] = "ravelin-mobile";
 constexpr int kFailed = -1;
 
+BusLink* the_link = nullptr;
+
+void MakeLink() {
+    the_link = new BusLink;
+}
+
 /// Never destroyed: its thread works until the very end of the process.
 BusLink& Link() {
-    static BusLink* link = new BusLink;
-    return *link;
+    static pthread_once_t once = PTHREAD_ONCE_INIT;
+    pthread_once(&once, MakeLink);
+    return *the_link;
 }
 
 void OpenLog() {
     openlog(kLogIdent, LOG_PID, LOG_DAEMON);
+}
+
+/// Where no socket has ever stood, each line would be a socket made and closed again for nothing. One that
+/// was there once may still be connected, whatever has become of its name.
+bool HasSyslog() {
+    static std::atomic<bool> was_there = false;
+    if (!was_there && access(_PATH_LOG, F_OK) == 0) was_there = true;
+    return was_there;
 }
 
 }  // namespace
@@ -41,5 +59,5 @@ int dbs_send_method_async(busglue_send_record* record, busglue_send_reply reply)
 void log_send(const char* text) {
     static pthread_once_t once = PTHREAD_ONCE_INIT;
     pthread_once(&once, OpenLog);
-    if (text != nullptr) syslog(LOG_INFO, "%s", text);
+    if (text != nullptr && HasSyslog()) syslog(LOG_INFO, "%s", text);
 }

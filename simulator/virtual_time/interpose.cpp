@@ -275,10 +275,16 @@ static int OpenPath(const char* path, int flags, mode_t mode) {
         if (fd != Environment::kNoPort) return fd;
     }
     if (path == nullptr) return REAL(open)(path, flags, mode);
-    if (world != nullptr) ++world->outside_changes;
     const std::string real_path = RealPath(path);
     if ((flags & O_ACCMODE) != O_RDONLY && IsReadOnlyFile(world, path, real_path)) return ReadOnly();
-    return REAL(open)(real_path.c_str(), flags, mode);
+    const int fd = REAL(open)(real_path.c_str(), flags, mode);
+    if (fd < 0 || world == nullptr) return fd;
+    if (PrivateFolder::Moves(path)) {
+        const bool has_room = world->storage.Of(path) != virtual_time::Storage::State::kFull;
+        world->written_files.Opened(fd, path, flags, world->now_us(), has_room);
+    }
+    if (world->written_files.Find(fd) == nullptr) ++world->outside_changes;
+    return fd;
 }
 
 int open(const char* path, int flags, ...) {
@@ -309,11 +315,15 @@ int __open64_2(const char* path, int flags) {
 
 int close(int fd) {
     const Call world;
-    if (world != nullptr) {
-        world->ForgetPort(fd);
-        ++world->outside_changes;
-    }
-    return REAL(close)(fd);
+    if (world == nullptr) return REAL(close)(fd);
+    world->ForgetPort(fd);
+    const std::optional<virtual_time::WrittenFile> file = world->written_files.Take(fd);
+    if (!file) ++world->outside_changes;
+    if (!file || !world->on_file_written) return REAL(close)(fd);
+    const std::optional<std::string> text = TextBeforeClose(*file, world->now_us());
+    const int result = REAL(close)(fd);
+    world->on_file_written(file->path, text ? *text : world->folder.Read(file->path));
+    return result;
 }
 
 ssize_t read(int fd, void* to, size_t size) {
@@ -333,9 +343,19 @@ ssize_t __read_chk(int fd, void* to, size_t size, size_t room) {
 
 ssize_t write(int fd, const void* from, size_t size) {
     const Call world;
-    if (world != nullptr && world->IsPort(fd)) return world->WritePort(fd, from, size);
-    if (world != nullptr) ++world->outside_changes;
-    return REAL(write)(fd, from, size);
+    if (world == nullptr) return REAL(write)(fd, from, size);
+    if (world->IsPort(fd)) return world->WritePort(fd, from, size);
+    virtual_time::WrittenFile* file = world->written_files.Find(fd);
+    if (file == nullptr) ++world->outside_changes;
+    if (file != nullptr && !file->has_room) {
+        errno = ENOSPC;
+        return -1;
+    }
+    const ssize_t written = REAL(write)(fd, from, size);
+    if (file != nullptr && written > 0) {
+        file->written.append(static_cast<const char*>(from), static_cast<size_t>(written));
+    }
+    return written;
 }
 
 // The attributes of a port don't matter to its peer, but whoever set them reads them back.

@@ -1,9 +1,12 @@
 #include "tests/fuzz/fake_port.h"
 
+#include <fcntl.h>
 #include <sys/select.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -114,8 +117,12 @@ extern "C" FILE* __wrap_popen(const char* command, const char* mode) {
     return port == nullptr ? __real_popen(command, mode) : nullptr;
 }
 
-extern "C" FILE* __real_fopen(const char* path, const char* mode);
-extern "C" FILE* __wrap_fopen(const char* path, const char* mode) {
-    if (port == nullptr) return __real_fopen(path, mode);
-    return mode[0] == 'w' ? __real_fopen("/dev/null", mode) : nullptr;
+extern "C" int __real_open(const char* path, int flags, ...);
+extern "C" int __wrap_open(const char* path, int flags, ...) {
+    va_list arguments;
+    va_start(arguments, flags);
+    const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
+    va_end(arguments);
+    if (port == nullptr) return __real_open(path, flags, mode);
+    return (flags & O_CREAT) != 0 ? __real_open("/dev/null", flags, mode) : -1;
 }

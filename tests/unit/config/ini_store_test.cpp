@@ -3,6 +3,7 @@
 #include "network_daemon/config/ini_store.h"
 
 #include <dirent.h>
+#include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -25,8 +26,10 @@ namespace {
 
 /// Calls of the system library that the test watches, or lets fail.
 struct Calls {
-    std::vector<std::string> open_modes;  // of the files opened for writing
+    std::vector<std::string> open_modes;  // of the files opened for writing by fopen
     std::string failing_mode;             // fopen in this mode fails
+    std::vector<int> open_flags;          // of the files opened by open
+    int reads = 0;
     bool tmpfile_fails = false;
     bool tmpfile_is_full = false;
     int mallocs_until_failure = -1;  // -1: never
@@ -48,6 +51,19 @@ FILE* __wrap_fopen(const char* path, const char* mode) {
         return nullptr;
     }
     return __real_fopen(path, mode);
+}
+
+int __real_open(const char* path, int flags, ...);
+ssize_t __real_read(int fd, void* to, size_t size);
+
+int __wrap_open(const char* path, int flags, ...) {
+    calls.open_flags.push_back(flags);
+    return __real_open(path, flags);
+}
+
+ssize_t __wrap_read(int fd, void* to, size_t size) {
+    ++calls.reads;
+    return __real_read(fd, to, size);
 }
 
 FILE* __wrap_tmpfile() {
@@ -275,7 +291,34 @@ TEST_F(IniStore, ReadableFileThatCannotBeWrittenGivesNullWithAMessage) {
     testing::internal::CaptureStderr();
     EXPECT_EQ(ini_load(running), nullptr);
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "Open ini file /proc/thread-self/exe error!\n");
-    EXPECT_EQ(calls.open_modes, std::vector<std::string>{"r+t"});
+    EXPECT_EQ(calls.open_flags, std::vector<int>{O_RDWR});
+}
+
+// Once in every pass of a link that is up.
+TEST_F(IniStore, SettingsTakeOneOpenAndOneReadAndABlockForEach) {
+    Load("ENABLE=true\nAPN=internet\n");
+    EXPECT_EQ(calls.open_flags, std::vector<int>{O_RDWR});
+    EXPECT_EQ(calls.open_modes, std::vector<std::string>{});
+    EXPECT_EQ(calls.reads, 1);
+    EXPECT_EQ(calls.blocks, 2);
+}
+
+TEST_F(IniStore, LinesAreWholeWhereverTheBufferEnds) {
+    for (size_t filler = 4085; filler <= 4099; ++filler) {
+        Load(std::string(filler, '#') + "\nAPN=internet\nENABLE=true\n");
+        EXPECT_EQ(Entries(), (Pairs{{"APN", "internet"}, {"ENABLE", "true"}})) << filler;
+    }
+}
+
+TEST_F(IniStore, ThousandsOfLinesKeepTheirOrder) {
+    std::string text;
+    Pairs expected;
+    for (int i = 0; i < 5000; ++i) {
+        expected.emplace_back("KEY" + std::to_string(i), std::to_string(i * 7));
+        text += expected.back().first + "=" + expected.back().second + "\n";
+    }
+    Load(text);
+    EXPECT_EQ(Entries(), expected);
 }
 
 TEST_F(IniStore, MemoryThatRunsOutLosesTheWholeFile) {

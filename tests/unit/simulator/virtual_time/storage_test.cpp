@@ -67,6 +67,18 @@ TEST_F(StorageTest, AFullFileIsEmptiedAndNothingGetsIn) {
     EXPECT_EQ((std::vector<std::string>{""}), told);
 }
 
+TEST_F(StorageTest, AFullFileTakesNothingThroughADescriptorEither) {
+    Make(State::kFull);
+    const int fd = open(kPath, O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    ASSERT_GE(fd, 0);
+    errno = 0;
+    EXPECT_EQ(-1, write(fd, "Online=TRUE\n", 12));
+    EXPECT_EQ(ENOSPC, errno);
+    EXPECT_EQ(0, close(fd));
+    EXPECT_EQ("", Text());
+    EXPECT_EQ((std::vector<std::string>{""}), told);
+}
+
 TEST_F(StorageTest, AFullFileCanBeReadAsEver) {
     Make(State::kFull);
     for (const char* mode : {"r", "r+"}) {
