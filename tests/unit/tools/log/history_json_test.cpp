@@ -3,8 +3,6 @@
 // same holds for any lines of the daemon in any order.
 #include "tools/log/history_json.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstdio>
 #include <fstream>
@@ -18,6 +16,8 @@
 
 #include <gtest/gtest.h>
 #include <rapidjson/document.h>
+
+#include "tests/support/temporary_folder.h"
 
 namespace ravelin_log {
 namespace {
@@ -59,8 +59,6 @@ Words WordsOf(const Value& object) {
 
 class HistoryJson : public testing::Test {
   protected:
-    void TearDown() override { unlink(name_.c_str()); }
-
     /// The answer for a log; whatever it says, it has the form.
     const Value& Told(const std::string& log, const std::string& date = "") {
         std::ofstream(name_, std::ios::binary) << log;
@@ -139,7 +137,8 @@ class HistoryJson : public testing::Test {
         }
     }
 
-    std::string name_ = "history_json_test." + std::to_string(getpid()) + ".log";
+    TemporaryFolder folder_;
+    const std::string name_ = folder_.Path("LOG");
     std::vector<std::string> lines_;
     rapidjson::Document document_;
 };
