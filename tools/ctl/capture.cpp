@@ -77,18 +77,18 @@ Command CaptureCommand() {
     command.exit_statuses = {
         {kStatusDone, "the scenario was written"},
         {kStatusNoStory, "the log can't be read or tells too little, or the file can't be written"}};
-    command.declare = [](CLI::App& app) -> Run {
+    command.declare = [](OptionSet& takes) -> Run {
         const auto options = std::make_shared<Options>();
-        app.add_option("LOG", options->logs,
-                       "a log, or several of one board in any order; - is standard input")
-            ->type_name("LOG")
-            ->required();
-        app.add_option("-o,--output", options->output, "writes to FILE instead of standard output")
-            ->type_name("FILE");
-        app.add_option("--family", options->family, "family of the modem, where the log doesn't tell it")
-            ->type_name("FAMILY")
-            ->check(OneOf(capture::FamilyNames()));
-        app.add_flag("--keep-identities", options->keeps_identities, "replaces nothing");
+        takes
+            .Argument("LOG", &options->logs,
+                      "a log, or several of one board in any order; - is standard input")
+            .Required();
+        takes.Value("-o,--output", "FILE", &options->output, "writes to FILE instead of standard output");
+        takes
+            .Value("--family", "FAMILY", &options->family,
+                   "family of the modem, where the log doesn't tell it")
+            .Checked(OneOf(capture::FamilyNames()));
+        takes.Flag("--keep-identities", &options->keeps_identities, "replaces nothing");
         return [options] { return Capture(*options); };
     };
     return command;

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include <CLI/CLI.hpp>
+#include "tools/ctl/options.h"
 
 namespace ctl {
 
@@ -40,23 +40,11 @@ struct Command {
     std::vector<ExitStatus> exit_statuses;
     // Adds the options, and gives back what will use their values. Called for each command on each start, so
     // it must not do anything else.
-    std::function<Run(CLI::App& app)> declare;
+    std::function<Run(OptionSet& takes)> declare;
     std::vector<HelpList> lists = {};
 };
 
-// Checks of a value, for Option::check. What they say follows the name of the option, e.g. "--lines wants a
-// number from 1 to 9, not "x"". A folder, file and word are completed by the shell: for files it is enough to
-// give the option a type name of kFileNames or kFolderNames (completion.h).
-
-/// A whole number; `most` of INT_MAX is no limit.
-CLI::Validator Number(int least, int most);
-/// One of these words.
-CLI::Validator OneOf(const std::vector<std::string>& words);
-/// Any text, for which the shell offers these words.
-CLI::Validator AnyTextLike(const std::vector<std::string>& words);
-
-/// Refuses a command line for a fault that no check of a single value sees; thrown by declare's Run or a
-/// check.
+/// Refuses a command line for a fault that no check of a single value sees; thrown by declare's Run.
 [[noreturn]] void RefuseCommandLine(const std::string& fault);
 
 /// A line on standard error, "ravelinctl NAME: TEXT", with what a terminal might take for a command escaped.

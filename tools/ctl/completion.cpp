@@ -2,9 +2,6 @@
 
 #include <algorithm>
 #include <iterator>
-#include <vector>
-
-#include "tools/ctl/help.h"
 
 namespace ctl {
 
@@ -34,33 +31,27 @@ std::string Offer(const std::string& value, const std::vector<std::string>& word
     return "";
 }
 
-std::vector<std::string> Spellings(const CLI::Option& option) {
-    std::vector<std::string> names;
-    for (const std::string& name : option.get_snames()) names.push_back("-" + name);
-    for (const std::string& name : option.get_lnames()) names.push_back("--" + name);
-    return names;
-}
-
 /// What is done once the command is known: the value of an option, an option, or an argument.
-std::string CommandCase(const CLI::App& app) {
-    std::string options, values, argument;
-    for (const CLI::Option* option : app.get_options()) {
-        if (option->get_positional()) {
-            if (argument.empty()) argument = Offer(option->get_name(), OfferedWords(*option));
+std::string CommandCase(const DeclaredCommand& command) {
+    std::string options = "-h --help";
+    std::string values, argument;
+    for (const Option& option : command.takes.all()) {
+        const std::vector<std::string>& words = option.check.offered;
+        if (option.is_argument()) {
+            if (argument.empty()) argument = Offer(option.names.front(), words);
             continue;
         }
         std::string pattern;
-        for (const std::string& name : Spellings(*option)) {
-            options += (options.empty() ? "" : " ") + name;
+        for (const std::string& name : option.names) {
+            options += " " + name;
             pattern += (pattern.empty() ? "" : " | ") + name;
         }
-        const std::string value = ValueName(*option);
-        if (value.empty()) continue;
-        const std::string offer = Offer(value, OfferedWords(*option));
+        if (option.value_name.empty()) continue;
+        const std::string offer = Offer(option.value_name, words);
         values += "        " + pattern + ")\n" + (offer.empty() ? "" : "            " + offer + "\n") +
                   "            return ;;\n";
     }
-    std::string text = "    " + app.get_name() + ")\n";
+    std::string text = "    " + command.command.name + ")\n";
     if (!values.empty()) text += "        case $before in\n" + values + "        esac\n";
     text += "        if [[ $word == -* ]]; then\n            _ravelinctl_words " + Quote(options) + "\n";
     if (!argument.empty()) text += "        else\n            " + argument + "\n";
@@ -69,12 +60,11 @@ std::string CommandCase(const CLI::App& app) {
 
 }  // namespace
 
-std::string BashCompletion(const CLI::App& tool) {
+std::string BashCompletion(const std::vector<DeclaredCommand>& commands) {
     std::string names, cases;
-    for (const CLI::App* app :
-         tool.get_subcommands([](const CLI::App* each) { return !each->get_group().empty(); })) {
-        names += app->get_name() + " ";
-        cases += CommandCase(*app);
+    for (const DeclaredCommand& each : commands) {
+        names += each.command.name + " ";
+        cases += CommandCase(each);
     }
     return "# bash completion of ravelinctl, made from its own --help; don't edit.\n"
            "\n"

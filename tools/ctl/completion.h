@@ -2,8 +2,9 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
-#include <CLI/CLI.hpp>
+#include "tools/ctl/command_line.h"
 
 namespace ctl {
 
@@ -12,6 +13,6 @@ constexpr const char* kFileNames[] = {"FILE", "LOG", "PIPE", "PORT"};
 constexpr const char* kFolderNames[] = {"FOLDER"};
 
 /// A script that bash-completion loads at the first need.
-std::string BashCompletion(const CLI::App& tool);
+std::string BashCompletion(const std::vector<DeclaredCommand>& commands);
 
 }  // namespace ctl

@@ -37,7 +37,7 @@ time_t SecondsOf(const char* stamp) {
 }
 
 /// What is wrong with the value of --root; empty when nothing is.
-std::string IsFolder(std::string& path) {
+std::string IsFolder(const std::string& path) {
     struct stat status = {};
     if (stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode)) return "";
     return "wants a folder, not \"" + path + "\"";
@@ -77,22 +77,21 @@ int Examine(const DoctorOptions& options) {
 }  // namespace
 
 Command DoctorCommand() {
-    const auto declare = [](CLI::App& app) -> Run {
+    const auto declare = [](OptionSet& takes) -> Run {
         const auto options = std::make_shared<DoctorOptions>();
-        CLI::Option* ask = app.add_flag(
-            "--ask", options->ask,
+        takes.Flag(
+            "--ask", &options->ask,
             "Sends AT to the port, if no other program has it open, and sees whether the modem answers OK");
-        app.add_option("--device", options->device,
-                       "The modem's AT port, if it isn't the one that the service is set to")
-            ->type_name("PORT");
-        app.add_option(
-               "--root", options->root,
-               "Looks at the board's file system in this folder; what only a running system has is left out")
-            ->type_name("FOLDER")
-            ->check(CLI::Validator(IsFolder, ""))
-            ->excludes(ask);
-        app.add_flag("--quiet", options->quiet, "Leaves out what is in order");
-        app.add_flag("--json", options->json, "For programs: one JSON object");
+        takes.Value("--device", "PORT", &options->device,
+                    "The modem's AT port, if it isn't the one that the service is set to");
+        takes
+            .Value(
+                "--root", "FOLDER", &options->root,
+                "Looks at the board's file system in this folder; what only a running system has is left out")
+            .Checked({IsFolder})
+            .Excludes("--ask");
+        takes.Flag("--quiet", &options->quiet, "Leaves out what is in order");
+        takes.Flag("--json", &options->json, "For programs: one JSON object");
         return [options] { return Examine(*options); };
     };
     return {"doctor",

@@ -353,31 +353,28 @@ Command ExplainCommand() {
         "to keep, and how --json looks.";
     command.exit_statuses = {{kStatusDone, "the log was read, whatever it says"},
                              {kStatusNoLog, "a log can't be read, or not to its end: what can is told"}};
-    command.declare = [](CLI::App& app) -> Run {
+    command.declare = [](OptionSet& takes) -> Run {
         const auto options = std::make_shared<Options>();
-        app.add_option("LOG", options->logs, "logs, in any order; - is standard input")->type_name("LOG");
-        CLI::Option* json = app.add_flag("--json", options->is_json, "for programs, see docs/explaining.md");
-        CLI::Option* at = app.add_option("--at", options->at,
-                                         "only what was at that moment: 03:12, 03:12:07, 2026-11-22T03:12")
-                              ->type_name("TIME")
-                              ->check(CLI::Validator(
-                                  [](std::string& text) -> std::string {
-                                      std::string day;
-                                      int64_t day_ms = 0;
-                                      int64_t length_ms = 0;
-                                      return ParseMoment(text, &day, &day_ms, &length_ms)
-                                                 ? ""
-                                                 : "wants a time like 03:12, not \"" + Shown(text) + "\"";
-                                  },
-                                  ""));
-        app.add_option("--date", options->date,
-                       "day of the first line of logs without dates, 2026-11-22; \"file\": by when the file "
-                       "was changed last")
-            ->type_name("DAY");
-        app.add_flag("--follow", options->follows, "tells what is new while the log grows, until it is ended")
-            ->excludes(json)
-            ->excludes(at);
-        at->excludes(json);
+        takes.Argument("LOG", &options->logs, "logs, in any order; - is standard input");
+        takes.Flag("--json", &options->is_json, "for programs, see docs/explaining.md");
+        takes
+            .Value("--at", "TIME", &options->at,
+                   "only what was at that moment: 03:12, 03:12:07, 2026-11-22T03:12")
+            .Checked({[](const std::string& text) -> std::string {
+                std::string day;
+                int64_t day_ms = 0;
+                int64_t length_ms = 0;
+                return ParseMoment(text, &day, &day_ms, &length_ms)
+                           ? ""
+                           : "wants a time like 03:12, not \"" + Shown(text) + "\"";
+            }})
+            .Excludes("--json");
+        takes.Value("--date", "DAY", &options->date,
+                    "day of the first line of logs without dates, 2026-11-22; \"file\": by when the file "
+                    "was changed last");
+        takes.Flag("--follow", &options->follows, "tells what is new while the log grows, until it is ended")
+            .Excludes("--json")
+            .Excludes("--at");
         return [options] { return Explain(*options); };
     };
     return command;

@@ -4,8 +4,6 @@
 #include <cctype>
 #include <sstream>
 
-#include "tools/ctl/command_line.h"
-
 namespace ctl {
 
 namespace {
@@ -48,29 +46,25 @@ std::string Item(const std::string& term, const std::string& text, size_t text_c
     return line + Fill(text, text_column, text_column) + "\n";
 }
 
-std::string OptionTerm(const CLI::Option& option) {
+std::string OptionItem(const Option& option) {
     std::string term;
-    for (const std::string& name : option.get_snames()) term += (term.empty() ? "-" : ", -") + name;
-    for (const std::string& name : option.get_lnames()) term += (term.empty() ? "--" : ", --") + name;
-    const std::string value = ValueName(option);
-    return value.empty() ? term : term + " " + value;
+    for (const std::string& name : option.names) term += (term.empty() ? "" : ", ") + name;
+    if (!option.value_name.empty()) term += " " + option.value_name;
+    return Item(term, option.description, kColumn);
 }
 
-std::string OptionList(const CLI::App& app) {
+std::string OptionList(const OptionSet& takes) {
     std::string list;
-    std::string last;  // as everywhere, help and version come at the end
-    for (const CLI::Option* option : app.get_options()) {
-        if (option->get_positional() || option->get_group().empty()) continue;
-        const bool is_common = option == app.get_help_ptr() || option == app.get_version_ptr();
-        (is_common ? last : list) += Item(OptionTerm(*option), option->get_description(), kColumn);
+    for (const Option& option : takes.all()) {
+        if (!option.is_argument()) list += OptionItem(option);
     }
-    return list + last;
+    return list + Item("-h, --help", "this text", kColumn);
 }
 
-std::string ArgumentList(const CLI::App& app) {
+std::string ArgumentList(const OptionSet& takes) {
     std::string list;
-    for (const CLI::Option* option : app.get_options()) {
-        if (option->get_positional()) list += Item(option->get_name(), option->get_description(), kColumn);
+    for (const Option& option : takes.all()) {
+        if (option.is_argument()) list += OptionItem(option);
     }
     return list;
 }
@@ -83,14 +77,12 @@ std::string StatusList(const Command& command) {
     return list;
 }
 
-std::string Synopsis(const CLI::App& app) {
-    std::string synopsis = std::string(kToolName) + " " + app.get_name() + " [OPTION]...";
-    for (const CLI::Option* option : app.get_options()) {
-        if (!option->get_positional()) continue;
-        const bool is_list = option->get_expected_max() > 1;
-        const std::string name = option->get_name() + (is_list ? "..." : "");
-        const std::string optional = "[" + option->get_name() + "]" + (is_list ? "..." : "");
-        synopsis += " " + (option->get_required() ? name : optional);
+std::string Synopsis(const DeclaredCommand& command) {
+    std::string synopsis = std::string(kToolName) + " " + command.command.name + " [OPTION]...";
+    for (const Option& option : command.takes.all()) {
+        if (!option.is_argument()) continue;
+        const std::string& name = option.names.front();
+        synopsis += " " + (option.is_required ? name : "[" + name + "]") + (option.is_list() ? "..." : "");
     }
     return synopsis;
 }
@@ -125,60 +117,44 @@ std::string OwnLists(const Command& command) {
     return sections;
 }
 
-std::string CommandBody(const CLI::App& app, const Command& command) {
+std::string CommandBody(const DeclaredCommand& declared) {
+    const Command& command = declared.command;
     return Paragraphs(Sentence(command.summary)) + Paragraphs(command.about) +
-           Section("Arguments", ArgumentList(app)) + OwnLists(command) + Section("Options", OptionList(app)) +
-           Section("Exit status", StatusList(command));
+           Section("Arguments", ArgumentList(declared.takes)) + OwnLists(command) +
+           Section("Options", OptionList(declared.takes)) + Section("Exit status", StatusList(command));
 }
 
-std::string ToolBody(const CLI::App& tool, const std::vector<Command>& commands) {
+std::string ToolBody(const std::vector<DeclaredCommand>& commands) {
     std::string list;
-    for (const Command& command : commands) list += Item(command.name, command.summary, kColumn);
+    for (const DeclaredCommand& each : commands) {
+        list += Item(each.command.name, each.command.summary, kColumn);
+    }
     return Paragraphs(
                "Tells what the modem's link of a charge point does, did, and why, and asks the daemon "
                "ravelin-mobile "
                "for things. `ravelinctl COMMAND --help` says more of a command.") +
-           Section("Commands", list) + Section("Options", OptionList(tool));
+           Section("Commands", list) +
+           Section("Options", OptionList({}) + Item("--version", "name and version", kColumn));
 }
 
 }  // namespace
 
-std::string ToolHelp(const CLI::App& tool, const std::vector<Command>& commands) {
-    return "usage: " + std::string(kToolName) + " COMMAND [OPTION]... [ARGUMENT]...\n" +
-           ToolBody(tool, commands);
+std::string ToolHelp(const std::vector<DeclaredCommand>& commands) {
+    return "usage: " + std::string(kToolName) + " COMMAND [OPTION]... [ARGUMENT]...\n" + ToolBody(commands);
 }
 
-std::string CommandHelp(const CLI::App& app, const Command& command) {
-    return "usage: " + Synopsis(app) + "\n" + CommandBody(app, command);
+std::string CommandHelp(const DeclaredCommand& command) {
+    return "usage: " + Synopsis(command) + "\n" + CommandBody(command);
 }
 
-std::string WholeHelp(const CLI::App& tool, const std::vector<Command>& commands) {
+std::string WholeHelp(const std::vector<DeclaredCommand>& commands) {
     std::string text = "usage: " + std::string(kToolName) + " [--help] [--version]\n";
-    std::string rest = ToolBody(tool, commands);
-    for (const Command& command : commands) {
-        const CLI::App& app = *tool.get_subcommand(command.name);
-        text += "       " + Synopsis(app) + "\n";
-        rest += "\n## " + Synopsis(app).substr(sizeof kToolName) + "\n" + CommandBody(app, command);
+    std::string rest = ToolBody(commands);
+    for (const DeclaredCommand& each : commands) {
+        text += "       " + Synopsis(each) + "\n";
+        rest += "\n## " + Synopsis(each).substr(sizeof kToolName) + "\n" + CommandBody(each);
     }
     return text + rest;
-}
-
-std::string ValueName(const CLI::Option& option) {
-    if (option.get_type_size() == 0) return "";
-    const std::string type = option.get_type_name();
-    const size_t offered = std::min(type.find('{'), type.size());
-    return type.substr(0, offered > 0 && offered < type.size() ? offered - 1 : offered);
-}
-
-std::vector<std::string> OfferedWords(const CLI::Option& option) {
-    const std::string type = option.get_type_name();
-    const size_t start = type.find('{');
-    const size_t end = type.find('}', start);
-    std::vector<std::string> words;
-    if (start == std::string::npos || end == std::string::npos) return words;
-    std::istringstream list(type.substr(start + 1, end - start - 1));
-    for (std::string word; std::getline(list, word, ',');) words.push_back(word);
-    return words;
 }
 
 }  // namespace ctl

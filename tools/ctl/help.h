@@ -5,24 +5,17 @@
 #include <string>
 #include <vector>
 
-#include "tools/ctl/command.h"
+#include "tools/ctl/command_line.h"
 
 namespace ctl {
 
 /// Of `ravelinctl --help`.
-std::string ToolHelp(const CLI::App& tool, const std::vector<Command>& commands);
+std::string ToolHelp(const std::vector<DeclaredCommand>& commands);
 
 /// Of `ravelinctl COMMAND --help`.
-std::string CommandHelp(const CLI::App& app, const Command& command);
+std::string CommandHelp(const DeclaredCommand& command);
 
 /// All of it in one text, for the man page: a line "## COMMAND" begins what belongs to a command.
-std::string WholeHelp(const CLI::App& tool, const std::vector<Command>& commands);
-
-/// The name of an option's value, "FILE"; empty for a flag. CLI11 appends to it what checks say of
-/// themselves.
-std::string ValueName(const CLI::Option& option);
-
-/// The words that a check of the option offers for its value; none for most.
-std::vector<std::string> OfferedWords(const CLI::Option& option);
+std::string WholeHelp(const std::vector<DeclaredCommand>& commands);
 
 }  // namespace ctl

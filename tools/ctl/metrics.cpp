@@ -158,19 +158,16 @@ Command MetricsCommand() {
         "watched.";
     command.exit_statuses = {{kStatusDone, "written, whatever the metrics say"},
                              {kStatusNotWritten, "the output or the state couldn't be written"}};
-    command.declare = [](CLI::App& app) -> Run {
+    command.declare = [](OptionSet& takes) -> Run {
         const auto options = std::make_shared<Options>();
-        app.add_option("LOG", options->logs, "logs, in any order")->type_name("LOG");
-        app.add_option("--output", options->output,
-                       "the file to replace, such as ravelin.prom; otherwise standard output")
-            ->type_name("FILE");
-        app.add_option("--state", options->state, "where the counters are kept between two runs")
-            ->type_name("FILE");
-        app.add_flag("--openmetrics", options->is_openmetrics,
-                     "OpenMetrics, which the collector doesn't read");
-        app.add_flag("--identity", options->shows_identity, "with the numbers of SIM and modem");
-        app.add_option("--folder", options->folder, "status files of another board, or copies")
-            ->type_name("FOLDER");
+        takes.Argument("LOG", &options->logs, "logs, in any order");
+        takes.Value("--output", "FILE", &options->output,
+                    "the file to replace, such as ravelin.prom; otherwise standard output");
+        takes.Value("--state", "FILE", &options->state, "where the counters are kept between two runs");
+        takes.Flag("--openmetrics", &options->is_openmetrics,
+                   "OpenMetrics, which the collector doesn't read");
+        takes.Flag("--identity", &options->shows_identity, "with the numbers of SIM and modem");
+        takes.Value("--folder", "FOLDER", &options->folder, "status files of another board, or copies");
         return [options] { return Metrics(*options); };
     };
     return command;

@@ -169,25 +169,23 @@ Command SendCommand() {
         words.emplace_back(command.text);
         list.items.push_back({command.text, command.meaning});
     }
-    const auto declare = [words](CLI::App& app) -> Run {
+    const auto declare = [words](OptionSet& takes) -> Run {
         const auto options = std::make_shared<Options>();
-        app.add_option("COMMAND", options->commands, "what is sent, in one line")
-            ->required()
-            ->check(AnyTextLike(words));
-        app.add_flag("--force", options->force, "sends what the daemon doesn't know too");
-        app.add_option("-l,--log", options->log,
-                       "the daemon's log; otherwise the file after its own -DL, else the journal, else "
-                       "/var/log/syslog or "
-                       "/var/log/messages")
-            ->type_name("LOG");
-        app.add_option("-p,--pipe", options->pipe, "the pipe, if it isn't /run/network/ravelin_fifo")
-            ->type_name("PIPE");
-        app.add_option("-w,--wait", options->wait_seconds,
-                       "how long to watch the log, 10 unless given, 0 not at all; a reset waits for the "
-                       "daemon's present "
-                       "step, which can take minutes")
-            ->type_name("SECONDS")
-            ->check(Number(0, kMost_seconds));
+        takes.Argument("COMMAND", &options->commands, "what is sent, in one line")
+            .Required()
+            .Checked(AnyTextLike(words));
+        takes.Flag("--force", &options->force, "sends what the daemon doesn't know too");
+        takes.Value("-l,--log", "LOG", &options->log,
+                    "the daemon's log; otherwise the file after its own -DL, else the journal, else "
+                    "/var/log/syslog or "
+                    "/var/log/messages");
+        takes.Value("-p,--pipe", "PIPE", &options->pipe, "the pipe, if it isn't /run/network/ravelin_fifo");
+        takes
+            .Value("-w,--wait", "SECONDS", &options->wait_seconds,
+                   "how long to watch the log, 10 unless given, 0 not at all; a reset waits for the "
+                   "daemon's present "
+                   "step, which can take minutes")
+            .Checked(Number(0, kMost_seconds));
         return [options] { return RunSend(*options); };
     };
     Command command = {

@@ -122,26 +122,24 @@ int RunStatus(const Options& options) {
 }  // namespace
 
 Command StatusCommand() {
-    const auto declare = [](CLI::App& app) -> Run {
+    const auto declare = [](OptionSet& takes) -> Run {
         const auto options = std::make_shared<Options>();
-        app.add_flag("--json", options->json, "prints an object of JSON; with --watch one a line");
-        app.add_flag(
-            "--watch", options->watch,
+        takes.Flag("--json", &options->json, "prints an object of JSON; with --watch one a line");
+        takes.Flag(
+            "--watch", &options->watch,
             "looks again and again. A terminal shows the present state; elsewhere each change is a block");
-        app.add_option("--interval", options->interval_seconds,
-                       "time between two looks of --watch, 2 unless given")
-            ->type_name("SECONDS")
-            ->check(Number(1, kMost_seconds));
-        app.add_option(
-               "--folder", options->folder,
-               "where the status files are, /run/network unless given. Those of another folder are judged by "
-               "themselves: no process, pipe and bus is looked at")
-            ->type_name("FOLDER");
-        CLI::Option* address = app.add_option("--address", options->address,
-                                              "D-Bus address of the bus; otherwise that in "
-                                              "RAVELIN_BUS_ADDRESS, otherwise the system bus")
-                                   ->type_name("ADDRESS");
-        app.add_flag("--no-bus", options->no_bus, "doesn't ask the daemon itself")->excludes(address);
+        takes
+            .Value("--interval", "SECONDS", &options->interval_seconds,
+                   "time between two looks of --watch, 2 unless given")
+            .Checked(Number(1, kMost_seconds));
+        takes.Value(
+            "--folder", "FOLDER", &options->folder,
+            "where the status files are, /run/network unless given. Those of another folder are judged by "
+            "themselves: no process, pipe and bus is looked at");
+        takes.Value("--address", "ADDRESS", &options->address,
+                    "D-Bus address of the bus; otherwise that in "
+                    "RAVELIN_BUS_ADDRESS, otherwise the system bus");
+        takes.Flag("--no-bus", &options->no_bus, "doesn't ask the daemon itself").Excludes("--address");
         return [options] { return RunStatus(*options); };
     };
     return {"status", "shows what the link does now",

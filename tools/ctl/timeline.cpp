@@ -66,21 +66,20 @@ Command TimelineCommand() {
         "The page is one file. It needs no network and asks for none: it can be sent, kept, and opened from "
         "a stick. It "
         "holds lines of the log, and with them what those tell of a SIM.";
-    command.exit_statuses = {{kStatusDone, "the page was written, whatever the log says"},
-                             {kStatusNotDone, "the page can't be written, or a log can't be read, or not to its end: what can is drawn"}};
-    command.declare = [](CLI::App& app) -> Run {
+    command.exit_statuses = {
+        {kStatusDone, "the page was written, whatever the log says"},
+        {kStatusNotDone,
+         "the page can't be written, or a log can't be read, or not to its end: what can is drawn"}};
+    command.declare = [](OptionSet& takes) -> Run {
         const auto options = std::make_shared<Options>();
-        app.add_option("LOG", options->logs, "logs, in any order; - is standard input")
-            ->type_name("LOG")
-            ->required();
-        app.add_option("-o,--output", options->output,
-                       "where the page goes; a plain file of that name is replaced, - is standard output")
-            ->type_name("FILE")
-            ->required();
-        app.add_option("--date", options->date,
-                       "day of the first line of logs without dates, 2026-11-22; \"file\": by when the file "
-                       "was changed last")
-            ->type_name("DAY");
+        takes.Argument("LOG", &options->logs, "logs, in any order; - is standard input").Required();
+        takes
+            .Value("-o,--output", "FILE", &options->output,
+                   "where the page goes; a plain file of that name is replaced, - is standard output")
+            .Required();
+        takes.Value("--date", "DAY", &options->date,
+                    "day of the first line of logs without dates, 2026-11-22; \"file\": by when the file "
+                    "was changed last");
         return [options] { return DrawTimeline(*options); };
     };
     return command;

@@ -289,22 +289,19 @@ int RunUpgrade(const Options& options) {
 }  // namespace
 
 Command UpgradeCommand() {
-    const auto declare = [](CLI::App& app) -> Run {
+    const auto declare = [](OptionSet& takes) -> Run {
         const auto options = std::make_shared<Options>();
-        app.add_flag("--yes", options->yes,
-                     "doesn't ask before it begins; needed where there is no terminal");
-        app.add_flag("--check", options->check,
-                     "looks whether an upgrade could begin, and leaves it at that");
-        app.add_option("-l,--log", options->log, "the daemon's log; otherwise it is looked for as by send")
-            ->type_name("LOG");
-        app.add_option("-w,--wait", options->wait_seconds,
-                       "how long to wait for the outcome, 1800 unless given")
-            ->type_name("SECONDS")
-            ->check(Number(1, kMostWait_seconds));
-        app.add_option(
-               "--address", options->address,
-               "D-Bus address of the bus; otherwise that in RAVELIN_BUS_ADDRESS, otherwise the system bus")
-            ->type_name("ADDRESS");
+        takes.Flag("--yes", &options->yes, "doesn't ask before it begins; needed where there is no terminal");
+        takes.Flag("--check", &options->check, "looks whether an upgrade could begin, and leaves it at that");
+        takes.Value("-l,--log", "LOG", &options->log,
+                    "the daemon's log; otherwise it is looked for as by send");
+        takes
+            .Value("-w,--wait", "SECONDS", &options->wait_seconds,
+                   "how long to wait for the outcome, 1800 unless given")
+            .Checked(Number(1, kMostWait_seconds));
+        takes.Value(
+            "--address", "ADDRESS", &options->address,
+            "D-Bus address of the bus; otherwise that in RAVELIN_BUS_ADDRESS, otherwise the system bus");
         return [options] { return RunUpgrade(*options); };
     };
     return {

@@ -11,22 +11,22 @@
 namespace {
 
 std::vector<ctl::Command> Commands() {
-    const auto look = [](CLI::App& app) -> ctl::Run {
+    const auto look = [](ctl::OptionSet& takes) -> ctl::Run {
         static bool flag;
         static std::string word, file, folder, number;
         static std::vector<std::string> logs;
-        app.add_flag("--flag", flag, "");
-        app.add_option("--word", word, "")->check(ctl::OneOf({"one", "once", "two"}))->type_name("WORD");
-        app.add_option("-f,--file", file, "")->type_name("FILE");
-        app.add_option("--folder", folder, "")->type_name("FOLDER");
-        app.add_option("--number", number, "")->type_name("N");
-        app.add_option("LOG", logs, "");
+        takes.Flag("--flag", &flag, "");
+        takes.Value("--word", "WORD", &word, "").Checked(ctl::OneOf({"one", "once", "two"}));
+        takes.Value("-f,--file", "FILE", &file, "");
+        takes.Value("--folder", "FOLDER", &folder, "");
+        takes.Value("--number", "N", &number, "");
+        takes.Argument("LOG", &logs, "");
         return [] { return 0; };
     };
-    const auto send = [](CLI::App& app) -> ctl::Run {
+    const auto send = [](ctl::OptionSet& takes) -> ctl::Run {
         static std::string command;
-        app.add_option("COMMAND", command, "")
-            ->check(ctl::AnyTextLike({"SoftReset:1", "Status:on", "Status:off"}));
+        takes.Argument("COMMAND", &command, "")
+            .Checked(ctl::AnyTextLike({"SoftReset:1", "Status:on", "Status:off"}));
         return [] { return 0; };
     };
     return {{"look", "", "", {}, look}, {"send", "", "", {}, send}, {"status", "", "", {}, send}};
@@ -39,7 +39,7 @@ class Completion : public testing::Test {
         Shell("mkdir -p '" + folder + "/alpha' && touch '" + folder + "/album' '" + folder + "/a b' '" +
               folder + "/script'");
         ctl::CommandLine command_line(Commands());
-        std::ofstream(folder + "/script") << ctl::BashCompletion(command_line.app());
+        std::ofstream(folder + "/script") << ctl::BashCompletion(command_line.commands());
     }
     void TearDown() override { Shell("rm -rf '" + folder + "'"); }
 

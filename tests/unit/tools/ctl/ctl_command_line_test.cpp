@@ -17,14 +17,12 @@ struct Values {
 };
 
 ctl::Command TestCommand(Values* values) {
-    const auto declare = [values](CLI::App& app) -> ctl::Run {
-        CLI::Option* flag = app.add_flag("--flag", values->flag, "a flag");
-        app.add_option("-n,--number", values->number, "a number")->check(ctl::Number(1, 9))->type_name("N");
-        app.add_option("--word", values->word, "a word")
-            ->check(ctl::OneOf({"one", "two"}))
-            ->type_name("WORD");
-        app.add_option("--file", values->file, "a file")->type_name("FILE")->excludes(flag);
-        app.add_option("LOG", values->rest, "the rest");
+    const auto declare = [values](ctl::OptionSet& takes) -> ctl::Run {
+        takes.Flag("--flag", &values->flag, "a flag");
+        takes.Value("-n,--number", "N", &values->number, "a number").Checked(ctl::Number(1, 9));
+        takes.Value("--word", "WORD", &values->word, "a word").Checked(ctl::OneOf({"one", "two"}));
+        takes.Value("--file", "FILE", &values->file, "a file").Excludes("--flag");
+        takes.Argument("LOG", &values->rest, "the rest");
         return [values] {
             ++values->runs;
             if (values->word == "two" && !values->flag)
@@ -36,8 +34,8 @@ ctl::Command TestCommand(Values* values) {
 }
 
 ctl::Command NeedyCommand(Values* values) {
-    const auto declare = [values](CLI::App& app) -> ctl::Run {
-        app.add_option("WHAT", values->word, "what is sent")->required();
+    const auto declare = [values](ctl::OptionSet& takes) -> ctl::Run {
+        takes.Argument("WHAT", &values->word, "what is sent").Required();
         return [] { return 0; };
     };
     return {"send", "sends things", "", {}, declare};
@@ -163,12 +161,10 @@ TEST_F(CtlCommandLine, TheTextOfTheManPageHasEachCommand) {
 }
 
 TEST_F(CtlCommandLine, ANumberWithoutALimit) {
-    std::string text = "2000000000";
-    EXPECT_EQ(ctl::Number(0, INT_MAX)(text), "");
-    text = "-1";
-    EXPECT_EQ(ctl::Number(0, INT_MAX)(text), "wants a number, 0 or more, not \"-1\"");
-    text = " 1";
-    EXPECT_NE(ctl::Number(0, INT_MAX)(text), "");
+    const ctl::Check number = ctl::Number(0, INT_MAX);
+    EXPECT_EQ(number.fault("2000000000"), "");
+    EXPECT_EQ(number.fault("-1"), "wants a number, 0 or more, not \"-1\"");
+    EXPECT_NE(number.fault(" 1"), "");
 }
 
 }  // namespace
