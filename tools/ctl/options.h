@@ -49,7 +49,7 @@ struct Option {
 /// In the order of the help.
 class OptionSet {
   public:
-    /// True if it is given. `names` is one or two, parted by a comma: "-l,--log". What is given back holds
+    /// True if it is given. `names` is one, or two separated by a comma: "-l,--log". The reference is valid
     /// until the next one is added.
     Option& Flag(const std::string& names, bool* target, const std::string& description);
     /// With a value. Where it is a file or folder, a name of kFileNames or kFolderNames (completion.h) makes
