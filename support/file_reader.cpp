@@ -24,7 +24,8 @@ size_t FileReader::GetLine(char* to, size_t size) {
     return length;
 }
 
-/// False at the end of the file. Only the last read of a file brings less than was asked for.
+/// False at the end of the file. A read that brings less than was asked for isn't the last one: where a pipe
+/// stands in the file's place, its writer may not have come to an end.
 bool FileReader::Fill() {
     if (is_at_end_) return false;
     ssize_t length = 0;
@@ -32,7 +33,7 @@ bool FileReader::Fill() {
         length = read(fd_, buffer_, sizeof buffer_);
     } while (length < 0 && errno == EINTR);
     has_failed_ = length < 0;
-    is_at_end_ = length < static_cast<ssize_t>(sizeof buffer_);
+    is_at_end_ = length <= 0;
     begin_ = buffer_;
     end_ = buffer_ + std::max<ssize_t>(length, 0);
     return begin_ != end_;

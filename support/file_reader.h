@@ -1,5 +1,4 @@
-// Reads a file from its start to its end, through one buffer and with as few calls as that takes. For files
-// as they lie on a disk: one that grows while it is read, a pipe or a terminal may end early. Allocates
+// Reads a file from its start to its end, through one buffer and with as few calls as that takes. Allocates
 // nothing.
 #pragma once
 

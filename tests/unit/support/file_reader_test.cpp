@@ -129,11 +129,11 @@ TEST_F(FileReaderTest, PeekTakesNothing) {
     EXPECT_EQ(file.GetLine(none, sizeof none), 0u);
 }
 
-TEST_F(FileReaderTest, SmallFileIsReadByOneCallAndOthersByOneForEachBuffer) {
+TEST_F(FileReaderTest, EachBufferIsOneCallAndTheEndIsOneMore) {
     const struct {
         size_t size;
         int reads;
-    } cases[] = {{0, 1}, {25, 1}, {kBuffer_bytes - 1, 1}, {kBuffer_bytes, 2}, {kBuffer_bytes + 1, 2}};
+    } cases[] = {{0, 1}, {25, 2}, {kBuffer_bytes - 1, 2}, {kBuffer_bytes, 2}, {kBuffer_bytes + 1, 3}};
     for (const auto& test : cases) {
         Write(std::string(test.size, 'x'));
         FileReader file(open(path.c_str(), O_RDONLY));
@@ -147,7 +147,21 @@ TEST_F(FileReaderTest, SmallFileIsReadByOneCallAndOthersByOneForEachBuffer) {
 TEST_F(FileReaderTest, InterruptedReadIsDoneAgain) {
     calls.errors = {EINTR, EINTR};
     EXPECT_EQ(LinesOf("a\n"), Texts{"a\n"});
-    EXPECT_EQ(calls.reads, 3);
+    EXPECT_EQ(calls.reads, 4);
+}
+
+TEST_F(FileReaderTest, PipeIsReadUntilItsWriterHasEnded) {
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    FileReader file(ends[0]);
+    char line[10];
+    ASSERT_EQ(write(ends[1], "one\n", 4), 4);
+    EXPECT_EQ(file.GetLine(line, sizeof line), 4u);
+    ASSERT_EQ(write(ends[1], "two\n", 4), 4);
+    close(ends[1]);
+    EXPECT_EQ(file.GetLine(line, sizeof line), 4u);
+    EXPECT_EQ(file.GetLine(line, sizeof line), 0u);
+    EXPECT_FALSE(file.has_failed());
 }
 
 TEST_F(FileReaderTest, FailedReadEndsTheFileAndIsTold) {
