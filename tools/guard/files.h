@@ -1,0 +1,31 @@
+// The guard's own files, and what it reads of the board.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "tools/guard/core.h"
+
+namespace guard {
+
+/// Fills what the status file tells. `problem` has a reason, in words, where it is unusable.
+void ReadStatus(const std::string& folder, Look* look, std::string* problem);
+
+/// Bytes that have come in at an interface; nothing where there is none of that name.
+std::optional<uint64_t> ReceivedBytes(const std::string& interface);
+
+/// The same from the text of /proc/net/dev.
+std::optional<uint64_t> ParseReceivedBytes(std::string_view table, const std::string& interface);
+
+/// Replaces the file in one step, so that nobody ever reads half of it. With `is_lasting` it is on the disk
+/// when this returns. False: errno says why.
+bool ReplaceFile(const std::string& path, const std::string& text, bool is_lasting);
+
+std::string BootId();
+
+/// Seconds since boot, sleep included.
+int64_t SecondsSinceBoot();
+
+}  // namespace guard
