@@ -26,21 +26,30 @@ set(TEXT_PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
 
 # install_with_paths(SOURCE FOLDER NAME PERMISSION...): a text of ours that names installed files by where they are under
 # /usr, installed with where they are under this prefix, which isn't known earlier.
+# Of the component INSTALLED_COMPONENT, "daemon" unless that is set.
 function(install_with_paths source folder name)
+    set(component daemon)
+    if(INSTALLED_COMPONENT)
+        set(component ${INSTALLED_COMPONENT})
+    endif()
     install(CODE "
         set(SOURCE [==[${source}]==])
         set(OUTPUT [==[${CMAKE_BINARY_DIR}/installed/${name}]==])
         set(SBIN_DIR [==[${CMAKE_INSTALL_SBINDIR}]==])
         set(DATA_DIR [==[${RAVELIN_DATA_DIR}]==])
         set(HELPER_DIR [==[${RAVELIN_HELPER_DIR}]==])
-        include([==[${CMAKE_SOURCE_DIR}/cmake/with_paths.cmake]==])" COMPONENT daemon)
-    install(FILES ${CMAKE_BINARY_DIR}/installed/${name} DESTINATION ${folder} PERMISSIONS ${ARGN} COMPONENT daemon)
+        include([==[${CMAKE_SOURCE_DIR}/cmake/with_paths.cmake]==])" COMPONENT ${component})
+    install(FILES ${CMAKE_BINARY_DIR}/installed/${name} DESTINATION ${folder} PERMISSIONS ${ARGN} COMPONENT ${component})
 endfunction()
 
 # install_settings(SOURCE FOLDER NAME PERMISSION...): a file below the folder of settings.
 function(install_settings source folder name)
+    set(component daemon)
+    if(INSTALLED_COMPONENT)
+        set(component ${INSTALLED_COMPONENT})
+    endif()
     install(CODE "file(INSTALL DESTINATION \"\${SYSCONF_DIR}/${folder}\" TYPE FILE RENAME ${name} PERMISSIONS ${ARGN}
-        FILES [==[${source}]==])" COMPONENT daemon)
+        FILES [==[${source}]==])" COMPONENT ${component})
 endfunction()
 
 # The daemon and what stands around it on a board. In the build folder it finds the bus library beside itself, installed
@@ -83,6 +92,15 @@ if(RAVELIN_BUSGLUE STREQUAL "") # a board that brings its own has it already
 endif()
 
 if(RAVELIN_TOOLS)
+    set(INSTALLED_COMPONENT guard)
+    install(TARGETS ravelin-guard RUNTIME DESTINATION ${CMAKE_INSTALL_SBINDIR} COMPONENT guard)
+    install_settings(${PACKAGING}/board/guard.conf ravelin guard.conf ${TEXT_PERMISSIONS})
+    install_with_paths(${PACKAGING}/systemd/ravelin-guard.service ${RAVELIN_UNIT_DIR} ravelin-guard.service
+        ${TEXT_PERMISSIONS})
+    install_with_paths(${PACKAGING}/init/ravelin-guard ${CMAKE_INSTALL_DATADIR}/ravelin-guard/init ravelin-guard
+        ${PROGRAM_PERMISSIONS})
+    unset(INSTALLED_COMPONENT)
+
     set(TOOLS_DOC_DIR ${CMAKE_INSTALL_DATADIR}/doc/ravelin-mobile-tools)
     install(TARGETS modem_sim ocpp_peer ravelinctl RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
     if(RAVELINCTL_COMPLETION)

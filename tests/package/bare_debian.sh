@@ -13,7 +13,7 @@ set -eu
 set -e
 MIRROR=http://deb.debian.org/debian
 NEXT_VERSION=2.5.2~try
-PACKAGES="ravelin-mobile libbusglue ravelin-mobile-tools"
+PACKAGES="ravelin-mobile libbusglue ravelin-mobile-tools ravelin-guard"
 
 [ $# -gt 0 ] || refuse "FOLDER is missing"
 common_option "$1"
@@ -118,6 +118,17 @@ quietly inside logrotate --debug /etc/logrotate.d/ravelin-mobile
 step "The smoke test of the package"
 install -m 755 "$root/debian/tests/smoke" "$bare/tmp/smoke"
 check "the smoke test" inside /tmp/smoke
+
+step "The guard: off, on and off again"
+check "it is off" test -z "$(find "$bare/etc/systemd/system" -name 'ravelin-guard*')" -a ! -e "$bare/etc/init.d/ravelin-guard"
+check "and only watches" test "$(inside ravelin-guard --check 2>/dev/null)" = "It only watches: guard.conf names no INTERFACE."
+cp -a "$bare/etc/ravelin/guard.conf" "$folder/guard.conf"
+printf '%s\n' INTERFACE=wwan0 "TCP=192.0.2.1 443" ICMP=192.0.2.2 >>"$bare/etc/ravelin/guard.conf"
+check "with settings it may act" inside ravelin-guard --check
+# shellcheck disable=SC2016 # for the other shell
+check "it starts, says so, and stops" inside sh -c 'init=/usr/share/ravelin-guard/init/ravelin-guard
+    $init start && sleep 2 && $init status && grep -qx State=no_status /run/ravelin-guard/state && $init stop && ! $init status'
+cp -a "$folder/guard.conf" "$bare/etc/ravelin/guard.conf"
 
 step "The board is set up"
 inside ravelin-board-setup || echo "(status $?: pins are a board's)"
