@@ -14,6 +14,8 @@
 #include "tools/board/text_file.h"
 #include "tools/ctl/command.h"
 #include "tools/ctl/output_file.h"
+#include "tools/guard/files.h"
+#include "tools/guard/shown.h"
 #include "tools/metrics/board_metrics.h"
 #include "tools/metrics/exposition.h"
 #include "tools/metrics/log_counts.h"
@@ -35,6 +37,12 @@ struct Options {
     bool is_openmetrics = false;
     bool shows_identity = false;
 };
+
+void LookForGuard(metrics::Seen* seen) {
+    const board::TextFile file = board::ReadTextFile(guard::kShownPath);
+    if (file.state == board::FileState::kRead) seen->guard = guard::ParseShown(file.text);
+    seen->guard_runs = seen->guard && guard::IsFresh(*seen->guard, guard::SecondsSinceBoot());
+}
 
 /// The daemon's log and the one that was rotated away last, as far as they are there.
 std::vector<std::string> UsualLogs(const std::string& log) {
@@ -117,6 +125,7 @@ int Metrics(const Options& options) {
         // By the signs that cost the daemon nothing; a question on the bus would be a line in its log each
         // time.
         around.daemon = board::PresenceOf(process.has_value(), board::Pipe(board::kPipePath).state());
+        LookForGuard(&seen);
         if (logs.empty()) logs = UsualLogs(process && !process->log.empty() ? process->log : kUsualLog);
     }
     seen.link = board::Judge(seen.files, around, time(nullptr));

@@ -14,10 +14,15 @@ constexpr Severity kError = Severity::kError;
 }  // namespace
 
 const Group kGroups[] = {
-    {"port", "Port of the modem"},           {"reset", "Board scripts and pins"},
-    {"tools", "Tools of the board"},         {"settings", "Settings"},
-    {"folder", "/run/network and the pipe"}, {"bus", "Message bus"},
-    {"service", "Service and clock"},        {"upgrade", "Firmware upgrades"},
+    {"port", "Port of the modem"},
+    {"reset", "Board scripts and pins"},
+    {"tools", "Tools of the board"},
+    {"settings", "Settings"},
+    {"folder", "/run/network and the pipe"},
+    {"bus", "Message bus"},
+    {"service", "Service and clock"},
+    {"upgrade", "Firmware upgrades"},
+    {"guard", "The guard"},
 };
 const size_t kGroupCount = std::size(kGroups);
 
@@ -227,6 +232,19 @@ const Complaint kCatalogue[] = {
     {"flash-running", "upgrade", kNote,
      "Half a firmware is a dead modem: only the end of the flash ends the danger.",
      "Keep the board powered, and don't restart it, until the flash is over."},
+
+    {"guard-settings", "guard", kError, "With a mistake in its settings the guard resets nothing.",
+     "Mend the line; `ravelin-guard --check` looks the file over."},
+    {"guard-open", "guard", kError,
+     "Whoever can write it decides where the guard's probes go; so it resets nothing.",
+     "Give it to root, mode 0644."},
+    {"guard-watches", "guard", kWarning, "The guard runs, and never resets anything.",
+     "Name the interface, and probes of two kinds at two machines that don't fail together."},
+    {"guard-interface", "guard", kWarning, "Without its interface the guard sees nothing and resets nothing.",
+     "Set INTERFACE to the modem's network interface, as `ip link` shows it while the link is up."},
+    {"guard-budget", "guard", kNote,
+     "The guard counts all resets of a day as made, so that for a day it makes none of the hardware.",
+     "Nothing: it writes the file anew. Look at the disk if it comes again."},
 };
 const size_t kComplaintCount = std::size(kCatalogue);
 

@@ -29,7 +29,7 @@ struct Check {
 constexpr Check kChecks[] = {
     {"port", CheckPort},       {"reset", CheckReset},       {"tools", CheckTools},
     {"bus", CheckBus},         {"settings", CheckSettings}, {"folder", CheckFolder},
-    {"service", CheckService}, {"upgrade", CheckUpgrade},
+    {"service", CheckService}, {"upgrade", CheckUpgrade},   {"guard", CheckGuard},
 };
 
 bool IsNumber(const std::string& text) {

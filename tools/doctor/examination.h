@@ -124,6 +124,7 @@ void CheckFolder(Examination& examination);
 void CheckBus(Examination& examination);
 void CheckService(Examination& examination);
 void CheckUpgrade(Examination& examination);
+void CheckGuard(Examination& examination);
 
 /// "process 12 (cat)".
 std::string NameOf(const Process& process);

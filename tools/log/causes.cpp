@@ -84,7 +84,7 @@ const std::array<CauseRow, 14> kCauses = {{
      kExplainingPage},
 }};
 
-const std::array<ReasonRow, 11> kReasons = {{
+const std::array<ReasonRow, 12> kReasons = {{
     {cause::kCommand, kCommandText},
     {cause::kModemMute, "three times no answer to AT+CSQ"},
     {cause::kPortGone, kPortGoneText},
@@ -95,6 +95,7 @@ const std::array<ReasonRow, 11> kReasons = {{
     {reason::kReconnect, "every fifth attempt to connect is a reset"},
     {cause::kDataPath, "the network check failed: count 3, 7 or 9"},
     {cause::kOcpp, kOcppText},
+    {reason::kGuard, "ravelin-guard asked for it: online, and nothing came through"},
     {cause::kUnknown, "for a reason that the log doesn't show"},
 }};
 // clang-format on

@@ -30,6 +30,7 @@ namespace reason {
 constexpr char kNoServiceRounds[] = "no-service-rounds";
 constexpr char kNoServiceTwoSims[] = "no-service-two-sims";
 constexpr char kReconnect[] = "reconnect";
+constexpr char kGuard[] = "guard";  // ravelin-guard asked for it
 }  // namespace reason
 
 struct CauseRow {
@@ -44,7 +45,7 @@ struct ReasonRow {
     const char* word;
     const char* text;
 };
-extern const std::array<ReasonRow, 11> kReasons;
+extern const std::array<ReasonRow, 12> kReasons;
 
 /// The word without what stands after its slash.
 std::string TopOf(const std::string& word);

@@ -36,6 +36,8 @@ constexpr int64_t kStateSearching = 2;
 constexpr int64_t kStateDenied = 3;
 constexpr int64_t kLte = 3;
 constexpr int kWeakRsrp = -115;
+constexpr std::string_view kGuardName = "ravelin-guard";
+constexpr int64_t kLongestPass_ms = 180 * kSecond_ms;  // until the daemon does what the pipe asks for
 
 bool IsRegistered(int64_t state) {
     return state == 1 || state == 5;
@@ -80,6 +82,10 @@ bool IsOfOtherThread(Event event) {
 
 const char* NextAfter(ResetKind kind, const std::string& why) {
     if (why == cause::kCommand) return "none: a script asked for it";
+    if (why == reason::kGuard) {
+        return kind == ResetKind::kHard ? "a pause of the guard, and a soft reset again"
+                                        : "a hardware reset by the guard, if still nothing comes through";
+    }
     if (why == cause::kOcpp) {
         return "a soft reset at the next threshold: 60 s, 30 min, each full hour of the outage";
     }
@@ -812,6 +818,17 @@ void Historian::NotePathOutage() {
     path_outages_ = history_.outages.size();
 }
 
+/// A reset that came through the pipe. What the guard has reset was online and carried nothing.
+const Evidence* Historian::OpenCommanded(ResetKind kind) {
+    const Evidence* guard = GuardsLine(kind);
+    if (!has_open_ && state_ != State::kStarting) {
+        Outage& outage = Open(now_, true, guard != nullptr ? cause::kDataPath : cause::kCommand,
+                              guard != nullptr ? Certainty::kProbable : Certainty::kCertain);
+        if (guard != nullptr) Prove(outage, *guard);
+    }
+    return guard;
+}
+
 /// A hardware reset is due; what follows shows whether it is carried out.
 void Historian::ExpectHardReset(const std::string& why, Certainty certainty) {
     pending_hard_.is_set = true;
@@ -820,7 +837,7 @@ void Historian::ExpectHardReset(const std::string& why, Certainty certainty) {
     hard_certainty_ = certainty;
     hard_evidence_.clear();
     if (decision_ != Event::kNone && why != cause::kModemMute && why != cause::kPortGone &&
-        why != cause::kCommand) {
+        why != cause::kCommand && why != reason::kGuard) {
         hard_evidence_.push_back(decision_line_);
     }
     hard_evidence_.push_back(now_);
@@ -829,11 +846,13 @@ void Historian::ExpectHardReset(const std::string& why, Certainty certainty) {
 void Historian::OnReset(const Said& said) {
     switch (said.event) {
         case Event::kCommandedSoftReset: {
-            if (!has_open_ && state_ != State::kStarting) {
-                Open(now_, true, cause::kCommand, Certainty::kCertain);
-            }
+            const Evidence* guard = OpenCommanded(ResetKind::kSoft);
             if (has_open_) Prove(*open(), now_);
-            AddReset(ResetKind::kSoft, cause::kCommand, Certainty::kCertain, {now_});
+            if (guard != nullptr) {
+                AddReset(ResetKind::kSoft, reason::kGuard, Certainty::kCertain, {*guard, now_});
+            } else {
+                AddReset(ResetKind::kSoft, cause::kCommand, Certainty::kCertain, {now_});
+            }
             awaits_soft_ = true;
             state_ = has_open_ ? State::kOffline : state_;
             return;
@@ -897,12 +916,12 @@ void Historian::OnReset(const Said& said) {
             state_ = State::kOffline;
             return;
         }
-        case Event::kCommandedHardReset:
-            if (!has_open_ && state_ != State::kStarting) {
-                Open(now_, true, cause::kCommand, Certainty::kCertain);
-            }
-            ExpectHardReset(cause::kCommand, Certainty::kCertain);
+        case Event::kCommandedHardReset: {
+            const Evidence* guard = OpenCommanded(ResetKind::kHard);
+            ExpectHardReset(guard != nullptr ? reason::kGuard : cause::kCommand, Certainty::kCertain);
+            if (guard != nullptr) hard_evidence_.insert(hard_evidence_.begin(), *guard);
             return;
+        }
         case Event::kMute:
             Mute();
             ExpectHardReset(cause::kModemMute, Certainty::kProbable);
@@ -1102,17 +1121,40 @@ void Historian::OnEvent(const Said& said) {
     if (said.event == Event::kDhcpClient) OnDhcp(said);
 }
 
+void Historian::TakeGuard(const Line& line) {
+    constexpr std::string_view kSoft = "SoftReset:1", kHard = "Reset4G:1", kAsked = ", because ";
+    const bool is_hard = line.message.substr(0, kHard.size()) == kHard;
+    if (!is_hard && line.message.substr(0, kSoft.size()) != kSoft) return;
+    // What follows otherwise says that it isn't, or couldn't be, asked for.
+    const std::string_view rest = line.message.substr(is_hard ? kHard.size() : kSoft.size());
+    guard_asked_.is_set = rest.substr(0, kAsked.size()) == kAsked;
+    guard_asked_.evidence = now_;
+    guard_kind_ = is_hard ? ResetKind::kHard : ResetKind::kSoft;
+}
+
+const Evidence* Historian::GuardsLine(ResetKind kind) {
+    const bool is_its = guard_asked_.is_set && guard_kind_ == kind &&
+                        now_.at.passed_ms - guard_asked_.evidence.at.passed_ms <= kLongestPass_ms;
+    guard_asked_.is_set = false;
+    return is_its ? &guard_asked_.evidence : nullptr;
+}
+
 void Historian::Take(const Line& line) {
     Ledger& ledger = history_.ledger;
     ++ledger.lines;
     if (line.kind == Line::Kind::kOther) {
-        const bool is_supervisor = HoldsAny(line.program, {"ravelin", "systemd"});
-        if (is_supervisor &&
-            HoldsAny(line.message, {"the daemon ended", "ravelin-mobile.service: Main process exited"})) {
-            now_ = {line.input,
-                    line.number,
-                    std::string(line.raw),
-                    {line.time_ms, line.elapsed_ms, line.elapsed_ms - shift_ms_}};
+        const bool is_guard = line.program == kGuardName;
+        const bool is_supervisor =
+            !is_guard && HoldsAny(line.program, {"ravelin", "systemd"}) &&
+            HoldsAny(line.message, {"the daemon ended", "ravelin-mobile.service: Main process exited"});
+        if (!is_guard && !is_supervisor) return;
+        now_ = {line.input,
+                line.number,
+                std::string(line.raw),
+                {line.time_ms, line.elapsed_ms, line.elapsed_ms - shift_ms_}};
+        if (is_guard) {
+            TakeGuard(line);
+        } else {
             end_of_run_.is_set = true;
             end_of_run_.evidence = now_;
         }

@@ -141,6 +141,10 @@ class Historian {
     void OnPort(const Said& said);
     void OnUpgrade(const Said& said);
     void OnDhcp(const Said& said);
+    void TakeGuard(const Line& line);
+    /// What the guard has said of the reset that is carried out now; null where it wasn't its.
+    const Evidence* GuardsLine(ResetKind kind);
+    const Evidence* OpenCommanded(ResetKind kind);
 
     Outage* open();
     Outage& Open(const Evidence& begin, bool has_begin, const char* cause, Certainty certainty);
@@ -239,6 +243,8 @@ class Historian {
     bool is_upgrading_ = false;
     bool run_ended_ = false;  // the last lines said why
     Mark end_of_run_;         // what the supervisor said of it
+    Mark guard_asked_;        // for a reset that hasn't been carried out yet
+    ResetKind guard_kind_ = ResetKind::kSoft;
     int weakest_rsrp_ = 0;
     int64_t hot_ = 0;
     bool was_refused_ = false;      // the module, by network.json

@@ -2,6 +2,8 @@
 
 #include <sstream>
 
+#include "tools/guard/core.h"
+
 namespace metrics {
 
 namespace {
@@ -179,6 +181,48 @@ void AddCounters(const Counts& counts, int64_t created_seconds, std::vector<Fami
     }
 }
 
+Family Counter(const char* name, const char* unit, const char* help) {
+    Family family = Gauge(name, unit, help);
+    family.type = Type::kCounter;
+    return family;
+}
+
+/// What outlives its end is told of a guard that has ended too.
+void AddGuard(const guard::Shown& shown, bool runs, std::vector<Family>* families) {
+    families->push_back(Gauge("ravelin_guard_running", "", "Whether ravelin-guard runs.", runs ? 1 : 0));
+    Family resets = Counter("ravelin_guard_resets", "", "Resets that ravelin-guard has asked for.");
+    resets.samples = {{{{"kind", "soft"}}, shown.soft_resets * kMilli},
+                      {{{"kind", "hard"}}, shown.hard_resets * kMilli}};
+    families->push_back(resets);
+    if (!runs) return;
+    families->push_back(Gauge("ravelin_guard_acts", "",
+                              "Whether its settings let ravelin-guard ask for resets.", shown.acts ? 1 : 0));
+    Family state = Gauge("ravelin_guard_state", "", "What ravelin-guard sees: 1 for the state that holds.");
+    for (const std::string& name : guard::StateNames()) {
+        state.samples.push_back({{{"state", name}}, name == shown.state ? kMilli : 0});
+    }
+    families->push_back(state);
+    Family spent =
+        Gauge("ravelin_guard_hard_resets_recent", "", "Hardware resets that the guard's budget counts.");
+    spent.samples = {{{{"period", "hour"}}, shown.hard_last_hour * kMilli},
+                     {{{"period", "day"}}, shown.hard_last_day * kMilli}};
+    families->push_back(spent);
+    Family limit = Gauge("ravelin_guard_hard_resets_limit", "", "The guard's budget of hardware resets.");
+    limit.samples = {{{{"period", "hour"}}, shown.hard_per_hour * kMilli},
+                     {{{"period", "day"}}, shown.hard_per_day * kMilli}};
+    families->push_back(limit);
+    Family bytes =
+        Counter("ravelin_guard_probe_bytes", "bytes", "Bytes of the guard's probes since its start.");
+    bytes.samples = {{{{"direction", "out"}}, shown.sent_bytes * kMilli},
+                     {{{"direction", "in"}}, shown.received_bytes * kMilli}};
+    families->push_back(bytes);
+    if (shown.alive_ago >= 0) {
+        families->push_back(Gauge("ravelin_guard_alive_age_seconds", "seconds",
+                                  "How long ago ravelin-guard saw that the link carries something.",
+                                  shown.alive_ago));
+    }
+}
+
 }  // namespace
 
 std::vector<Family> BoardMetrics(const Seen& seen) {
@@ -201,6 +245,7 @@ std::vector<Family> BoardMetrics(const Seen& seen) {
         family.samples.push_back({{{"cause", seen.cause}}, kMilli});
         families.push_back(family);
     }
+    if (seen.guard) AddGuard(*seen.guard, seen.guard_runs, &families);
     if (seen.counts) AddCounters(*seen.counts, seen.created_seconds, &families);
     return families;
 }

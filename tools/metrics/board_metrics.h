@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "tools/board/link.h"
+#include "tools/guard/shown.h"
 #include "tools/metrics/exposition.h"
 #include "tools/metrics/log_counts.h"
 
@@ -21,6 +22,8 @@ struct Seen {
     int64_t created_seconds = 0;
     std::string model;
     std::string cause;  // of the outage that lasts
+    std::optional<guard::Shown> guard;  // what ravelin-guard shows, where there is one
+    bool guard_runs = false;
 };
 
 /// A value that isn't known has no sample, and a family without samples isn't shown.

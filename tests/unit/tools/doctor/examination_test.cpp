@@ -59,6 +59,9 @@ constexpr char kUnit[] = "/lib/systemd/system/ravelin-mobile.service";
 constexpr char kPolicy[] = "/etc/dbus-1/system.d/busglue.conf";
 constexpr char kPipe[] = "/run/network/ravelin_fifo";
 
+constexpr char kGuardFile[] = "/etc/ravelin/guard.conf";
+constexpr char kGuardLines[] = "INTERFACE=wwan0\nICMP=192.0.2.1\nTCP=192.0.2.2 443\n";
+
 /// The same settings in both places, so that they don't differ.
 void Add(HealthyBoard& on, const std::string& lines) {
     on.folder.Append(kSettingsFile, lines);
@@ -85,6 +88,35 @@ void UseInitScript(HealthyBoard& on) {
 }
 
 const Broken kBroken[] = {
+    {"guard with a mistake in its settings",
+     [](HealthyBoard& on) { on.folder.Write(kGuardFile, std::string(kGuardLines) + "ICMP=ns.example\n"); },
+     {"guard-settings"},
+     "line 4: \"ns.example\""},
+    {"guard whose settings others can write",
+     [](HealthyBoard& on) { on.folder.Write(kGuardFile, kGuardLines, 0666); },
+     {"guard-open"},
+     "0666"},
+    {"guard that runs and has one kind of probes",
+     [](HealthyBoard& on) {
+         on.folder.Write(kGuardFile, "INTERFACE=wwan0\nICMP=192.0.2.1\nICMP=192.0.2.2\n");
+         on.AddProcess(300, "ravelin-guard");
+     },
+     {"guard-watches"},
+     "one kind only"},
+    {"guard of an interface that isn't there",
+     [](HealthyBoard& on) {
+         on.folder.Write(kGuardFile, kGuardLines);
+         on.folder.MakeFolder("/sys/class/net/lo");
+     },
+     {"guard-interface"},
+     "wwan0"},
+    {"guard with half a budget",
+     [](HealthyBoard& on) {
+         on.folder.Write(kGuardFile, kGuardLines);
+         on.folder.Write("/var/lib/ravelin-guard/budget", "RAVELIN_GUARD_BUDGET=1\nBOOT=x\n");
+     },
+     {"guard-budget"},
+     "damaged"},
     {"port is gone",
      [](HealthyBoard& on) { on.folder.Remove("/dev/ttyUSB2"); },
      {"port-missing"},

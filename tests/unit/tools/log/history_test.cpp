@@ -33,7 +33,10 @@ class Log {
             std::getline(words, message);
             message.erase(0, 1);
             Line entry;
-            entry.kind = Line::Kind::kSaid;
+            // "SECONDS [PROGRAM] MESSAGE" is of another program.
+            const bool is_other = function.front() == '[';
+            entry.kind = is_other ? Line::Kind::kOther : Line::Kind::kSaid;
+            if (is_other) entry.program = std::string_view(function).substr(1, function.size() - 2);
             entry.number = ++number;
             entry.raw = line;
             entry.place = {"network_daemon/x.cpp", function, 1};
@@ -412,6 +415,47 @@ TEST(History, Commands) {
         Dial(640, 3) + kLater;
     EXPECT_EQ(Told(Log().Tell(text)),
               "command certain 300..350; command certain 601..660; soft command 300; hard command 601; ");
+}
+
+/// A board whose guard asks for both resets.
+std::string GuardedLog(const std::string& soft, const std::string& hard) {
+    return kStart + ("300 " + soft + "\n") +
+           "300 handle_command [FIFO]SoftReset:1\n305 Task [FIFO] SoftReset run\n305 SoftReset Soft "
+           "reset!\n" +
+           Dial(330, 2) + "900 " + hard + "\n900 handle_command [FIFO]Reset4G:1\n" +
+           "904 Task [FIFO] DeviceReset run\n904 main kill udhcpc lte!!!\n915 main Reset4G time=1\n" +
+           "915 SoftReset Soft reset!\n" + Dial(940, 3) + kLater;
+}
+
+TEST(History, ResetsOfTheGuard) {
+    const History history =
+        Log().Tell(GuardedLog("[ravelin-guard] SoftReset:1, because online and no traffic for 800 s, x",
+                              "[ravelin-guard] Reset4G:1, because a soft reset didn't help: x"));
+    EXPECT_EQ(Told(history),
+              "data-path probable 305..350; data-path probable 904..960; soft guard 305; hard guard 904; ");
+    ASSERT_EQ(history.resets.size(), 2U);
+    for (const Reset& reset : history.resets) {
+        ASSERT_EQ(reset.evidence.size(), 2U);
+        EXPECT_NE(reset.evidence[0].text.find("because"), std::string::npos) << "its line is the reason";
+        EXPECT_NE(reset.next.find("guard"), std::string::npos);
+    }
+    EXPECT_EQ(history.ledger.resets.at("guard"), 2);
+}
+
+TEST(History, WhatTheGuardHasntAskedForIsNotIts) {
+    const std::string command =
+        "command certain 305..350; command certain 904..960; soft command 305; hard command 904; ";
+    // It couldn't; it is another program; it asked for the other one; it asked long before.
+    EXPECT_EQ(Told(Log().Tell(GuardedLog("[ravelin-guard] SoftReset:1, because x\n"
+                                         "300 [ravelin-guard] SoftReset:1 can't be asked for: nobody reads",
+                                         "[sshd] Reset4G:1, because x"))),
+              command);
+    EXPECT_EQ(Told(Log().Tell(GuardedLog("[ravelin-guard] Reset4G:1, because x",
+                                         "[ravelin-guard] SoftReset:1, because x"))),
+              command);
+    EXPECT_EQ(Told(Log().Tell("1 [ravelin-guard] SoftReset:1, because x\n" +
+                              GuardedLog("[ravelin-guard] now quiet", "[ravelin-guard] now suspect: x"))),
+              command);
 }
 
 TEST(History, SwitchedOff) {

@@ -51,6 +51,37 @@ TEST(BoardMetrics, OfAnOnlineBoard) {
     EXPECT_FALSE(Has(seen, "resets")) << "no log was read";
 }
 
+TEST(BoardMetrics, OfAGuard) {
+    Seen seen = Board(kOnline);
+    EXPECT_FALSE(Has(seen, "guard")) << "there is none";
+    seen.guard = guard::Shown();
+    seen.guard->state = "no_budget";
+    seen.guard->acts = true;
+    seen.guard->soft_resets = 9;
+    seen.guard->hard_resets = 7;
+    seen.guard->hard_last_hour = 6;
+    seen.guard->hard_last_day = 7;
+    seen.guard->hard_per_hour = 6;
+    seen.guard->hard_per_day = 24;
+    seen.guard->sent_bytes = 1234;
+    seen.guard->alive_ago = 700;
+    seen.guard_runs = true;
+    for (const char* line :
+         {"\nravelin_guard_running 1\n", "\nravelin_guard_resets_total{kind=\"soft\"} 9\n",
+          "\nravelin_guard_resets_total{kind=\"hard\"} 7\n", "\nravelin_guard_acts 1\n",
+          "\nravelin_guard_state{state=\"no_budget\"} 1\n", "\nravelin_guard_state{state=\"quiet\"} 0\n",
+          "\nravelin_guard_hard_resets_recent{period=\"hour\"} 6\n",
+          "\nravelin_guard_hard_resets_limit{period=\"day\"} 24\n",
+          "\nravelin_guard_probe_bytes_total{direction=\"out\"} 1234\n",
+          "\nravelin_guard_alive_age_seconds 700\n"}) {
+        EXPECT_TRUE(Has(seen, line)) << line << Text(seen);
+    }
+    seen.guard_runs = false;
+    EXPECT_TRUE(Has(seen, "\nravelin_guard_running 0\n"));
+    EXPECT_TRUE(Has(seen, "\nravelin_guard_resets_total{kind=\"soft\"} 9\n"));
+    EXPECT_FALSE(Has(seen, "ravelin_guard_state")) << "nobody knows";
+}
+
 TEST(BoardMetrics, AnIdentityOnlyWhenAsked) {
     Seen seen = Board(kOnline);
     for (const char* number : {"460001112223334", "89860012317001122334", "867698041122330"}) {
