@@ -16,7 +16,7 @@ bool IsDigit(char c) {
 /// In the order of EntryKind.
 constexpr std::string_view kKinds[] = {"sends",    "hears",  "runs",      "asks",      "logs",  "debugs",
                                        "forwards", "prints", "complains", "publishes", "shows", "modem",
-                                       "world",    "bus",    "broken",    "ends"};
+                                       "world",    "bus",    "broken",    "ends",      "guard"};
 static_assert(std::size(kKinds) == static_cast<size_t>(EntryKind::kOther));
 
 EntryKind KindOf(std::string_view word) {

@@ -24,6 +24,7 @@ enum class EntryKind {
     kBus,
     kBroken,
     kEnds,
+    kGuard,
     kOther,
 };
 

@@ -32,6 +32,7 @@
 #include "platform/busglue/busglue.h"
 #include "simulator/virtual_time/environment.h"
 #include "simulator/virtual_time/expectations.h"
+#include "simulator/virtual_time/guard_beside.h"
 #include "simulator/virtual_time/journal.h"
 #include "simulator/virtual_time/modem_port.h"
 #include "simulator/virtual_time/own_heap.h"
@@ -111,6 +112,7 @@ class Run {
             Furnish();
             Begin();
         }
+        StartGuard();
         CaptureOutput();
     }
 
@@ -196,6 +198,15 @@ class Run {
         options.family = scenario_.modem_family;
         options.model = scenario_.modem_model;
         modem_ = std::make_unique<ModemPort>(options);
+    }
+
+    // One that is started again with the daemon has forgotten what doesn't stand in its files.
+    void StartGuard() {
+        if (scenario_.guard_settings.empty()) return;
+        guard_ = std::make_unique<GuardBeside>(
+            environment_, modem_ == nullptr ? nullptr : &modem_->modem(), scenario_.guard_settings,
+            scenario_.traffic_bytes_per_second, [this](const std::string& line) { Note("guard", line); });
+        guard_->Start();
     }
 
     void JournaliseModem() {
@@ -554,6 +565,7 @@ class Run {
     bool bus_is_away_ = false;
     bool is_down_ = false;  // the supervisor hasn't started the daemon again yet
     std::unique_ptr<ModemPort> modem_;
+    std::unique_ptr<GuardBeside> guard_;
     const busglue_descriptor* descriptor_ = nullptr;
     std::deque<Message> messages_;
 };

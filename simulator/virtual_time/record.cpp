@@ -34,6 +34,7 @@ const std::vector<std::string>& RecordKinds() {
     static const std::vector<std::string> kinds = {
         "sends",     "hears",     "runs",  "asks",  "logs",  "debugs", "forwards", "prints",
         "complains", "publishes", "shows", "modem", "world", "bus",    "broken",   "ends",
+        "guard",
     };
     return kinds;
 }

@@ -29,6 +29,7 @@ constexpr char kBlanks[] = " \t";
 // text in a whole scenario.
 constexpr int64_t kLongest_seconds = 10'000'000'000;
 constexpr size_t kMostEvents = 100'000;
+constexpr int64_t kMostTraffic = 1'000'000;    // bytes a second
 constexpr size_t kText_bytes = 16 << 20;       // with "<300*x>"
 constexpr size_t kEventText_bytes = 64 << 20;  // with "every"
 
@@ -198,6 +199,8 @@ class Parser {
         if (verb == "folder") return ParseFolder(rest);
         if (verb == "shell") return ParseShell(rest, &scenario_->shell.emplace_back());
         if (verb == "bus") return ParseBus(rest);
+        if (verb == "guard") return ParseGuard(statement, rest);
+        if (verb == "traffic") return ParseTraffic(rest);
         if (verb == "supervise") return ParseSupervise(rest);
         if (verb == "mark") return ParseMark(statement, rest);
         if (verb == "at") return ParseAt(statement, rest);
@@ -256,6 +259,18 @@ class Parser {
         if (!rest.empty()) return Fail("none, empty or an indented block is wanted");
         if (statement.block.empty()) return Fail("the settings are missing: indent them under this line");
         return AddFile(kSettingsFile, BlockText(statement));
+    }
+
+    bool ParseGuard(const Statement& statement, const std::string& rest) {
+        if (!rest.empty() || statement.block.empty())
+            return Fail("the guard's settings are wanted, indented");
+        scenario_->guard_settings = BlockText(statement);
+        return true;
+    }
+
+    bool ParseTraffic(const std::string& rest) {
+        return ParseWholeNumber(rest, kMostTraffic, &scenario_->traffic_bytes_per_second) ||
+               Fail("bytes a second are wanted");
     }
 
     bool AddFile(const std::string& path, const std::string& text) {

@@ -114,7 +114,9 @@ struct Scenario {
     std::vector<std::string> folders;
     std::vector<ShellRule> shell;
     bool bus_fails = false;
-    int64_t restart_after_us = 0;  // when the daemon has ended; 0: nobody starts it again
+    std::string guard_settings;            // empty: there is no guard
+    int64_t traffic_bytes_per_second = 0;  // that come in through a path that is alive
+    int64_t restart_after_us = 0;          // when the daemon has ended; 0: nobody starts it again
     int64_t until_us = 0;
     std::vector<Mark> marks;
     std::vector<ScenarioEvent> events;
