@@ -1,0 +1,146 @@
+#!/bin/bash
+# The network behind the link dies while the modem goes on calling the link up, with one SIM and without ORLA: the daemon
+# never notices. The guard does. A portal that answers in the name of others doesn't count; it asks for a soft reset, which
+# doesn't help, is killed and started again, and asks for a hardware reset, which does. The guard's time runs six times as
+# fast as the daemon's. What it sends and hears is counted at the interface.
+. "$REPOSITORY/tests/e2e/e2e.bash"
+
+GUARD_LOG=/tmp/guard.log
+GUARD_STATE=/run/ravelin-guard/state
+export FAST_CLOCK=6
+
+# on_fast_clock COMMAND...
+on_fast_clock() {
+    LD_PRELOAD=$BUILD/tests/libfast_clock.so "$@"
+}
+
+start_guard() {
+    mkdir -p /run/ravelin-guard /tmp/guard
+    # Not by a function, of which only the shell would be killed.
+    LD_PRELOAD=$BUILD/tests/libfast_clock.so "$BUILD/ravelin-guard" --config /tmp/guard.conf --state /tmp/guard --stderr 2>>"$GUARD_LOG" &
+    GUARD=$!
+}
+
+guard_said() {
+    grep -qF -- "$1" "$GUARD_LOG"
+}
+
+has_started_twice() {
+    [ "$(grep -c "watches wwan0 and acts" "$GUARD_LOG")" = 2 ]
+}
+
+# await_guard TEXT
+await_guard() {
+    wait_for "$PATIENCE_SECONDS" guard_said "$1" || {
+        cat "$GUARD_LOG" "$GUARD_STATE"
+        fail "the guard didn't say: $1"
+    }
+    say "the guard: $(grep -F -- "$1" "$GUARD_LOG" | tail -n 1)"
+}
+
+# shown KEY: of the guard's own state.
+shown() {
+    sed -n "s/^$1=//p" "$GUARD_STATE" 2>/dev/null
+}
+
+shown_at_least() {
+    local value
+    value=$(shown "$1")
+    [ "${value:-0}" -ge "$2" ]
+}
+
+# bytes_at_interface COLUMN: 2 is what came in, 10 what went out.
+bytes_at_interface() {
+    awk -v column="$1" '{ sub(/:/, " ") } $1 == "wwan0" { print $column }' /proc/net/dev
+}
+
+# serve_names ADDRESS: the name server of the network knows this one.
+serve_names() {
+    if [ -n "${NAME_SERVER-}" ]; then
+        kill "$NAME_SERVER"
+        wait "$NAME_SERVER" 2>/dev/null
+    fi
+    # Not by "far": of a function in the background only the shell would be killed.
+    nsenter --net="/proc/$NETWORK/ns/net" "$BUILD/tests/name_server" 8.8.8.8 "$1" &
+    NAME_SERVER=$!
+}
+
+# metric NAME: its value, as ravelinctl tells it.
+metric() {
+    on_fast_clock "$BUILD/ravelinctl" metrics | sed -n "s/^$1 //p"
+}
+
+cat >/tmp/guard.conf <<'END'
+INTERFACE=wwan0
+DNS=8.8.8.8 www.example.org
+TCP=8.8.4.4 443
+ICMP=8.8.4.4
+SILENCE=60
+INTERVAL=60
+FAILED=120
+SOFT_WAIT=180
+END
+chmod 644 /tmp/guard.conf
+check "its settings let it act" "$BUILD/ravelin-guard" --check --config /tmp/guard.conf
+: >"$GUARD_LOG"
+start_board
+serve_names 198.51.100.7
+start_daemon
+wait_for "$PATIENCE_SECONDS" is_online || fail "not online"
+# The neighbours know each other, so that nothing but probes is counted.
+ping -c 1 -W 20 8.8.8.8 >/dev/null || fail "the network isn't there"
+start_guard
+await_guard "watches wwan0 and acts"
+await_guard "now quiet"
+# The first round is one of all probes: each has to have answered once.
+wait_for "$PATIENCE_SECONDS" shown_at_least Rounds 1 || fail "no probes"
+wait_for "$PATIENCE_SECONDS" grep -qx PROVEN=7 /tmp/guard/budget || fail "the probes aren't known to answer: $(cat /tmp/guard/budget)"
+
+# While all is well, a round is one question of 61 bytes for the name and one answer of 77, and 14 of Ethernet each.
+sent_before=$(bytes_at_interface 10)
+received_before=$(bytes_at_interface 2)
+rounds_before=$(shown Rounds)
+wait_for "$PATIENCE_SECONDS" shown_at_least Rounds $((rounds_before + 3)) || fail "no probes"
+rounds=$(($(shown Rounds) - rounds_before))
+sent=$(($(bytes_at_interface 10) - sent_before))
+received=$(($(bytes_at_interface 2) - received_before))
+say "$rounds rounds: $sent bytes out and $received in at the interface"
+# The count of rounds lags behind by one; ARP asks again at times.
+[ "$sent" -ge $((rounds * 75)) ] && [ "$sent" -le $(((rounds + 2) * 75 + 6 * 42)) ] || fail "$sent bytes aren't those of the probes"
+[ "$received" -le $(((rounds + 2) * 91 + 6 * 42)) ] || fail "$received bytes are more than answers and ARP"
+[ "$(shown SoftResets)" = 0 ] || fail "a reset of a healthy link"
+
+for host in 8.8.4.4 172.21.2.226; do
+    far ip addr del "$host/32" dev lo
+done
+serve_names 10.0.0.1
+say "the network is dead but for a portal, the link stays up"
+await_guard "SoftReset:1, because online and no traffic for"
+guard_said "(DNS captive, TCP" || fail "the portal wasn't seen: $(cat "$GUARD_LOG")"
+await_log "$PATIENCE_SECONDS" "[FIFO] SoftReset run"
+
+# Killed and started again, it goes on where it was.
+kill -9 $GUARD
+wait $GUARD 2>/dev/null
+start_guard
+wait_for "$PATIENCE_SECONDS" has_started_twice || fail "the second guard doesn't start"
+guard_said "another one runs" && fail "the first guard still runs"
+await_guard "Reset4G:1, because a soft reset didn't help"
+await_log "$PATIENCE_SECONDS" "[FIFO]Reset4G:1"
+await_log "$PATIENCE_SECONDS" "[FIFO] DeviceReset run"
+grep -qx SOFT_TOTAL=1 /tmp/guard/budget || fail "the restart brought a second soft reset"
+grep -qx HARD=1 /tmp/guard/budget || fail "the budget doesn't have the reset"
+
+for host in 8.8.4.4 172.21.2.226; do
+    far ip addr add "$host/32" dev lo
+done
+serve_names 198.51.100.7
+say "the reset has brought the network back"
+await_guard "alive again after Reset4G:1"
+[ "$(metric 'ravelin_guard_resets_total{kind="hard"}')" = 1 ] || fail "ravelinctl metrics: $("$BUILD/ravelinctl" metrics | grep guard)"
+[ "$(metric ravelin_guard_running)" = 1 ] || fail "ravelinctl metrics doesn't know that it runs"
+awk '/^Private/ { kib += $2 } END { print "the guard has " kib " KiB of its own"; exit kib >= 400 }' /proc/$GUARD/smaps ||
+    fail "too much memory"
+[ "$(grep -c 'SoftReset:1, because' "$GUARD_LOG")" = 1 ] || fail "not one soft reset"
+grep -vE '^(SoftReset|Reset4G):1$' < <(grep -oE '\[FIFO\][A-Za-z0-9]+:.*' "$LOG" | sed 's/^\[FIFO\]//') && fail "it asked for more"
+say "done"
