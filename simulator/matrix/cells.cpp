@@ -388,6 +388,9 @@ const std::vector<Fault>& Faults() {
             {"dead_path", "Dead path, one SIM, no ORLA",
              "The call is up and carries nothing until it is dialled anew.", Board::kOneSim, kForGood_seconds,
              kBegin, Rung::kNone, DeadUntilDialled, kAdvicePath},
+            {"dead_path_stuck", "Dead path until a hardware reset, one SIM, no ORLA",
+             "The call is up and carries nothing, and no dial helps.", Board::kOneSim, kForGood_seconds,
+             kBegin, Rung::kNone, DeadUntilReset, kAdvicePath},
             {"dead_path_orla", "Dead path, ORLA=1, and the service reports its outage",
              "The same; `OFFLINE` grows from the fault on.", Board::kProject, kForGood_seconds, kBegin,
              Rung::kFirstOutage, DeadWithOutage, nullptr},
@@ -538,6 +541,10 @@ std::string GivenText(const Fault& fault, const Setup& setup) {
     return text + soak::ResetScriptRule(setup.board.script_ms / kSecond_ms) + "\n";
 }
 
+/// ravelin-guard with all that it has by itself, on a link that is quiet.
+constexpr char kGuardText[] =
+    "guard\n    INTERFACE=wwan0\n    DNS=192.0.2.53 www.example.org\n    TCP=192.0.2.80 443\n";
+
 /// The same numbers for the same cell on every machine.
 soak::Random RandomOf(const Cell& cell) {
     constexpr uint64_t kBasis = 14695981039346656037ULL, kPrime = 1099511628211ULL;
@@ -553,7 +560,7 @@ int BoundSeconds(const Fault& fault, const std::string& family) {
     return BoundOf(fault, SetupOf(fault, family));
 }
 
-CellStory TellCell(const Cell& cell) {
+CellStory TellCell(const Cell& cell, Guard guard) {
     const Fault& fault = *cell.fault;
     const Setup setup = SetupOf(fault, cell.family);
     soak::Random random = RandomOf(cell);
@@ -574,9 +581,10 @@ CellStory TellCell(const Cell& cell) {
     for (int i = 1; i <= cell.phase % kAttemptsBefore; ++i) story.At(kCutStep_ms * i, "link down");
     fault.write(cell, story, told.from_ms, is_for_good ? told.until_ms : to_ms);
     told.text = "# " + std::string(fault.title) + ": " + cell.family + ", from " +
-                soak::Seconds(told.from_ms) + " s\n\n" + GivenText(fault, setup) + "\n" + story.Take() +
-                "every 30 from " + soak::Seconds(told.from_ms) + " to " + soak::Seconds(told.until_ms) +
-                " status\nuntil " + soak::Seconds(told.until_ms) + "\n\nnever broken <any>\n";
+                soak::Seconds(told.from_ms) + " s\n\n" + GivenText(fault, setup) +
+                (guard == Guard::kBeside ? kGuardText : "") + "\n" + story.Take() + "every 30 from " +
+                soak::Seconds(told.from_ms) + " to " + soak::Seconds(told.until_ms) + " status\nuntil " +
+                soak::Seconds(told.until_ms) + "\n\nnever broken <any>\n";
     return told;
 }
 

@@ -59,7 +59,8 @@ struct CellStory {
     int64_t until_ms;
     int bound_seconds;  // within which the rules lead back
 };
-CellStory TellCell(const Cell& cell);
+enum class Guard { kNone, kBeside };
+CellStory TellCell(const Cell& cell, Guard guard = Guard::kNone);
 
 /// See CellStory; the same for each moment of the fault.
 int BoundSeconds(const Fault& fault, const std::string& family);

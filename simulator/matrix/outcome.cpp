@@ -44,6 +44,10 @@ class Reader {
             case EntryKind::kDebugs:
                 TakeLog(soak::SplitLogLine(entry.text));
                 break;
+            case EntryKind::kGuard:
+                if (StartsWith(entry.text, "SoftReset:1, because ")) ++guard_soft_resets_;
+                if (StartsWith(entry.text, "Reset4G:1, because ")) guard_hard_resets_.push_back(now_ms_);
+                break;
             default:
                 break;
         }
@@ -62,7 +66,14 @@ class Reader {
         for (const Taken& taken : steps_) {
             if (taken.at_ms <= counted_ms) ++outcome.steps[static_cast<size_t>(taken.step)];
         }
-        outcome.hard_resets_per_hour = FullestHour();
+        std::vector<int64_t> hard_resets;
+        for (const Taken& taken : steps_) {
+            if (taken.step == Step::kHardReset) hard_resets.push_back(taken.at_ms);
+        }
+        outcome.hard_resets_per_hour = FullestHour(hard_resets);
+        outcome.guard_soft_resets = guard_soft_resets_;
+        outcome.guard_hard_resets = static_cast<int>(guard_hard_resets_.size());
+        outcome.guard_hard_resets_per_hour = FullestHour(guard_hard_resets_);
         return outcome;
     }
 
@@ -135,11 +146,7 @@ class Reader {
         good_ms_ = is_good ? now_ms_ : kNever;
     }
 
-    int FullestHour() const {
-        std::vector<int64_t> resets;
-        for (const Taken& taken : steps_) {
-            if (taken.step == Step::kHardReset) resets.push_back(taken.at_ms);
-        }
+    static int FullestHour(const std::vector<int64_t>& resets) {
         size_t most = 0;
         for (size_t first = 0, last = 0; last < resets.size(); ++last) {
             while (resets[last] - resets[first] >= kHour_ms) ++first;
@@ -159,6 +166,8 @@ class Reader {
     bool is_after_hard_ = false;
     int64_t good_ms_ = kNever;  // since when
     std::vector<Taken> steps_;
+    int guard_soft_resets_ = 0;
+    std::vector<int64_t> guard_hard_resets_;
 };
 
 }  // namespace

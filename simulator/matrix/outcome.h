@@ -18,7 +18,10 @@ struct Outcome {
     int64_t recovery_ms = 0;  // where it is settled
     // From the fault until it was good again, or for an hour where it never was.
     std::array<int, kSteps> steps = {};
-    int hard_resets_per_hour = 0;  // in the fullest hour
+    int hard_resets_per_hour = 0;        // in the fullest hour
+    int guard_soft_resets = 0;           // in all, that the guard has asked for
+    int guard_hard_resets = 0;           // the same
+    int guard_hard_resets_per_hour = 0;  // of these, in the fullest hour
     // At the end the daemon takes the link for good, and the modem has no call.
     bool is_deceived = false;
 };

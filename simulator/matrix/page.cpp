@@ -7,6 +7,7 @@
 
 #include "simulator/matrix/page_text.h"
 #include "simulator/modem/modem_model.h"
+#include "tools/guard/ledger.h"
 
 namespace matrix {
 
@@ -103,6 +104,57 @@ std::string Marked(int resets_per_hour) {
     return std::to_string(resets_per_hour) + (resets_per_hour > kMostResetsPerHour ? kMark : "");
 }
 
+using Outcomes = std::vector<Outcome>;
+
+bool IsNever(const Outcomes& outcomes) {
+    return std::any_of(outcomes.begin(), outcomes.end(),
+                       [](const Outcome& each) { return !each.is_settled; });
+}
+
+bool IsKept(const Outcomes& outcomes) {
+    return std::all_of(outcomes.begin(), outcomes.end(), [](const Outcome& each) { return each.is_kept; });
+}
+
+std::vector<int> SortedSeconds(const Outcomes& outcomes) {
+    std::vector<int> seconds;
+    for (const Outcome& outcome : outcomes) {
+        seconds.push_back(static_cast<int>((outcome.recovery_ms + kSecond_ms - 1) / kSecond_ms));
+    }
+    std::sort(seconds.begin(), seconds.end());
+    return seconds;
+}
+
+int MedianSeconds(const Outcomes& outcomes) {
+    return SortedSeconds(outcomes)[outcomes.size() / 2];
+}
+
+/// In one word, as in the column "median".
+std::string Verdict(const Outcomes& outcomes) {
+    if (outcomes.empty()) return "?";
+    if (IsNever(outcomes)) return kNever;
+    return IsKept(outcomes) ? kKept : std::to_string(MedianSeconds(outcomes));
+}
+
+/// What the guard has asked for: most soft and most hardware resets of a run.
+std::string GuardResets(const Outcomes& outcomes) {
+    int soft = 0, hard = 0;
+    for (const Outcome& outcome : outcomes) {
+        soft = std::max(soft, outcome.guard_soft_resets);
+        hard = std::max(hard, outcome.guard_hard_resets);
+    }
+    return soft + hard == 0 ? kKept : std::to_string(soft) + "+" + std::to_string(hard);
+}
+
+int MostGuardResetsPerHour(const Results& results) {
+    int most = 0;
+    for (const CellResult& result : results) {
+        for (const Outcome& outcome : result.guarded) {
+            most = std::max(most, outcome.guard_hard_resets_per_hour);
+        }
+    }
+    return most;
+}
+
 std::string GlanceCell(const CellResult& result) {
     const std::string mark = result.hard_resets_per_hour() > kMostResetsPerHour ? kMark : "";
     if (result.IsNever()) return kNeverShort + mark;
@@ -156,12 +208,30 @@ bool IsToldBefore(const Results& results, const CellResult& result) {
 }
 
 std::string NeverTable(const Results& results) {
-    std::vector<Row> rows = {{"Fault", "Families"}};
+    std::vector<Row> rows = {{"Fault", "Families", "With the guard"}};
+    const auto is_meant = [&results](const CellResult& result) {
+        return result.IsNever() && !IsToldBefore(results, result);
+    };
     for (const Fault& fault : Faults()) {
-        const std::string families = FamiliesWith(results, fault, [&results](const CellResult& result) {
-            return result.IsNever() && !IsToldBefore(results, result);
-        });
-        if (!families.empty()) rows.push_back({Link(fault) + ": " + fault.title, families});
+        const std::string families = FamiliesWith(results, fault, is_meant);
+        if (families.empty()) continue;
+        int least = INT_MAX, most = 0;
+        bool has_never = false;
+        for (const CellResult& result : results) {
+            if (result.fault != &fault || !is_meant(result) || result.guarded.empty()) continue;
+            if (IsNever(result.guarded)) {
+                has_never = true;
+                continue;
+            }
+            const std::vector<int> seconds = SortedSeconds(result.guarded);
+            least = std::min(least, seconds.front());
+            most = std::max(most, seconds.back());
+        }
+        const std::string seconds = most == 0 ? "" : Range(least, most) + " s";
+        rows.push_back({Link(fault) + ": " + fault.title, families,
+                        !has_never  ? seconds
+                        : most == 0 ? kNever
+                                    : seconds + ", or never"});
     }
     return Table(rows, Figures::kNo);
 }
@@ -214,24 +284,14 @@ std::string WorstTable(const Results& results) {
     return Table(text, Figures::kNo);
 }
 
-std::vector<int> Sorted(const CellResult& result) {
-    std::vector<int> seconds;
-    for (const Outcome& outcome : result.outcomes) {
-        seconds.push_back(static_cast<int>((outcome.recovery_ms + kSecond_ms - 1) / kSecond_ms));
-    }
-    std::sort(seconds.begin(), seconds.end());
-    return seconds;
-}
-
 }  // namespace
 
 bool CellResult::IsNever() const {
-    return std::any_of(outcomes.begin(), outcomes.end(),
-                       [](const Outcome& each) { return !each.is_settled; });
+    return matrix::IsNever(outcomes);
 }
 
 bool CellResult::IsKept() const {
-    return std::all_of(outcomes.begin(), outcomes.end(), [](const Outcome& each) { return each.is_kept; });
+    return matrix::IsKept(outcomes);
 }
 
 int CellResult::hard_resets_per_hour() const {
@@ -241,11 +301,11 @@ int CellResult::hard_resets_per_hour() const {
 }
 
 int CellResult::median_seconds() const {
-    return Sorted(*this)[outcomes.size() / 2];
+    return MedianSeconds(outcomes);
 }
 
 int CellResult::worst_seconds() const {
-    return Sorted(*this).back();
+    return SortedSeconds(outcomes).back();
 }
 
 const std::vector<std::string>& Families() {
@@ -263,7 +323,7 @@ std::string FaultSection(const Fault& fault, const Results& results) {
     std::string text = "### " + std::string(fault.name) + "\n\n";
     text += Wrapped(std::string(fault.title) + ". " + fault.what + counted) + "\n";
     std::vector<Row> rows = {{"Family", "median", "worst", "bound", "checks", "dials", "soft", "switches",
-                              "hard", "starts", "hard/h"}};
+                              "hard", "starts", "hard/h", "guarded", "its resets"}};
     bool has_never = false;
     for (const std::string& family : Families()) {
         const CellResult* result = FindResult(results, fault, family);
@@ -285,6 +345,8 @@ std::string FaultSection(const Fault& fault, const Results& results) {
             row.push_back(StepRange(*result, step));
         }
         row.push_back(Marked(result->hard_resets_per_hour()));
+        row.push_back(Verdict(result->guarded));
+        row.push_back(GuardResets(result->guarded));
         rows.push_back(row);
     }
     text += Table(rows);
@@ -294,7 +356,8 @@ std::string FaultSection(const Fault& fault, const Results& results) {
 
 std::string Page(const Results& results) {
     std::string text = kPageHead;
-    text += ResetsTable(results) + kPageNever + NeverTable(results) + kPageMore + kPageGlance +
+    text += ResetsTable(results) + kPageNever + NeverTable(results) + kPageGuard +
+            std::to_string(MostGuardResetsPerHour(results)) + kPageGuardMost + kPageMore + kPageGlance +
             GlanceTable(results) + kPageWorst + WorstTable(results) + kPageFaults;
     for (const Fault& fault : Faults()) text += "\n" + FaultSection(fault, results);
     return text;
@@ -310,6 +373,15 @@ std::vector<std::string> Violations(const Results& results) {
             violations.push_back(cell + ": " + std::to_string(result.worst_seconds()) +
                                  " s, and the bound is " + std::to_string(result.bound_seconds) + " s");
         }
+        if (!result.IsNever() && IsNever(result.guarded)) {
+            violations.push_back(cell + ": no way back with the guard");
+        }
+        if (result.IsKept() && GuardResets(result.guarded) != kKept) {
+            violations.push_back(cell + ": the guard resets a link that stays up");
+        }
+    }
+    if (MostGuardResetsPerHour(results) > guard::kMostPerHour) {
+        violations.push_back("the guard exceeds its budget");
     }
     return violations;
 }

@@ -17,6 +17,7 @@ struct CellResult {
     std::string family;
     int bound_seconds = 0;
     std::vector<Outcome> outcomes;
+    std::vector<Outcome> guarded;  // the same with ravelin-guard beside the daemon
 
     bool IsNever() const;  // at one of its moments at least
     bool IsKept() const;   // at all of them

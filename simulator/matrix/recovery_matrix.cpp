@@ -41,6 +41,7 @@ struct Options : CommonOptions {
     bool wants_page = false;
     bool prints = false;
     bool lists = false;
+    bool has_guard = false;
     int jobs = 1;
     std::string daemon;
     std::string library;
@@ -82,6 +83,7 @@ std::string TakeWords(Options* options) {
 std::string CheckOptions(Options* options) {
     if (options->lists) return options->words.empty() ? "" : WordProblem(options->words[0]);
     if (options->wants_page && options->prints) return "more than one thing to do";
+    if (options->has_guard && !options->prints) return "--guard goes with --print; else both are measured";
     const std::string problem = !options->wants_page     ? TakeWords(options)
                                 : options->words.empty() ? ""
                                                          : WordProblem(options->words[0]);
@@ -95,6 +97,7 @@ std::string ReadOptions(int argc, char** argv, Options* options) {
                                                     FlagOption("page", &options->wants_page),
                                                     FlagOption("print", &options->prints),
                                                     FlagOption("list", &options->lists),
+                                                    FlagOption("guard", &options->has_guard),
                                                     NumberOption("jobs", 1, kMostJobs, &options->jobs),
                                                     TextOption("daemon", &options->daemon),
                                                 },
@@ -106,7 +109,7 @@ std::string ReadOptions(int argc, char** argv, Options* options) {
 class Workshop {
   public:
     Workshop(const Options& options, std::vector<Cell> cells)
-        : options_(options), cells_(std::move(cells)), outcomes_(cells_.size()) {}
+        : options_(options), cells_(std::move(cells)), outcomes_(cells_.size()), guarded_(cells_.size()) {}
 
     bool Run() {
         std::vector<std::thread> threads;
@@ -123,9 +126,10 @@ class Workshop {
             if (results.empty() || results.back().fault != cell.fault ||
                 results.back().family != cell.family) {
                 results.push_back(
-                    {cell.fault, cell.family, matrix::BoundSeconds(*cell.fault, cell.family), {}});
+                    {cell.fault, cell.family, matrix::BoundSeconds(*cell.fault, cell.family), {}, {}});
             }
             results.back().outcomes.push_back(outcomes_[i]);
+            results.back().guarded.push_back(guarded_[i]);
         }
         return results;
     }
@@ -149,7 +153,12 @@ class Workshop {
     }
 
     std::string Measure(size_t number) {
-        const CellStory story = TellCell(cells_[number]);
+        const std::string problem = MeasureOne(number, matrix::Guard::kNone, &outcomes_[number]);
+        return problem.empty() ? MeasureOne(number, matrix::Guard::kBeside, &guarded_[number]) : problem;
+    }
+
+    std::string MeasureOne(size_t number, matrix::Guard guard, matrix::Outcome* outcome) {
+        const CellStory story = TellCell(cells_[number], guard);
         const std::string path = folder_.root() + "/" + std::to_string(number) + ".scenario";
         std::ofstream(path) << story.text;
         virtual_time::Scenario scenario;
@@ -164,7 +173,7 @@ class Workshop {
         unlink(path.c_str());
         if (!run.problem.empty()) return run.problem;
         if (run.record.empty()) return "the daemon left no record: " + run.output;
-        outcomes_[number] = matrix::ReadOutcome(
+        *outcome = matrix::ReadOutcome(
             run.record, {story.from_ms, story.measured_ms, story.until_ms, cells_[number].fault->is_of_pipe});
         return "";
     }
@@ -182,6 +191,7 @@ class Workshop {
     const Options& options_;
     const std::vector<Cell> cells_;
     std::vector<matrix::Outcome> outcomes_;
+    std::vector<matrix::Outcome> guarded_;
     const virtual_time::PrivateFolder folder_;
     const bool is_terminal_ = isatty(STDERR_FILENO) != 0;
     std::atomic<size_t> next_{0};
@@ -231,7 +241,8 @@ int main(int argc, char** argv) {
         return 0;
     }
     if (options.prints) {
-        fputs(matrix::TellCell({options.fault, options.family, options.phase}).text.c_str(), stdout);
+        const matrix::Guard guard = options.has_guard ? matrix::Guard::kBeside : matrix::Guard::kNone;
+        fputs(matrix::TellCell({options.fault, options.family, options.phase}, guard).text.c_str(), stdout);
         return 0;
     }
     return MeasureCells(options);

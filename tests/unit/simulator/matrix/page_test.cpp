@@ -21,7 +21,7 @@ Outcome Back(int64_t recovery_ms, int hard_resets = 0) {
 }
 
 CellResult Result(const char* fault, const std::string& family, const std::vector<Outcome>& outcomes) {
-    return {matrix::FindFault(fault), family, 100, outcomes};
+    return {matrix::FindFault(fault), family, 100, outcomes, {}};
 }
 
 /// The row of a family in the section of the result's fault.
@@ -45,7 +45,43 @@ TEST(PageTest, ARowHasMedianWorstBoundAndRanges) {
         Result("link_cut", "zte", {Back(40001), Back(90000, 2), Back(50000), Back(30000), Back(0)});
     EXPECT_EQ(
         RowOf(result),
-        "| zte    |     41 |    90 |   100 |      0 |     0 |    0 |        0 |  0-2 |      0 |      2 |");
+        "| zte    |     41 |    90 |   100 |      0 |     0 |    0 |        0 |  0-2 |      0 |      2 |       ? "
+        "|          - |");
+}
+
+Outcome Guarded(int64_t recovery_ms, int soft_resets, int hard_resets) {
+    Outcome outcome = Back(recovery_ms);
+    outcome.guard_soft_resets = soft_resets;
+    outcome.guard_hard_resets = outcome.guard_hard_resets_per_hour = hard_resets;
+    return outcome;
+}
+
+TEST(PageTest, ARowSaysWhatTheGuardMakesOfIt) {
+    CellResult result = Result("dead_path", "zte", {Outcome(), Outcome(), Outcome()});
+    result.guarded = {Guarded(700000, 1, 0), Guarded(900000, 1, 1), Guarded(800000, 1, 0)};
+    const std::string row = Squeezed(RowOf(result));
+    EXPECT_EQ(row.substr(row.size() - 13), "| 800 | 1+1 |");
+    EXPECT_NE(Squeezed(matrix::Page({result})).find("| zte | 700-900 s |"), std::string::npos)
+        << "and so does the table of those that never come back";
+    EXPECT_NE(matrix::Page({result}).find("in an hour, at the worst fault: 1 of the 6"), std::string::npos);
+    result.guarded[1] = Outcome();
+    EXPECT_NE(Squeezed(RowOf(result)).find("| never | 1+0 |"), std::string::npos);
+    EXPECT_NE(Squeezed(matrix::Page({result})).find("| zte | never |"), std::string::npos);
+}
+
+TEST(PageTest, WhatTheGuardMayNeverDo) {
+    CellResult worse = Result("link_cut", "zte", {Back(1)});
+    worse.guarded = {Outcome()};
+    EXPECT_EQ(matrix::Violations({worse}).size(), 1U) << "a way back that it takes away";
+    CellResult kept = Result("bus_away", "zte", {Back(0)});
+    kept.outcomes[0].is_kept = true;
+    kept.guarded = kept.outcomes;
+    EXPECT_TRUE(matrix::Violations({kept}).empty());
+    kept.guarded[0].guard_soft_resets = 1;
+    EXPECT_EQ(matrix::Violations({kept}).size(), 1U) << "a reset of a healthy link";
+    CellResult spent = Result("dead_path", "zte", {Outcome()});
+    spent.guarded = {Guarded(1, 7, 7)};
+    EXPECT_EQ(matrix::Violations({spent}).size(), 1U) << "more than its budget";
 }
 
 TEST(PageTest, OneRunWithoutAWayBackIsNever) {
