@@ -38,13 +38,16 @@ for file in "$FOLDER"/*.[18]; do
     [ "$(page "$file" | sed -n '/^NAME$/{n;p;}' | sed 's/^ *//; s/ - .*//')" = "$(basename "${file%.*}")" ] ||
         fail "${file##*/}: begins with another name"
 done
-[ $pages -eq 8 ] || fail "$pages pages, not 8"
+[ $pages -eq 9 ] || fail "$pages pages, not 9"
 
 # What the programs say themselves.
-for tool in modem/modem_sim bus_peer/ocpp_peer virtual_time/scenario_run soak/ravelin_soak matrix/recovery_matrix; do
+for tool in modem/modem_sim bus_peer/ocpp_peer virtual_time/scenario_run soak/ravelin_soak matrix/recovery_matrix ../tools/guard/ravelin_guard; do
     mapfile -t options < <(sed -n 's/^  \(--[a-z]*\).*/\1/p' "$REPOSITORY/simulator/$tool.help")
     [ ${#options[@]} -ge 5 ] || fail "$tool.help: only ${#options[@]} options found"
-    has "${tool##*/}.1" "${options[@]}"
+    case $tool in
+    */ravelin_guard) has ravelin-guard.8 "${options[@]}" ;;
+    *) has "${tool##*/}.1" "${options[@]}" ;;
+    esac
 done
 has modem_sim.1 "fibocom: NL668 MC116" "urc TEXT" "csq N"
 has ravelinctl.1 "ravelinctl status [OPTION]..." "ravelinctl send [OPTION]... COMMAND..." "ravelinctl upgrade [OPTION]..." "-w, --wait SECONDS" "SoftReset:1"
