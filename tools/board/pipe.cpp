@@ -44,6 +44,7 @@ PipeState Pipe::Open(const std::string& path) {
         fd_ = -1;
         return Fail(PipeState::kNoPipe, path + " is no pipe any more");
     }
+    owner_ = seen.st_uid;
     return PipeState::kOpen;
 }
 

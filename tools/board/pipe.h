@@ -2,6 +2,8 @@
 // made: without a daemon a plain file in the pipe's place would keep the next one from having a pipe.
 #pragma once
 
+#include <sys/types.h>
+
 #include <string>
 
 namespace board {
@@ -22,6 +24,9 @@ class Pipe {
     /// In words, unless it is open.
     const std::string& problem() const { return problem_; }
 
+    /// Whose pipe it is, once it is open.
+    uid_t owner() const { return owner_; }
+
     /// Hands a line over in one piece, its line end added. False: problem() says why, and nothing was sent.
     bool Send(const std::string& line);
 
@@ -30,6 +35,7 @@ class Pipe {
     PipeState Open(const std::string& path);
 
     int fd_ = -1;
+    uid_t owner_ = 0;
     std::string problem_;
     PipeState state_;
 };

@@ -1,12 +1,15 @@
 #include "tools/guard/files.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <ctime>
 
 #include "simulator/text/text.h"
@@ -25,6 +28,25 @@ bool WriteAll(int fd, const std::string& text) {
         if (count > 0) at += static_cast<size_t>(count);
     }
     return true;
+}
+
+/// Takes the first line off the front of `*text`, without the blanks around it.
+std::string_view TakeLine(std::string_view* text) {
+    const size_t end = std::min(text->find('\n'), text->size());
+    const std::string_view line = simulator_text::Trim(text->substr(0, end));
+    text->remove_prefix(std::min(end + 1, text->size()));
+    return line;
+}
+
+/// Up to eight hexadecimal digits; nothing for anything else.
+std::optional<uint32_t> ParseHex(const std::string& text) {
+    constexpr size_t kDigits = 8;
+    if (text.empty() || text.size() > kDigits ||
+        text.find_first_not_of("0123456789ABCDEFabcdef") != std::string::npos) {
+        return {};
+    }
+    constexpr int kHexadecimal = 16;
+    return static_cast<uint32_t>(strtoul(text.c_str(), nullptr, kHexadecimal));
 }
 
 bool SyncFolderOf(const std::string& path) {
@@ -63,9 +85,7 @@ void ReadStatus(const std::string& folder, Look* look, std::string* problem) {
 
 std::optional<uint64_t> ParseReceivedBytes(std::string_view table, const std::string& interface) {
     while (!table.empty()) {
-        const size_t end = std::min(table.find('\n'), table.size());
-        std::string_view line = simulator_text::Trim(table.substr(0, end));
-        table.remove_prefix(std::min(end + 1, table.size()));
+        std::string_view line = TakeLine(&table);
         // "  wwan0:  123 4 ..."; a long name takes the blanks away.
         if (line.size() <= interface.size() || line.substr(0, interface.size()) != interface ||
             line[interface.size()] != ':') {
@@ -85,14 +105,52 @@ std::optional<uint64_t> ReceivedBytes(const std::string& interface) {
     return ParseReceivedBytes(board::ReadTextFile("/proc/self/net/dev").text, interface);
 }
 
+bool ParseRoute(std::string_view table, const std::string& interface, uint32_t host) {
+    constexpr uint32_t kUp = 0x0001, kRejects = 0x0200;
+    while (!table.empty()) {
+        // Iface Destination Gateway Flags RefCnt Use Metric Mask ...
+        std::string_view line = TakeLine(&table);
+        if (simulator_text::TakeWord(&line) != interface) continue;
+        const std::optional<uint32_t> destination = ParseHex(std::string(simulator_text::TakeWord(&line)));
+        simulator_text::TakeWord(&line);
+        const std::optional<uint32_t> flags = ParseHex(std::string(simulator_text::TakeWord(&line)));
+        for (int i = 0; i < 3; ++i) simulator_text::TakeWord(&line);
+        const std::optional<uint32_t> mask = ParseHex(std::string(simulator_text::TakeWord(&line)));
+        if (!destination || !flags || !mask || (*flags & kUp) == 0 || (*flags & kRejects) != 0) continue;
+        if ((host & *mask) == *destination) return true;
+    }
+    return false;
+}
+
+bool HasRoute(const std::string& interface, uint32_t host) {
+    return ParseRoute(board::ReadTextFile("/proc/self/net/route").text, interface, host);
+}
+
 bool ReplaceFile(const std::string& path, const std::string& text, bool is_lasting) {
     const std::string part = path + ".new";
     unlink(part.c_str());
     const int fd = open(part.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0644);
     if (fd < 0) return false;
     bool is_done = WriteAll(fd, text) && (!is_lasting || fsync(fd) == 0);
-    is_done = close(fd) == 0 && is_done;
-    return is_done && rename(part.c_str(), path.c_str()) == 0 && (!is_lasting || SyncFolderOf(path));
+    is_done = close(fd) == 0 && is_done && rename(part.c_str(), path.c_str()) == 0;
+    if (is_done) return !is_lasting || SyncFolderOf(path);
+    const int error = errno;
+    unlink(part.c_str());  // a disk that is full needs the room
+    errno = error;
+    return false;
+}
+
+bool IsTrusted(uid_t owner) {
+    return owner == 0 || owner == geteuid();
+}
+
+std::string LockFolder(const std::string& folder) {
+    const std::string path = folder + "/lock";
+    const int fd = open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600);
+    if (fd >= 0 && flock(fd, LOCK_EX | LOCK_NB) == 0) return "";
+    const int error = errno;
+    if (fd >= 0) close(fd);
+    return error == EWOULDBLOCK ? "another one runs" : path + ": " + strerror(error);
 }
 
 std::string BootId() {

@@ -92,7 +92,8 @@ std::optional<Ledger> ParseLedger(const std::string& whole, const std::string& b
     }
     if (text != std::string(kEnd) + "\n") return {};
     std::sort(ledger.hard.begin(), ledger.hard.end());
-    ledger.stage = static_cast<Stage>(stage);
+    // A boot has reset more than a soft reset does: after it one comes first again.
+    ledger.stage = is_of_this_boot ? static_cast<Stage>(stage) : Stage::kNone;
     ledger.asked_at = base - asked_ago;
     ledger.pauses = static_cast<int>(pauses);
     ledger.pause_end = base + pause_left;

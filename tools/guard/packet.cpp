@@ -17,6 +17,7 @@ constexpr size_t kMostName = 253;
 constexpr uint16_t kTypeA = 1;
 constexpr uint16_t kClassInternet = 1;
 constexpr uint8_t kPointer = 0xC0;
+constexpr uint8_t kTruncated = 0x02;
 constexpr uint8_t kEchoRequest = 8;
 constexpr size_t kEcho_bytes = 8;
 
@@ -119,11 +120,13 @@ ProbeVerdict JudgeDns(std::string_view answer, std::string_view question, uint32
             uint32_t address = 0;
             memcpy(&address, answer.data() + data, sizeof address);
             ++addresses;
-            if (expected != 0 ? address == expected : IsPublic(ntohl(address)))
-                return ProbeVerdict::kAnswered;
+            const bool is_right = expected != 0 ? address == expected : IsPublic(ntohl(address));
+            if (is_right) return ProbeVerdict::kAnswered;
         }
         at = data + length;
     }
+    // What was cut to fit may have held the address.
+    if ((At(answer, 2) & kTruncated) != 0) return ProbeVerdict::kAnswered;
     // A name without an address is an answer too, where none is expected.
     return expected == 0 && addresses == 0 ? ProbeVerdict::kAnswered : ProbeVerdict::kCaptive;
 }

@@ -16,7 +16,8 @@ std::string DnsQuestion(uint16_t number, std::string_view name);
 
 /// An answer to that question: kAnswered, kCaptive, or kSilent for what is no answer to it. Captive is an
 /// answer without `expected` among its addresses, or, where that is 0, one with nothing but addresses that no
-/// public name has. An error that a name server reports is an answer: the way there and back works.
+/// public name has. An error that a name server reports is an answer, and so is one that was cut to fit: the
+/// way there and back works.
 ProbeVerdict JudgeDns(std::string_view answer, std::string_view question, uint32_t expected);
 
 /// An echo request of 8 bytes. The kernel replaces `id` on a socket that isn't raw.

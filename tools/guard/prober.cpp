@@ -1,9 +1,11 @@
 #include "tools/guard/prober.h"
 
 #include <arpa/inet.h>
+#include <net/if.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <sys/random.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -30,6 +32,17 @@ constexpr int kMostPackets = 64;  // in one look
 
 bool IsOfNetwork(int error) {
     return error == ENETUNREACH || error == EHOSTUNREACH || error == EADDRNOTAVAIL || error == ENETDOWN;
+}
+
+std::string Text(uint32_t address) {
+    char text[INET_ADDRSTRLEN] = "";
+    inet_ntop(AF_INET, &address, text, sizeof text);
+    return static_cast<const char*>(text);
+}
+
+bool IsLinkLocal(const in_addr& address) {
+    constexpr uint32_t kNetwork = 0xA9FE0000, kMask = 0xFFFF0000;  // 169.254.0.0/16
+    return (ntohl(address.s_addr) & kMask) == kNetwork;
 }
 
 int OpenSocket(ProbeKind kind, bool* is_raw) {
@@ -60,25 +73,65 @@ void Prober::Fail(Open* open, int error, const std::string& what) {
     }
 }
 
+/// Over this interface and no other. False: it can't be, or there is no sense in it.
+bool Prober::BindTo(const std::string& interface, Open* open) {
+    const socklen_t length = static_cast<socklen_t>(interface.size() + 1);
+    ifreq request = {};
+    interface.copy(request.ifr_name, sizeof request.ifr_name - 1);
+    const bool is_bound = setsockopt(open->fd, SOL_SOCKET, SO_BINDTODEVICE, interface.c_str(), length) == 0;
+    if (!is_bound || ioctl(open->fd, SIOCGIFADDR, &request) != 0) {
+        Fail(open, errno, "not bound to " + interface);
+        return false;
+    }
+    sockaddr_in own = {};
+    memcpy(&own, &request.ifr_addr, sizeof own);
+    if (IsLinkLocal(own.sin_addr)) {
+        Fail(open, EADDRNOTAVAIL, "");  // one that a DHCP client makes up where no lease comes
+        return false;
+    }
+    // Without a route the kernel takes the host for a neighbour, which never answers. Who took the route
+    // away, for another interface perhaps, wants no reset of this one.
+    if (!has_route_(interface, open->probe.host)) {
+        Fail(open, 0, "no route over " + interface + " to " + Text(open->probe.host));
+        return false;
+    }
+    return true;
+}
+
+/// So that only this host is heard, and a refusal too. False: it can't be.
+bool Prober::ConnectTo(Open* open) {
+    const Probe& probe = open->probe;
+    sockaddr_in address = {};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = probe.host;
+    address.sin_port = htons(probe.kind == ProbeKind::kTcp   ? probe.port
+                             : probe.kind == ProbeKind::kDns ? kDnsPort
+                                                             : 0);
+    if (connect(open->fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 &&
+        errno != EINPROGRESS) {
+        Fail(open, errno, "not connected");
+        return false;
+    }
+    socklen_t length = sizeof address;
+    if (getsockname(open->fd, reinterpret_cast<sockaddr*>(&address), &length) == 0 &&
+        address.sin_addr.s_addr == probe.host) {
+        Fail(open, 0, Text(probe.host) + " is the board's own address");
+        return false;
+    }
+    return true;
+}
+
 void Prober::SendOne(const std::string& interface, Open* open) {
     const Probe& probe = open->probe;
     open->fd = OpenSocket(probe.kind, &open->is_raw);
     if (open->fd < 0) return Fail(open, errno, "no socket");
-    const socklen_t length = static_cast<socklen_t>(interface.size() + 1);
-    if (setsockopt(open->fd, SOL_SOCKET, SO_BINDTODEVICE, interface.c_str(), length) != 0) {
-        return Fail(open, errno, "not bound to " + interface);
-    }
-    sockaddr_in address = {};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = probe.host;
+    if (!BindTo(interface, open)) return;
     if (probe.kind == ProbeKind::kTcp) {
-        address.sin_port = htons(probe.port);
         setsockopt(open->fd, IPPROTO_TCP, TCP_SYNCNT, &kMostSyns, sizeof kMostSyns);
         // A reset ends it, with one packet and nothing to wait for.
         constexpr linger kAtOnce = {1, 0};
         setsockopt(open->fd, SOL_SOCKET, SO_LINGER, &kAtOnce, sizeof kAtOnce);
     } else if (probe.kind == ProbeKind::kDns) {
-        address.sin_port = htons(kDnsPort);
         open->question = DnsQuestion(open->number, probe.name);
     } else {
         open->question = EchoRequest(static_cast<uint16_t>(getpid()), open->number);
@@ -86,11 +139,7 @@ void Prober::SendOne(const std::string& interface, Open* open) {
     // A router on the way may know that it is none: that is said to the socket too.
     constexpr int kYes = 1;
     setsockopt(open->fd, IPPROTO_IP, IP_RECVERR, &kYes, sizeof kYes);
-    // Connected, so that only this host is heard, and a refusal too.
-    if (connect(open->fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 &&
-        errno != EINPROGRESS) {
-        return Fail(open, errno, "not connected");
-    }
+    if (!ConnectTo(open)) return;
     if (probe.kind == ProbeKind::kTcp) {
         sent_bytes_ += kTcpOut_bytes;
         return;
@@ -141,12 +190,17 @@ void Prober::LookAt(Open* open) {
     char bytes[kMostAnswer_bytes];
     // Somebody may send faster than anybody reads.
     for (int i = 0; i < kMostPackets && !open->is_over; ++i) {
-        const ssize_t count = recv(open->fd, bytes, sizeof bytes, 0);
+        sockaddr_in sender = {};
+        socklen_t length = sizeof sender;
+        const ssize_t count =
+            recvfrom(open->fd, bytes, sizeof bytes, 0, reinterpret_cast<sockaddr*>(&sender), &length);
         if (count < 0 && (errno == EAGAIN || errno == EINTR)) return;
         if (count < 0) return Refused(open, errno);
         const bool is_dns = open->probe.kind == ProbeKind::kDns;
         const int64_t headers_bytes = is_dns ? kUdpHeaders_bytes : open->is_raw ? 0 : kIpHeader_bytes;
         received_bytes_ += count + headers_bytes;
+        // A socket for pings hears replies of others too, connected or not.
+        if (sender.sin_addr.s_addr != open->probe.host) continue;
         const std::string_view answer(bytes, static_cast<size_t>(count));
         if (is_dns) {
             open->verdict = JudgeDns(answer, open->question, open->probe.expected);

@@ -6,13 +6,16 @@
 #include <vector>
 
 #include "tools/guard/core.h"
+#include "tools/guard/files.h"
 #include "tools/guard/settings.h"
 
 namespace guard {
 
 class Prober {
   public:
-    Prober() = default;
+    using RouteTest = bool (*)(const std::string& interface, uint32_t host);
+
+    explicit Prober(RouteTest has_route = HasRoute) : has_route_(has_route) {}
     ~Prober() { Close(); }
     Prober(const Prober&) = delete;
     Prober& operator=(const Prober&) = delete;
@@ -43,11 +46,14 @@ class Prober {
 
     void Close();
     void SendOne(const std::string& interface, Open* open);
+    bool BindTo(const std::string& interface, Open* open);
+    bool ConnectTo(Open* open);
     void LookAt(Open* open);
     void LookAtTcp(Open* open);
     void Refused(Open* open, int error);
     void Fail(Open* open, int error, const std::string& what);
 
+    const RouteTest has_route_;
     std::vector<Open> open_;
     uint16_t next_number_ = 0;
     int64_t sent_bytes_ = 0, received_bytes_ = 0;

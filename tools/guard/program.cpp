@@ -110,7 +110,7 @@ int Program::Step() {
     return is_probing_ ? kProbeLook_seconds : kLook_seconds;
 }
 
-void Program::Send(const std::vector<Probe>& probes) {
+void Program::SendProbes(const std::vector<Probe>& probes) {
     if (probes.empty()) return;
     looks_ = 0;
     is_probing_ = true;
@@ -123,11 +123,11 @@ void Program::Do(const Decision& decision) {
             break;
         case Action::kProbeOne:
             if (decision.probe < static_cast<int>(settings_.probes.size())) {
-                Send({settings_.probes[static_cast<size_t>(decision.probe)]});
+                SendProbes({settings_.probes[static_cast<size_t>(decision.probe)]});
             }
             break;
         case Action::kProbeAll:
-            Send(settings_.probes);
+            SendProbes(settings_.probes);
             break;
         case Action::kSoftReset:
             Ask("SoftReset:1");
@@ -138,15 +138,24 @@ void Program::Do(const Decision& decision) {
     }
 }
 
+/// Empty: the daemon's pipe has it. Otherwise why not, in words.
+std::string Program::Send(const char* command) const {
+    board::Pipe pipe(pipe_);
+    if (pipe.state() != board::PipeState::kOpen) return pipe.problem();
+    // Whoever reads a pipe that isn't the daemon's does nothing for the link.
+    if (!IsTrusted(pipe.owner())) return pipe_ + " belongs to user " + std::to_string(pipe.owner());
+    return pipe.Send(command) ? "" : pipe.problem();
+}
+
 void Program::Ask(const char* command) {
     if (!Save()) {
         outside_.Say(LOG_ERR, std::string(command) + " isn't asked for: " + budget_ + ": " + strerror(errno));
         core_.Withdraw();
         return;
     }
-    board::Pipe pipe(pipe_);
-    if (pipe.state() == board::PipeState::kOpen && pipe.Send(command)) return;
-    outside_.Say(LOG_ERR, std::string(command) + " can't be asked for: " + pipe.problem());
+    const std::string problem = Send(command);
+    if (problem.empty()) return;
+    outside_.Say(LOG_ERR, std::string(command) + " can't be asked for: " + problem);
     core_.Withdraw();
     Save();
 }

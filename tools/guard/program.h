@@ -36,8 +36,9 @@ class Program {
     void LookAtStatus(Look* look);
     void TakeProbes(Look* look, Round* round);
     void Do(const Decision& decision);
-    void Send(const std::vector<Probe>& probes);
+    void SendProbes(const std::vector<Probe>& probes);
     void Ask(const char* command);
+    std::string Send(const char* command) const;
     void Show(State state, int64_t now);
 
     const Places& places_;

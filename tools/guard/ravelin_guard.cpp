@@ -1,11 +1,8 @@
 // ravelin-guard: command line, settings, and the machine under the program. One thread, no signal handler.
-#include <fcntl.h>
 #include <malloc.h>
 #include <poll.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <syslog.h>
-#include <unistd.h>
 
 #include <csignal>
 #include <cstdio>
@@ -15,7 +12,6 @@
 
 #include "simulator/command_line.h"
 #include "simulator/help_text.h"
-#include "tools/board/text_file.h"
 #include "tools/guard/files.h"
 #include "tools/guard/outside.h"
 #include "tools/guard/prober.h"
@@ -41,28 +37,6 @@ struct Options {
 
 void Say(int level, const std::string& text) {
     syslog(level, "%s", text.c_str());
-}
-
-Settings ReadSettings(const std::string& path) {
-    const board::TextFile file = board::ReadTextFile(path);
-    Settings settings;
-    if (file.state == board::FileState::kRead) {
-        settings = guard::ParseSettings(file.text);
-    } else {
-        settings.problems.push_back(path + " " + file.problem);
-    }
-    struct stat seen = {};
-    if (stat(path.c_str(), &seen) == 0 && (seen.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
-        settings.problems.push_back(path + " can be written by others than its owner");
-    }
-    return settings;
-}
-
-/// Until the end of the process. False: another one has it, and its budget.
-bool Lock(const std::string& folder) {
-    const int fd = open((folder + "/lock").c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600);
-    // Without a folder nothing can be saved, so that nothing is reset either.
-    return fd < 0 || flock(fd, LOCK_EX | LOCK_NB) == 0;
 }
 
 /// The board itself.
@@ -113,7 +87,7 @@ int main(int argc, char** argv) {
     if (problem.empty() && !options.common.words.empty()) problem = WordProblem(options.common.words.front());
     if (!problem.empty()) return RefuseCommandLine(kName, problem);
 
-    const Settings settings = ReadSettings(options.config);
+    const Settings settings = guard::ReadSettings(options.config);
     if (options.is_check) return Check(settings);
     umask(022);
     // What a look at a file takes goes back when it is over: the guard sleeps nearly always.
@@ -121,8 +95,9 @@ int main(int argc, char** argv) {
     mallopt(M_TRIM_THRESHOLD, kPage_bytes);
     signal(SIGPIPE, SIG_IGN);  // a pipe whose reader goes away is an error like others
     openlog(kName, options.to_stderr ? LOG_PERROR : 0, LOG_DAEMON);
-    if (!Lock(options.places.state)) {
-        Say(LOG_ERR, "another one runs");
+    problem = guard::LockFolder(options.places.state);
+    if (!problem.empty()) {
+        Say(LOG_ERR, problem);
         return kFailure;
     }
     Machine machine;

@@ -2,12 +2,15 @@
 
 #include <arpa/inet.h>
 #include <net/if.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <cctype>
 #include <optional>
 
 #include "simulator/text/text.h"
+#include "tools/board/text_file.h"
+#include "tools/guard/files.h"
 #include "tools/guard/number.h"
 #include "tools/guard/packet.h"
 
@@ -163,6 +166,24 @@ Settings ParseSettings(const std::string& text) {
     }
     settings.rules.pause_limit_seconds =
         std::max(settings.rules.pause_limit_seconds, settings.rules.pause_seconds);
+    return settings;
+}
+
+Settings ReadSettings(const std::string& path) {
+    const board::TextFile file = board::ReadTextFile(path);
+    Settings settings;
+    if (file.state == board::FileState::kRead) {
+        settings = ParseSettings(file.text);
+    } else {
+        settings.problems.push_back(path + " " + file.problem);
+    }
+    struct stat seen = {};
+    if (lstat(path.c_str(), &seen) != 0) return settings;
+    if (!IsTrusted(seen.st_uid)) {
+        settings.problems.push_back(path + " belongs to user " + std::to_string(seen.st_uid));
+    } else if ((seen.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
+        settings.problems.push_back(path + " can be written by others than its owner");
+    }
     return settings;
 }
 

@@ -38,4 +38,7 @@ struct Settings {
 
 Settings ParseSettings(const std::string& text);
 
+/// A file that isn't there, or that others than its owner and root can write, is a mistake too.
+Settings ReadSettings(const std::string& path);
+
 }  // namespace guard

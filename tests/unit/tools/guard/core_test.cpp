@@ -42,6 +42,7 @@ struct World {
     int64_t traffic_per_step = 0;  // while the path is alive
     int64_t noise_per_step = 0;    // of the modem itself
     bool is_captive = false;
+    bool is_taken_in = false;  // the portal takes each connection
     bool is_upgrading = false;
     bool has_interface = true;
     bool can_act = true;
@@ -55,8 +56,12 @@ struct World {
     int64_t probes_number = 7;
     bool is_proven = true;  // the probes were answered before
 
+    bool is_killed = false;  // when it has saved a reset, and before it asks for it
+    int64_t killed = 0;      // how often it was
+
     int64_t offline_until = 0;
     uint64_t counter = 0;
+    uint64_t counter_most = UINT64_MAX;  // from which it begins anew
     int64_t online_since = 0;
     std::string saved;
     std::string boot = "one";
@@ -91,7 +96,8 @@ struct World {
         Round round;
         const bool is_all = asked == Action::kProbeAll;
         if (is_all || asked_probe == 0) {
-            round.results.push_back({ProbeKind::kTcp, 1, 0, verdict(has_backend)});
+            round.results.push_back(
+                {ProbeKind::kTcp, 1, 0, is_taken_in ? ProbeVerdict::kAnswered : verdict(has_backend)});
         }
         if (is_all || asked_probe == 1) {
             round.results.push_back({ProbeKind::kDns, 2, 1, verdict(has_resolver)});
@@ -119,7 +125,7 @@ struct World {
             if (is_captive) probe_bytes += captive_bytes;
             if (is_captive) counter += static_cast<uint64_t>(captive_bytes);
         }
-        look.received_bytes = counter;
+        look.received_bytes = counter & counter_most;
         look.probe_bytes = probe_bytes;
         look.probes = 3;
         const Decision decision = core->Decide(look);
@@ -141,6 +147,11 @@ struct World {
                     break;
                 }
                 saved = guard::PrintLedger(core->ledger(), boot, now);
+                if (is_killed) {
+                    ++killed;
+                    Start();
+                    break;
+                }
                 Reset(decision.action == Action::kHardReset);
                 break;
             case Action::kNone:
@@ -303,6 +314,21 @@ TEST(Core, WhatAPortalAnswersIsNoTraffic) {
     EXPECT_EQ(world.soft.size(), 1U);
 }
 
+// It can't be told from a host, so the guard keeps still: a reset too few.
+TEST(Core, APortalThatTakesEveryConnectionBringsNoReset) {
+    World world;
+    world.is_captive = world.is_taken_in = true;
+    world.cure = Cure::kSoftReset;
+    world.Run(kHour);
+    world.has_path = false;
+    world.Run(10 * kDay);
+    EXPECT_TRUE(world.soft.empty());
+    EXPECT_FALSE(world.HasLine("TCP captive"));
+    world.is_taken_in = false;
+    world.Run(kHour);
+    EXPECT_EQ(world.soft.size(), 1U);
+}
+
 // Somebody has named hosts that were never there, or behind a firewall.
 TEST(Core, ProbesThatWereNeverAnsweredBringNoReset) {
     World world;
@@ -412,6 +438,40 @@ TEST(Core, RestartsKeepTheBudget) {
     EXPECT_GT(world.hard.size(), 100U);
 }
 
+// Killed each time, or every other time, between the two.
+TEST(Core, WhatWasSavedAndNeverAskedForCounts) {
+    for (const int asked_of_two : {0, 1}) {
+        World world;
+        world.has_path = false;
+        world.rules.pause_seconds = world.rules.pause_limit_seconds = 60;
+        world.Start();
+        for (int64_t end = world.now + 10 * kDay; world.now < end;) {
+            world.is_killed = asked_of_two == 0 || world.core->ledger().hard_total % 2 == 0;
+            world.Step();
+        }
+        EXPECT_LE(world.MostIn(kHour), guard::kMostPerHour);
+        EXPECT_LE(world.MostIn(kDay), guard::kMostPerDay);
+        const Ledger& ledger = world.core->ledger();
+        EXPECT_GT(world.killed, 100);
+        EXPECT_EQ(world.hard.empty(), asked_of_two == 0);
+        EXPECT_EQ(ledger.soft_total + ledger.hard_total,
+                  world.killed + static_cast<int64_t>(world.soft.size() + world.hard.size()))
+            << "each counts, made or not";
+        EXPECT_LE(ledger.hard_total, 10 * guard::kMostPerDay);
+    }
+}
+
+TEST(Core, AfterABootASoftResetComesFirstAgain) {
+    World world;
+    world.has_path = false;
+    world.Start();
+    while (world.soft.empty()) world.Step();
+    world.boot = "two";
+    world.Start();
+    while (world.hard.empty()) world.Step();
+    EXPECT_EQ(world.soft.size(), 2U);
+}
+
 TEST(Core, ARestartGoesOnWhereItWas) {
     World world;
     world.has_path = false;
@@ -478,6 +538,43 @@ TEST(Core, AnInterfaceThatComesAndGoesBringsNoReset) {
         world.Run(200);
     }
     EXPECT_TRUE(world.soft.empty());
+}
+
+TEST(Core, AnInterfaceInThePlaceOfAnotherIsANewOne) {
+    World world;
+    world.counter = 5000;
+    world.Run(kHour);
+    EXPECT_EQ(world.state, State::kQuiet);
+    world.counter = 0;
+    world.Step();
+    EXPECT_EQ(world.state, State::kSettling);
+    // Again and again, each time before anything could be made of it.
+    world.has_path = false;
+    for (int i = 0; i < 2000; ++i) {
+        world.counter = 5000;
+        world.Run(200);
+        world.counter = 0;
+        world.Run(200);
+    }
+    EXPECT_TRUE(world.soft.empty());
+}
+
+// Some kernels count in 32 bits.
+TEST(Core, ACounterThatBeginsAnewIsNoFaultAndNoLife) {
+    for (const int64_t bytes : {60, 50000}) {
+        World world;
+        world.counter_most = UINT32_MAX;
+        world.counter = UINT32_MAX - 20000;
+        (bytes == 60 ? world.noise_per_step : world.traffic_per_step) = bytes;
+        world.Run(5 * kDay);
+        EXPECT_GT(world.counter, UINT32_MAX) << "it came round";
+        EXPECT_TRUE(world.soft.empty());
+        world.counter = 2 * uint64_t{UINT32_MAX} - 2000;
+        world.has_path = false;
+        world.cure = Cure::kSoftReset;
+        world.Run(kHour);
+        EXPECT_EQ(world.soft.size(), 1U);
+    }
 }
 
 TEST(Core, ALinkThatIsDialledAnewAllTheTimeBringsNoReset) {

@@ -1,6 +1,7 @@
 // What the guard reads of the board, and how it keeps its own files.
 #include "tools/guard/files.h"
 
+#include <arpa/inet.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -63,6 +64,30 @@ TEST_F(FilesTest, AStatusThatCantBeUsed) {
     EXPECT_EQ(Status().status, StatusSight::kUnusable) << "a pipe, and nobody is waited for";
 }
 
+TEST_F(FilesTest, NoPartOfAStatusIsTaken) {
+    const std::string whole = "Online=TRUE\nUptime=00:01:05\nNow='Thu Jan  1 00:05:10 2026'\n";
+    for (size_t length = 0; length < whole.size(); ++length) {
+        Write("ravelin_status", whole.substr(0, length));
+        EXPECT_EQ(Status().status, StatusSight::kUnusable) << length;
+    }
+    // An uptime that can't be is none.
+    for (const char* uptime : {"-1:00:00", "x", "999999999999:00:00", "00:00", ""}) {
+        Write("ravelin_status", std::string("Online=TRUE\nUptime=") + uptime + "\nNow='x'\n");
+        EXPECT_EQ(Status().status, StatusSight::kWhole);
+        EXPECT_EQ(Status().uptime, -1) << uptime;
+    }
+}
+
+TEST_F(FilesTest, OneGuardHasTheFolder) {
+    EXPECT_EQ(guard::LockFolder(folder), "");
+    EXPECT_EQ(guard::LockFolder(folder), "another one runs");
+    const std::string none = folder + "/none";
+    EXPECT_EQ(guard::LockFolder(none), none + "/lock: No such file or directory");
+    ASSERT_EQ(mkdir(none.c_str(), 0700), 0);
+    ASSERT_EQ(symlink("/dev/null", (none + "/lock").c_str()), 0);
+    EXPECT_EQ(guard::LockFolder(none), none + "/lock: Too many levels of symbolic links") << "not followed";
+}
+
 TEST_F(FilesTest, AFileIsReplacedInOneStep) {
     const std::string path = folder + "/file";
     EXPECT_TRUE(guard::ReplaceFile(path, "one", true));
@@ -73,6 +98,33 @@ TEST_F(FilesTest, AFileIsReplacedInOneStep) {
     EXPECT_EQ(text, "two");
     EXPECT_NE(access((path + ".new").c_str(), F_OK), 0);
     EXPECT_FALSE(guard::ReplaceFile(folder + "/none/file", "x", true));
+}
+
+TEST(Files, RoutesOverAnInterface) {
+    constexpr char kTable[] =
+        "Iface\tDestination\tGateway \tFlags\tRefCnt\tUse\tMetric\tMask\t\tMTU\tWindow\tIRTT\n"
+        "eth0\t00000000\t010200C0\t0003\t0\t0\t0\t00000000\t0\t0\t0\n"
+        "wwan0\t00000000\t0140400A\t0003\t0\t0\t9\t00000000\t0\t0\t0\n"
+        "wwan1\t0040400A\t00000000\t0001\t0\t0\t0\t00FFFFFF\t0\t0\t0\n"
+        "wwan2\t00000000\t00000000\t0201\t0\t0\t0\t00000000\t0\t0\t0\n"
+        "wwan3\t00000000\t00000000\t0000\t0\t0\t0\t00000000\t0\t0\t0\n"
+        "wwan4\t00000000\tx\n"
+        "wwan5\t00000000\t00000000\t0001\t0\t0\t0\t000000000\n"
+        "wwan6 08080808 00000000 0005 0 0 0 FFFFFFFF";
+    // As inet_pton makes them: the table has the same bytes as a number of this machine.
+    const uint32_t far = inet_addr("8.8.8.8"), near = inet_addr("10.64.64.7");
+    EXPECT_TRUE(guard::ParseRoute(kTable, "wwan0", far)) << "by default";
+    EXPECT_TRUE(guard::ParseRoute(kTable, "wwan1", near)) << "a neighbour";
+    EXPECT_FALSE(guard::ParseRoute(kTable, "wwan1", far));
+    EXPECT_FALSE(guard::ParseRoute(kTable, "wwan2", far)) << "it refuses";
+    EXPECT_FALSE(guard::ParseRoute(kTable, "wwan3", far)) << "it is down";
+    EXPECT_FALSE(guard::ParseRoute(kTable, "wwan4", far)) << "half a line";
+    EXPECT_FALSE(guard::ParseRoute(kTable, "wwan5", far)) << "no mask";
+    EXPECT_TRUE(guard::ParseRoute(kTable, "wwan6", far));
+    EXPECT_FALSE(guard::ParseRoute(kTable, "wwan6", near));
+    EXPECT_FALSE(guard::ParseRoute(kTable, "wwan", far));
+    EXPECT_FALSE(guard::ParseRoute("", "wwan0", far));
+    EXPECT_FALSE(guard::HasRoute("none", far));
 }
 
 TEST(Files, BytesOfAnInterface) {

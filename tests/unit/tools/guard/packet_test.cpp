@@ -92,6 +92,28 @@ TEST(Packet, WhatIsNoAnswerToTheQuestion) {
     EXPECT_EQ(JudgeDns(kQuestion.substr(0, 12), kQuestion, 0), ProbeVerdict::kSilent);
 }
 
+TEST(Packet, AnAnswerThatWasCutToFitIsOne) {
+    std::string cut = Answer({"8.1.2.4"});
+    cut[2] = '\x83';
+    EXPECT_EQ(JudgeDns(cut, kQuestion, Number("8.1.2.3")), ProbeVerdict::kAnswered);
+    EXPECT_EQ(JudgeDns(cut.substr(0, kQuestion.size()), kQuestion, Number("8.1.2.3")),
+              ProbeVerdict::kAnswered);
+}
+
+// A pointer is never followed, so that one to itself, or two to each other, lead nowhere.
+TEST(Packet, NamesThatPointInACircleEnd) {
+    const char at = static_cast<char>(kQuestion.size());
+    std::string own = Answer({"10.0.0.1", "8.1.2.3"});
+    own[kQuestion.size() + 1] = at;
+    EXPECT_EQ(JudgeDns(own, kQuestion, 0), ProbeVerdict::kAnswered);
+    own[kQuestion.size() + 17] = static_cast<char>(at + 16);
+    EXPECT_EQ(JudgeDns(own, kQuestion, 0), ProbeVerdict::kAnswered) << "the second one too";
+    // More records than there are.
+    std::string more = Answer({"10.0.0.1"});
+    more[6] = more[7] = '\xFF';
+    EXPECT_EQ(JudgeDns(more, kQuestion, 0), ProbeVerdict::kCaptive);
+}
+
 // Cut or changed anywhere, it is read within its bounds: the sanitizers look on.
 TEST(Packet, HostileAnswersAreReadWithinTheirBounds) {
     const std::string whole = Answer({"10.0.0.1", "8.1.2.3"});

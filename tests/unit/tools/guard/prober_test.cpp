@@ -3,11 +3,16 @@
 
 #include <arpa/inet.h>
 #include <fcntl.h>
+#include <net/if.h>
 #include <netinet/in.h>
 #include <poll.h>
+#include <sched.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -22,9 +27,19 @@ using guard::ProbeKind;
 using guard::Prober;
 using guard::ProbeVerdict;
 
-constexpr char kHost[] = "127.0.0.1";
+constexpr char kOwn[] = "127.0.0.1";   // from which the board sends
+constexpr char kHost[] = "127.0.0.2";  // another machine, for all that the board knows
 constexpr uint16_t kDnsPort = 53;
 constexpr int kPatience_ms = 5000;
+
+/// The loopback has no routes in the table that counts.
+bool AnyRoute(const std::string&, uint32_t) {
+    return true;
+}
+
+bool NoRoute(const std::string&, uint32_t) {
+    return false;
+}
 
 /// A socket of the host, at any port unless one is named; -1 where this user can't have it.
 class Host {
@@ -102,7 +117,7 @@ std::string AnswerTo(const std::string& question, const std::string& address) {
 TEST(Prober, APortThatTakesOrRefusesIsAnAnswer) {
     Host host(SOCK_STREAM);
     ASSERT_GE(host.fd(), 0);
-    Prober prober;
+    Prober prober(AnyRoute);
     prober.Send("lo", {ProbeOf(ProbeKind::kTcp, host.port())});
     ASSERT_TRUE(Await(&prober)) << "nobody listens";
     EXPECT_EQ(prober.Take().results[0].verdict, ProbeVerdict::kAnswered);
@@ -121,7 +136,7 @@ TEST(Prober, APortThatTakesOrRefusesIsAnAnswer) {
 }
 
 TEST(Prober, APingIsAnswered) {
-    Prober prober;
+    Prober prober(AnyRoute);
     prober.Send("lo", {ProbeOf(ProbeKind::kIcmp)});
     ASSERT_TRUE(Await(&prober));
     const ProbeVerdict verdict = prober.Take().results[0].verdict;
@@ -136,7 +151,7 @@ TEST(Prober, APingIsAnswered) {
 }
 
 TEST(Prober, WithoutTheInterfaceNothingIsRun) {
-    Prober prober;
+    Prober prober(AnyRoute);
     prober.Send("none0", {ProbeOf(ProbeKind::kTcp, 1), ProbeOf(ProbeKind::kDns)});
     EXPECT_TRUE(prober.Look());
     for (const guard::ProbeResult& result : prober.Take().results) {
@@ -144,6 +159,131 @@ TEST(Prober, WithoutTheInterfaceNothingIsRun) {
     }
     EXPECT_NE(prober.problem().find("not bound to none0: No such device"), std::string::npos);
     EXPECT_EQ(prober.sent_bytes(), 0);
+}
+
+TEST(Prober, WithoutARouteNothingIsRun) {
+    Prober prober(NoRoute);
+    prober.Send("lo", {ProbeOf(ProbeKind::kTcp, 1), ProbeOf(ProbeKind::kDns)});
+    EXPECT_TRUE(prober.Look());
+    for (const guard::ProbeResult& result : prober.Take().results) {
+        EXPECT_EQ(result.verdict, ProbeVerdict::kNotRun) << "it says nothing of the link";
+    }
+    EXPECT_EQ(prober.problem(), "DNS: no route over lo to 127.0.0.2");
+    EXPECT_EQ(prober.sent_bytes(), 0);
+    // The real table leads nowhere over a loopback.
+    Prober real;
+    real.Send("lo", {ProbeOf(ProbeKind::kTcp, 1)});
+    EXPECT_EQ(real.Take().results[0].verdict, ProbeVerdict::kNotRun);
+}
+
+TEST(Prober, TheBoardItselfIsNobodyToProbe) {
+    Prober prober(AnyRoute);
+    for (const Probe& probe : {ProbeOf(ProbeKind::kTcp, 1), ProbeOf(ProbeKind::kDns)}) {
+        Probe own = probe;
+        own.host = inet_addr(kOwn);
+        prober.Send("lo", {own});
+        EXPECT_TRUE(prober.Look());
+        EXPECT_EQ(prober.Take().results[0].verdict, ProbeVerdict::kNotRun);
+        EXPECT_NE(prober.problem().find("127.0.0.1 is the board's own address"), std::string::npos);
+        EXPECT_EQ(prober.sent_bytes(), 0);
+    }
+}
+
+/// Runs `checks` in a process with a network of its own, whose loopback is down. False: this user can't have
+/// one.
+bool InOwnNetwork(void (*checks)()) {
+    constexpr int kNone = 77;
+    const pid_t child = fork();
+    if (child == 0) {
+        if (unshare(CLONE_NEWNET) != 0 && unshare(CLONE_NEWUSER | CLONE_NEWNET) != 0) _exit(kNone);
+        checks();
+        _exit(testing::Test::HasFailure() ? 1 : 0);
+    }
+    int status = 0;
+    EXPECT_EQ(waitpid(child, &status, 0), child);
+    if (WEXITSTATUS(status) == kNone) return false;
+    EXPECT_EQ(status, 0);
+    return true;
+}
+
+TEST(Prober, NoAddressIsNoAnswer) {
+    const bool has_run = InOwnNetwork([] {
+        Prober prober(NoRoute);
+        prober.Send("lo", {ProbeOf(ProbeKind::kTcp, 1), ProbeOf(ProbeKind::kDns)});
+        EXPECT_TRUE(prober.Look());
+        for (const guard::ProbeResult& result : prober.Take().results) {
+            EXPECT_EQ(result.verdict, ProbeVerdict::kNoRoute) << "a lease that never came";
+        }
+        EXPECT_EQ(prober.problem(), "");
+    });
+    if (!has_run) GTEST_SKIP() << "this user can't have a network of his own";
+}
+
+/// Whether the file took all of it.
+bool WriteFile(const char* path, const std::string& text) {
+    const int fd = open(path, O_WRONLY | O_CLOEXEC);
+    const bool is_done = write(fd, text.data(), text.size()) == static_cast<ssize_t>(text.size());
+    close(fd);
+    return is_done;
+}
+
+/// Switches the loopback on, with a kernel that answers no pings, and lets everybody send them.
+bool SetUpForPings() {
+    const int fd = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    ifreq request = {};
+    strncpy(request.ifr_name, "lo", sizeof request.ifr_name - 1);
+    request.ifr_flags = IFF_UP;
+    const bool is_up = ioctl(fd, SIOCSIFFLAGS, &request) == 0;
+    close(fd);
+    return is_up && WriteFile("/proc/sys/net/ipv4/icmp_echo_ignore_all", "1") &&
+           WriteFile("/proc/sys/net/ipv4/ping_group_range", "0 0");
+}
+
+void ReplyFrom(const char* host, std::string packet) {
+    const int fd = socket(AF_INET, SOCK_RAW | SOCK_CLOEXEC, IPPROTO_ICMP);
+    sockaddr_in address = {};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = inet_addr(host);
+    EXPECT_EQ(bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    address.sin_addr.s_addr = inet_addr(kOwn);
+    // From a request to a reply: the type is 0, and the sum greater by what that takes away.
+    constexpr uint16_t kRequest = 0x0800;
+    const uint32_t sum =
+        static_cast<uint32_t>(static_cast<uint8_t>(packet[2]) << 8 | static_cast<uint8_t>(packet[3])) +
+        kRequest;
+    const uint32_t folded = (sum & 0xFFFF) + (sum >> 16);
+    packet[0] = 0;
+    packet[2] = static_cast<char>(folded >> 8);
+    packet[3] = static_cast<char>(folded & 0xFF);
+    EXPECT_EQ(sendto(fd, packet.data(), packet.size(), 0, reinterpret_cast<const sockaddr*>(&address),
+                     sizeof address),
+              static_cast<ssize_t>(packet.size()));
+    close(fd);
+}
+
+TEST(Prober, AReplyOfSomebodyElseIsNone) {
+    const bool has_run = InOwnNetwork([] {
+        if (!SetUpForPings()) _exit(77);
+        const int ear = socket(AF_INET, SOCK_RAW | SOCK_CLOEXEC, IPPROTO_ICMP);
+        Prober prober(AnyRoute);
+        prober.Send("lo", {ProbeOf(ProbeKind::kIcmp)});
+        pollfd waited = {ear, POLLIN, 0};
+        ASSERT_EQ(poll(&waited, 1, kPatience_ms), 1);
+        char bytes[100];
+        constexpr ssize_t kIpHeader_bytes = 20, kEcho_bytes = 8;
+        ASSERT_EQ(recv(ear, bytes, sizeof bytes, 0), kIpHeader_bytes + kEcho_bytes);
+        const std::string request(bytes + kIpHeader_bytes, kEcho_bytes);
+        ReplyFrom("127.0.0.3", request);
+        for (int i = 0; i < 20; ++i) {
+            EXPECT_FALSE(prober.Look());
+            poll(nullptr, 0, 5);
+        }
+        EXPECT_GT(prober.received_bytes(), 0) << "it came in, and is no traffic of others either";
+        ReplyFrom(kHost, request);
+        EXPECT_TRUE(Await(&prober));
+        EXPECT_EQ(prober.Take().results[0].verdict, ProbeVerdict::kAnswered);
+    });
+    if (!has_run) GTEST_SKIP() << "this user can't have a network of his own";
 }
 
 class ProberDns : public testing::Test {
@@ -157,7 +297,7 @@ class ProberDns : public testing::Test {
     ProbeVerdict Verdict() { return prober.Take().results[0].verdict; }
 
     Host host{SOCK_DGRAM, kDnsPort};
-    Prober prober;
+    Prober prober{AnyRoute};
     sockaddr_in client = {};
     std::string question;
 };

@@ -3,12 +3,22 @@
 #include "tools/guard/program.h"
 
 #include <fcntl.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <csignal>
+#include <cstddef>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <functional>
+#include <iterator>
 #include <memory>
 #include <sstream>
 
@@ -62,10 +72,21 @@ class ProgramTest : public testing::Test, public guard::Outside {
     int Step() {
         if (writes_status) {
             Write(places.network + "/ravelin_status",
-                  "Online=TRUE\nUptime=00:10:00\nNow='" + std::to_string(now) + "'\n");
+                  "Online=TRUE\nUptime=00:10:00\nNow='" + std::to_string(date ? date() : now) + "'\n");
         }
-        const int wait_seconds = program->Step();
+        const int wait_seconds = is_disk_full ? StepOnAFullDisk() : program->Step();
         now += wait_seconds;
+        return wait_seconds;
+    }
+    /// Files can be opened and not written, and a pipe can.
+    int StepOnAFullDisk() {
+        signal(SIGXFSZ, SIG_IGN);
+        rlimit limit = {};
+        getrlimit(RLIMIT_FSIZE, &limit);
+        const rlimit none = {0, limit.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &none);
+        const int wait_seconds = program->Step();
+        setrlimit(RLIMIT_FSIZE, &limit);
         return wait_seconds;
     }
     void Run(int64_t seconds) {
@@ -107,6 +128,8 @@ class ProgramTest : public testing::Test, public guard::Outside {
     int64_t now = 5000;
     bool is_alive = true;
     bool writes_status = true;
+    bool is_disk_full = false;
+    std::function<int64_t()> date;  // of the daemon's clock; else the time since boot
     std::string said, probe_complaint;
     std::vector<guard::Probe> sent;
     guard::ProbeTraffic traffic;
@@ -198,6 +221,117 @@ TEST_F(ProgramTest, ABudgetThatCantBeReadIsSpent) {
     Run(3600);
     EXPECT_EQ(Asked(), "SoftReset:1\n") << "and no hard one";
     EXPECT_TRUE(HasSaid("because the budget is spent: 24 in the last hour"));
+}
+
+TEST_F(ProgramTest, ABudgetOfTomorrowIsHeldAsOfToday) {
+    const int64_t tomorrow = now + guard::kDay_seconds;
+    guard::Ledger ledger;
+    ledger.hard.assign(guard::kMostPerDay, tomorrow);
+    Write(places.state + "/budget", guard::PrintLedger(ledger, "boot", tomorrow));
+    Run(1000);
+    is_alive = false;
+    Run(3600);
+    EXPECT_EQ(Asked(), "SoftReset:1\n") << "and no hard one";
+}
+
+TEST_F(ProgramTest, OnAFullDiskNothingIsAsked) {
+    Run(1000);
+    const std::string budget = Read(places.state + "/budget");
+    is_alive = false;
+    is_disk_full = true;
+    Run(3000);
+    EXPECT_EQ(Asked(), "");
+    EXPECT_TRUE(HasSaid("SoftReset:1 isn't asked for: "));
+    EXPECT_EQ(Read(places.state + "/budget"), budget) << "the old one is whole";
+    EXPECT_FALSE(std::filesystem::exists(places.state + "/budget.new")) << "nothing takes room";
+    is_disk_full = false;
+    said.clear();
+    while (now < 50000 && !HasSaid("SoftReset:1, because")) Step();
+    EXPECT_EQ(Asked(), "SoftReset:1\n") << "it has room again";
+    is_disk_full = true;
+    Run(2000);
+    EXPECT_EQ(Asked(), "") << "nor a hardware reset";
+    EXPECT_TRUE(HasSaid("Reset4G:1 isn't asked for: "));
+}
+
+/// Ends this process when it opens the pipe to write to it. False: it can't be had.
+bool DieAtThePipe() {
+    constexpr uint32_t kFlags = O_ACCMODE | O_NONBLOCK | O_CREAT, kPipe = O_WRONLY | O_NONBLOCK;
+    constexpr uint32_t kFlagsAt = offsetof(seccomp_data, args) + 2 * sizeof(uint64_t);
+    sock_filter filter[] = {
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_openat, 0, 4),
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, kFlagsAt),
+        BPF_STMT(BPF_ALU | BPF_AND | BPF_K, kFlags),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, kPipe, 0, 1),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_KILL_PROCESS),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+    };
+    const sock_fprog program = {std::size(filter), filter};
+    return prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
+           prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) == 0;
+}
+
+// Killed after the budget is written and before the reset is asked for: it counts, and is never made up for.
+TEST_F(ProgramTest, KilledBeforeThePipeItHasCounted) {
+    constexpr int kNone = 77, kSteps = 1000;
+    Run(1000);
+    is_alive = false;
+    const auto run_into_death = [this] {
+        const pid_t child = fork();
+        if (child == 0) {
+            if (!DieAtThePipe()) _exit(kNone);
+            Start();
+            for (int i = 0; i < kSteps; ++i) Step();
+            _exit(0);
+        }
+        int status = 0;
+        EXPECT_EQ(waitpid(child, &status, 0), child);
+        now += kSteps;
+        return status;
+    };
+    const int status = run_into_death();
+    if (WIFEXITED(status) && WEXITSTATUS(status) == kNone) GTEST_SKIP() << "no filter of calls here";
+    ASSERT_TRUE(WIFSIGNALED(status)) << "it came to the pipe";
+    const auto budget = [this] { return guard::ParseLedger(Read(places.state + "/budget"), "boot", now); };
+    ASSERT_TRUE(budget());
+    EXPECT_EQ(budget()->soft_total, 1);
+    EXPECT_EQ(budget()->stage, guard::Stage::kSoftAsked);
+    ASSERT_TRUE(WIFSIGNALED(run_into_death()));
+    ASSERT_TRUE(budget());
+    EXPECT_EQ(budget()->HardSince(0), 1);
+    EXPECT_EQ(Asked(), "") << "neither was asked for";
+    Start();
+    Run(1000);
+    EXPECT_EQ(Asked(), "") << "the pause is kept";
+    EXPECT_EQ(guard::ParseShown(Read(places.show))->state, "pause");
+}
+
+TEST_F(ProgramTest, APipeOfSomebodyElseIsNotTheDaemons) {
+    constexpr uid_t kSomebody = 4711;
+    if (chown(Pipe().c_str(), kSomebody, static_cast<gid_t>(-1)) != 0) GTEST_SKIP() << "for root only";
+    Run(1000);
+    is_alive = false;
+    Run(1000);
+    EXPECT_EQ(Asked(), "");
+    EXPECT_TRUE(HasSaid("SoftReset:1 can't be asked for: " + Pipe() + " belongs to user 4711"));
+}
+
+// The date that the status names says nothing; only that it changes.
+TEST_F(ProgramTest, ADateThatIsSetDisturbsNothing) {
+    constexpr int64_t kYear_seconds = 365 * guard::kDay_seconds;
+    date = [this] { return now / 1000 % 2 == 0 ? now + kYear_seconds : now - kYear_seconds; };
+    Run(20000);
+    EXPECT_EQ(Asked(), "");
+    EXPECT_FALSE(HasSaid("now no_status\nnow settling\nnow quiet\nnow no_status")) << said;
+    is_alive = false;
+    Run(1500);
+    EXPECT_EQ(Asked(), "SoftReset:1\nReset4G:1\n");
+    // A clock that stands still can't be told from a daemon that does.
+    date = [] { return 1; };
+    is_alive = true;
+    Run(1000);
+    EXPECT_EQ(guard::ParseShown(Read(places.show))->state, "no_status");
 }
 
 // Killed between saving and asking, or at any other moment, the next one goes on from what is saved.

@@ -2,6 +2,12 @@
 #include "tools/guard/settings.h"
 
 #include <arpa/inet.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
 
 #include <gtest/gtest.h>
 
@@ -93,6 +99,33 @@ TEST(Settings, WhatIsMissingIsSaid) {
         {"TCP=8.1.1.1 1\nICMP=8.1.1.2", "guard.conf names no INTERFACE"},
     };
     for (const auto& tried : kCases) EXPECT_EQ(ParseSettings(tried.text).WhyNot(), tried.why);
+}
+
+TEST(Settings, AFileThatOthersMayHaveWrittenIsAMistake) {
+    char name[] = "/tmp/settings_test.XXXXXX";
+    const std::string folder = mkdtemp(name);
+    const std::string path = folder + "/guard.conf";
+    const auto why = [&path] { return guard::ReadSettings(path).WhyNot(); };
+    const std::string mistake = "guard.conf has a mistake: " + path;
+    EXPECT_EQ(why(), mistake + " isn't there");
+    std::ofstream(path) << kGood;
+    chmod(path.c_str(), 0644);
+    EXPECT_EQ(why(), "");
+    chmod(path.c_str(), 0664);
+    EXPECT_EQ(why(), mistake + " can be written by others than its owner");
+    chmod(path.c_str(), 0646);
+    EXPECT_EQ(why(), mistake + " can be written by others than its owner");
+    chmod(path.c_str(), 0644);
+    if (chown(path.c_str(), 4711, static_cast<gid_t>(-1)) == 0) {
+        EXPECT_EQ(why(), mistake + " belongs to user 4711");
+    }
+    std::filesystem::rename(path, folder + "/other");
+    ASSERT_EQ(symlink("other", path.c_str()), 0);
+    EXPECT_EQ(why(), mistake + " is a symbolic link and no file");
+    unlink(path.c_str());
+    ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+    EXPECT_EQ(why(), mistake + " is a pipe and no file") << "and nobody is waited for";
+    std::filesystem::remove_all(folder);
 }
 
 TEST(Settings, NoMoreProbesThanAreCheap) {
