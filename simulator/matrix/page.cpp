@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <climits>
+#include <iterator>
 #include <sstream>
+#include <string_view>
 #include <utility>
 
 #include "simulator/matrix/page_text.h"
@@ -256,6 +258,30 @@ std::string ResetsTable(const Results& results) {
 }
 
 /// The cell of each family that takes longest, of those that the family comes back from.
+const Unmended* FindUnmended(const Fault& fault) {
+    const auto found =
+        std::find_if(std::begin(kUnmended), std::end(kUnmended),
+                     [&fault](const Unmended& row) { return std::string_view(row.fault) == fault.name; });
+    return found == std::end(kUnmended) ? nullptr : found;
+}
+
+/// No way back with the guard either, and not only for what is told of at another fault.
+bool IsUnmended(const Results& results, const CellResult& result) {
+    return result.IsNever() && IsNever(result.guarded) && !IsToldBefore(results, result);
+}
+
+std::string UnmendedTable(const Results& results) {
+    std::vector<Row> rows = {{"Fault", "Why the guard doesn't mend it", "Who does"}};
+    for (const Fault& fault : Faults()) {
+        const Unmended* unmended = FindUnmended(fault);
+        const bool is_there = std::any_of(results.begin(), results.end(), [&](const CellResult& result) {
+            return result.fault == &fault && IsUnmended(results, result);
+        });
+        if (is_there && unmended != nullptr) rows.push_back({Link(fault), unmended->why, unmended->who});
+    }
+    return Table(rows, Figures::kNo);
+}
+
 std::string WorstTable(const Results& results) {
     std::vector<Row> text = {
         {"Family", "one SIM, from the fault's end", "one SIM, from its begin", "two SIMs"}};
@@ -357,8 +383,8 @@ std::string FaultSection(const Fault& fault, const Results& results) {
 std::string Page(const Results& results) {
     std::string text = kPageHead;
     text += ResetsTable(results) + kPageNever + NeverTable(results) + kPageGuard +
-            std::to_string(MostGuardResetsPerHour(results)) + kPageGuardMost + kPageMore + kPageGlance +
-            GlanceTable(results) + kPageWorst + WorstTable(results) + kPageFaults;
+            std::to_string(MostGuardResetsPerHour(results)) + kPageGuardMost + UnmendedTable(results) +
+            kPageMore + kPageGlance + GlanceTable(results) + kPageWorst + WorstTable(results) + kPageFaults;
     for (const Fault& fault : Faults()) text += "\n" + FaultSection(fault, results);
     return text;
 }
@@ -375,6 +401,9 @@ std::vector<std::string> Violations(const Results& results) {
         }
         if (!result.IsNever() && IsNever(result.guarded)) {
             violations.push_back(cell + ": no way back with the guard");
+        }
+        if (IsUnmended(results, result) && FindUnmended(*result.fault) == nullptr) {
+            violations.push_back(cell + ": no way back with the guard, and nobody is named who mends it");
         }
         if (result.IsKept() && GuardResets(result.guarded) != kKept) {
             violations.push_back(cell + ": the guard resets a link that stays up");

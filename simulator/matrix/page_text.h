@@ -41,7 +41,37 @@ through a pipe that nobody reads. Hardware resets that it asks for in an hour, a
 
 constexpr char kPageGuardMost[] = R"( of the 6 that it may.
 No link that stays up by itself is ever reset by it.
+
+What stays "never" with the guard is left to people:
+
 )";
+
+/// Why the guard doesn't mend a fault, and who does.
+struct Unmended {
+    const char* fault;
+    const char* why;
+    const char* who;
+};
+constexpr char kHealthy[] = "the resets are the daemon's own, of a link that is healthy; the guard adds none";
+constexpr char kOneSim[] = "whoever sets `DoubleSIM` to 0";
+constexpr Unmended kUnmended[] = {
+    {"port_renamed", "the daemon has ended: there is no link, and nobody reads the pipe",
+     "whoever gives `-d` a name that stays"},
+    {"sim_pin", "the link is never online, and no reset enters a PIN", "whoever switches the SIM's PIN off"},
+    {"unregistered_and_weak",
+     "the link is never online; from outside it looks like a board without reception, which the guard would "
+     "reset for nothing",
+     "whoever has looked at the antenna, by `Reset4G:1`"},
+    {"denied_until_reset",
+     "the link is never online; from outside it looks like a SIM that the network refuses, which no reset "
+     "changes",
+     "whoever knows that the SIM is good, by `Reset4G:1`; otherwise its provider"},
+    {"two_sims", kHealthy, kOneSim},
+    {"reports_off", kHealthy, kOneSim},
+    {"technology_word", kHealthy, kOneSim},
+    {"pipe_replaced", "through a pipe that nobody reads the guard can ask for nothing",
+     "whoever removes the path; the link itself is online meanwhile"},
+};
 
 constexpr char kPageMore[] = R"(
 **Other things that surprise.**

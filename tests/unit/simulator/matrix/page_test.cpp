@@ -43,10 +43,10 @@ std::string Squeezed(const std::string& text) {
 TEST(PageTest, ARowHasMedianWorstBoundAndRanges) {
     const CellResult result =
         Result("link_cut", "zte", {Back(40001), Back(90000, 2), Back(50000), Back(30000), Back(0)});
-    EXPECT_EQ(
-        RowOf(result),
-        "| zte    |     41 |    90 |   100 |      0 |     0 |    0 |        0 |  0-2 |      0 |      2 |       ? "
-        "|          - |");
+    EXPECT_EQ(RowOf(result),
+              "| zte    |     41 |    90 |   100 |      0 |     0 |    0 |        0 |  0-2 |      0 |      2 "
+              "|       ? "
+              "|          - |");
 }
 
 Outcome Guarded(int64_t recovery_ms, int soft_resets, int hard_resets) {
@@ -67,6 +67,22 @@ TEST(PageTest, ARowSaysWhatTheGuardMakesOfIt) {
     result.guarded[1] = Outcome();
     EXPECT_NE(Squeezed(RowOf(result)).find("| never | 1+0 |"), std::string::npos);
     EXPECT_NE(Squeezed(matrix::Page({result})).find("| zte | never |"), std::string::npos);
+}
+
+TEST(PageTest, WhatTheGuardDoesNotMendHasAReason) {
+    CellResult weak = Result("unregistered_and_weak", "zte", {Outcome()});
+    weak.guarded = {Outcome()};
+    CellResult path = Result("dead_path", "zte", {Outcome()});
+    path.guarded = {Guarded(1, 1, 0)};
+    const std::string page = Squeezed(matrix::Page({weak, path}));
+    EXPECT_NE(page.find("| [unregistered_and_weak](#unregistered_and_weak) | the link is never online; "),
+              std::string::npos);
+    EXPECT_EQ(page.find("| [dead_path](#dead_path) |"), std::string::npos) << "it mends that";
+    EXPECT_TRUE(matrix::Violations({weak, path}).empty());
+    path.guarded = {Outcome()};
+    ASSERT_EQ(matrix::Violations({weak, path}).size(), 1U);
+    EXPECT_EQ(matrix::Violations({weak, path})[0],
+              "dead_path zte: no way back with the guard, and nobody is named who mends it");
 }
 
 TEST(PageTest, WhatTheGuardMayNeverDo) {
