@@ -104,7 +104,8 @@ int Program::Step() {
     Do(decision);
     const bool is_old = core_.HasMemory() && look.now - saved_at_ >= kSave_seconds;
     if (is_old || core_.ledger().proven != saved_proven_) Save();
-    if (!decision.line.empty() || shown_at_ < 0 || look.now - shown_at_ >= kShownAgain_seconds) {
+    const bool is_news = !decision.line.empty() || look.round != nullptr;
+    if (is_news || shown_at_ < 0 || look.now - shown_at_ >= kShownAgain_seconds) {
         Show(decision.state, look.now);
     }
     return is_probing_ ? kProbeLook_seconds : kLook_seconds;

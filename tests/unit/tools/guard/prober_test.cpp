@@ -27,8 +27,10 @@ using guard::ProbeKind;
 using guard::Prober;
 using guard::ProbeVerdict;
 
-constexpr char kOwn[] = "127.0.0.1";   // from which the board sends
-constexpr char kHost[] = "127.0.0.2";  // another machine, for all that the board knows
+constexpr char kOwn[] = "127.0.0.1";  // from which the board sends
+// Another machine, for all that the board knows; of this process alone, so that several may run at a time.
+const std::string kHost =
+    "127.1." + std::to_string(getpid() >> 8 & 0xFF) + "." + std::to_string(getpid() & 0xFF);
 constexpr uint16_t kDnsPort = 53;
 constexpr int kPatience_ms = 5000;
 
@@ -49,7 +51,7 @@ class Host {
         sockaddr_in here = {};
         here.sin_family = AF_INET;
         here.sin_port = htons(port);
-        here.sin_addr.s_addr = inet_addr(kHost);
+        here.sin_addr.s_addr = inet_addr(kHost.c_str());
         socklen_t length = sizeof here;
         if (bind(fd_, reinterpret_cast<const sockaddr*>(&here), length) != 0) {
             close(fd_);
@@ -92,7 +94,7 @@ class Host {
 Probe ProbeOf(ProbeKind kind, uint16_t port = 0) {
     Probe probe;
     probe.kind = kind;
-    probe.host = inet_addr(kHost);
+    probe.host = inet_addr(kHost.c_str());
     probe.port = port;
     if (kind == ProbeKind::kDns) probe.name = "a.example";
     return probe;
@@ -168,7 +170,7 @@ TEST(Prober, WithoutARouteNothingIsRun) {
     for (const guard::ProbeResult& result : prober.Take().results) {
         EXPECT_EQ(result.verdict, ProbeVerdict::kNotRun) << "it says nothing of the link";
     }
-    EXPECT_EQ(prober.problem(), "DNS: no route over lo to 127.0.0.2");
+    EXPECT_EQ(prober.problem(), "DNS: no route over lo to " + kHost);
     EXPECT_EQ(prober.sent_bytes(), 0);
     // The real table leads nowhere over a loopback.
     Prober real;
@@ -279,7 +281,7 @@ TEST(Prober, AReplyOfSomebodyElseIsNone) {
             poll(nullptr, 0, 5);
         }
         EXPECT_GT(prober.received_bytes(), 0) << "it came in, and is no traffic of others either";
-        ReplyFrom(kHost, request);
+        ReplyFrom(kHost.c_str(), request);
         EXPECT_TRUE(Await(&prober));
         EXPECT_EQ(prober.Take().results[0].verdict, ProbeVerdict::kAnswered);
     });

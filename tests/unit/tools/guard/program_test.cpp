@@ -110,6 +110,7 @@ class ProgramTest : public testing::Test, public guard::Outside {
     }
     bool HasAllAnswers() override { return is_alive; }
     guard::Round TakeRound() override {
+        ++rounds;
         guard::Round round;
         for (const guard::Probe& probe : sent) {
             round.results.push_back({probe.kind, probe.host, probe.number,
@@ -132,6 +133,7 @@ class ProgramTest : public testing::Test, public guard::Outside {
     std::function<int64_t()> date;  // of the daemon's clock; else the time since boot
     std::string said, probe_complaint;
     std::vector<guard::Probe> sent;
+    int64_t rounds = 0;
     guard::ProbeTraffic traffic;
 };
 
@@ -150,6 +152,18 @@ TEST_F(ProgramTest, AsksForBothResetsAndForNothingElse) {
     EXPECT_EQ(shown->hard_resets, 1);
     EXPECT_TRUE(shown->acts);
     EXPECT_GT(shown->sent_bytes, 0);
+}
+
+TEST_F(ProgramTest, EachRoundIsShownAtOnce) {
+    is_alive = false;
+    Start();
+    while (rounds < 10 && now < 20000) {
+        const int64_t before = rounds;
+        Step();
+        if (rounds == before) continue;
+        EXPECT_EQ(guard::ParseShown(Read(places.show))->rounds, rounds);
+    }
+    EXPECT_EQ(rounds, 10);
 }
 
 TEST_F(ProgramTest, WakesUpNotMoreThanOnceInFiveSeconds) {
