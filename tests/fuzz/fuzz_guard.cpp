@@ -1,5 +1,5 @@
-// Any bytes as what ravelin-guard reads: its settings, its budget, what it shows, a status file's neighbours,
-// and answers to its probes. The first byte says which; what was taken is written and read again.
+// Any bytes as what ravelin-guard reads: its settings, its budget, what it shows, tables of interfaces and
+// routes, and answers to its probes. The first byte says which; what was taken is written and read again.
 #include <algorithm>
 #include <string>
 #include <string_view>
@@ -63,6 +63,17 @@ void CheckShown(const std::string& text) {
     FUZZ_CHECK(read && guard::PrintShown(*read) == again);
 }
 
+/// A line more takes no route away, and one without its interface is none.
+void CheckRoutes(const std::string& text) {
+    constexpr uint32_t kHost = 0x08080808;
+    if (guard::ParseRoute(text, "wwan0", kHost)) {
+        FUZZ_CHECK(text.find("wwan0") != std::string::npos);
+        FUZZ_CHECK(guard::ParseRoute(text + "\n" + text, "wwan0", kHost));
+        FUZZ_CHECK(guard::ParseRoute("wwan0 x\n" + text, "wwan0", kHost));
+    }
+    guard::ParseRoute(text, text.substr(0, 15), kHost);
+}
+
 /// An answer is one only to its own question.
 void CheckPackets(const std::string& bytes) {
     const std::string question = guard::DnsQuestion(0x1234, "a.example");
@@ -108,6 +119,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
         case 'N':
             guard::ParseReceivedBytes(text, "wwan0");
             guard::ParseReceivedBytes(text, text.substr(0, 15));
+            break;
+        case 'R':
+            CheckRoutes(text);
             break;
         default:
             break;

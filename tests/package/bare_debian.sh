@@ -127,7 +127,15 @@ printf '%s\n' INTERFACE=wwan0 "TCP=192.0.2.1 443" ICMP=192.0.2.2 >>"$bare/etc/ra
 check "with settings it may act" inside ravelin-guard --check
 # shellcheck disable=SC2016 # for the other shell
 check "it starts, says so, and stops" inside sh -c 'init=/usr/share/ravelin-guard/init/ravelin-guard
-    $init start && sleep 2 && $init status && grep -qx State=no_status /run/ravelin-guard/state && $init stop && ! $init status'
+    $init start || exit
+    tries=0
+    until grep -qsx State=no_status /run/ravelin-guard/state; do
+        tries=$((tries + 1))
+        [ $tries -lt 600 ] || exit
+        sleep 0.1
+    done
+    $init status && $init start && $init stop && ! $init status'
+check "its budget is kept" grep -qx END "$bare/var/lib/ravelin-guard/budget"
 cp -a "$folder/guard.conf" "$bare/etc/ravelin/guard.conf"
 
 step "The board is set up"
