@@ -180,7 +180,8 @@ void Prober::LookAtTcp(Open* open) {
     getsockopt(open->fd, SOL_SOCKET, SO_ERROR, &error, &length);
     open->is_over = true;
     if (error == ETIMEDOUT) return;
-    if (error != 0 && error != ECONNREFUSED) return Refused(open, error);
+    // Whoever refuses, or takes the connection and ends it at once, is there.
+    if (error != 0 && error != ECONNREFUSED && error != ECONNRESET) return Refused(open, error);
     open->verdict = ProbeVerdict::kAnswered;
     received_bytes_ += kTcpIn_bytes;
 }

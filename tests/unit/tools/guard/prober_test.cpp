@@ -137,6 +137,21 @@ TEST(Prober, APortThatTakesOrRefusesIsAnAnswer) {
     EXPECT_FALSE(prober.is_open());
 }
 
+TEST(Prober, APortThatTakesAndEndsAtOnceIsAnAnswer) {
+    Host host(SOCK_STREAM);
+    ASSERT_EQ(listen(host.fd(), 1), 0);
+    Prober prober(AnyRoute);
+    prober.Send("lo", {ProbeOf(ProbeKind::kTcp, host.port())});
+    pollfd waited = {host.fd(), POLLIN, 0};
+    ASSERT_EQ(poll(&waited, 1, kPatience_ms), 1);
+    const int connection = accept(host.fd(), nullptr, nullptr);
+    constexpr linger kByReset = {1, 0};
+    setsockopt(connection, SOL_SOCKET, SO_LINGER, &kByReset, sizeof kByReset);
+    close(connection);
+    ASSERT_TRUE(Await(&prober));
+    EXPECT_EQ(prober.Take().results[0].verdict, ProbeVerdict::kAnswered);
+}
+
 TEST(Prober, APingIsAnswered) {
     Prober prober(AnyRoute);
     prober.Send("lo", {ProbeOf(ProbeKind::kIcmp)});
