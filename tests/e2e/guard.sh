@@ -70,6 +70,10 @@ metric() {
     on_fast_clock "$BUILD/ravelinctl" metrics | sed -n "s/^$1 //p"
 }
 
+is_running_by_metrics() {
+    [ "$(metric ravelin_guard_running)" = 1 ]
+}
+
 cat >/tmp/guard.conf <<'END'
 INTERFACE=wwan0
 DNS=8.8.8.8 www.example.org
@@ -145,7 +149,7 @@ serve_names 198.51.100.7
 say "the reset has brought the network back"
 await_guard "alive again after Reset4G:1"
 [ "$(metric 'ravelin_guard_resets_total{kind="hard"}')" = 1 ] || fail "ravelinctl metrics: $("$BUILD/ravelinctl" metrics | grep guard)"
-[ "$(metric ravelin_guard_running)" = 1 ] || fail "ravelinctl metrics doesn't know that it runs"
+wait_for "$PATIENCE_SECONDS" is_running_by_metrics || fail "ravelinctl metrics doesn't know that it runs"
 awk '/^Private/ { kib += $2 } END { print "the guard has " kib " KiB of its own"; exit kib >= 400 }' /proc/$GUARD/smaps ||
     fail "too much memory"
 [ "$(grep -c 'SoftReset:1, because' "$GUARD_LOG")" = 1 ] || fail "not one soft reset"
