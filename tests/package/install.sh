@@ -29,6 +29,7 @@ stage=$folder/stage
 DESTDIR=$stage/daemon install --prefix /usr --component daemon --strip
 DESTDIR=$stage/busglue install --prefix /usr --component busglue
 DESTDIR=$stage/tools install --prefix /usr --component tools
+DESTDIR=$stage/guard install --prefix /usr --component guard
 
 for file in usr/sbin/ravelin-mobile usr/sbin/ravelin-board-setup \
     usr/share/ravelin-mobile/board/{if-lte,udhcpc-lte,Reset4G.sh,S84Reset4G.sh,network.json} \
@@ -51,6 +52,10 @@ for file in lib/systemd/system/ravelin-metrics.{service,timer} \
     share/doc/ravelin-mobile-tools/examples/prometheus/{prometheus.yml,ravelin.rules.yml,consoles/ravelin.html}; do
     check "the tools come with $file" test -f "$stage/tools/usr/$file"
 done
+guards="etc/ravelin/guard.conf usr/lib/systemd/system/ravelin-guard.service usr/sbin/ravelin-guard
+usr/share/man/man8/ravelin-guard.8 usr/share/ravelin-guard/init/ravelin-guard"
+check "the guard comes with these files" test "$(files_in "$stage/guard" | xargs)" = "$(xargs <<<"$guards")"
+check "and nobody but root writes its settings" test "$(stat -c %a "$stage/guard/etc/ravelin/guard.conf")" = 644
 check "it looks for its libraries in the loader's own places" \
     refuses sh -c 'readelf --dynamic "$1" | grep -E "\((RUNPATH|RPATH)\)"' - "$stage/daemon/usr/sbin/ravelin-mobile"
 check "--strip strips" refuses has_debug_information "$stage/daemon/usr/sbin/ravelin-mobile"

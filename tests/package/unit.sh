@@ -19,6 +19,11 @@ done
 said=$(systemd-analyze verify --man=no "$folder/ravelin-metrics.timer" 2>&1) || fail "systemd refuses the timer: $said"
 check "nor in the timer of the metrics and its service" test -z "$(grep ravelin-metrics <<<"$said")"
 
+sed -E 's#^(Exec[A-Za-z]*=\+?)/usr/[^ ]*#\1/bin/true#; /^Documentation/d' packaging/systemd/ravelin-guard.service \
+    >"$folder/ravelin-guard.service"
+said=$(systemd-analyze verify --man=no "$folder/ravelin-guard.service" 2>&1) || fail "systemd refuses the guard's: $said"
+check "nor in the guard's" test -z "$(grep ravelin-guard <<<"$said")"
+
 # The number of systemd 252, times ten; another version may count otherwise.
 exposure=$(systemd-analyze security --offline=yes packaging/systemd/ravelin-mobile.service 2>/dev/null |
     sed -n 's/.*Overall exposure level.*: \([0-9.]*\) .*/\1/p')
