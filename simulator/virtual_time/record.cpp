@@ -32,9 +32,8 @@ void AppendHead(int64_t at_us, std::string_view kind, std::string* line) {
 // Not a global object: the preload library works before global objects are all made.
 const std::vector<std::string>& RecordKinds() {
     static const std::vector<std::string> kinds = {
-        "sends",     "hears",     "runs",  "asks",  "logs",  "debugs", "forwards", "prints",
-        "complains", "publishes", "shows", "modem", "world", "bus",    "broken",   "ends",
-        "guard",
+        "sends",     "hears", "runs",  "asks",  "logs", "debugs", "forwards", "prints", "complains",
+        "publishes", "shows", "modem", "world", "bus",  "broken", "ends",     "guard",
     };
     return kinds;
 }

@@ -262,8 +262,9 @@ class Parser {
     }
 
     bool ParseGuard(const Statement& statement, const std::string& rest) {
-        if (!rest.empty() || statement.block.empty())
+        if (!rest.empty() || statement.block.empty()) {
             return Fail("the guard's settings are wanted, indented");
+        }
         scenario_->guard_settings = BlockText(statement);
         return true;
     }

@@ -1,5 +1,5 @@
-// name_server HOST ADDRESS: a name server at HOST that knows one address for every name. An honest one, or, with a private
-// address, that of a portal. Until it is killed.
+// name_server HOST ADDRESS: a name server at HOST that knows one address for every name. An honest one, or,
+// with a private address, that of a portal. Until it is killed.
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <sys/socket.h>

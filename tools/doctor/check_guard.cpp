@@ -52,8 +52,9 @@ void CheckGuard(Examination& examination) {
     const std::string why = settings.WhyNot();
     const bool runs = !examination.ProcessesNamed(kGuard).empty();
     if (settings.problems.empty() && !why.empty() && runs) examination.Found("guard-watches", why);
-    if (why.empty())
+    if (why.empty()) {
         examination.Fact(std::string("the guard's settings let it act; it ") + (runs ? "runs" : "is off"));
+    }
     if (!why.empty() && !runs) examination.Fact("the guard is off");
     CheckInterface(examination, settings.interface);
     CheckBudget(examination);

@@ -21,7 +21,7 @@ struct Seen {
     std::optional<Counts> counts;
     int64_t created_seconds = 0;
     std::string model;
-    std::string cause;  // of the outage that lasts
+    std::string cause;                  // of the outage that lasts
     std::optional<guard::Shown> guard;  // what ravelin-guard shows, where there is one
     bool guard_runs = false;
 };

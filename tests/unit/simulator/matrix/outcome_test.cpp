@@ -55,7 +55,8 @@ TEST(OutcomeTest, WhatTheGuardHasAskedFor) {
     record.Status(60, "Online=TRUE").Add(200, "guard", "now suspect: DNS silent");
     record.Add(300, "guard", "SoftReset:1, because online and no traffic");
     record.Add(310, "guard", "Reset4G:1 can't be asked for: nobody reads it");
-    for (const double at : {400, 500, 4100}) record.Add(at, "guard", "Reset4G:1, because a soft reset didn't help");
+    for (const double at : {400, 500, 4100})
+        record.Add(at, "guard", "Reset4G:1, because a soft reset didn't help");
     const Outcome outcome = record.Read();
     EXPECT_EQ(outcome.guard_soft_resets, 1);
     EXPECT_EQ(outcome.guard_hard_resets, 3);
