@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -204,12 +205,13 @@ std::optional<long> ParseUptime(const std::string& text) {
     const std::string_view parts[] = {view.substr(0, first), view.substr(first + 1, second - first - 1),
                                       view.substr(second + 1)};
     constexpr size_t kDigits = 9;
-    long seconds = 0;
+    int64_t seconds = 0;
     for (const std::string_view part : parts) {
         if (!IsDigits(part) || part.size() > kDigits) return {};
         seconds = seconds * 60 + strtol(std::string(part).c_str(), nullptr, 10);
     }
-    return seconds;
+    if (seconds > INT32_MAX) return {};  // the daemon counts no further
+    return static_cast<long>(seconds);
 }
 
 }  // namespace board

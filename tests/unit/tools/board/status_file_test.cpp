@@ -145,7 +145,9 @@ TEST(StatusTime, Uptime) {
     EXPECT_EQ(board::ParseUptime("00:00:00"), 0);
     EXPECT_EQ(board::ParseUptime("01:02:05"), 3725);
     EXPECT_EQ(board::ParseUptime("123:00:00"), 442800);
-    for (const char* text : {"", "1", "1:2", ":::", "a:b:c", "1:2:-3", "1:2:3:4", "99999999999:00:00"}) {
+    EXPECT_EQ(board::ParseUptime("596523:14:07"), INT32_MAX);
+    for (const char* text :
+         {"", "1", "1:2", ":::", "a:b:c", "1:2:-3", "1:2:3:4", "99999999999:00:00", "596523:14:08"}) {
         EXPECT_FALSE(board::ParseUptime(text)) << text;
     }
 }
