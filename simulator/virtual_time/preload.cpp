@@ -203,9 +203,9 @@ class Run {
     // One that is started again with the daemon has forgotten what doesn't stand in its files.
     void StartGuard() {
         if (scenario_.guard_settings.empty()) return;
-        guard_ = std::make_unique<GuardBeside>(
-            environment_, modem_ == nullptr ? nullptr : &modem_->modem(), scenario_.guard_settings,
-            scenario_.traffic_bytes_per_second, [this](const std::string& line) { Note("guard", line); });
+        guard_ = std::make_unique<GuardBeside>(environment_, modem_ == nullptr ? nullptr : &modem_->modem(),
+                                               scenario_.guard_settings, scenario_.traffic_bytes_per_second,
+                                               [this](const std::string& line) { Note("guard", line); });
         guard_->Start();
     }
 
