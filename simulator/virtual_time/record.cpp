@@ -33,7 +33,7 @@ void AppendHead(int64_t at_us, std::string_view kind, std::string* line) {
 const std::vector<std::string>& RecordKinds() {
     static const std::vector<std::string> kinds = {
         "sends",     "hears", "runs",  "asks",  "logs", "debugs", "forwards", "prints", "complains",
-        "publishes", "shows", "modem", "world", "bus",  "broken", "ends",     "guard",
+        "publishes", "shows", "modem", "world", "bus",  "guard",  "broken",   "ends",
     };
     return kinds;
 }
