@@ -11,15 +11,19 @@ export FAST_CLOCK=6
 # The clock is loaded first, which a sanitizer takes for a mistake.
 export ASAN_OPTIONS=${ASAN_OPTIONS:+$ASAN_OPTIONS:}verify_asan_link_order=0
 
+# A preloaded library's path can't have a blank, and that of the build may.
+CLOCK=/tmp/libfast_clock.so
+cp "$BUILD/tests/libfast_clock.so" $CLOCK
+
 # on_fast_clock COMMAND...
 on_fast_clock() {
-    LD_PRELOAD=$BUILD/tests/libfast_clock.so "$@"
+    LD_PRELOAD=$CLOCK "$@"
 }
 
 start_guard() {
     mkdir -p /run/ravelin-guard /tmp/guard
     # Not by a function, of which only the shell would be killed.
-    LD_PRELOAD=$BUILD/tests/libfast_clock.so "$BUILD/ravelin-guard" --config /tmp/guard.conf --state /tmp/guard --stderr 2>>"$GUARD_LOG" &
+    LD_PRELOAD=$CLOCK "$BUILD/ravelin-guard" --config /tmp/guard.conf --state /tmp/guard --stderr 2>>"$GUARD_LOG" &
     GUARD=$!
 }
 
