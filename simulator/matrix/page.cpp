@@ -257,7 +257,6 @@ std::string ResetsTable(const Results& results) {
     return Table(rows, Figures::kNo);
 }
 
-/// The cell of each family that takes longest, of those that the family comes back from.
 const Unmended* FindUnmended(const Fault& fault) {
     const auto found =
         std::find_if(std::begin(kUnmended), std::end(kUnmended),
@@ -265,7 +264,7 @@ const Unmended* FindUnmended(const Fault& fault) {
     return found == std::end(kUnmended) ? nullptr : found;
 }
 
-/// No way back with the guard either, and not only for what is told of at another fault.
+/// No way back even with the guard, and not just because of a fault that another section tells of.
 bool IsUnmended(const Results& results, const CellResult& result) {
     return result.IsNever() && IsNever(result.guarded) && !IsToldBefore(results, result);
 }
@@ -282,6 +281,7 @@ std::string UnmendedTable(const Results& results) {
     return Table(rows, Figures::kNo);
 }
 
+/// The cell of each family that takes longest, of those that the family comes back from.
 std::string WorstTable(const Results& results) {
     std::vector<Row> text = {
         {"Family", "one SIM, from the fault's end", "one SIM, from its begin", "two SIMs"}};

@@ -86,7 +86,7 @@ void CheckPackets(const std::string& bytes) {
             FUZZ_CHECK(bytes.size() >= question.size());
             FUZZ_CHECK(guard::JudgeDns(bytes, other, expected) == guard::ProbeVerdict::kSilent);
         }
-        // The answer behind the true question, so that its records are reached.
+        // The answer after the true question, so that its records are reached.
         std::string answer = question + bytes;
         answer[2] = '\x81';
         answer[7] = '\x04';
