@@ -40,24 +40,13 @@ struct TableEnd {
     IniEntry** link = &head;
 };
 
-/// Cuts the next text that isn't empty off `*rest`, at its "=" or at the end; null when there is none.
-char* NextPart(char** rest) {
-    char* part = *rest;
-    while (*part == '=') ++part;
-    if (*part == '\0') return nullptr;
-    char* end = strchr(part, '=');
-    *rest = end != nullptr ? end + 1 : part + strlen(part);
-    if (end != nullptr) *end = '\0';
-    return part;
-}
-
 /// False when key or value are too long as they stand in the line, or memory has run out. A line without "=",
 /// or with nothing at all after it, is no entry and is skipped.
 bool AppendLine(TableEnd* table, char* line) {
     char* rest = line;
-    char* key = NextPart(&rest);
-    char* value = key != nullptr ? NextPart(&rest) : nullptr;
-    if (value == nullptr) return true;
+    char* key = NextToken(&rest, "=");
+    char* value = NextToken(&rest, "=");
+    if (key == nullptr || value == nullptr) return true;
     if (strlen(key) > kTextLengthMax || strlen(value) > kTextLengthMax) return false;
 
     auto* entry = static_cast<IniEntry*>(malloc(sizeof(IniEntry)));

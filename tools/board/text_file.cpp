@@ -77,6 +77,17 @@ TextFile ReadTextFile(const std::string& path, size_t limit_bytes) {
     return file;
 }
 
+bool WriteAll(int fd, const std::string& text) {
+    size_t written = 0;
+    while (written < text.size()) {
+        const ssize_t count = write(fd, text.data() + written, text.size() - written);
+        if (count < 0 && errno == EINTR) continue;
+        if (count <= 0) return false;
+        written += static_cast<size_t>(count);
+    }
+    return true;
+}
+
 std::string KindAt(const std::string& path) {
     struct stat seen = {};
     return lstat(path.c_str(), &seen) == 0 ? KindOf(seen.st_mode) : "nothing";

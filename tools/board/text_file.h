@@ -29,6 +29,9 @@ constexpr size_t kTextFileLimit_bytes = 64 * 1024;  // a status file has less th
 /// `limit_bytes`.
 TextFile ReadTextFile(const std::string& path, size_t limit_bytes = kTextFileLimit_bytes);
 
+/// False: errno says why, and some of the text may have been written.
+bool WriteAll(int fd, const std::string& text);
+
 /// What stands at a path, in words, link or not: "a pipe", "a symbolic link" ... and "a file"; "nothing".
 std::string KindAt(const std::string& path);
 

@@ -25,17 +25,6 @@ std::string Reason(const std::string& name, int error = errno) {
     return "can't write " + name + ": " + strerror(error);
 }
 
-bool WriteAll(int file, const std::string& text) {
-    size_t written = 0;
-    while (written < text.size()) {
-        const ssize_t count = write(file, text.data() + written, text.size() - written);
-        if (count < 0 && errno == EINTR) continue;
-        if (count <= 0) return false;
-        written += static_cast<size_t>(count);
-    }
-    return true;
-}
-
 /// What new files get.
 mode_t UsualMode() {
     const mode_t mask = umask(0);
@@ -89,8 +78,8 @@ bool WriteOutput(const std::string& name, const std::string& text, std::string* 
         return false;
     }
     // On the disk before the name is: a power cut leaves the one or the other.
-    const bool is_written =
-        WriteAll(file, text) && fchmod(file, ModeFor(there, is_there, readers)) == 0 && fsync(file) == 0;
+    const bool is_written = board::WriteAll(file, text) &&
+                            fchmod(file, ModeFor(there, is_there, readers)) == 0 && fsync(file) == 0;
     int error = is_written ? 0 : errno;
     if (close(file) != 0 && error == 0) error = errno;
     if (error == 0 && rename(beside.c_str(), name.c_str()) != 0) error = errno;

@@ -21,15 +21,6 @@ namespace guard {
 
 namespace {
 
-bool WriteAll(int fd, const std::string& text) {
-    for (size_t at = 0; at < text.size();) {
-        const ssize_t count = write(fd, text.data() + at, text.size() - at);
-        if (count < 0 && errno != EINTR) return false;
-        if (count > 0) at += static_cast<size_t>(count);
-    }
-    return true;
-}
-
 /// Takes the first line off the front of `*text`, without the blanks around it.
 std::string_view TakeLine(std::string_view* text) {
     const size_t end = std::min(text->find('\n'), text->size());
@@ -131,7 +122,7 @@ bool ReplaceFile(const std::string& path, const std::string& text, bool is_lasti
     unlink(part.c_str());
     const int fd = open(part.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0644);
     if (fd < 0) return false;
-    bool is_done = WriteAll(fd, text) && (!is_lasting || fsync(fd) == 0);
+    bool is_done = board::WriteAll(fd, text) && (!is_lasting || fsync(fd) == 0);
     is_done = close(fd) == 0 && is_done && rename(part.c_str(), path.c_str()) == 0;
     if (is_done) return !is_lasting || SyncFolderOf(path);
     const int error = errno;

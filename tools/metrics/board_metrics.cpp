@@ -187,7 +187,7 @@ Family Counter(const char* name, const char* unit, const char* help) {
     return family;
 }
 
-/// What outlives its end is told of a guard that has ended too.
+/// The counts are shown for a guard that has ended, too: they outlive it.
 void AddGuard(const guard::Shown& shown, bool runs, std::vector<Family>* families) {
     families->push_back(Gauge("ravelin_guard_running", "", "Whether ravelin-guard runs.", runs ? 1 : 0));
     Family resets = Counter("ravelin_guard_resets", "", "Resets that ravelin-guard has asked for.");

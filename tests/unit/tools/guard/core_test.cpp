@@ -216,8 +216,8 @@ TEST(Core, AThousandDaysWithPoorLinksBringNoReset) {
     World world;
     std::mt19937 random(7);
     world.Start();
-    // Every few hours the path is away for almost five minutes, as behind a truck, or the call is dialled
-    // anew.
+    // Every few hours the path is away for almost five minutes, as when a truck stands before the antenna,
+    // or the call is dialled anew.
     for (int64_t end = world.now + 1000 * kDay; world.now < end;) {
         world.Run(static_cast<int64_t>(600 + random() % 20000));
         world.has_path = false;
@@ -329,7 +329,7 @@ TEST(Core, APortalThatTakesEveryConnectionBringsNoReset) {
     EXPECT_EQ(world.soft.size(), 1U);
 }
 
-// Somebody has named hosts that were never there, or behind a firewall.
+// Somebody has named hosts that were never there, or that a firewall hides.
 TEST(Core, ProbesThatWereNeverAnsweredBringNoReset) {
     World world;
     world.is_proven = world.has_backend = world.has_resolver = false;
