@@ -7,8 +7,8 @@
 #include <gtest/gtest.h>
 
 #include "simulator/modem/modem_model.h"
-
-constexpr size_t kAll = 1024 * 1024;
+#include "tests/support/modem_answers.h"
+#include "tests/support/modem_exchange.h"
 
 class ModemModel : public testing::Test {
   protected:
@@ -17,7 +17,7 @@ class ModemModel : public testing::Test {
     /// One exchange: the command, a second, the answer.
     std::string Ask(const std::string& command) {
         test_modem.Receive(command + "\r\n", test_now_ms);
-        return After(1000);
+        return After(kExchange_ms);
     }
 
     std::string After(int64_t ms) {
@@ -43,11 +43,5 @@ class ModemModel : public testing::Test {
     modem_sim::Modem test_modem{modem_sim::ModemOptions{}};
 };
 
-inline const std::string kOk = "\r\nOK\r\n";
-inline const std::string kError = "\r\nERROR\r\n";
 inline const std::string kCardTalk =
     "\r\n+CPIN: READY\r\n\r\n+QUSIM: 1\r\n\r\n+QIND: SMS DONE\r\n\r\n+QIND: PB DONE\r\n";
-
-inline std::string Line(const std::string& text) {
-    return "\r\n" + text + "\r\n\r\nOK\r\n";
-}

@@ -22,8 +22,21 @@
 
 #include "platform/busglue/busglue.h"
 #include "simulator/virtual_time/environment.h"
+#include "support/trace_log.h"
 
 namespace test_support {
+
+/// Where the process calls its parts from, in lines of the log.
+constexpr TracePlace kMain = {"network_daemon/main.cpp", "main", 1};
+
+/// What the shell gets to end the DHCP client.
+constexpr char kKillDhcp[] = " /ubi/local/apps/network/if-lte /run/network/ifcfg-lte kill_dhcp";
+
+/// What the daemon publishes.
+constexpr char kStatusFile[] = "/run/network/ravelin_status";
+
+/// The port of a driver that asks no modem.
+constexpr int kNoPort = -1;
 
 class World {
   public:

@@ -258,7 +258,7 @@ TEST_F(CellDriverTest, MissingTextIsPrintedAsAWord) {
 
 // Exchanges
 
-struct RegistrationCase {
+struct TestedRegistration {
     const char* cereg;
     const char* cgreg;  // null: not asked
     int32_t expected;
@@ -267,14 +267,14 @@ struct RegistrationCase {
 };
 
 TEST_F(CellDriverTest, RegistrationByEpsThenPacket) {
-    const RegistrationCase cases[] = {
+    const TestedRegistration cases[] = {
         {"+CEREG: 0,1", nullptr, 1, 1, 9},       {"+CEREG: 0,5", nullptr, 1, 5, 9},
         {"+CEREG: 0,2", "+CGREG: 0,1", 1, 2, 1}, {"+CEREG: 0,3", "+CGREG: 0,5", 1, 3, 5},
         {"+CEREG: 0,2", "+CGREG: 0,2", 0, 2, 2}, {"ERROR", "+CGREG: 0,1", 1, 9, 1},
         {"+CEREG: 0,2", "ERROR", 0, 2, 9},       {"", "", 0, 9, 9},
         {"+CREG: 0,1", "+CREG: 0,1", 0, 9, 9},
     };
-    for (const RegistrationCase& test : cases) {
+    for (const TestedRegistration& test : cases) {
         modem.exchanges.clear();
         cell.m_CEREG = cell.m_CGREG = 9;
         modem.On("AT+CEREG?", test.cereg);

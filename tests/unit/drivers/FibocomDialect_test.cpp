@@ -13,11 +13,11 @@ struct FibocomRow {
     std::string usb_mode;
 };
 
-const FibocomRow kFamilies[] = {{kVendorFibocom, "18"}, {kVendorFibocomLe, "32"}};
+const FibocomRow kFibocomFamilies[] = {{kVendorFibocom, "18"}, {kVendorFibocomLe, "32"}};
 
 class FibocomTest : public FamilyTest<FibocomRow> {
   protected:
-    FibocomTest() : FamilyTest(kFamilies) {}
+    FibocomTest() : FamilyTest(kFibocomFamilies) {}
 
     /// A set-up with this answer to the question for the USB mode; what was sent from there on.
     Texts SetUpIn(const std::string& answer) {

@@ -10,11 +10,11 @@ struct ContextRow {
     VendorType family;
 };
 
-constexpr ContextRow kFamilies[] = {{kVendorQuectelQcom}, {kVendorQuectelUnisoc}};
+constexpr ContextRow kContextFamilies[] = {{kVendorQuectelQcom}, {kVendorQuectelUnisoc}};
 
 class ContextTest : public FamilyTest<ContextRow> {
   protected:
-    ContextTest() : FamilyTest(kFamilies) {}
+    ContextTest() : FamilyTest(kContextFamilies) {}
 };
 
 TEST_P(ContextTest, ContextIsAnnouncedAsDoneBeforeItIsSent) {

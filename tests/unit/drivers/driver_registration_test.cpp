@@ -9,7 +9,7 @@ using namespace cc_cell;
 
 namespace {
 
-constexpr int32_t kBefore = 9;  // a stat that no answer here gives
+constexpr int32_t kStatBefore = 9;  // a stat that no answer here gives
 
 struct RegistrationCase {
     std::string lte, packet;  // answers
@@ -18,20 +18,20 @@ struct RegistrationCase {
 };
 
 const RegistrationCase kCases[] = {
-    {Answer("+CEREG: 0,1"), kError, 1, kBefore, true},
-    {Answer("+CEREG: 2,5"), kError, 5, kBefore, true},
+    {Answer("+CEREG: 0,1"), kError, 1, kStatBefore, true},
+    {Answer("+CEREG: 2,5"), kError, 5, kStatBefore, true},
     {Answer("+CEREG: 0,2"), Answer("+CGREG: 0,1"), 2, 1, true},
     {Answer("+CEREG: 0,2"), Answer("+CGREG: 0,5"), 2, 5, true},
     {Answer("+CEREG: 0,3"), Answer("+CGREG: 0,5"), 3, 5, true},
     {Answer("+CEREG: 0,2"), Answer("+CGREG: 0,3"), 2, 3, false},
     {Answer("+CEREG: 0,0"), Answer("+CGREG: 0,3"), 0, 3, false},
     {Answer("+CEREG: 1"), Answer("+CGREG: 1"), 0, 0, false},
-    {kError, Answer("+CGREG: 0,1"), kBefore, 1, true},
-    {"", Answer("+CGREG: 0,1"), kBefore, 1, true},
-    {Answer("+CGREG: 0,1"), Answer("+CEREG: 0,1"), kBefore, kBefore, false},
-    {Answer("+CREG: 0,1"), Answer("+CREG: 0,1"), kBefore, kBefore, false},
-    {Answer("+CEREG: 0,2"), kError, 2, kBefore, false},
-    {"", "", kBefore, kBefore, false},
+    {kError, Answer("+CGREG: 0,1"), kStatBefore, 1, true},
+    {"", Answer("+CGREG: 0,1"), kStatBefore, 1, true},
+    {Answer("+CGREG: 0,1"), Answer("+CEREG: 0,1"), kStatBefore, kStatBefore, false},
+    {Answer("+CREG: 0,1"), Answer("+CREG: 0,1"), kStatBefore, kStatBefore, false},
+    {Answer("+CEREG: 0,2"), kError, 2, kStatBefore, false},
+    {"", "", kStatBefore, kStatBefore, false},
 };
 
 bool IsShared(Registration way) {
@@ -48,7 +48,7 @@ class RegistrationTest : public FamilyTest<Registration> {
 
     void SetUp() override {
         FamilyTest::SetUp();
-        cell.m_CEREG = cell.m_CGREG = kBefore;
+        cell.m_CEREG = cell.m_CGREG = kStatBefore;
     }
 };
 
@@ -57,7 +57,7 @@ TEST_P(RegistrationTest, LteOrElseThePacketSideDecidesAndEachStatIsKept) {
     cell.m_check_service_times = 1;
     for (const RegistrationCase& test : kCases) {
         modem.exchanges.clear();
-        cell.m_CEREG = cell.m_CGREG = kBefore;
+        cell.m_CEREG = cell.m_CGREG = kStatBefore;
         modem.On("AT+CEREG?", test.lte);
         modem.On("AT+CGREG?", test.packet);
         EXPECT_EQ(test.is_registered ? 1 : 0, cell.CheckServiceStatus()) << test.lte << test.packet;
@@ -82,7 +82,7 @@ TEST_P(CircuitSideTest, FirstTestOnlyReadsTheCircuitSwitchedSide) {
     cell.m_check_service_times = 0;
     EXPECT_EQ(0, cell.CheckServiceStatus());
     EXPECT_EQ(1, cell.m_CEREG);
-    EXPECT_EQ(kBefore, cell.m_CGREG);
+    EXPECT_EQ(kStatBefore, cell.m_CGREG);
     EXPECT_EQ(Texts{"AT+CREG?"}, modem.Sent());
     const Texts lines = {"7 Get_network_check_times 0\n", "7 AT+CREG\n"};
     EXPECT_EQ(lines, LinesOf("CheckServiceStatus"));

@@ -7,18 +7,18 @@
 #include <gtest/gtest.h>
 
 #include "support/text_util.h"
+#include "tests/support/modem_answers.h"
 #include "tests/support/recording_cell.h"
 #include "tests/support/test_world.h"
 
 namespace cc_cell {
 namespace {
 
+using test_support::kKillDhcp;
+using test_support::kStatusFile;
 using test_support::ScriptedModem;
 using test_support::World;
 
-constexpr char kOk[] = "\r\nOK\r\n";
-constexpr char kStatusFile[] = "/run/network/ravelin_status";
-constexpr char kKillDhcp[] = " /ubi/local/apps/network/if-lte /run/network/ifcfg-lte kill_dhcp";
 constexpr char kStartDhcp[] = "/ubi/local/apps/network/if-lte /run/network/ifcfg-lte dhcp";
 
 class Link : public testing::Test {

@@ -13,12 +13,12 @@
 namespace cc_cell {
 namespace {
 
+using test_support::kKillDhcp;
 using test_support::World;
 
 constexpr char kAnyProbe[] = "ping ";
 constexpr char kGpioDefault[] = "/sys/class/gpio/gpio130/value";
 constexpr char kGpioA35[] = "/sys/class/gpio/gpio182/value";
-constexpr char kKillDhcp[] = " /ubi/local/apps/network/if-lte /run/network/ifcfg-lte kill_dhcp";
 
 const std::string kMark(26, '#');
 

@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/modem_answers.h"
 #include "tests/support/test_world.h"
 
 namespace cc_cell {
@@ -14,10 +15,6 @@ namespace {
 
 using test_support::ScriptedModem;
 using test_support::World;
-
-std::string Answer(const std::string& text) {
-    return "\r\n" + text + "\r\n\r\nOK\r\n";
-}
 
 class Identify : public testing::Test {
   protected:

@@ -15,9 +15,8 @@
 namespace cc_cell {
 namespace {
 
+using test_support::kNoPort;
 using test_support::World;
-
-constexpr int kNoPort = -1;
 
 // The answer lies in memory of exactly its size, so that the address sanitizer sees a read or write beside
 // it.

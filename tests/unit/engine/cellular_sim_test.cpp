@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "support/text_util.h"
+#include "tests/support/modem_answers.h"
 #include "tests/support/plain_cell.h"
 #include "tests/support/test_world.h"
 
@@ -16,12 +17,6 @@ namespace {
 using test_support::ScriptedModem;
 using test_support::World;
 using Commands = std::vector<std::string>;
-
-constexpr char kOk[] = "\r\nOK\r\n";
-
-std::string Answer(const std::string& text) {
-    return "\r\n" + text + "\r\n\r\nOK\r\n";
-}
 
 class Sim : public testing::Test {
   protected:

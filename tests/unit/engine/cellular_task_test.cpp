@@ -13,11 +13,11 @@
 namespace cc_cell {
 namespace {
 
+using test_support::kStatusFile;
 using test_support::ScriptedModem;
 using test_support::World;
 
 constexpr char kCsqAnswer[] = "\r\n+CSQ: 20,99\r\n\r\nOK\r\n";
-constexpr char kStatusFile[] = "/run/network/ravelin_status";
 constexpr char kDeviceResetLine[] = "[FIFO] DeviceReset run\n";
 
 /// A driver that is online, whose signal is read at once, and whose SIM is known.

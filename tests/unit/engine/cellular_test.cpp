@@ -13,7 +13,7 @@
 namespace cc_cell {
 namespace {
 
-constexpr int kNoPort = -1;
+using test_support::kNoPort;
 
 TEST(Cellular, FreshObjectIsOfflineWithoutIdentityAndCollectsNeighbourSignals) {
     PlainCell cell(kNoPort);

@@ -12,13 +12,13 @@
 
 using namespace cc_cell;
 using namespace ocpp_frames;
+using test_support::kMain;
 using test_support::World;
 
 namespace {
 
 using Lines = std::vector<std::string>;
 
-constexpr TracePlace kMain = {"network_daemon/main.cpp", "main", 1};
 constexpr char kNetworkJson[] = "/ubi/conf/network/network.json";
 
 /// What a driver saw when it went.

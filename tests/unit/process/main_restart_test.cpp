@@ -16,13 +16,13 @@
 #include "tests/support/test_world.h"
 
 using namespace cc_cell;
+using test_support::kKillDhcp;
+using test_support::kMain;
 using test_support::ScriptedModem;
 using test_support::World;
 
 namespace {
 
-constexpr TracePlace kMain = {"network_daemon/main.cpp", "main", 1};
-constexpr char kKillDhcp[] = " /ubi/local/apps/network/if-lte /run/network/ifcfg-lte kill_dhcp";
 constexpr char kCheckInterface[] = " /ubi/local/apps/network/if-lte /run/network/ifcfg-lte check_interface";
 constexpr char kBoardScript[] = "/etc/init.d/S84Reset4G.sh start";
 constexpr char kPinReset[] = "/ubi/local/apps/network/Reset4G.sh start pin_rst";

@@ -3,7 +3,7 @@
 namespace cc_cell {
 namespace {
 
-const FactsEntry kEntry({
+const FactsEntry kChuangYi({
     .family = kVendorChuangYi,
     .set_up = {.interface_name = "eth1", .maker = "Innofidei", .firmware = "Innofidei"},
     .registration = Registration::kOwn,

@@ -3,7 +3,7 @@
 namespace cc_cell {
 namespace {
 
-const FactsEntry kEntry({
+const FactsEntry kCinterion({
     .family = kVendorCinterion,
     .set_up = {.interface_name = "wwan0",
                .maker = "Cinterion",

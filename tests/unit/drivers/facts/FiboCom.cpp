@@ -5,7 +5,7 @@ namespace {
 
 const std::string kAccount = "AT+MGAUTH=1,3,\"me\",\"secret\"\r\n";
 
-const FactsEntry kEntry({
+const FactsEntry kFiboCom({
     .family = kVendorFibocom,
     .set_up = {.interface_name = "wwan0",
                .maker = "Fibcom",

@@ -3,7 +3,7 @@
 namespace cc_cell {
 namespace {
 
-const FactsEntry kEntry({
+const FactsEntry kFiboComLE({
     .family = kVendorFibocomLe,
     .set_up = {.interface_name = "wwan0",
                .maker = "Fibcom",

@@ -4,7 +4,7 @@ namespace cc_cell {
 namespace {
 
 // A parameter is given only when the one before it is.
-const std::vector<DialCase> kDials = {
+const std::vector<DialCase> kHuaWeiDials = {
     {kNone, {"AT^NDISDUP=1,1"}},
     {{"", "me", "secret", "1234", 2}, {"AT^NDISDUP=1,1"}},
     {{"cmnet", "", "", "", 0}, {"AT^NDISDUP=1,1,\"cmnet\""}},
@@ -17,11 +17,11 @@ const std::vector<DialCase> kDials = {
     {kLongest, {("AT^NDISDUP=1,1," + kLongestQuoted + "\"" + kLongest.pin).substr(0, kCommandSize - 1)}},
 };
 
-const FactsEntry kEntry({
+const FactsEntry kHuaWei({
     .family = kVendorHuaWei,
     .set_up =
         {.interface_name = "wwan0", .maker = "Huawei", .firmware = "ME909", .steps = {{"AT^LEDCTRL=1"}}},
-    .dial = {.cases = kDials, .hang_up = {"AT^NDISDUP=1,0", "AT+CFUN=0"}},
+    .dial = {.cases = kHuaWeiDials, .hang_up = {"AT^NDISDUP=1,0", "AT+CFUN=0"}},
     .link = {.questions = {"at^ NDISSTATQRY?"},
              .up = "^NDISSTATQRY: 1",
              .cases = {{Answer("^NDISSTATQRY: 1,,,\"IPV4\""), 1},

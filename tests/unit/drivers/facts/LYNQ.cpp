@@ -7,7 +7,7 @@ Texts DialLines(const std::string& word) {
     return {"7 DoConnect " + word + "\n", "7 AT+NETOPEN and response " + word + "\n"};
 }
 
-const FactsEntry kEntry({
+const FactsEntry kLYNQ({
     .family = kVendorLynq,
     .set_up = {.interface_name = "wwan0",
                .maker = "LYNQ",

@@ -3,7 +3,7 @@
 namespace cc_cell {
 namespace {
 
-const FactsEntry kEntry({
+const FactsEntry kLongSung({
     .family = kVendorLongSung,
     .set_up =
         {.interface_name = "wwan0", .maker = "LONGSUNG", .firmware = "LONGSUNG", .steps = kDataStatusReports},

@@ -3,7 +3,7 @@
 namespace cc_cell {
 namespace {
 
-const FactsEntry kEntry({
+const FactsEntry kNodeCom({
     .family = kVendorNodeCom,
     .set_up =
         {.interface_name = "usb0", .maker = "Nodecom", .firmware = "Nodecom", .steps = kDataStatusReports},

@@ -3,7 +3,7 @@
 namespace cc_cell {
 namespace {
 
-const FactsEntry kEntry({
+const FactsEntry kQuectelAsr({
     .family = kVendorQuectelAsr,
     .set_up = {.interface_name = "wwan0",
                .maker = "QuectelAsr",

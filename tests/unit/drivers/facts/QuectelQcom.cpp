@@ -7,7 +7,7 @@ Texts CallLines(const std::string& state) {
     return {"7 QCRMCALL return type:" + state + " \r\n", "5 QCRMCALL=1,1 fail:" + state + "\n"};
 }
 
-const FactsEntry kEntry({
+const FactsEntry kQuectelQcom({
     .family = kVendorQuectelQcom,
     .set_up = {.interface_name = "wwan0",
                .maker = "Qcom",

@@ -3,7 +3,7 @@
 namespace cc_cell {
 namespace {
 
-const FactsEntry kEntry({
+const FactsEntry kQuectelUnisoc({
     .family = kVendorQuectelUnisoc,
     .set_up = {.interface_name = "wwan0",
                .maker = "Quectel",

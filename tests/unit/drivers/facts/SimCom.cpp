@@ -5,7 +5,7 @@ namespace {
 
 const std::string kCall = "AT$QCRMCALL=1,1,1,,,,";
 
-const FactsEntry kEntry({
+const FactsEntry kSimCom({
     .family = kVendorSimCom,
     .set_up =
         {.interface_name = "wwan0", .maker = "SIMCOM", .firmware = "SIMCOM", .shell = {"ifconfig wwan0 up"}},

@@ -3,7 +3,7 @@
 namespace cc_cell {
 namespace {
 
-const std::vector<DialCase> kDials = {
+const std::vector<DialCase> kZTEDials = {
     {kNone, {"AT+ZECMCALL=1"}},
     {{"", "", "", "", 3}, {"AT+ZECMCALL=1"}},
     {{"", "me", "secret", "", 3}, {"AT+ZECMCALL=1"}},
@@ -26,7 +26,7 @@ Texts DialLines(const std::string& answer, const char* verdict) {
 
 constexpr char kDialError[] = "6 AT+ZECMCALL=1 ERROR !!!\n";
 
-const std::vector<DialAnswer> kDialAnswers = {
+const std::vector<DialAnswer> kZTEDialAnswers = {
     {Answer("CONNECT"), 1, DialLines(Answer("CONNECT"), "6 CONNECT!!! \n")},
     {"\r\nOK\r\n+ZECMCALL: CONNECT", 1, DialLines("\r\nOK\r\n+ZECMCALL: CONNECT", "6 CONNECT!!! \n")},
     {"\r\nNO CARRIER\r\n", 1, DialLines("\r\nNO CARRIER\r\n", kDialError)},
@@ -35,7 +35,7 @@ const std::vector<DialAnswer> kDialAnswers = {
     {"", 1, DialLines("", kDialError)},
 };
 
-const FactsEntry kEntry({
+const FactsEntry kZTE({
     .family = kVendorZte,
     .set_up = {.interface_name = "wwan0",
                .maker = "GOSUNCN",
@@ -44,9 +44,9 @@ const FactsEntry kEntry({
                .word = "Revision:",
                .limit = 17},
     .sim = {.question = "AT+ZGETICCID", .prefix = "+ZGETICCID: "},
-    .dial = {.cases = kDials,
+    .dial = {.cases = kZTEDials,
              .hang_up = {"AT+ZECMCALL=0", "AT+CFUN=0"},
-             .answers = kDialAnswers,
+             .answers = kZTEDialAnswers,
              .last_seconds = 10},
     // "IPV4" has no dot, an address has.
     .link = {.questions = {"AT+ZPAS?", "AT+ZECMCALL?"},

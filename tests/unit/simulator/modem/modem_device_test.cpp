@@ -13,15 +13,15 @@ namespace {
 
 TEST_F(ModemModel, RadioOffDropsRegistrationAndDataCall) {
     Dial();
-    EXPECT_EQ(Ask("AT+CREG?"), Line("+CREG: 0,1"));
+    EXPECT_EQ(Ask("AT+CREG?"), Answer("+CREG: 0,1"));
     EXPECT_EQ(Ask("AT+CFUN=0"), kOk);
-    EXPECT_EQ(Ask("AT+CREG?"), Line("+CREG: 0,0"));
-    EXPECT_EQ(Ask("AT+CGREG?"), Line("+CGREG: 0,0"));
-    EXPECT_EQ(Ask("AT+CEREG?"), Line("+CEREG: 0,0"));
-    EXPECT_EQ(Ask("AT+QNETDEVSTATUS?"), Line("+QNETDEVSTATUS: 0,0,0,1"));
-    EXPECT_EQ(Ask("AT+CSQ"), Line("+CSQ: 99,99"));
-    EXPECT_EQ(Ask("AT+COPS?"), Line("+COPS: 0"));
-    EXPECT_EQ(Ask("AT+CFUN?"), Line("+CFUN: 0"));
+    EXPECT_EQ(Ask("AT+CREG?"), Answer("+CREG: 0,0"));
+    EXPECT_EQ(Ask("AT+CGREG?"), Answer("+CGREG: 0,0"));
+    EXPECT_EQ(Ask("AT+CEREG?"), Answer("+CEREG: 0,0"));
+    EXPECT_EQ(Ask("AT+QNETDEVSTATUS?"), Answer("+QNETDEVSTATUS: 0,0,0,1"));
+    EXPECT_EQ(Ask("AT+CSQ"), Answer("+CSQ: 99,99"));
+    EXPECT_EQ(Ask("AT+COPS?"), Answer("+COPS: 0"));
+    EXPECT_EQ(Ask("AT+CFUN?"), Answer("+CFUN: 0"));
 }
 
 TEST_F(ModemModel, RadioOnSearchesForAWhileAndTheDataCallStaysDown) {
@@ -33,12 +33,12 @@ TEST_F(ModemModel, RadioOnSearchesForAWhileAndTheDataCallStaysDown) {
     EXPECT_EQ(After(499), kOk);
     EXPECT_EQ(After(1), kCardTalk);
     test_modem.Receive("AT+CEREG?\r\n", test_now_ms);
-    EXPECT_EQ(After(1999), Line("+CEREG: 0,2"));
+    EXPECT_EQ(After(1999), Answer("+CEREG: 0,2"));
     test_modem.Receive("AT+CEREG?\r\n", test_now_ms);
-    EXPECT_EQ(After(0), Line("+CEREG: 0,2"));
+    EXPECT_EQ(After(0), Answer("+CEREG: 0,2"));
     test_now_ms += 1;
     test_modem.Receive("AT+CEREG?\r\n", test_now_ms);
-    EXPECT_EQ(After(0), Line("+CEREG: 0,1"));
+    EXPECT_EQ(After(0), Answer("+CEREG: 0,1"));
     EXPECT_TRUE(StatusHas("link: down"));
 }
 
@@ -51,12 +51,12 @@ TEST_F(ModemModel, RadioOnWhileOnChangesNothing) {
 
 TEST_F(ModemModel, RegistrationKnobWorksOnOneDomainOrAll) {
     Turn("registration 5 cereg");
-    EXPECT_EQ(Ask("AT+CEREG?"), Line("+CEREG: 0,5"));
-    EXPECT_EQ(Ask("AT+CGREG?"), Line("+CGREG: 0,1"));
+    EXPECT_EQ(Ask("AT+CEREG?"), Answer("+CEREG: 0,5"));
+    EXPECT_EQ(Ask("AT+CGREG?"), Answer("+CGREG: 0,1"));
     Turn("registration 3");
-    EXPECT_EQ(Ask("AT+CREG?"), Line("+CREG: 0,3"));
-    EXPECT_EQ(Ask("AT+CGREG?"), Line("+CGREG: 0,3"));
-    EXPECT_EQ(Ask("AT+CEREG?"), Line("+CEREG: 0,3"));
+    EXPECT_EQ(Ask("AT+CREG?"), Answer("+CREG: 0,3"));
+    EXPECT_EQ(Ask("AT+CGREG?"), Answer("+CGREG: 0,3"));
+    EXPECT_EQ(Ask("AT+CEREG?"), Answer("+CEREG: 0,3"));
 }
 
 TEST_F(ModemModel, CallEndsWhenBothPacketDomainsAreLost) {
@@ -67,7 +67,7 @@ TEST_F(ModemModel, CallEndsWhenBothPacketDomainsAreLost) {
     EXPECT_TRUE(StatusHas("link: cut by the network"));
     Turn("registration 1");
     EXPECT_TRUE(StatusHas("link: cut by the network"));
-    EXPECT_EQ(Ask("AT+QNETDEVSTATUS?"), Line("+QNETDEVSTATUS: 1,3,0,1"));
+    EXPECT_EQ(Ask("AT+QNETDEVSTATUS?"), Answer("+QNETDEVSTATUS: 1,3,0,1"));
     Dial();
 }
 
@@ -80,7 +80,7 @@ TEST_F(ModemModel, RegistrationIsReportedOnceAskedFor) {
     EXPECT_EQ(Ask("AT+CEREG=2"), kOk);
     Turn("registration 1");
     After(0);
-    EXPECT_EQ(Ask("AT+CEREG?"), Line("+CEREG: 2,1,\"5A1C\",\"B3F2A10\",7"));
+    EXPECT_EQ(Ask("AT+CEREG?"), Answer("+CEREG: 2,1,\"5A1C\",\"B3F2A10\",7"));
 }
 
 TEST_F(ModemModel, DialTakesItsTimeAndAnswersAtItsEnd) {
@@ -88,11 +88,11 @@ TEST_F(ModemModel, DialTakesItsTimeAndAnswersAtItsEnd) {
     test_modem.Receive("AT$QCRMCALL=1,1\r\n", test_now_ms);
     EXPECT_EQ(After(2499), "");
     EXPECT_TRUE(StatusHas("link: dialling"));
-    EXPECT_EQ(After(1), Line("$QCRMCALL: 1, V4"));
-    EXPECT_EQ(Ask("AT+QNETDEVSTATUS?"), Line("+QNETDEVSTATUS: 1,1,0,1"));
-    EXPECT_EQ(Ask("AT$QCRMCALL?"), Line("$QCRMCALL: 1, V4"));
-    EXPECT_EQ(Ask("AT$QCRMCALL=0,1"), Line("$QCRMCALL: 0, V4"));
-    EXPECT_EQ(Ask("AT+QNETDEVSTATUS?"), Line("+QNETDEVSTATUS: 0,0,0,1"));
+    EXPECT_EQ(After(1), Answer("$QCRMCALL: 1, V4"));
+    EXPECT_EQ(Ask("AT+QNETDEVSTATUS?"), Answer("+QNETDEVSTATUS: 1,1,0,1"));
+    EXPECT_EQ(Ask("AT$QCRMCALL?"), Answer("$QCRMCALL: 1, V4"));
+    EXPECT_EQ(Ask("AT$QCRMCALL=0,1"), Answer("$QCRMCALL: 0, V4"));
+    EXPECT_EQ(Ask("AT+QNETDEVSTATUS?"), Answer("+QNETDEVSTATUS: 0,0,0,1"));
 }
 
 TEST_F(ModemModel, DialNeedsSimAndRegistration) {
@@ -107,8 +107,8 @@ TEST_F(ModemModel, DialNeedsSimAndRegistration) {
 TEST_F(ModemModel, LinkDownCutsTheCallAndANewDialBringsItBack) {
     Dial();
     Turn("link down");
-    EXPECT_EQ(Ask("AT+QNETDEVSTATUS?"), Line("+QNETDEVSTATUS: 1,3,0,1"));
-    EXPECT_EQ(Ask("AT+CEREG?"), Line("+CEREG: 0,1"));
+    EXPECT_EQ(Ask("AT+QNETDEVSTATUS?"), Answer("+QNETDEVSTATUS: 1,3,0,1"));
+    EXPECT_EQ(Ask("AT+CEREG?"), Answer("+CEREG: 0,1"));
     Dial();
     Turn("link down");
     Turn("link up");
@@ -146,19 +146,20 @@ TEST_F(ModemModel, SignalOperatorNetworkAndTemperatureComeFromKnobs) {
                              "operator CHN-CT", "network TDD LTE", "imsi 460110001112223"}) {
         Turn(knob);
     }
-    EXPECT_EQ(Ask("AT+CSQ"), Line("+CSQ: 7,99"));
-    EXPECT_EQ(Ask("AT+QTEMP"), Line("+QTEMP: 96,36,37"));
-    EXPECT_EQ(Ask("AT+COPS?"), Line("+COPS: 0,0,\"CHN-CT\",7"));
-    EXPECT_EQ(Ask("AT+QNWINFO"), Line("+QNWINFO: \"TDD LTE\",\"46011\",\"LTE BAND 40\",1650"));
+    EXPECT_EQ(Ask("AT+CSQ"), Answer("+CSQ: 7,99"));
+    EXPECT_EQ(Ask("AT+QTEMP"), Answer("+QTEMP: 96,36,37"));
+    EXPECT_EQ(Ask("AT+COPS?"), Answer("+COPS: 0,0,\"CHN-CT\",7"));
+    EXPECT_EQ(Ask("AT+QNWINFO"), Answer("+QNWINFO: \"TDD LTE\",\"46011\",\"LTE BAND 40\",1650"));
     EXPECT_EQ(
         Ask("AT+QENG=\"servingcell\""),
-        Line("+QENG: \"servingcell\",\"NOCONN\",\"LTE\",\"TDD\",460,11,B3F2A10,77,1650,40,5,5,5A1C,-111,-11,"
-             "-67,-3,27"));
+        Answer(
+            "+QENG: \"servingcell\",\"NOCONN\",\"LTE\",\"TDD\",460,11,B3F2A10,77,1650,40,5,5,5A1C,-111,-11,"
+            "-67,-3,27"));
 }
 
 TEST_F(ModemModel, AnotherRadioTechnologyHasAnotherServingCell) {
     Turn("network WCDMA");
-    EXPECT_EQ(Ask("AT+COPS?"), Line("+COPS: 0,0,\"CHINA MOBILE\",2"));
+    EXPECT_EQ(Ask("AT+COPS?"), Answer("+COPS: 0,0,\"CHINA MOBILE\",2"));
     const std::string answer = Ask("AT+QENG=\"servingcell\"");
     EXPECT_NE(answer.find("\"WCDMA\""), std::string::npos);
     EXPECT_EQ(answer.find("LTE"), std::string::npos);
@@ -166,11 +167,11 @@ TEST_F(ModemModel, AnotherRadioTechnologyHasAnotherServingCell) {
 
 TEST_F(ModemModel, CellAnswersTellWhyThereIsNoService) {
     Turn("registration 2");
-    EXPECT_EQ(Ask("AT+QENG=\"servingcell\""), Line("+QENG: \"servingcell\",\"SEARCH\""));
+    EXPECT_EQ(Ask("AT+QENG=\"servingcell\""), Answer("+QENG: \"servingcell\",\"SEARCH\""));
     Turn("registration 3");
-    EXPECT_EQ(Ask("AT+QENG=\"servingcell\""), Line("+QENG: \"servingcell\",\"LIMSRV\""));
+    EXPECT_EQ(Ask("AT+QENG=\"servingcell\""), Answer("+QENG: \"servingcell\",\"LIMSRV\""));
     EXPECT_EQ(Ask("AT+QENG=\"neighbourcell\""), kOk);
-    EXPECT_EQ(Ask("AT+QNWINFO"), Line("+QNWINFO: No Service"));
+    EXPECT_EQ(Ask("AT+QNWINFO"), Answer("+QNWINFO: No Service"));
 }
 
 // SIM
@@ -181,7 +182,7 @@ TEST_F(ModemModel, SimAbsent) {
     EXPECT_EQ(After(0), "\r\n+CPIN: NOT READY\r\n");
     EXPECT_EQ(Ask("AT+CPIN?"), "\r\n+CME ERROR: 10\r\n");
     EXPECT_EQ(Ask("AT+QCCID"), "\r\n+CME ERROR: 10\r\n");
-    EXPECT_EQ(Ask("AT+CEREG?"), Line("+CEREG: 0,0"));
+    EXPECT_EQ(Ask("AT+CEREG?"), Answer("+CEREG: 0,0"));
     EXPECT_TRUE(StatusHas("link: cut by the network"));
 }
 
@@ -197,27 +198,27 @@ TEST_F(ModemModel, SimThatComesBackIsReportedAndSearchedWith) {
 
 TEST_F(ModemModel, SimWithPinTellsItsNumberButNotItsSubscriberUntilThePinIsIn) {
     Turn("sim pin");
-    EXPECT_EQ(Ask("AT+CPIN?"), Line("+CPIN: SIM PIN"));
+    EXPECT_EQ(Ask("AT+CPIN?"), Answer("+CPIN: SIM PIN"));
     EXPECT_EQ(Ask("AT+CIMI"), "\r\n+CME ERROR: 11\r\n");
-    EXPECT_EQ(Ask("AT+QCCID"), Line("+QCCID: 89860012317001122334"));
+    EXPECT_EQ(Ask("AT+QCCID"), Answer("+QCCID: 89860012317001122334"));
     EXPECT_EQ(Ask("AT+CPIN=\"0000\""), "\r\n+CME ERROR: 16\r\n");
     EXPECT_EQ(Ask("AT+CPIN=\"1234\""), kOk + kCardTalk);
-    EXPECT_EQ(Ask("AT+CPIN?"), Line("+CPIN: READY"));
+    EXPECT_EQ(Ask("AT+CPIN?"), Answer("+CPIN: READY"));
     EXPECT_EQ(Ask("AT+CPIN=\"1234\""), "\r\n+CME ERROR: 3\r\n");
     Turn("reset");
     After(60000);
     Ask("ATE0");
-    EXPECT_EQ(Ask("AT+CPIN?"), Line("+CPIN: SIM PIN"));
+    EXPECT_EQ(Ask("AT+CPIN?"), Answer("+CPIN: SIM PIN"));
 }
 
 TEST_F(ModemModel, ThreeWrongPinsBlockTheSim) {
     Turn("sim pin");
     for (int count = 0; count < 3; ++count) EXPECT_EQ(Ask("AT+CPIN=9"), "\r\n+CME ERROR: 16\r\n");
-    EXPECT_EQ(Ask("AT+CPIN?"), Line("+CPIN: SIM PUK"));
+    EXPECT_EQ(Ask("AT+CPIN?"), Answer("+CPIN: SIM PUK"));
     EXPECT_EQ(Ask("AT+CPIN=1234"), "\r\n+CME ERROR: 12\r\n");
     EXPECT_EQ(Ask("AT+CIMI"), "\r\n+CME ERROR: 12\r\n");
     Turn("sim ready");
-    EXPECT_EQ(Ask("AT+CIMI"), kCardTalk + Line("460001112223334"));
+    EXPECT_EQ(Ask("AT+CIMI"), kCardTalk + Answer("460001112223334"));
 }
 
 TEST_F(ModemModel, SimReadyAfterSomeAsks) {
@@ -225,7 +226,7 @@ TEST_F(ModemModel, SimReadyAfterSomeAsks) {
     EXPECT_EQ(Ask("AT+CPIN?"), "\r\n+CME ERROR: 14\r\n");
     EXPECT_EQ(Ask("AT+CIMI"), "\r\n+CME ERROR: 14\r\n");
     EXPECT_EQ(Ask("AT+CPIN?"), "\r\n+CME ERROR: 14\r\n" + kCardTalk);
-    EXPECT_EQ(Ask("AT+CPIN?"), Line("+CPIN: READY"));
+    EXPECT_EQ(Ask("AT+CPIN?"), Answer("+CPIN: READY"));
 }
 
 TEST_F(ModemModel, SelectorTakesOneSimAwayAndBringsTheOther) {
@@ -234,13 +235,13 @@ TEST_F(ModemModel, SelectorTakesOneSimAwayAndBringsTheOther) {
     EXPECT_EQ(After(0), "\r\n+CPIN: NOT READY\r\n");
     EXPECT_TRUE(StatusHas("link: cut by the network"));
     EXPECT_EQ(After(600), kCardTalk);
-    EXPECT_EQ(Ask("AT+CIMI"), Line("460015556667778"));
+    EXPECT_EQ(Ask("AT+CIMI"), Answer("460015556667778"));
     EXPECT_TRUE(StatusHas("cereg: 2"));
     After(3000);
     EXPECT_TRUE(StatusHas("cereg: 1"));
     Turn("select 1");
     After(600);
-    EXPECT_EQ(Ask("AT+CIMI"), Line("460001112223334"));
+    EXPECT_EQ(Ask("AT+CIMI"), Answer("460001112223334"));
 }
 
 TEST_F(ModemModel, SelectingTheSelectedSimChangesNothing) {
@@ -259,7 +260,7 @@ TEST_F(ModemModel, SelectorSurvivesAResetAndWorksDuringABoot) {
     Turn("select 2");
     After(60000);
     Ask("ATE0");
-    EXPECT_EQ(Ask("AT+CIMI"), Line("460015556667778"));
+    EXPECT_EQ(Ask("AT+CIMI"), Answer("460015556667778"));
 }
 
 TEST_F(ModemModel, HolderKnobMeansItsSimWhicheverIsSelected) {
@@ -324,10 +325,10 @@ TEST_F(ModemModel, ResetTakesTimeAndTheModemComesBackFresh) {
     EXPECT_EQ(After(600), kCardTalk);
     EXPECT_TRUE(StatusHas("cereg: 2"));
     After(3000);
-    EXPECT_EQ(Ask("AT+CEREG?"), "AT+CEREG?\r" + Line("+CEREG: 0,1"));
+    EXPECT_EQ(Ask("AT+CEREG?"), "AT+CEREG?\r" + Answer("+CEREG: 0,1"));
     Ask("ATE0");
-    EXPECT_EQ(Ask("AT+CMEE?"), Line("+CMEE: 1"));
-    EXPECT_EQ(Ask("AT+QNETDEVSTATUS?"), Line("+QNETDEVSTATUS: 0,0,0,1"));
+    EXPECT_EQ(Ask("AT+CMEE?"), Answer("+CMEE: 1"));
+    EXPECT_EQ(Ask("AT+QNETDEVSTATUS?"), Answer("+QNETDEVSTATUS: 0,0,0,1"));
 }
 
 TEST_F(ModemModel, ResetTurnsTheRadioOn) {
@@ -335,7 +336,7 @@ TEST_F(ModemModel, ResetTurnsTheRadioOn) {
     test_modem.Control("reset", nullptr, test_now_ms);
     After(60000);
     Ask("ATE0");
-    EXPECT_EQ(Ask("AT+CFUN?"), Line("+CFUN: 1"));
+    EXPECT_EQ(Ask("AT+CFUN?"), Answer("+CFUN: 1"));
 }
 
 TEST_F(ModemModel, ResetInTheMiddleOfABootStartsTheBootAgain) {
@@ -376,7 +377,7 @@ TEST_F(ModemModel, ResetByCommandAnswersFirst) {
 
 TEST_F(ModemModel, UsbModeTakesEffectWithTheNextStart) {
     EXPECT_EQ(Ask("AT+QCFG=\"usbnet\",1"), kOk);
-    EXPECT_EQ(Ask("AT+QCFG=\"usbnet\""), Line("+QCFG: \"usbnet\",1"));
+    EXPECT_EQ(Ask("AT+QCFG=\"usbnet\""), Answer("+QCFG: \"usbnet\",1"));
     EXPECT_TRUE(StatusHas("usb mode: 0"));
     test_modem.Control("reset", nullptr, test_now_ms);
     After(60000);

@@ -6,26 +6,18 @@
 #include <gtest/gtest.h>
 
 #include "simulator/modem/modem_model.h"
+#include "tests/support/modem_answers.h"
+#include "tests/support/modem_exchange.h"
 
 namespace {
 
 using modem_sim::Modem;
 using modem_sim::ModemOptions;
 
-constexpr size_t kAll = 1024 * 1024;
-constexpr int64_t kExchange_ms = 1000;
-constexpr int64_t kSearch_ms = 5000;
-constexpr char kOk[] = "\r\nOK\r\n";
-constexpr char kError[] = "\r\nERROR\r\n";
-
-struct Expected {
+struct Exchanged {
     std::string command;
     std::string answer;
 };
-
-std::string Answer(const std::string& line) {
-    return "\r\n" + line + "\r\n\r\nOK\r\n";
-}
 
 /// A modem with echo off, and its clock.
 class Desk {
@@ -64,8 +56,8 @@ bool Holds(const std::string& text, const std::string& part) {
 }
 
 /// The commands in turn; each answer begins as specified, and no command is unknown.
-void Converse(Desk& desk, const std::vector<Expected>& talk) {
-    for (const Expected& each : talk) {
+void Converse(Desk& desk, const std::vector<Exchanged>& talk) {
+    for (const Exchanged& each : talk) {
         EXPECT_EQ(each.answer, desk.Ask(each.command).substr(0, each.answer.size())) << each.command;
     }
     EXPECT_EQ(0u, desk.modem.unknown_command_count());
@@ -124,9 +116,9 @@ TEST(HuaweiDialect, ReportsCallAndSignalUnasked) {
 
 // LongSung and NodeCom
 
-const std::vector<Expected> kReports = {{"AT+SIGNALIND=1", kOk},    {"AT+NWTYPEIND=1", kOk},
-                                        {"AT+URCIND=1", kOk},       {"AT+PSDIALIND=1", kOk},
-                                        {"AT+DATASTATUSEN=1", kOk}, {"AT+URCIND=2", kError}};
+const std::vector<Exchanged> kReports = {{"AT+SIGNALIND=1", kOk},    {"AT+NWTYPEIND=1", kOk},
+                                         {"AT+URCIND=1", kOk},       {"AT+PSDIALIND=1", kOk},
+                                         {"AT+DATASTATUSEN=1", kOk}, {"AT+URCIND=2", kError}};
 
 TEST(LongSungDialect, AnswersEveryCommandOfTheDaemonAndCallsByItself) {
     Desk desk("longsung");
@@ -173,7 +165,7 @@ TEST(DataStatusDialects, ReportWhatTheyWereToldToReport) {
         desk.Turn("link up");
         desk.Turn("network WCDMA");
         EXPECT_EQ("", desk.Wait(8000)) << family;
-        for (const Expected& each : kReports) desk.Ask(each.command);
+        for (const Exchanged& each : kReports) desk.Ask(each.command);
         desk.Turn("link down");
         EXPECT_TRUE(Holds(desk.Hear(), "\r\n^DATADISCONN\r\n\r\n+DATASTATUS: 0\r\n")) << family;
         desk.Turn("link up");

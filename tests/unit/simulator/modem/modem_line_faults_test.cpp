@@ -8,10 +8,10 @@
 
 namespace {
 
-const std::string kCsq = Line("+CSQ: 23,99");
+const std::string kCsq = Answer("+CSQ: 23,99");
 
 std::string QuotedLte(const std::string& word) {
-    return Line("+QNWINFO: \"FDD " + word + "\",\"46000\",\"" + word + " BAND 3\",1650");
+    return Answer("+QNWINFO: \"FDD " + word + "\",\"46000\",\"" + word + " BAND 3\",1650");
 }
 
 TEST_F(ModemModel, CutAnswersEndInTheMiddleForGood) {
@@ -50,7 +50,7 @@ TEST_F(ModemModel, StaleAnswersAreThoseToTheCommandBefore) {
     EXPECT_EQ(kCsq, Ask("AT+CFUN=4"));
     EXPECT_TRUE(StatusHas("radio: 4"));  // it is carried out
     EXPECT_EQ(kOk, Ask("AT+CSQ"));
-    EXPECT_EQ(Line("+CSQ: 99,99"), Ask("AT"));
+    EXPECT_EQ(Answer("+CSQ: 99,99"), Ask("AT"));
     Turn("stale off");
     EXPECT_EQ(kOk, Ask("AT"));
 }

@@ -38,7 +38,7 @@ TEST_F(ModemModel, EchoFollowsAte0Ate1AtzAndFactoryReset) {
 }
 
 TEST_F(ModemModel, LettersAndBlanksOfACommandDontMatterOutsideQuotes) {
-    EXPECT_EQ(Ask("at + csq"), Line("+CSQ: 23,99"));
+    EXPECT_EQ(Ask("at + csq"), Answer("+CSQ: 23,99"));
     EXPECT_EQ(Ask("at+Qcfg=\"usbnet\",1"), kOk);
     EXPECT_EQ(Ask("AT+QCFG=\"USBNET\",1"), kError);
 }
@@ -48,9 +48,9 @@ TEST_F(ModemModel, CommandArrivesInPiecesAndWithASecondLineEnd) {
     EXPECT_EQ(After(500), "");
     test_modem.Receive("CSQ", test_now_ms);
     test_modem.Receive("\r\n", test_now_ms);
-    EXPECT_EQ(After(0), Line("+CSQ: 23,99"));
+    EXPECT_EQ(After(0), Answer("+CSQ: 23,99"));
     test_modem.Receive("AT+CSQ\r\n\r\n", test_now_ms);
-    EXPECT_EQ(After(0), Line("+CSQ: 23,99"));
+    EXPECT_EQ(After(0), Answer("+CSQ: 23,99"));
 }
 
 TEST_F(ModemModel, LinesThatAreNoCommandGetNoAnswerAndNoiseInFrontOfOneIsPassedOver) {
@@ -72,7 +72,7 @@ TEST_F(ModemModel, UnknownCommandsAnswerErrorAndAreCounted) {
 
 TEST_F(ModemModel, CommandLongerThanTheModemTakesAnswersErrorOnceAndTheNextOneWorks) {
     EXPECT_EQ(Ask("AT+CSQ" + std::string(100000, 'x')), kError);
-    EXPECT_EQ(Ask("AT+CSQ"), Line("+CSQ: 23,99"));
+    EXPECT_EQ(Ask("AT+CSQ"), Answer("+CSQ: 23,99"));
 }
 
 TEST_F(ModemModel, ErrorsAreWordedAsCmeeAsks) {
@@ -84,7 +84,7 @@ TEST_F(ModemModel, ErrorsAreWordedAsCmeeAsks) {
     EXPECT_EQ(Ask("AT+CIMI"), "\r\n+CME ERROR: 10\r\n");
     EXPECT_EQ(Ask("AT+CMEE=2"), kOk);
     EXPECT_EQ(Ask("AT+CIMI"), "\r\n+CME ERROR: SIM not inserted\r\n");
-    EXPECT_EQ(Ask("AT+CMEE?"), Line("+CMEE: 2"));
+    EXPECT_EQ(Ask("AT+CMEE?"), Answer("+CMEE: 2"));
 }
 
 // The line
@@ -114,7 +114,7 @@ TEST_F(ModemModel, DelayPutsEachAnswerOff) {
     test_modem.Receive("AT+CSQ\r\n", test_now_ms);
     EXPECT_EQ(test_modem.NextEventMs(), test_now_ms + 1500);
     EXPECT_EQ(After(1499), "");
-    EXPECT_EQ(After(1), Line("+CSQ: 23,99"));
+    EXPECT_EQ(After(1), Answer("+CSQ: 23,99"));
 }
 
 TEST_F(ModemModel, AnswersDontOvertakeEachOtherWhenTheDelayShrinks) {
@@ -123,7 +123,7 @@ TEST_F(ModemModel, AnswersDontOvertakeEachOtherWhenTheDelayShrinks) {
     Turn("delay 0");
     test_modem.Receive("AT\r\n", test_now_ms);
     EXPECT_EQ(After(999), "");
-    EXPECT_EQ(After(1), Line("+CSQ: 23,99") + kOk);
+    EXPECT_EQ(After(1), Answer("+CSQ: 23,99") + kOk);
 }
 
 TEST_F(ModemModel, PiecesComeOneAfterTheOther) {
@@ -146,7 +146,7 @@ TEST_F(ModemModel, UnsolicitedLineSlipsBetweenThePiecesOfAnAnswer) {
 }
 
 TEST_F(ModemModel, PadFillsAnswersToTheByteWithTheResultLast) {
-    const size_t unpadded_bytes = Line("+CSQ: 23,99").size();
+    const size_t unpadded_bytes = Answer("+CSQ: 23,99").size();
     for (size_t wanted = unpadded_bytes; wanted <= unpadded_bytes + 10; ++wanted) {
         Turn("pad " + std::to_string(wanted));
         const std::string answer = Ask("AT+CSQ");
@@ -163,7 +163,7 @@ TEST_F(ModemModel, PadFillsAnswersToTheByteWithTheResultLast) {
 
 TEST_F(ModemModel, PercentPutsConversionsIntoTheFirstLine) {
     Turn("percent on");
-    EXPECT_EQ(Ask("AT+CSQ"), Line("+CSQ: 23,99,%s%n%65536d%%"));
+    EXPECT_EQ(Ask("AT+CSQ"), Answer("+CSQ: 23,99,%s%n%65536d%%"));
     EXPECT_EQ(Ask("AT"), "\r\n,%s%n%65536d%%\r\n" + kOk);
     Turn("percent off");
     EXPECT_EQ(Ask("AT"), kOk);
@@ -172,9 +172,9 @@ TEST_F(ModemModel, PercentPutsConversionsIntoTheFirstLine) {
 TEST_F(ModemModel, NulPutsANulByteIntoTheMiddle) {
     Turn("nul on");
     std::string answer = Ask("AT+CSQ");
-    EXPECT_EQ(answer.find('\0'), Line("+CSQ: 23,99").size() / 2);
+    EXPECT_EQ(answer.find('\0'), Answer("+CSQ: 23,99").size() / 2);
     answer.erase(answer.find('\0'), 1);
-    EXPECT_EQ(answer, Line("+CSQ: 23,99"));
+    EXPECT_EQ(answer, Answer("+CSQ: 23,99"));
 }
 
 TEST_F(ModemModel, MuteHearsAndSaysNothing) {
@@ -183,7 +183,7 @@ TEST_F(ModemModel, MuteHearsAndSaysNothing) {
     Turn("urc +X");
     EXPECT_EQ(After(1000), "");
     Turn("mute off");
-    EXPECT_EQ(Ask("AT+CFUN?"), Line("+CFUN: 1"));
+    EXPECT_EQ(Ask("AT+CFUN?"), Answer("+CFUN: 1"));
 }
 
 TEST_F(ModemModel, MuteSurvivesAResetUnlessItIsUntilReset) {
@@ -238,7 +238,7 @@ TEST_F(ModemModel, FloodThatNobodyReadsIsBounded) {
 
 TEST_F(ModemModel, AnswerKnobReplacesOneAnswerAndGivesItBack) {
     Turn("answer AT+CSQ = +CSQ: 5,99");
-    EXPECT_EQ(Ask("at+csq"), Line("+CSQ: 5,99"));
+    EXPECT_EQ(Ask("at+csq"), Answer("+CSQ: 5,99"));
     Turn("answer AT+CSQ = ERROR");
     EXPECT_EQ(Ask("AT+CSQ"), kError);
     Turn("answer AT+CSQ = +CME ERROR: 100");
@@ -248,10 +248,10 @@ TEST_F(ModemModel, AnswerKnobReplacesOneAnswerAndGivesItBack) {
     Turn("answer AT+CSQ =");
     EXPECT_EQ(Ask("AT+CSQ"), "");
     Turn("answer AT+CSQ");
-    EXPECT_EQ(Ask("AT+CSQ"), Line("+CSQ: 23,99"));
+    EXPECT_EQ(Ask("AT+CSQ"), Answer("+CSQ: 23,99"));
     Turn("answer AT+CFUN=0 = OK");
     EXPECT_EQ(Ask("AT+CFUN=0"), kOk);
-    EXPECT_EQ(Ask("AT+CFUN?"), Line("+CFUN: 1"));
+    EXPECT_EQ(Ask("AT+CFUN?"), Answer("+CFUN: 1"));
     Turn("answer AT+NOSUCH = OK");
     EXPECT_EQ(Ask("AT+NOSUCH"), kOk);
     EXPECT_EQ(test_modem.unknown_command_count(), 0u);

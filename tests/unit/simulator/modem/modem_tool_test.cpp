@@ -21,6 +21,7 @@
 #include <gtest/gtest.h>
 
 #include "simulator/modem/modem_model.h"
+#include "tests/support/modem_answers.h"
 
 namespace {
 
@@ -186,7 +187,6 @@ class ModemTool : public testing::Test {
     pid_t test_child = 0;
 };
 
-const std::string kOk = "\r\nOK\r\n";
 const std::string kCsq23 = "\r\n+CSQ: 23,99\r\n\r\nOK\r\n";
 
 TEST_F(ModemTool, TalksOverARawPtyAtTheLink) {

@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/ctl_terminal.h"
+
 namespace {
 
 using board::BusState;
@@ -25,13 +27,6 @@ ctl::Sight SightOf(const std::string& lines, long age) {
     sight.now = kWritten + age;
     sight.link = board::Judge(sight.files, sight.around, sight.now);
     return sight;
-}
-
-ctl::Terminal OfWidth(int width) {
-    ctl::Terminal terminal;
-    terminal.is_terminal = width > 0;
-    terminal.width = width;
-    return terminal;
 }
 
 const char kOnline[] =

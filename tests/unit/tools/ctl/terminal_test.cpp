@@ -3,16 +3,11 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/ctl_terminal.h"
+
 namespace {
 
 using Lines = std::vector<std::string>;
-
-ctl::Terminal OfWidth(int width) {
-    ctl::Terminal terminal;
-    terminal.is_terminal = width > 0;
-    terminal.width = width;
-    return terminal;
-}
 
 TEST(Terminal, ShowsNothingThatATerminalObeys) {
     EXPECT_EQ(ctl::Shown("CHINA \"MOBILE\""), "CHINA \"MOBILE\"");

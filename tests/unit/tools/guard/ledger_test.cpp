@@ -12,7 +12,7 @@ using guard::ParseLedger;
 using guard::PrintLedger;
 using guard::Stage;
 
-Ledger Example() {
+Ledger ExampleLedger() {
     Ledger ledger;
     ledger.hard = {1000, 2000, 4000};
     ledger.stage = Stage::kHardAsked;
@@ -27,9 +27,9 @@ Ledger Example() {
 }
 
 TEST(Ledger, IsReadAsItWasWritten) {
-    const std::optional<Ledger> read = ParseLedger(PrintLedger(Example(), "boot", 5000), "boot", 5600);
+    const std::optional<Ledger> read = ParseLedger(PrintLedger(ExampleLedger(), "boot", 5000), "boot", 5600);
     ASSERT_TRUE(read);
-    EXPECT_EQ(read->hard, Example().hard);
+    EXPECT_EQ(read->hard, ExampleLedger().hard);
     EXPECT_EQ(read->stage, Stage::kHardAsked);
     EXPECT_EQ(read->asked_at, 4000);
     EXPECT_EQ(read->pauses, 2);
@@ -41,7 +41,7 @@ TEST(Ledger, IsReadAsItWasWritten) {
 }
 
 TEST(Ledger, ABootTakesNoTime) {
-    const std::optional<Ledger> read = ParseLedger(PrintLedger(Example(), "boot", 5000), "other", 10);
+    const std::optional<Ledger> read = ParseLedger(PrintLedger(ExampleLedger(), "boot", 5000), "other", 10);
     ASSERT_TRUE(read);
     EXPECT_EQ(read->hard, (std::vector<int64_t>{-3990, -2990, -990}));
     EXPECT_EQ(read->asked_at, -990);
@@ -50,26 +50,26 @@ TEST(Ledger, ABootTakesNoTime) {
 }
 
 TEST(Ledger, AMomentThatIsYetToComeIsOfAnotherBoot) {
-    const std::optional<Ledger> read = ParseLedger(PrintLedger(Example(), "boot", 5000), "boot", 4500);
+    const std::optional<Ledger> read = ParseLedger(PrintLedger(ExampleLedger(), "boot", 5000), "boot", 4500);
     ASSERT_TRUE(read);
     EXPECT_EQ(read->hard, (std::vector<int64_t>{500, 1500, 3500}));
 }
 
 TEST(Ledger, ABootWithoutANameIsAnother) {
-    const std::optional<Ledger> read = ParseLedger(PrintLedger(Example(), "", 5000), "", 5600);
+    const std::optional<Ledger> read = ParseLedger(PrintLedger(ExampleLedger(), "", 5000), "", 5600);
     ASSERT_TRUE(read);
     EXPECT_EQ(read->hard, (std::vector<int64_t>{1600, 2600, 4600})) << "as if it were saved just now";
 }
 
 TEST(Ledger, ForgetsAfterADay) {
     const std::optional<Ledger> read =
-        ParseLedger(PrintLedger(Example(), "boot", 5000), "boot", 2000 + guard::kDay_seconds);
+        ParseLedger(PrintLedger(ExampleLedger(), "boot", 5000), "boot", 2000 + guard::kDay_seconds);
     ASSERT_TRUE(read);
     EXPECT_EQ(read->hard, (std::vector<int64_t>{4000}));
 }
 
 TEST(Ledger, NoPartOfATextIsTaken) {
-    const std::string whole = PrintLedger(Example(), "boot", 5000);
+    const std::string whole = PrintLedger(ExampleLedger(), "boot", 5000);
     for (size_t length = 0; length < whole.size(); ++length) {
         EXPECT_FALSE(ParseLedger(whole.substr(0, length), "boot", 5000)) << length;
     }
@@ -83,7 +83,7 @@ struct BadLine {
 };
 
 TEST(Ledger, NothingThatCantBeIsTaken) {
-    const std::string whole = PrintLedger(Example(), "boot", 5000);
+    const std::string whole = PrintLedger(ExampleLedger(), "boot", 5000);
     for (const BadLine& bad :
          {BadLine{"STAGE=2", "STAGE=3"}, BadLine{"PAUSES=2", "PAUSES=-2"}, BadLine{"HARD=3", "HARD=25"},
           BadLine{"HARD=3", "HARD=2"}, BadLine{"PAUSE_LEFT=2600", "PAUSE_LEFT=9999999999999999999"},

@@ -8,7 +8,7 @@ namespace {
 using guard::ParseShown;
 using guard::Shown;
 
-Shown Example() {
+Shown ExampleShown() {
     Shown shown;
     shown.state = "pause";
     shown.acts = true;
@@ -29,7 +29,7 @@ Shown Example() {
 }
 
 TEST(Shown, IsReadAsItWasWritten) {
-    const std::string text = guard::PrintShown(Example());
+    const std::string text = guard::PrintShown(ExampleShown());
     const std::optional<Shown> read = ParseShown(text);
     ASSERT_TRUE(read);
     EXPECT_EQ(guard::PrintShown(*read), text);
@@ -40,7 +40,7 @@ TEST(Shown, IsReadAsItWasWritten) {
 }
 
 TEST(Shown, WhatNoGuardHasWrittenIsNotTaken) {
-    const std::string text = guard::PrintShown(Example());
+    const std::string text = guard::PrintShown(ExampleShown());
     for (size_t length = 0; length < text.size(); ++length) {
         EXPECT_FALSE(ParseShown(text.substr(0, length))) << length;
     }
@@ -52,10 +52,10 @@ TEST(Shown, WhatNoGuardHasWrittenIsNotTaken) {
 }
 
 TEST(Shown, IsFreshForThreeMinutesOfTheSameBoot) {
-    EXPECT_TRUE(guard::IsFresh(Example(), 1000));
-    EXPECT_TRUE(guard::IsFresh(Example(), 1180));
-    EXPECT_FALSE(guard::IsFresh(Example(), 1181));
-    EXPECT_FALSE(guard::IsFresh(Example(), 999)) << "of another boot";
+    EXPECT_TRUE(guard::IsFresh(ExampleShown(), 1000));
+    EXPECT_TRUE(guard::IsFresh(ExampleShown(), 1180));
+    EXPECT_FALSE(guard::IsFresh(ExampleShown(), 1181));
+    EXPECT_FALSE(guard::IsFresh(ExampleShown(), 999)) << "of another boot";
 }
 
 }  // namespace

@@ -29,25 +29,25 @@ using Words = std::set<std::string>;
 #define TASK " network_daemon/cellular_task.cpp:Task:143:"
 #define MAIN " network_daemon/main.cpp:main:109:"
 
-constexpr char kStart[] = "03:12:07.0" MAIN
-                          "THIS APP BUILD INFO: commit 0 tag V2.5.1 by root on 1\n"
-                          "03:12:08.500" MAIN "open device  /dev/ttyUSB2  ok!\n";
-constexpr char kMute[] = "03:20:07.250" TASK
-                         "No response! Reset device...\n"
-                         "03:20:07.300" MAIN
-                         "kill udhcpc lte!!!\n"
-                         "03:20:12.0" MAIN
-                         "Reset4G.sh start pin_rst\n"
-                         "03:20:17.0" MAIN
-                         "check interface lte!!!\n"
-                         "03:20:18.0" MAIN
-                         "Reset4G time=1\n"
-                         "03:20:18.0 network_daemon/cellular_connect.cpp:SoftReset:182:Soft reset!\n";
+constexpr char kStartLines[] = "03:12:07.0" MAIN
+                               "THIS APP BUILD INFO: commit 0 tag V2.5.1 by root on 1\n"
+                               "03:12:08.500" MAIN "open device  /dev/ttyUSB2  ok!\n";
+constexpr char kMuteLines[] = "03:20:07.250" TASK
+                              "No response! Reset device...\n"
+                              "03:20:07.300" MAIN
+                              "kill udhcpc lte!!!\n"
+                              "03:20:12.0" MAIN
+                              "Reset4G.sh start pin_rst\n"
+                              "03:20:17.0" MAIN
+                              "check interface lte!!!\n"
+                              "03:20:18.0" MAIN
+                              "Reset4G time=1\n"
+                              "03:20:18.0 network_daemon/cellular_connect.cpp:SoftReset:182:Soft reset!\n";
 constexpr char kDial[] =
     "03:21:00.0" CONNECT
     "Do connect.  2 times.\n"
     "03:21:10.0 network_daemon/cellular_connect.cpp:RunDhcpClient:192:Run DhcpClient!!!\n";
-constexpr char kLater[] =
+constexpr char kLaterLines[] =
     "03:40:00.0 network_daemon/main_bus.cpp:ravelin_deal_dbus_message:158:"
     "[RAVELIN] get ocpp msg id=7 cmd=7603 length=0\n";
 
@@ -144,11 +144,11 @@ class HistoryJson : public testing::Test {
 };
 
 TEST_F(HistoryJson, WithoutDatesATimeIsTheSecondsSinceTheFirstLine) {
-    const Value& told = Told(std::string(kStart) + kDial + kLater);
+    const Value& told = Told(std::string(kStartLines) + kDial + kLaterLines);
     EXPECT_EQ(told["outages"].Size(), 0U) << "the first start is none";
     EXPECT_EQ(told["ledger"]["from"].GetInt(), 0);
     EXPECT_EQ(told["ledger"]["to"].GetInt(), 27 * 60 + 53);
-    const Value& outage = Told(std::string(kStart) + kMute + kDial + kLater)["outages"][0];
+    const Value& outage = Told(std::string(kStartLines) + kMuteLines + kDial + kLaterLines)["outages"][0];
     EXPECT_EQ(outage["begin"].GetDouble(), 480.25);
     EXPECT_EQ(outage["end"].GetInt(), 543);
     EXPECT_EQ(outage["seconds"].GetDouble(), 62.75);
@@ -156,7 +156,8 @@ TEST_F(HistoryJson, WithoutDatesATimeIsTheSecondsSinceTheFirstLine) {
 }
 
 TEST_F(HistoryJson, WithDatesATimeIsIso8601) {
-    const Value& outage = Told(std::string(kStart) + kMute + kDial + kLater, "2026-12-31")["outages"][0];
+    const Value& outage =
+        Told(std::string(kStartLines) + kMuteLines + kDial + kLaterLines, "2026-12-31")["outages"][0];
     EXPECT_STREQ(outage["begin"].GetString(), "2026-12-31T03:20:07.250");
     EXPECT_STREQ(outage["end"].GetString(), "2026-12-31T03:21:10.000");
     EXPECT_EQ(outage["seconds"].GetDouble(), 62.75);
@@ -166,15 +167,15 @@ TEST_F(HistoryJson, WithDatesATimeIsIso8601) {
 }
 
 TEST_F(HistoryJson, WhatTheLogDoesNotShowIsNull) {
-    const Value* outage = &Told(std::string(kDial) + kLater)["outages"][0];
+    const Value* outage = &Told(std::string(kDial) + kLaterLines)["outages"][0];
     EXPECT_TRUE((*outage)["begin"].IsNull()) << "the log begins in it";
     EXPECT_FALSE((*outage)["end"].IsNull());
-    outage = &Told(std::string(kStart) + kMute)["outages"][0];
+    outage = &Told(std::string(kStartLines) + kMuteLines)["outages"][0];
     EXPECT_FALSE((*outage)["begin"].IsNull());
     EXPECT_TRUE((*outage)["end"].IsNull()) << "it lasts";
     // A check that counts anew is one of a link that was up again in between.
-    outage = &Told(std::string(kStart) + kMute + "03:39:00.0" TASK "Check connection. offline 1/10 times\n" +
-                   kLater)["outages"][0];
+    outage = &Told(std::string(kStartLines) + kMuteLines +
+                   "03:39:00.0" TASK "Check connection. offline 1/10 times\n" + kLaterLines)["outages"][0];
     EXPECT_TRUE((*outage)["end"].IsNull()) << "nothing shows when it ended";
     const std::string head = " network_daemon/main_upgrade.cpp:thread_function_ota:42:[OTA] ";
     const Value& upgrade = Told("03:12:07.0" + head + "run ota task\n")["upgrades"][0];
@@ -183,7 +184,7 @@ TEST_F(HistoryJson, WhatTheLogDoesNotShowIsNull) {
 }
 
 TEST_F(HistoryJson, TheSoftResetWithinAHardOneIsNotListed) {
-    const Value& told = Told(std::string(kStart) + kMute + kDial + kLater);
+    const Value& told = Told(std::string(kStartLines) + kMuteLines + kDial + kLaterLines);
     ASSERT_EQ(told["resets"].Size(), 1U);
     EXPECT_STREQ(told["resets"][0]["kind"].GetString(), "hard");
     EXPECT_STREQ(told["resets"][0]["reason"].GetString(), "modem-mute");
@@ -192,7 +193,7 @@ TEST_F(HistoryJson, TheSoftResetWithinAHardOneIsNotListed) {
 TEST_F(HistoryJson, BytesThatAreNoTextAreShown) {
     const std::string line =
         "03:12:09.0 network_daemon/main_fifo.cpp:thread_function_pipe:200:udhcpc nak \x7F\x01\xFF";
-    std::ofstream(name_, std::ios::binary) << kStart << kDial << "03:30:00.0" << line.substr(10) << "\n";
+    std::ofstream(name_, std::ios::binary) << kStartLines << kDial << "03:30:00.0" << line.substr(10) << "\n";
     Reader reader;
     std::string problem;
     ASSERT_TRUE(reader.Open({name_}, {}, &problem));

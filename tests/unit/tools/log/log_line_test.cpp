@@ -41,18 +41,18 @@ TEST_P(TakeApartTest, FindsTheParts) {
 }
 
 constexpr int64_t kAt_ms = 3 * kHour_ms + 12 * kMinute_ms + 7 * kSecond_ms;
-#define PLACE "network_daemon/cellular_task.cpp:Task:123:"
+#define TASK_PLACE "network_daemon/cellular_task.cpp:Task:123:"
 
 constexpr LineCase kLines[] = {
-    {"local", "03:12:07.47 " PLACE "No response! Reset device...", false, "", 0, "Task",
+    {"local", "03:12:07.47 " TASK_PLACE "No response! Reset device...", false, "", 0, "Task",
      "No response! Reset device...", kAt_ms + 47, ""},
-    {"milliseconds_of_one_digit", "03:12:07.7 " PLACE "x", false, "", 0, "Task", "x", kAt_ms + 7, ""},
-    {"no_message", "03:12:07.0 " PLACE, false, "", 0, "Task", "", kAt_ms, ""},
-    {"colons_in_message", "03:12:07.0 " PLACE "a:b:c", false, "", 0, "Task", "a:b:c", kAt_ms, ""},
-    {"zeros_of_a_power_cut", "03:12:07.0 " PLACE "x", false, "", 0, "Task", "x", kAt_ms, ""},
+    {"milliseconds_of_one_digit", "03:12:07.7 " TASK_PLACE "x", false, "", 0, "Task", "x", kAt_ms + 7, ""},
+    {"no_message", "03:12:07.0 " TASK_PLACE, false, "", 0, "Task", "", kAt_ms, ""},
+    {"colons_in_message", "03:12:07.0 " TASK_PLACE "a:b:c", false, "", 0, "Task", "a:b:c", kAt_ms, ""},
+    {"zeros_of_a_power_cut", "03:12:07.0 " TASK_PLACE "x", false, "", 0, "Task", "x", kAt_ms, ""},
     {"no_place", "03:12:07.47 No response!", false, "", 0, "", "03:12:07.47 No response!", -1, ""},
     {"no_source", "03:12:07.47 a/b.txt:Task:1:x", false, "", 0, "", "03:12:07.47 a/b.txt:Task:1:x", -1, ""},
-    {"no_time", "25:12:07.47 " PLACE "x", false, "", 0, "", "25:12:07.47 " PLACE "x", -1, ""},
+    {"no_time", "25:12:07.47 " TASK_PLACE "x", false, "", 0, "", "25:12:07.47 " TASK_PLACE "x", -1, ""},
     {"torn", "03:12:07.47 network_daemon/cellul", false, "", 0, "", "03:12:07.47 network_daemon/cellul", -1,
      ""},
     {"modem_text", "No response! Reset device...", false, "", 0, "", "No response! Reset device...", -1, ""},
@@ -85,8 +85,8 @@ constexpr LineCase kLines[] = {
      "ravelin-mobile", 77, "", "x", kAt_ms, "2026-11-22"},
     {"empty_message", "Nov 22 03:12:07 board ravelin-mobile[77]:", true, "ravelin-mobile", 77, "", "", kAt_ms,
      "0-11-22"},
-    {"journal_of_standard_output", "Nov 22 03:12:07 board ravelin-mobile[77]: 04:12:08.9 " PLACE "x", true,
-     "ravelin-mobile", 77, "Task", "x", kAt_ms, "0-11-22"},
+    {"journal_of_standard_output", "Nov 22 03:12:07 board ravelin-mobile[77]: 04:12:08.9 " TASK_PLACE "x",
+     true, "ravelin-mobile", 77, "Task", "x", kAt_ms, "0-11-22"},
     {"no_month", "Nix 22 03:12:07 board ravelin-mobile[77]: x", false, "", 0, "",
      "Nix 22 03:12:07 board ravelin-mobile[77]: x", -1, ""},
     {"no_such_day", "2026-13-22T03:12:07 board ravelin-mobile[77]: x", false, "", 0, "",
@@ -97,7 +97,7 @@ INSTANTIATE_TEST_SUITE_P(Lines, TakeApartTest, testing::ValuesIn(kLines),
                          [](const auto& row) { return row.param.name; });
 
 TEST(TakeApart, PassesOverTheZerosOfAPowerCut) {
-    const std::string line = std::string(3000, '\0') + "03:12:07.47 " PLACE "x";
+    const std::string line = std::string(3000, '\0') + "03:12:07.47 " TASK_PLACE "x";
     EXPECT_EQ(TakeApart(line).message, "x");
     EXPECT_EQ(TakeApart(line).place.line, 123);
 }
@@ -109,7 +109,7 @@ TEST(TakeApart, KnowsTheZone) {
 }
 
 TEST(FindLocalPrefix, FindsALineWithinALine) {
-    const std::string text = "03:12:07.1 " PLACE "Do con03:12:08.2 " PLACE "x";
+    const std::string text = "03:12:07.1 " TASK_PLACE "Do con03:12:08.2 " TASK_PLACE "x";
     EXPECT_EQ(FindLocalPrefix(text, 1), text.rfind("03:12:08"));
     EXPECT_EQ(FindLocalPrefix(text, 0), 0U);
     EXPECT_EQ(FindLocalPrefix("12:30:00 no line", 0), std::string::npos);

@@ -19,8 +19,8 @@
 namespace ravelin_log {
 namespace {
 
-#define PLACE " network_daemon/cellular_task.cpp:Task:123:"
-#define MAIN " network_daemon/main.cpp:main:80:"
+#define IN_TASK " network_daemon/cellular_task.cpp:Task:123:"
+#define IN_MAIN " network_daemon/main.cpp:main:80:"
 #define BUILD "THIS APP BUILD INFO: commit 0 tag V2.5.1 by root on 2026"
 
 class ReaderTest : public testing::Test {
@@ -78,11 +78,11 @@ class ReaderTest : public testing::Test {
 TEST_F(ReaderTest, TellsMessagesFromTheModemsWords) {
     const std::string log = Write("log",
                                   "Trace level 7\n"
-                                  "03:12:07.1" PLACE
+                                  "03:12:07.1" IN_TASK
                                   "Auto  hint:\r\n"
                                   "+CMT: \"+4912345\"\r\n"
                                   "No response! Reset device...\r\n"
-                                  "03:12:08.20" PLACE "No response! Reset device...\r\n");
+                                  "03:12:08.20" IN_TASK "No response! Reset device...\r\n");
     EXPECT_EQ(Told({log}),
               (Lines{"text day 1, 00:00:00.000 Trace level 7",
                      "said day 1, 03:12:07.001 Auto  hint:", "text day 1, 03:12:07.001 +CMT: \"+4912345\"",
@@ -92,10 +92,10 @@ TEST_F(ReaderTest, TellsMessagesFromTheModemsWords) {
 
 TEST_F(ReaderTest, BelievesNoHeaderWithinALocalLog) {
     const std::string log =
-        Write("log", "03:12:07.1" PLACE
+        Write("log", "03:12:07.1" IN_TASK
                      "Auto  hint:\n"
                      "Nov 22 03:12:07 board ravelin-mobile[1]: No response! Reset device...\n"
-                     "03:12:08.20" PLACE "x\n");
+                     "03:12:08.20" IN_TASK "x\n");
     EXPECT_EQ(Told({log}), (Lines{"said day 1, 03:12:07.001 Auto  hint:",
                                   "text day 1, 03:12:07.001 "
                                   "Nov 22 03:12:07 board ravelin-mobile[1]: No response! Reset device...",
@@ -106,7 +106,7 @@ TEST_F(ReaderTest, BelievesNoOtherProgramThatQuotesTheDaemon) {
     const std::string log =
         Write("log",
               "Nov 22 03:12:07 board ravelin-mobile[1]: a\n"
-              "Nov 22 03:12:08 board ocpp[2]: 03:12:07.1" PLACE
+              "Nov 22 03:12:08 board ocpp[2]: 03:12:07.1" IN_TASK
               "Connect error! Reset device...\n"
               "Nov 22 03:12:08 board sshd[3]: Invalid user ravelin-mobile[1]: Soft reset!\n"
               "Nov 22 03:12:09 board ocpp[2]: " BUILD
@@ -116,34 +116,34 @@ TEST_F(ReaderTest, BelievesNoOtherProgramThatQuotesTheDaemon) {
     EXPECT_EQ(KindsOf(log), "said other other other other said ");
     const std::string journal = Write("journal",
                                       "_TRANSPORT=stdout\nSYSLOG_IDENTIFIER=ravelin-mobile\n_PID=1\n"
-                                      "MESSAGE=03:12:07.1" PLACE
+                                      "MESSAGE=03:12:07.1" IN_TASK
                                       "a\n\n"
                                       "_TRANSPORT=stdout\nSYSLOG_IDENTIFIER=ocpp\n_PID=2\n"
-                                      "MESSAGE=03:12:08.1" PLACE "Connect error! Reset device...\n\n");
+                                      "MESSAGE=03:12:08.1" IN_TASK "Connect error! Reset device...\n\n");
     EXPECT_EQ(KindsOf(journal), "said other ");
 }
 
 TEST_F(ReaderTest, KnowsADaemonByAnotherNameByWhatItSays) {
-    const std::string log = Write("log", "Nov 22 03:12:07 board lte[1]: 03:12:07.1" PLACE
+    const std::string log = Write("log", "Nov 22 03:12:07 board lte[1]: 03:12:07.1" IN_TASK
                                          "a\n"
-                                         "Nov 22 03:12:08 board ocpp[2]: 03:12:07.1" PLACE
+                                         "Nov 22 03:12:08 board ocpp[2]: 03:12:07.1" IN_TASK
                                          "Connect error! Reset device...\n"
                                          "Nov 22 03:12:09 board lte[1]: the modem's words\n");
     EXPECT_EQ(KindsOf(log), "said other text ");
 }
 
 TEST_F(ReaderTest, CountsDaysOfALocalLog) {
-    const std::string log = Write("log", "23:59:59.1" PLACE
+    const std::string log = Write("log", "23:59:59.1" IN_TASK
                                          "a\n"
-                                         "00:00:01.1" PLACE
+                                         "00:00:01.1" IN_TASK
                                          "b\n"
-                                         "00:00:00.999" PLACE
+                                         "00:00:00.999" IN_TASK
                                          "c\n"
-                                         "12:00:00.0" PLACE
+                                         "12:00:00.0" IN_TASK
                                          "d\n"
-                                         "11:30:00.0" PLACE
+                                         "11:30:00.0" IN_TASK
                                          "e\n"
-                                         "09:00:00.0" PLACE "f\n");
+                                         "09:00:00.0" IN_TASK "f\n");
     EXPECT_EQ(Told({log}), (Lines{"said day 1, 23:59:59.001 a", "said day 2, 00:00:01.001 b",
                                   "said day 2, 00:00:00.999 c", "said day 2, 12:00:00.000 d",
                                   "said day 2, 11:30:00.000 e", "said day 3, 09:00:00.000 f"}));
@@ -186,7 +186,7 @@ TEST_F(ReaderTest, FindsTheYearOfSyslog) {
 }
 
 TEST_F(ReaderTest, TakesTheDayOfTheFileWhenItsTimeIsThatOfTheLastLine) {
-    const std::string log = Write("log", "23:00:00.0" PLACE "a\n01:00:00.0" PLACE "b\n");
+    const std::string log = Write("log", "23:00:00.0" IN_TASK "a\n01:00:00.0" IN_TASK "b\n");
     setenv("TZ", "UTC", 1);
     tzset();
     ReaderOptions options;
@@ -206,12 +206,12 @@ TEST_F(ReaderTest, OrdersFilesByTheirDates) {
 }
 
 TEST_F(ReaderTest, OrdersLogsWithoutDatesByTheirRotation) {
-    const std::string newest = Write("log", "02:00:00.0" PLACE "c\n");
-    const std::string middle = Write("log.1", "01:00:00.0" PLACE "b\n");
+    const std::string newest = Write("log", "02:00:00.0" IN_TASK "c\n");
+    const std::string middle = Write("log.1", "01:00:00.0" IN_TASK "b\n");
     const std::string oldest = Write("log.2.gz", "");
     gzFile packed = gzopen(oldest.c_str(), "wb");
     ASSERT_NE(packed, nullptr);
-    gzputs(packed, "23:00:00.0" PLACE "a\n");
+    gzputs(packed, "23:00:00.0" IN_TASK "a\n");
     gzclose(packed);
     EXPECT_EQ(
         Told({newest, oldest, middle}),
@@ -219,11 +219,11 @@ TEST_F(ReaderTest, OrdersLogsWithoutDatesByTheirRotation) {
 }
 
 TEST_F(ReaderTest, BringsALocalLogAndSyslogTogether) {
-    const std::string local = Write("local", "04:00:00.20" MAIN BUILD
+    const std::string local = Write("local", "04:00:00.20" IN_MAIN BUILD
                                              "\n"
-                                             "04:00:01.500" PLACE
+                                             "04:00:01.500" IN_TASK
                                              "only here\n"
-                                             "05:00:02.20" PLACE "b\n");
+                                             "05:00:02.20" IN_TASK "b\n");
     const std::string syslog = Write("syslog", "2026-11-22T03:00:00+00:00 b ravelin-mobile[1]: " BUILD
                                                "\n"
                                                "2026-11-22T03:30:00+00:00 b kernel: usb\n"
@@ -234,7 +234,7 @@ TEST_F(ReaderTest, BringsALocalLogAndSyslogTogether) {
 }
 
 TEST_F(ReaderTest, TellsALogByItselfThatHasNothingInCommonWithTheDatedOnes) {
-    const std::string local = Write("local", "04:00:00.20" PLACE "a\n");
+    const std::string local = Write("local", "04:00:00.20" IN_TASK "a\n");
     const std::string syslog = Write("syslog", "2026-11-22T03:00:00+00:00 b ravelin-mobile[1]: b\n");
     EXPECT_EQ(Told({local, syslog}).size(), 2U);
     EXPECT_EQ(complaints_.size(), 1U);
@@ -244,13 +244,13 @@ TEST_F(ReaderTest, TellsTwinsOfTheJournalOnce) {
     const std::string log =
         Write("journal", "Nov 22 03:12:07 b ravelin-mobile[7]: " BUILD
                          "\n"
-                         "Nov 22 03:12:07 b ravelin-mobile[7]: 03:12:07.1" MAIN BUILD
+                         "Nov 22 03:12:07 b ravelin-mobile[7]: 03:12:07.1" IN_MAIN BUILD
                          "\n"
                          "Nov 22 03:12:08 b ravelin-mobile[7]: Check SIM!\n"
-                         "Nov 22 03:12:08 b ravelin-mobile[7]: 03:12:08.1" PLACE
+                         "Nov 22 03:12:08 b ravelin-mobile[7]: 03:12:08.1" IN_TASK
                          "Check SIM!\n"
                          "Nov 22 03:12:08 b ravelin-mobile[7]: No response! Reset device...\n"
-                         "Nov 22 03:12:09 b ravelin-mobile[7]: 03:12:09.1" PLACE "Check SIM!\n");
+                         "Nov 22 03:12:09 b ravelin-mobile[7]: 03:12:09.1" IN_TASK "Check SIM!\n");
     Touch(log, DaysTo(2026, 11, 22) * 86400 + 43200);
     EXPECT_EQ(Told({log}),
               (Lines{"said* 2026-11-22T03:12:07.000 " BUILD, "text 2026-11-22T03:12:08.000 Check SIM!",
@@ -277,7 +277,7 @@ TEST_F(ReaderTest, ReadsAnExportOfTheJournal) {
                             "one\ntwo\n\n"
                             "__REALTIME_TIMESTAMP=1795317130470000\n"
                             "_TRANSPORT=stdout\nSYSLOG_IDENTIFIER=ravelin-mobile\n_PID=8\n"
-                            "MESSAGE=04:12:09.1" PLACE "x\n\n");
+                            "MESSAGE=04:12:09.1" IN_TASK "x\n\n");
     std::vector<std::string> told = Told({log});
     ASSERT_GE(told.size(), 3U);
     EXPECT_EQ(told[0], "said 2026-11-22T03:12:07.470Z Soft reset!");
@@ -301,21 +301,21 @@ TEST_F(ReaderTest, ReadsTheJournalAsJson) {
 }
 
 TEST_F(ReaderTest, MarksEachStartOnce) {
-    const std::string log = Write("log", "01:00:00.0" PLACE
+    const std::string log = Write("log", "01:00:00.0" IN_TASK
                                          "a\n"
-                                         "01:00:01.0" MAIN BUILD
+                                         "01:00:01.0" IN_MAIN BUILD
                                          "\n"
-                                         "01:00:01.0" MAIN
+                                         "01:00:01.0" IN_MAIN
                                          "dev = /dev/ttyUSB2, config = x, script = \n"
-                                         "01:00:02.0" MAIN
+                                         "01:00:02.0" IN_MAIN
                                          "GetVendorType=6!\n"
-                                         "01:00:03.0" MAIN
+                                         "01:00:03.0" IN_MAIN
                                          "dev = /dev/ttyUSB2, config = x, script = \n"
-                                         "01:00:04.0" MAIN
+                                         "01:00:04.0" IN_MAIN
                                          "GetVendorType=6!\n"
-                                         "01:00:05.0" MAIN
+                                         "01:00:05.0" IN_MAIN
                                          "GetVendorType=6!\n"
-                                         "01:00:05.0" PLACE "GetVendorType=6!\n");
+                                         "01:00:05.0" IN_TASK "GetVendorType=6!\n");
     int runs = 0;
     for (const std::string& line : Told({log})) runs += line.substr(0, 5) == "said*" ? 1 : 0;
     EXPECT_EQ(runs, 3);
@@ -331,16 +331,16 @@ TEST_F(ReaderTest, MarksAStartByTheNumberOfTheProcess) {
 }
 
 TEST_F(ReaderTest, SplitsWhatHasNoLineEnd) {
-    const std::string long_line = "03:12:07.1" PLACE "AT+QENG=\"neighbourcell\" " + std::string(1100, 'x');
+    const std::string long_line = "03:12:07.1" IN_TASK "AT+QENG=\"neighbourcell\" " + std::string(1100, 'x');
     const std::string log = Write("log",
                                   "03:12:07.1 network_daemon/config/ConfigController.cpp:ReadJsonFile:39:"
-                                  "[Config]Failed to parse the JSON03:12:07.2" MAIN "x\n" +
-                                      long_line.substr(0, 1023) + "03:12:08.1" PLACE "y\n" +
-                                      "03:12:09.1" PLACE "torn03:00:00.1" MAIN BUILD
+                                  "[Config]Failed to parse the JSON03:12:07.2" IN_MAIN "x\n" +
+                                      long_line.substr(0, 1023) + "03:12:08.1" IN_TASK "y\n" +
+                                      "03:12:09.1" IN_TASK "torn03:00:00.1" IN_MAIN BUILD
                                       "\n"
-                                      "03:00:01.1" PLACE "Auto  hint:03:12:08.1" PLACE
+                                      "03:00:01.1" IN_TASK "Auto  hint:03:12:08.1" IN_TASK
                                       "no line\n"
-                                      "03:00:02.1" PLACE "Band change: 03:12:08.1" PLACE "no line\n");
+                                      "03:00:02.1" IN_TASK "Band change: 03:12:08.1" IN_TASK "no line\n");
     const Lines told = Told({log});
     ASSERT_EQ(told.size(), 8U);
     EXPECT_EQ(told[1], "said day 1, 03:12:07.002 x");
@@ -352,10 +352,10 @@ TEST_F(ReaderTest, SplitsWhatHasNoLineEnd) {
 }
 
 TEST_F(ReaderTest, CutsAnAnswerOfTheModemWhereTheDaemonDid) {
-    const std::string head = "03:12:07.1" PLACE "Auto  hint:\n";
+    const std::string head = "03:12:07.1" IN_TASK "Auto  hint:\n";
     const std::string modem(1023 - head.size(), 'x');
     const std::string log =
-        Write("log", head + modem + "03:12:08.1" PLACE "real\n" + head + "x03:12:08.1" PLACE "forged\n");
+        Write("log", head + modem + "03:12:08.1" IN_TASK "real\n" + head + "x03:12:08.1" IN_TASK "forged\n");
     const Lines told = Told({log});
     ASSERT_EQ(told.size(), 5U);
     EXPECT_EQ(told[2], "said day 1, 03:12:08.001 real");
@@ -363,7 +363,7 @@ TEST_F(ReaderTest, CutsAnAnswerOfTheModemWhereTheDaemonDid) {
 }
 
 TEST_F(ReaderTest, GoesOnWhereAFollowedLogGrows) {
-    const std::string log = Write("log", "03:12:07.1" PLACE "a\n03:12:08.1" PLACE "half");
+    const std::string log = Write("log", "03:12:07.1" IN_TASK "a\n03:12:08.1" IN_TASK "half");
     Reader reader;
     ReaderOptions options;
     options.follows = true;
@@ -400,7 +400,7 @@ int64_t HeapSize_bytes() {
 
 TEST_F(ReaderTest, KeepsNoMoreOfALongLogThanABlock) {
     std::string text;
-    for (int i = 0; i < 200000; ++i) text += "03:12:07.1" PLACE "Check connection. offline 1/10 times\n";
+    for (int i = 0; i < 200000; ++i) text += "03:12:07.1" IN_TASK "Check connection. offline 1/10 times\n";
     const std::string log = Write("log", text);
     ASSERT_GT(text.size(), 15U << 20);
     text.clear();

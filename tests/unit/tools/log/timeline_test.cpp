@@ -41,7 +41,7 @@ Timeline Draw(const std::string& text) {
     return builder.Finish();
 }
 
-constexpr char kStart[] =
+constexpr char kStartAndOnline[] =
     "0 main THIS APP BUILD INFO: commit 0 tag V2.5.1 by root on 1\n"
     "24 CheckSimCard Check SIM!\n"
     "25 CheckSimCard Get Card:  m_card_imsi = 460001112223334\n"
@@ -101,8 +101,9 @@ TEST(Series, GrowsWiderAndNeverLonger) {
 }
 
 TEST(Timeline, TheLinkIsUpSinceItsDialThoughALaterLineShowsIt) {
-    EXPECT_EQ(LinkOf(Draw(kStart)), "0 starting;40 offline;60 online;");
-    const Timeline dialled = Draw(std::string(kStart).substr(0, std::string(kStart).rfind("200 ")));
+    EXPECT_EQ(LinkOf(Draw(kStartAndOnline)), "0 starting;40 offline;60 online;");
+    const Timeline dialled =
+        Draw(std::string(kStartAndOnline).substr(0, std::string(kStartAndOnline).rfind("200 ")));
     EXPECT_EQ(LinkOf(dialled), "0 starting;40 offline;60 dialled;") << "no later line: nobody knows";
 }
 
@@ -114,7 +115,7 @@ TEST(Timeline, ALogThatBeginsInTheMiddleKnowsNothing) {
 }
 
 TEST(Timeline, TellsRungsWithTheirCounts) {
-    std::string log = kStart;
+    std::string log = kStartAndOnline;
     for (int i = 1; i <= 11; ++i) {
         log += std::to_string(300 + 2 * i) + " Task Check connection. offline " + std::to_string(i) +
                "/10 times\n";
@@ -134,7 +135,7 @@ TEST(Timeline, TellsRungsWithTheirCounts) {
 }
 
 TEST(Timeline, TellsTheSimAndItsNumbersChange) {
-    const Timeline timeline = Draw(std::string(kStart) +
+    const Timeline timeline = Draw(std::string(kStartAndOnline) +
                                    "300 CheckSimCard CheckSimCard: SIM is not ready!\n"
                                    "400 CheckSimCard Get Card:  m_card_imsi = 460009999999999\n");
     ASSERT_EQ(timeline.sim.size(), 4U);
@@ -147,7 +148,7 @@ TEST(Timeline, TellsTheSimAndItsNumbersChange) {
 }
 
 TEST(Timeline, TakesReadings) {
-    const Timeline timeline = Draw(std::string(kStart) +
+    const Timeline timeline = Draw(std::string(kStartAndOnline) +
                                    "210 CheckSignalStatus QENG info, rsrp:-101 !\n"
                                    "210 CheckSignalStatus QENG info, sinr:14 !\n"
                                    "211 ParseAtResult Quectel Temp Baseband(38),XO(36),PA(35)\n"
@@ -163,7 +164,7 @@ TEST(Timeline, TakesReadings) {
 }
 
 TEST(Timeline, BelievesNoReadingThatCantBe) {
-    const Timeline timeline = Draw(std::string(kStart) +
+    const Timeline timeline = Draw(std::string(kStartAndOnline) +
                                    "210 CheckSignalStatus QENG info, rsrp:101 !\n"
                                    "210 CheckSignalStatus QENG info, sinr:- !\n"
                                    "210 StoreSms QENG info, rsrp:-70 !\n"
@@ -178,7 +179,7 @@ TEST(Timeline, BelievesNoReadingThatCantBe) {
 }
 
 TEST(Timeline, SignsHaveABound) {
-    std::string log = kStart;
+    std::string log = kStartAndOnline;
     for (size_t i = 0; i < Timeline::kMostSigns + 10; ++i) {
         log += std::to_string(300 + i) + " handle_command [FIFO]SoftReset:1\n";
     }
