@@ -9,14 +9,13 @@ namespace matrix {
 
 namespace {
 
+using soak::kHour_ms;
+using soak::kMinute_ms;
 using soak::kSecond_ms;
 using soak::Measure;
 using soak::Setting;
 using soak::Setup;
 using soak::Story;
-
-constexpr int64_t kMinute_ms = 60 * kSecond_ms;
-constexpr int64_t kHour_ms = 60 * kMinute_ms;
 
 // Before the fault the link is cut up to three times, so that the fault finds the daemon after its first,
 // second, third or fourth attempt to connect: each fifth one is a hardware reset.

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "simulator/soak/record_reader.h"
+#include "simulator/soak/time_units.h"
 
 namespace matrix {
 
@@ -11,13 +12,14 @@ namespace {
 using soak::Contains;
 using soak::Entry;
 using soak::EntryKind;
+using soak::kHour_ms;
+using soak::kMinute_ms;
 using soak::LogLine;
 using soak::StartsWith;
 
-constexpr int64_t kHour_ms = 3600 * 1000;
 /// A ladder that comes round again does so sooner.
-constexpr int64_t kPeace_ms = 300 * 1000;
-constexpr int64_t kNever = -1;
+constexpr int64_t kCalm_ms = 5 * kMinute_ms;
+constexpr int64_t kNotGood = -1;
 
 class Reader {
   public:
@@ -58,8 +60,8 @@ class Reader {
         Outcome outcome;
         outcome.is_deceived = is_online_ && !has_call_;
         const int64_t last_ms = std::max(good_ms_, steps_.empty() ? 0 : steps_.back().at_ms);
-        outcome.is_settled = good_ms_ != kNever && !outcome.is_deceived &&
-                             (last_ms < options_.from_ms || options_.until_ms - last_ms >= kPeace_ms);
+        outcome.is_settled = good_ms_ != kNotGood && !outcome.is_deceived &&
+                             (last_ms < options_.from_ms || options_.until_ms - last_ms >= kCalm_ms);
         outcome.is_kept = outcome.is_settled && good_ms_ < options_.from_ms;
         if (outcome.is_settled) outcome.recovery_ms = std::max(good_ms_ - options_.measured_ms, int64_t{0});
         const int64_t counted_ms = outcome.is_settled ? options_.until_ms : options_.from_ms + kHour_ms;
@@ -142,8 +144,8 @@ class Reader {
 
     void Look() {
         const bool is_good = options_.is_of_pipe ? is_heard_ : is_online_ && !is_dead_[selected_];
-        if (is_good == (good_ms_ != kNever)) return;
-        good_ms_ = is_good ? now_ms_ : kNever;
+        if (is_good == (good_ms_ != kNotGood)) return;
+        good_ms_ = is_good ? now_ms_ : kNotGood;
     }
 
     static int FullestHour(const std::vector<int64_t>& resets) {
@@ -164,7 +166,7 @@ class Reader {
     bool is_dead_[2] = {};
     size_t selected_ = 0;
     bool is_after_hard_ = false;
-    int64_t good_ms_ = kNever;  // since when
+    int64_t good_ms_ = kNotGood;  // since when
     std::vector<Taken> steps_;
     int guard_soft_resets_ = 0;
     std::vector<int64_t> guard_hard_resets_;

@@ -9,13 +9,15 @@
 
 #include "simulator/matrix/page_text.h"
 #include "simulator/modem/modem_model.h"
+#include "simulator/soak/time_units.h"
 #include "tools/guard/ledger.h"
 
 namespace matrix {
 
 namespace {
 
-constexpr int kSecond_ms = 1000;
+using soak::kSecond_ms;
+
 constexpr char kNever[] = "never";
 constexpr char kNeverShort[] = "\u221e";
 constexpr char kKept[] = "-";

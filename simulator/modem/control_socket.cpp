@@ -17,7 +17,7 @@ namespace {
 
 constexpr size_t kClientsMax = 16;
 constexpr size_t kLineMax_bytes = 16UL * 1024;
-constexpr size_t kRead_bytes = 4096;
+constexpr size_t kRequest_bytes = 4096;
 constexpr int kBacklog = 8;
 constexpr std::string_view kOkLine = "ok";
 constexpr std::string_view kErrorWord = "error: ";
@@ -75,7 +75,7 @@ bool PrintReply(int connected, std::string* heard) {
             if (is_error) return false;
             if (line == kOkLine) return true;
         }
-        char bytes[kRead_bytes];
+        char bytes[kRequest_bytes];
         const ssize_t count = recv(connected, bytes, sizeof bytes, 0);
         if (count <= 0) {
             fprintf(stderr, "the simulator has gone\n");
@@ -145,7 +145,7 @@ void ControlSocket::AcceptClients() {
 }
 
 bool ControlSocket::ServeClient(Client& client) {
-    char bytes[kRead_bytes];
+    char bytes[kRequest_bytes];
     const ssize_t count = recv(client.socket, bytes, sizeof bytes, 0);
     if (count == 0) return false;
     if (count < 0) return errno == EAGAIN || errno == EINTR;

@@ -4,6 +4,8 @@
 #include <string>
 
 #include "simulator/bus_peer/frame.h"
+#include "simulator/bus_peer/message.h"
+#include "simulator/soak/time_units.h"
 #include "simulator/text/text.h"
 
 namespace soak {
@@ -13,14 +15,9 @@ namespace {
 // Drawn numbers have statements of their own: in which order the arguments of a call are computed is the
 // compiler's choice.
 
-constexpr int64_t kMinute_ms = 60 * kSecond_ms;
 constexpr char kFirmwareTool[] = "shell QFirehose ";
-constexpr char kStatusFile[] = "/run/network/ravelin_status";
 constexpr char kPipe[] = "/run/network/ravelin_fifo";
 constexpr char kSettingsFile[] = "/run/network/ifcfg-lte";
-
-constexpr unsigned kStatusQuery = 0x7603;
-constexpr unsigned kUpgradeRequest = 0x7600;
 
 std::string Number(int64_t number) {
     return std::to_string(number);
@@ -482,9 +479,9 @@ int64_t FolderGone(Story& story, Random&, int64_t from_ms, int64_t to_ms) {
 }
 
 int64_t StatusBlocked(Story& story, Random&, int64_t from_ms, int64_t to_ms) {
-    story.At(from_ms, std::string("remove ") + kStatusFile);
-    story.At(from_ms, std::string("folder ") + kStatusFile);
-    story.At(to_ms, std::string("remove ") + kStatusFile);
+    story.At(from_ms, std::string("remove ") + kStatusPath);
+    story.At(from_ms, std::string("folder ") + kStatusPath);
+    story.At(to_ms, std::string("remove ") + kStatusPath);
     return to_ms;
 }
 
@@ -498,10 +495,10 @@ int64_t FilesReadOnly(Story& story, Random&, int64_t from_ms, int64_t to_ms) {
 
 // The process and its clock
 
-constexpr const char* kSignals[] = {"kill kill", "kill kill", "kill term", "kill hup", "kill int"};
+constexpr const char* kKills[] = {"kill kill", "kill kill", "kill term", "kill hup", "kill int"};
 
 int64_t Killed(Story& story, Random& random, int64_t from_ms, int64_t) {
-    story.At(from_ms, random.Pick(kSignals));
+    story.At(from_ms, random.Pick(kKills));
     return from_ms;
 }
 
@@ -509,7 +506,7 @@ int64_t KilledAgain(Story& story, Random& random, int64_t from_ms, int64_t to_ms
     constexpr int kMostKills = 12;
     int64_t at_ms = from_ms;
     for (int i = 0; i < kMostKills && at_ms < to_ms; ++i) {
-        story.At(at_ms, random.Pick(kSignals));
+        story.At(at_ms, random.Pick(kKills));
         at_ms += random.Skewed(2000, 120000);
     }
     return std::max(at_ms, to_ms);
@@ -601,7 +598,7 @@ int64_t BusRubbish(Story& story, Random& random, int64_t from_ms, int64_t to_ms)
     for (int64_t i = 0; i < frames; ++i) {
         const int64_t at_ms = random.Between(from_ms, to_ms);
         const auto msg_id = static_cast<unsigned>(random.Below(65536));
-        std::string bytes = FrameBytes(msg_id, kStatusQuery, {});
+        std::string bytes = FrameBytes(msg_id, bus_peer::kStatus, {});
         switch (random.Below(6)) {
             case 0:  // cut
                 bytes.resize(1 + random.Below(bytes.size() - 1));
@@ -618,7 +615,7 @@ int64_t BusRubbish(Story& story, Random& random, int64_t from_ms, int64_t to_ms)
                 bytes = FrameBytes(msg_id, static_cast<unsigned>(0x7601 + random.Below(16)), {1, 2, 3});
                 break;
             case 4:  // an upgrade that isn't one
-                bytes = FrameBytes(msg_id, kUpgradeRequest, {static_cast<uint8_t>(2 + random.Below(200))});
+                bytes = FrameBytes(msg_id, bus_peer::kUpgrade, {static_cast<uint8_t>(2 + random.Below(200))});
                 break;
             default:
                 bytes += RandomBytes(random, random.Skewed(1, 40));
@@ -635,7 +632,7 @@ int64_t BusRubbish(Story& story, Random& random, int64_t from_ms, int64_t to_ms)
 
 int64_t BusFlood(Story& story, Random& random, int64_t from_ms, int64_t) {
     const int64_t to_ms = from_ms + random.Skewed(100, 2000);
-    const std::string query = FrameBytes(static_cast<unsigned>(random.Below(65536)), kStatusQuery, {});
+    const std::string query = FrameBytes(static_cast<unsigned>(random.Below(65536)), bus_peer::kStatus, {});
     story.Every(random.Between(1, 10), from_ms, to_ms, "call " + simulator_text::ToHex(query));
     return to_ms;
 }
@@ -650,7 +647,7 @@ void RequestUpgrade(Story& story, Random& random, int64_t at_ms) {
     const bus_peer::Bytes whole = {1, 1, 4, 'E', 'G', '2', '1', 2, 4, 't', 'o', 'o', 'l', 3, 2, '/', 'x'};
     const bus_peer::Bytes bare = {1};
     const auto msg_id = static_cast<unsigned>(random.Below(65536));
-    story.Call(at_ms, FrameBytes(msg_id, kUpgradeRequest, random.Percent(70) ? whole : bare));
+    story.Call(at_ms, FrameBytes(msg_id, bus_peer::kUpgrade, random.Percent(70) ? whole : bare));
 }
 
 /// The tool talks once a second-long step, with its last word at the end. Now and then the modem's port goes

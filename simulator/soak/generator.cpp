@@ -4,27 +4,23 @@
 #include <vector>
 
 #include "simulator/bus_peer/frame.h"
+#include "simulator/bus_peer/message.h"
 #include "simulator/modem/modem_model.h"
 #include "simulator/soak/faults.h"
 #include "simulator/soak/random.h"
 #include "simulator/soak/story.h"
+#include "simulator/soak/time_units.h"
 #include "simulator/text/text.h"
 
 namespace soak {
 
 namespace {
 
-constexpr int64_t kMinute_ms = 60 * kSecond_ms;
-constexpr int64_t kHour_ms = 60 * kMinute_ms;
-constexpr int64_t kDay_ms = 24 * kHour_ms;
-
-constexpr char kStatusPath[] = "/run/network/ravelin_status";
 constexpr char kSignalPath[] = "/run/network/signal_status";
 constexpr char k3630Path[] = "/run/network/3630_status";
 constexpr char kUpgradeTool[] = "/media/mmcblk0p1/firmware_modules/CellularOTA/QFirehose";
 constexpr char kUpgradeFamily[] = "quectel_qcom";
 constexpr char kUpgradeModel[] = "EG21";
-constexpr unsigned kStatusQuery = 0x7603;
 constexpr int64_t kWorstGoodCsq = 12;
 constexpr int64_t kBestCsq = 31;
 
@@ -173,7 +169,7 @@ void WriteBackground(Random& random, Story& story, int64_t until_ms) {
     }
     if (random.Percent(80)) {
         const auto msg_id = static_cast<unsigned>(random.Below(65536));
-        const bus_peer::Bytes query = bus_peer::EncodeFrame({msg_id, kStatusQuery, {}});
+        const bus_peer::Bytes query = bus_peer::EncodeFrame({msg_id, bus_peer::kStatus, {}});
         const int64_t step_ms = random.Skewed(20 * kSecond_ms, kHour_ms);
         story.Every(
             step_ms, phase(step_ms), until_ms,

@@ -3,12 +3,11 @@
 #include <algorithm>
 
 #include "simulator/soak/faults.h"
+#include "simulator/soak/time_units.h"
 
 namespace soak {
 
 namespace {
-
-constexpr int64_t kSecond = 1000;
 
 /// Counts what the summary tells.
 class Counter {
@@ -61,7 +60,7 @@ class Counter {
         if (up_ms_ < from_ms) {
             ++figures.meanwhile;
         } else {
-            ++figures.recovery_seconds[(up_ms_ - from_ms) / kSecond];
+            ++figures.recovery_seconds[(up_ms_ - from_ms) / kSecond_ms];
         }
     }
 

@@ -6,6 +6,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "simulator/soak/record_reader.h"
@@ -53,6 +54,11 @@ struct LawRow {
     bool needs_truth;
     std::unique_ptr<Law> (*make)(const Watch& watch, Law::Report report);
 };
+
+template <class T>
+std::unique_ptr<Law> MakeLaw(const Watch& watch, Law::Report report) {
+    return std::make_unique<T>(watch, std::move(report));
+}
 
 const std::vector<LawRow>& Laws();
 const LawRow* FindLaw(const std::string& name);

@@ -5,17 +5,13 @@
 #include <vector>
 
 #include "simulator/bus_peer/frame.h"
+#include "simulator/bus_peer/message.h"
 #include "simulator/bus_peer/status.h"
 #include "simulator/text/text.h"
 
 namespace soak {
 
 namespace {
-
-constexpr unsigned kUpgrade = 0x7600;
-constexpr unsigned kOutcome = 0x7601;
-constexpr unsigned kRefused = 0x7602;
-constexpr unsigned kStatus = 0x7603;
 
 enum Answer : uint8_t { kNotARequest = 0, kAccepted = 1, kIsRunning = 2, kNoModem = 3 };
 
@@ -71,7 +67,8 @@ class BusLaw : public Law {
         bus_peer::Frame asked, answer;
         const bool is_frame =
             bus_peer::DecodeFrame(question_, &asked).empty() && asked.data.size() <= bus_peer::kDataLimit;
-        const bool wants_answer = is_frame && (!had_driver_ || asked.cmd == kStatus || asked.cmd == kUpgrade);
+        const bool wants_answer =
+            is_frame && (!had_driver_ || asked.cmd == bus_peer::kStatus || asked.cmd == bus_peer::kUpgrade);
         if (!wants_answer) {
             if (!bytes.empty()) Violated("an answer to what isn't a question: " + bus_peer::ToHex(bytes));
             return;
@@ -81,7 +78,7 @@ class BusLaw : public Law {
             return Violated("an answer that is no frame, since " + problem + ": " + bus_peer::ToHex(bytes));
         }
         if (answer.msg_id != asked.msg_id) Violated("an answer with the id of another question");
-        if (asked.cmd == kStatus && answer.cmd == kStatus && had_driver_) {
+        if (asked.cmd == bus_peer::kStatus && answer.cmd == bus_peer::kStatus && had_driver_) {
             TakeStatus(answer);
         } else {
             TakeUpgradeAnswer(asked, answer);
@@ -114,10 +111,11 @@ class BusLaw : public Law {
     void TakeUpgradeAnswer(const bus_peer::Frame& asked, const bus_peer::Frame& answer) {
         Answer wanted = kNoModem;
         if (had_driver_) {
-            const bool is_request = asked.cmd == kUpgrade && !asked.data.empty() && asked.data[0] == 1;
+            const bool is_request =
+                asked.cmd == bus_peer::kUpgrade && !asked.data.empty() && asked.data[0] == 1;
             wanted = !is_request ? kNotARequest : was_upgrading_ ? kIsRunning : kAccepted;
         }
-        if (answer.cmd != kUpgrade || answer.data.size() != 1) {
+        if (answer.cmd != bus_peer::kUpgrade || answer.data.size() != 1) {
             return Violated("a wrong answer: " + bus_peer::ToHex(answer.data));
         }
         if (answer.data[0] != wanted) {
@@ -135,9 +133,10 @@ class BusLaw : public Law {
         if (!StartsWith(text, kService)) return Violated("a report to somebody else: " + std::string(text));
         const std::string problem = bus_peer::DecodeFrame(BytesOf(text.substr(kService.size())), &report);
         if (!problem.empty()) return Violated("a report that is no frame, since " + problem);
-        const bool is_known = report.cmd == kOutcome
-                                  ? report.data.size() == 1 && report.data[0] <= 3
-                                  : report.cmd == kRefused && report.data == bus_peer::Bytes{1};
+        const bool is_known =
+            report.cmd == bus_peer::kUpgradeOutcome
+                ? report.data.size() == 1 && report.data[0] <= 3
+                : report.cmd == bus_peer::kModuleRefused && report.data == bus_peer::Bytes{1};
         if (!is_known || report.msg_id != 1) Violated("a report that nobody knows");
     }
 

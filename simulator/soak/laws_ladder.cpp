@@ -5,11 +5,13 @@
 #include <cstdio>
 #include <optional>
 
+#include "simulator/soak/time_units.h"
+#include "simulator/soak/vendors.h"
+
 namespace soak {
 
 namespace {
 
-constexpr int64_t kSecond = 1000;
 constexpr int64_t kAtOnce_ms = 20;  // a loop that never waits is charged some milliseconds
 constexpr int64_t kAnyTime = INT64_MAX / 2;
 
@@ -19,8 +21,6 @@ constexpr int64_t kLostChecks = 10;
 constexpr int64_t kAttemptsPerReset = 5;
 constexpr int64_t kGoodCsq = 10;
 constexpr int64_t kDenied = 3;
-constexpr int64_t kVendorZte = 5;
-constexpr int64_t kVendorCinterion = 10;
 
 /// Lines by which the ladder can be followed.
 enum Line : uint64_t {
@@ -125,7 +125,7 @@ class LadderLaw : public Law {
                 TakeQuestion(entry.text);
                 break;
             case EntryKind::kHears:
-                if (watch.now_ms < asked_ms_ + kSecond) TakeAnswer(entry.text);
+                if (watch.now_ms < asked_ms_ + kSecond_ms) TakeAnswer(entry.text);
                 break;
             case EntryKind::kAsks:
                 if (StartsWith(entry.text, "ping  8.8.8.8  -c 3 -w 2 ")) network_check_is_open_ = true;
@@ -209,7 +209,7 @@ class LadderLaw : public Law {
                 } else if (checks_ % 4 == 3) {
                     Expect(kFailedThirdTime);
                 } else {
-                    Rest(5 * kSecond);
+                    Rest(5 * kSecond_ms);
                 }
                 break;
             case kSoftResets:
@@ -225,7 +225,7 @@ class LadderLaw : public Law {
                 if (checks_ == kServiceChecks) {
                     Expect(kNoServiceSoft);
                 } else {
-                    Rest(5 * kSecond);
+                    Rest(5 * kSecond_ms);
                 }
                 break;
             case kNoServiceSoft:
@@ -241,9 +241,9 @@ class LadderLaw : public Law {
                 ++connects_;
                 checks_ = 0;
                 if (!is_cinterion) {
-                    Expect(kSoftReset, 10 * kSecond);
+                    Expect(kSoftReset, 10 * kSecond_ms);
                 } else if (!is_first) {
-                    Expect(kGivesUp, 10 * kSecond);
+                    Expect(kGivesUp, 10 * kSecond_ms);
                 }
                 break;
             case kNineChecks:
@@ -265,7 +265,7 @@ class LadderLaw : public Law {
             case kToSecondary:
             case kToPrimary:
                 is_on_primary_ = line == kToPrimary;
-                Expect(kSoftReset, 5 * kSecond);
+                Expect(kSoftReset, 5 * kSecond_ms);
                 break;
             case kAttempt:
                 ++connects_;
@@ -328,22 +328,22 @@ class LadderLaw : public Law {
                 Expect(kTaskEnds);
                 break;
             case kDisabled:
-                Rest(20 * kSecond);
+                Rest(20 * kSecond_ms);
                 break;
             case kHeldBack:
                 if (!watch.is_upgrading) Violated(Quoted() + " though no upgrade is running");
-                Rest(10 * kSecond);
+                Rest(10 * kSecond_ms);
                 break;
             case kHardReset:
-                Expect(ScriptLines(), 5 * kSecond, is_cinterion ? kAnyTime : 10 * kSecond);
+                Expect(ScriptLines(), 5 * kSecond_ms, is_cinterion ? kAnyTime : 10 * kSecond_ms);
                 break;
             case kByPin:
             case kByPower:
             case kByBoard:
-                Expect(kInterface, 5 * kSecond, kAnyTime);
+                Expect(kInterface, 5 * kSecond_ms, kAnyTime);
                 break;
             case kInterface:
-                Expect(kResetDone, 1 * kSecond);
+                Expect(kResetDone, 1 * kSecond_ms);
                 break;
             case kResetDone:
                 Count("hardware resets", &hard_resets_, number, hard_resets_ + 1);
@@ -393,7 +393,7 @@ class LadderLaw : public Law {
         const bool went_on = round_went_on_, gave_up = round_gave_up_;
         round_went_on_ = round_gave_up_ = false;
         if (!went_on && !gave_up) return;
-        const int64_t from_ms = watch.now_ms - 5 * 60 * kSecond;
+        const int64_t from_ms = watch.now_ms - 5 * 60 * kSecond_ms;
         for (const char* fault : {"folder_gone", "status_blocked", "files_full", "files_readonly"}) {
             if (truth.HasFaultWithin(fault, from_ms, watch.now_ms)) return;  // what it says may be old
         }

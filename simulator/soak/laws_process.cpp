@@ -4,11 +4,11 @@
 #include <algorithm>
 #include <vector>
 
+#include "simulator/soak/time_units.h"
+
 namespace soak {
 
 namespace {
-
-constexpr int64_t kSecond = 1000;
 
 /// A run ends by a signal that the scenario sent, or with a status for which the last line says why.
 class EndsLaw : public Law {
@@ -141,8 +141,8 @@ class BusyLaw : public Law {
     using Law::Law;
 
     void Take(const Entry& entry) override {
-        if (entry.at_ms >= minute_ms_ + 60 * kSecond) {
-            minute_ms_ = entry.at_ms - entry.at_ms % (60 * kSecond);
+        if (entry.at_ms >= minute_ms_ + 60 * kSecond_ms) {
+            minute_ms_ = entry.at_ms - entry.at_ms % (60 * kSecond_ms);
             commands_ = lines_ = heard_bytes_ = 0;
         }
         if (entry.kind == EntryKind::kSends) ++commands_;
@@ -249,35 +249,30 @@ class StoryLaw : public Law {
     bool has_end_ = false;
 };
 
-template <class T>
-std::unique_ptr<Law> Make(const Watch& watch, Law::Report report) {
-    return std::make_unique<T>(watch, std::move(report));
-}
-
 }  // namespace
 
 std::unique_ptr<Law> MakeEndsLaw(const Watch& watch, Law::Report report) {
-    return Make<EndsLaw>(watch, std::move(report));
+    return MakeLaw<EndsLaw>(watch, std::move(report));
 }
 
 std::unique_ptr<Law> MakeComplaintsLaw(const Watch& watch, Law::Report report) {
-    return Make<ComplaintsLaw>(watch, std::move(report));
+    return MakeLaw<ComplaintsLaw>(watch, std::move(report));
 }
 
 std::unique_ptr<Law> MakePlacesLaw(const Watch& watch, Law::Report report) {
-    return Make<PlacesLaw>(watch, std::move(report));
+    return MakeLaw<PlacesLaw>(watch, std::move(report));
 }
 
 std::unique_ptr<Law> MakeBusyLaw(const Watch& watch, Law::Report report) {
-    return Make<BusyLaw>(watch, std::move(report));
+    return MakeLaw<BusyLaw>(watch, std::move(report));
 }
 
 std::unique_ptr<Law> MakeResourcesLaw(const Watch& watch, Law::Report report) {
-    return Make<ResourcesLaw>(watch, std::move(report));
+    return MakeLaw<ResourcesLaw>(watch, std::move(report));
 }
 
 std::unique_ptr<Law> MakeStoryLaw(const Watch& watch, Law::Report report) {
-    return Make<StoryLaw>(watch, std::move(report));
+    return MakeLaw<StoryLaw>(watch, std::move(report));
 }
 
 }  // namespace soak

@@ -1,11 +1,11 @@
 // The way back to a link: in time, and then left in peace; what the board's scripts and its settings ask for.
 #include "simulator/soak/laws.h"
 
+#include "simulator/soak/time_units.h"
+
 namespace soak {
 
 namespace {
-
-constexpr int64_t kSecond = 1000;
 
 /// Once everything is healthy for the longest time that the ladder can need, the link is up.
 class RecoveryLaw : public Law {
@@ -17,7 +17,7 @@ class RecoveryLaw : public Law {
         if (healthy == nullptr || healthy == judged_ || !watch.is_calm()) return;
         judged_ = healthy;
         if (watch.is_online) return;
-        Violated("no link " + std::to_string(truth.recovery_ms / kSecond) +
+        Violated("no link " + std::to_string(truth.recovery_ms / kSecond_ms) +
                  " s after everything was healthy again");
     }
 
@@ -133,8 +133,8 @@ class SettingsLaw : public Law {
         is_due_ = false;
         // Another fault may have begun meanwhile.
         if (truth.FaultsWithin(since_ms_, due_ms_) == 1) {
-            Violated("the settings of " + std::to_string(since_ms_ / kSecond) + " s are not taken: " + key_ +
-                     "=" + value_);
+            Violated("the settings of " + std::to_string(since_ms_ / kSecond_ms) +
+                     " s are not taken: " + key_ + "=" + value_);
         }
     }
 
@@ -159,7 +159,7 @@ class SettingsLaw : public Law {
             value_ = now->second;
             is_due_ = true;
             since_ms_ = change.at_ms;
-            due_ms_ = change.at_ms + truth.pass_ms + kSecond;
+            due_ms_ = change.at_ms + truth.pass_ms + kSecond_ms;
         }
     }
 
@@ -197,27 +197,22 @@ class SettingsLaw : public Law {
     std::string value_;
 };
 
-template <class T>
-std::unique_ptr<Law> Make(const Watch& watch, Law::Report report) {
-    return std::make_unique<T>(watch, std::move(report));
-}
-
 }  // namespace
 
 std::unique_ptr<Law> MakeRecoveryLaw(const Watch& watch, Law::Report report) {
-    return Make<RecoveryLaw>(watch, std::move(report));
+    return MakeLaw<RecoveryLaw>(watch, std::move(report));
 }
 
 std::unique_ptr<Law> MakePeaceLaw(const Watch& watch, Law::Report report) {
-    return Make<PeaceLaw>(watch, std::move(report));
+    return MakeLaw<PeaceLaw>(watch, std::move(report));
 }
 
 std::unique_ptr<Law> MakeRequestsLaw(const Watch& watch, Law::Report report) {
-    return Make<RequestsLaw>(watch, std::move(report));
+    return MakeLaw<RequestsLaw>(watch, std::move(report));
 }
 
 std::unique_ptr<Law> MakeSettingsLaw(const Watch& watch, Law::Report report) {
-    return Make<SettingsLaw>(watch, std::move(report));
+    return MakeLaw<SettingsLaw>(watch, std::move(report));
 }
 
 }  // namespace soak

@@ -7,15 +7,13 @@
 #include <vector>
 
 #include "simulator/soak/status_files.h"
+#include "simulator/soak/time_units.h"
+#include "simulator/soak/vendors.h"
 
 namespace soak {
 
 namespace {
 
-constexpr int64_t kSecond = 1000;
-constexpr int64_t kVendorZte = 5;
-constexpr int64_t kVendorQuectelQcom = 6;
-constexpr int64_t kVendorQuectelUnisoc = 7;
 constexpr std::string_view k3630Module = "ME3630";
 
 constexpr std::string_view kAskSignal = "AT+CSQ";
@@ -230,7 +228,7 @@ class SignalLaw : public Law {
         if (command == kAskSignal) {
             for (const char* key : {"CSQ", "RSSI"}) ExpectWritten(key, known_[key]);
         }
-        constexpr int64_t kAnswer_ms = 1 * kSecond, kZteAnswer_ms = 3 * kSecond;
+        constexpr int64_t kAnswer_ms = 1 * kSecond_ms, kZteAnswer_ms = 3 * kSecond_ms;
         question_ = {};
         const bool is_ours = command == kAskSignal || command == kAskServingCell || command == kAskZteSignal;
         if (!is_ours) return;

@@ -6,14 +6,12 @@
 #include <iterator>
 
 #include "simulator/soak/status_files.h"
+#include "simulator/soak/time_units.h"
+#include "simulator/soak/vendors.h"
 
 namespace soak {
 
 namespace {
-
-constexpr int64_t kSecond = 1000;
-constexpr int64_t kVendorQuectelQcom = 6;
-constexpr int64_t kVendorCinterion = 10;
 
 /// Lines of the file in their order. Two of them stand there for some modems or settings only.
 constexpr const char* kKeys[] = {"IMSI",     "ICCID",       "IMEI",    "AutoConnect", "Online",
@@ -71,7 +69,7 @@ class StatusLaw : public Law {
     void TakeHeard(std::string_view bytes) {
         // Two families report their link, and are believed.
         if (Contains(bytes, "DATASTATUS")) dialled_ms_ = given_up_ms_ = watch.now_ms;
-        if (!asks_signal_ || watch.now_ms >= asked_ms_ + kSecond || !Contains(bytes, "+CSQ")) return;
+        if (!asks_signal_ || watch.now_ms >= asked_ms_ + kSecond_ms || !Contains(bytes, "+CSQ")) return;
         asks_signal_ = !knows_csq_ && ReadSignalAnswer(bytes, &csq_);
         knows_csq_ = asks_signal_;  // which of two the daemon takes is open
         csq_ms_ = watch.now_ms;
@@ -212,9 +210,9 @@ class StatusLaw : public Law {
             return;
         }
         const int64_t said = hours * int64_t{3600} + minutes * 60 + seconds;
-        const int64_t written_ms = shown.at_ms - (clock_.Seconds(shown.at_ms) - now_seconds) * kSecond;
-        const int64_t wanted = (written_ms - watch.online_changed_ms) / kSecond;
-        if (said < wanted - 2 || said > wanted + truth.step_ms / kSecond) {
+        const int64_t written_ms = shown.at_ms - (clock_.Seconds(shown.at_ms) - now_seconds) * kSecond_ms;
+        const int64_t wanted = (written_ms - watch.online_changed_ms) / kSecond_ms;
+        if (said < wanted - 2 || said > wanted + truth.step_ms / kSecond_ms) {
             Violated("Uptime=" + *uptime + " though the link has been up for " + std::to_string(wanted) +
                      " s");
         }
@@ -255,7 +253,7 @@ class FreshLaw : public Law {
             return;
         }
         const int64_t age_seconds = clock_.Seconds(shown.at_ms) - seconds;
-        if (limit_ms > 0 && (age_seconds > limit_ms / kSecond || age_seconds < 0)) {
+        if (limit_ms > 0 && (age_seconds > limit_ms / kSecond_ms || age_seconds < 0)) {
             Violated("the status file is " + std::to_string(age_seconds) + " s old");
         }
     }
@@ -264,7 +262,7 @@ class FreshLaw : public Law {
     /// While something is wrong: three minutes, as its readers are told, but for what holds the daemon or the
     /// file up.
     int64_t LenientLimit(int64_t at_ms) const {
-        constexpr int64_t kThreeMinutes_ms = 180 * kSecond;
+        constexpr int64_t kThreeMinutes_ms = 180 * kSecond_ms;
         const int64_t from_ms = at_ms - kThreeMinutes_ms;
         if (!watch.has_driver || watch.got_driver_ms > from_ms || clock_.jumped_ms() > from_ms) return 0;
         for (const char* fault : {"ping_hangs", "script_slow", "folder_gone", "status_blocked", "files_full",

@@ -4,17 +4,18 @@
 
 #include <algorithm>
 
+#include "simulator/soak/time_units.h"
+#include "simulator/soak/vendors.h"
+
 namespace soak {
 
 namespace {
 
-constexpr int64_t kSecond = 1000;
-constexpr int64_t kExchange_ms = kSecond;
+constexpr int64_t kExchange_ms = kSecond_ms;
 constexpr int64_t kFullBlock_bytes = 256;  // an exchange ends early when there is no more room for the answer
-constexpr int64_t kProbeRetry_ms = kExchange_ms + 5 * kSecond;
-constexpr int64_t kSimRetry_ms = kExchange_ms + 3 * kSecond;
-constexpr int64_t kDialPause_ms = 5 * kSecond;
-constexpr int64_t kVendorCinterion = 10;
+constexpr int64_t kProbeRetry_ms = kExchange_ms + 5 * kSecond_ms;
+constexpr int64_t kSimRetry_ms = kExchange_ms + 3 * kSecond_ms;
+constexpr int64_t kDialPause_ms = 5 * kSecond_ms;
 
 /// Bytes that an escaped text stands for.
 int64_t LengthOf(std::string_view escaped) {
@@ -27,9 +28,9 @@ int64_t LengthOf(std::string_view escaped) {
 
 /// From "AT+CFUN=0" to "AT+CFUN=1" in the set-up.
 int64_t RadioOffMs(const std::string& family) {
-    if (family == "fibocom") return kExchange_ms + 2 * kSecond;
-    if (family == "fibocom_le") return kExchange_ms + 3 * kSecond;
-    return kExchange_ms + 5 * kSecond;
+    if (family == "fibocom") return kExchange_ms + 2 * kSecond_ms;
+    if (family == "fibocom_le") return kExchange_ms + 3 * kSecond_ms;
+    return kExchange_ms + 5 * kSecond_ms;
 }
 
 class WaitsLaw : public Law {
@@ -98,7 +99,7 @@ class WaitsLaw : public Law {
             // IMSI.
             constexpr int64_t kQuestions_ms = 3 * kExchange_ms - kExchange_ms;
             if (full_ms_ < reset_ms_) {
-                Check(watch.now_ms - reset_ms_, truth.timing->set_up_seconds * kSecond + kQuestions_ms,
+                Check(watch.now_ms - reset_ms_, truth.timing->set_up_seconds * kSecond_ms + kQuestions_ms,
                       "for the set-up");
             }
             reset_ms_ = kNever;

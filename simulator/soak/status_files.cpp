@@ -2,13 +2,13 @@
 
 #include <ctime>
 
+#include "simulator/soak/time_units.h"
 #include "simulator/virtual_time/environment.h"
 
 namespace soak {
 
 namespace {
 
-constexpr int64_t kSecond = 1000;
 constexpr std::string_view kMissing = "(missing)";
 
 // Faults while which the files can't be written.
@@ -67,7 +67,7 @@ void Clock::Take(const Entry& entry) {
 }
 
 int64_t Clock::Seconds(int64_t at_ms) const {
-    return virtual_time::kWallClockAtStart_seconds + offset_seconds_ + at_ms / kSecond;
+    return virtual_time::kWallClockAtStart_seconds + offset_seconds_ + at_ms / kSecond_ms;
 }
 
 }  // namespace soak

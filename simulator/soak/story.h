@@ -5,11 +5,12 @@
 #include <string>
 #include <vector>
 
+#include "simulator/soak/time_units.h"
 #include "simulator/soak/timing.h"
 
 namespace soak {
 
-constexpr int64_t kSecond_ms = 1000;
+constexpr char kStatusPath[] = "/run/network/ravelin_status";
 
 struct Setting {
     std::string key;

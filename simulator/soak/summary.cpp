@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <sstream>
 
+#include "simulator/soak/time_units.h"
+
 namespace soak {
 
 namespace {
 
-constexpr double kDay_ms = 86400e3;
-constexpr double kHour_ms = 3600e3;
 constexpr double kHour_seconds = 3600;
 
 struct FigureName {

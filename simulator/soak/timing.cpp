@@ -16,9 +16,9 @@ constexpr int kSwitchPause_seconds = 5;
 constexpr int kResetPauses_seconds = 5 + 5 + 1;
 constexpr int kDisabledPause_seconds = 20;
 constexpr int kLooks = 30;
-constexpr int kServiceChecks = 34;
+constexpr int kSingleServiceChecks = 34;
 constexpr int kDualServiceChecks = 9;
-constexpr int kLostChecks = 11;
+constexpr int kLossChecks = 11;
 constexpr int kWeakChecks = 9;
 constexpr int kSimTries = 3;
 constexpr int kSimRetry_seconds = 1 + 3;  // the exchange and the pause after it
@@ -133,9 +133,9 @@ int RecoveryBoundSeconds(const FamilyTiming& timing, const ModemTiming& modem, c
 
     int longest = std::max(LongestStepSeconds(timing), hard_reset);
     // A link that the modem calls down is given up.
-    longest += kLostChecks * LostCheckSeconds(timing);
+    longest += kLossChecks * LostCheckSeconds(timing);
     // A radio that is off is found out by the checks for service, and mended by the reset that follows.
-    const int checks = board.has_two_sims ? kDualServiceChecks : kServiceChecks;
+    const int checks = board.has_two_sims ? kDualServiceChecks : kSingleServiceChecks;
     longest += kHint_seconds + checks * ServiceCheckSeconds(timing) + reset + wait_for_service;
     // With two SIMs the radio technology may be known late.
     if (board.has_two_sims) longest += kWeakChecks * (LostCheckSeconds(timing) + kDualPings_seconds) + reset;
@@ -148,8 +148,8 @@ int RecoveryBoundSeconds(const FamilyTiming& timing, const ModemTiming& modem, c
 
 int ServiceRoundsSeconds(const FamilyTiming& timing) {
     constexpr int kRounds = 3;
-    return WithRounding(kRounds * (kServiceChecks * ServiceCheckSeconds(timing) + kServicePause_seconds +
-                                   WorstSoftResetSeconds(timing)));
+    return WithRounding(kRounds * (kSingleServiceChecks * ServiceCheckSeconds(timing) +
+                                   kServicePause_seconds + WorstSoftResetSeconds(timing)));
 }
 
 int AttemptsSeconds(const FamilyTiming& timing) {

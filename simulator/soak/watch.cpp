@@ -2,11 +2,12 @@
 
 #include <algorithm>
 
+#include "simulator/soak/status_files.h"
+#include "simulator/soak/vendors.h"
+
 namespace soak {
 
 namespace {
-
-constexpr std::string_view kStatusFile = "/run/network/ravelin_status ";
 
 /// What the log says of a family's driver: its number, which five of them share, and its source file.
 struct Driver {
@@ -29,7 +30,6 @@ constexpr Driver kDrivers[] = {
     {"simcom", 0, "CellSubClass/src/CellSimCom.cpp"},
     {"zte", 5, "CellSubClass/src/CellZTE.cpp"},
 };
-constexpr int64_t kVendorZte = 5;
 
 const Driver* DriverOf(const std::string& family) {
     for (const Driver& driver : kDrivers) {

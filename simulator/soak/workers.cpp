@@ -12,12 +12,13 @@
 #include <filesystem>
 #include <map>
 
+#include "simulator/soak/time_units.h"
+
 namespace soak {
 
 namespace {
 
 constexpr double kMicro = 1e-6;
-constexpr double kDay_ms = 86400e3;
 constexpr double kMinute_seconds = 60;
 /// Without a terminal, progress is a line for each of so many parts.
 constexpr uint64_t kProgressParts = 20;

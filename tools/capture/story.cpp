@@ -10,15 +10,16 @@
 #include "simulator/text/text.h"
 #include "tools/board/upgrade.h"
 #include "tools/capture/identities.h"
+#include "tools/log/line.h"
 
 namespace capture {
 
 namespace {
 
 using Kind = Event::Kind;
+using ravelin_log::kSecond_ms;
 using simulator_text::Escape;
 
-constexpr int64_t kSecond_ms = 1000;
 constexpr int64_t kAnswerWait_ms = 900;  // of the second that the daemon waits at least
 constexpr int64_t kHintBefore_ms = 500;  // unsolicited words come in the middle of the second that listens
 constexpr int64_t kDaemonComesOnline_ms = 120 * kSecond_ms;  // of a log that begins later than the daemon
@@ -26,7 +27,6 @@ constexpr int64_t kAfterwards_ms = 1 * kSecond_ms;
 constexpr int64_t kTolerance_ms = 2 * kSecond_ms;  // of the times that are expected
 constexpr size_t kMuteAsks =
     3;  // so many commands without an answer, one after the other, are a modem that is mute
-constexpr size_t kRead_bytes = 256;  // what one read of the daemon takes
 constexpr size_t kMostEvents = 90'000;
 constexpr char kAnyFamily[] = "quectel_qcom";
 constexpr char kDefaultDevice[] = "/dev/ttyUSB2";

@@ -8,19 +8,19 @@
 
 #include "simulator/text/text.h"
 #include "tools/board/upgrade.h"
+#include "tools/log/line.h"
 #include "tools/log/reader.h"
 
 namespace capture {
 
 namespace {
 
+using ravelin_log::kSecond_ms;
 using ravelin_log::Line;
 using simulator_text::StartsWith;
 using Kind = Event::Kind;
 
-constexpr size_t kRead_bytes = 256;  // what one read of the daemon takes
 constexpr size_t kLongestMessage_bytes = 64 * 1024;
-constexpr int64_t kSecond_ms = 1000;
 constexpr int64_t kPauseAroundReset_seconds = 5;
 constexpr int64_t kInterfacePause_seconds = 1;
 constexpr int64_t kStartOfExchange_ms = 1;  // the line is drained before each command

@@ -3,6 +3,7 @@
 // which makes a scenario of it.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <utility>
@@ -13,6 +14,8 @@ class Reader;
 }
 
 namespace capture {
+
+constexpr size_t kRead_bytes = 256;  // what one read of the daemon takes
 
 struct Event {
     enum class Kind {

@@ -13,28 +13,28 @@ namespace ctl {
 
 namespace {
 
-constexpr char kName[] = "capture";
+constexpr char kCaptureName[] = "capture";
 constexpr int kStatusNoStory = 1;
 
-struct Options {
+struct CaptureOptions {
     std::vector<std::string> logs;
     std::string output = "-";
     std::string family;
     bool keeps_identities = false;
 };
 
-int Capture(const Options& options) {
+int Capture(const CaptureOptions& options) {
     RefuseToOverwrite(options.logs, options.output);
     ravelin_log::Reader reader;
     std::string problem;
     if (!reader.Open(options.logs, {}, &problem)) {
-        Complain(kName, problem);
+        Complain(kCaptureName, problem);
         return kStatusNoStory;
     }
     const capture::Transcript transcript = capture::ReadTranscript(reader);
-    for (const std::string& complaint : reader.complaints()) Complain(kName, complaint);
+    for (const std::string& complaint : reader.complaints()) Complain(kCaptureName, complaint);
     if (!transcript.has_lines) {
-        Complain(kName, "no line of the daemon's log is in it");
+        Complain(kCaptureName, "no line of the daemon's log is in it");
         return kStatusNoStory;
     }
     capture::StoryOptions story_options;
@@ -46,13 +46,13 @@ int Capture(const Options& options) {
     }
     const capture::Story story = capture::WriteStory(transcript, story_options);
     if (!story.problem.empty()) {
-        Complain(kName, story.problem);
+        Complain(kCaptureName, story.problem);
         return kStatusNoStory;
     }
-    for (const std::string& kind : story.replaced) Complain(kName, "replaced: " + kind);
-    for (const std::string& loss : story.losses) Complain(kName, "not carried over: " + loss);
+    for (const std::string& kind : story.replaced) Complain(kCaptureName, "replaced: " + kind);
+    for (const std::string& loss : story.losses) Complain(kCaptureName, "not carried over: " + loss);
     if (WriteOutput(options.output, story.text, &problem)) return kStatusDone;
-    Complain(kName, problem);
+    Complain(kCaptureName, problem);
     return kStatusNoStory;
 }
 
@@ -60,7 +60,7 @@ int Capture(const Options& options) {
 
 Command CaptureCommand() {
     Command command;
-    command.name = kName;
+    command.name = kCaptureName;
     command.summary = "makes a scenario for scenario_run from a log of level 7";
     command.about =
         "Reads a log that the daemon wrote with -Dl 7 beside a real modem, and writes a scenario that "
@@ -78,7 +78,7 @@ Command CaptureCommand() {
         {kStatusDone, "the scenario was written"},
         {kStatusNoStory, "the log can't be read or tells too little, or the file can't be written"}};
     command.declare = [](OptionSet& takes) -> Run {
-        const auto options = std::make_shared<Options>();
+        const auto options = std::make_shared<CaptureOptions>();
         takes
             .Argument("LOG", &options->logs,
                       "a log, or several of one board in any order; - is standard input")

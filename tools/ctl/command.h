@@ -11,6 +11,8 @@
 
 namespace ctl {
 
+constexpr char kUsualLog[] = "/var/log/ravelin-mobile.log";  // where the packaged service writes it
+
 constexpr int kStatusDone = 0;
 constexpr int kStatusWrongCommandLine = 2;
 

@@ -22,10 +22,6 @@ struct Refusal {
     std::string fault;
 };
 
-std::string Quoted(const std::string& text) {
-    return "\"" + text + "\"";
-}
-
 /// What CLI11 says, in our words: of the checks above it is "NAME: WHAT", and of other faults the first line.
 std::string FaultOf(const CLI::ParseError& error) {
     const std::string what = error.what();

@@ -43,11 +43,6 @@ std::string IsFolder(const std::string& path) {
     return "wants a folder, not \"" + path + "\"";
 }
 
-std::string Environment(const char* name) {
-    const char* value = getenv(name);
-    return value == nullptr ? "" : value;
-}
-
 int Examine(const DoctorOptions& options) {
     const doctor::Board board(options.root);
     doctor::Request request;

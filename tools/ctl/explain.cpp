@@ -20,13 +20,12 @@ namespace {
 
 using namespace ravelin_log;
 
-constexpr char kName[] = "explain";
-constexpr char kUsualLog[] = "/var/log/ravelin-mobile.log";
+constexpr char kExplainName[] = "explain";
 constexpr int kStatusNoLog = 1;
-constexpr size_t kIndent = 4;
+constexpr size_t kStoryIndent = 4;
 constexpr int kPollPause_ms = 500;
 
-struct Options {
+struct ExplainOptions {
     std::vector<std::string> logs;
     std::string date;
     std::string at;
@@ -70,7 +69,7 @@ class Teller {
         Print(head + ": " + why, outage.is_open ? Colour::kBad : Colour::kStrong, 0);
         for (const Evidence& line : outage.evidence) Tell(line);
         if (!outage.would_tell.empty()) {
-            Print("What would have told: " + outage.would_tell + ".", Colour::kNone, kIndent);
+            Print("What would have told: " + outage.would_tell + ".", Colour::kNone, kStoryIndent);
         }
         for (const size_t index : outage.resets) Tell(history.resets[index]);
     }
@@ -83,11 +82,11 @@ class Teller {
         head += ReasonText(reset.reason);
         if (reset.certainty == Certainty::kProbable) head += ", probably";
         if (!reset.evidence.empty()) head += " (" + PlaceOf(reset.evidence.back()) + ")";
-        Print(head, Colour::kWarning, kIndent);
+        Print(head, Colour::kWarning, kStoryIndent);
         if (!reset.achieved.empty()) {
-            Print("What came of it: " + reset.achieved + ".", Colour::kNone, 2 * kIndent);
+            Print("What came of it: " + reset.achieved + ".", Colour::kNone, 2 * kStoryIndent);
         }
-        Print("Next rung: " + reset.next + ".", Colour::kFaint, 2 * kIndent);
+        Print("Next rung: " + reset.next + ".", Colour::kFaint, 2 * kStoryIndent);
     }
 
     void Tell(const Upgrade& upgrade) {
@@ -98,12 +97,12 @@ class Teller {
     }
 
     void Tell(const Evidence& line) {
-        Print(PlaceOf(line) + "  " + Shown(line.text), Colour::kFaint, kIndent);
+        Print(PlaceOf(line) + "  " + Shown(line.text), Colour::kFaint, kStoryIndent);
     }
 
     void Print(const std::string& text, Colour colour, size_t indent) {
         const auto width = static_cast<size_t>(terminal_.width);
-        const size_t room = width == 0 ? 0 : width > indent + kIndent ? width - indent : kIndent;
+        const size_t room = width == 0 ? 0 : width > indent + kStoryIndent ? width - indent : kStoryIndent;
         for (const std::string& line : Wrap(text, room)) {
             printf("%s%s\n", std::string(indent, ' ').c_str(), Paint(terminal_, colour, line).c_str());
         }
@@ -128,30 +127,31 @@ class Teller {
         Print("Ledger", Colour::kStrong, 0);
         Print("from " + Time(ledger.from) + " to " + Time(ledger.to) + ", " + LengthText(ledger.length_ms()) +
                   (ledger.starts > 0 ? "; starts of the daemon: " + std::to_string(ledger.starts) : ""),
-              Colour::kNone, kIndent);
-        Print("online, as far as the log shows it: " + LengthText(ledger.online_ms), Colour::kNone, kIndent);
+              Colour::kNone, kStoryIndent);
+        Print("online, as far as the log shows it: " + LengthText(ledger.online_ms), Colour::kNone,
+              kStoryIndent);
         Print("outages: " + std::to_string(history.outages.size()) + ", together " +
                   LengthText(ledger.outage_ms) + ", the longest " + LengthText(ledger.longest_outage_ms),
-              Colour::kNone, kIndent);
+              Colour::kNone, kStoryIndent);
         for (const auto& [word, count] : ledger.outages) {
             Print(
                 std::to_string(count) + " x " + word + ", " + LengthText(ledger.outage_ms_by_cause.at(word)),
-                Colour::kNone, 2 * kIndent);
+                Colour::kNone, 2 * kStoryIndent);
         }
         const double hours = static_cast<double>(ledger.length_ms()) / static_cast<double>(kHour_ms);
         char rate[32] = "";
         if (hours > 0) {
             snprintf(rate, sizeof rate, ", %.2f an hour", static_cast<double>(history.resets.size()) / hours);
         }
-        Print("resets: " + std::to_string(history.resets.size()) + rate, Colour::kNone, kIndent);
+        Print("resets: " + std::to_string(history.resets.size()) + rate, Colour::kNone, kStoryIndent);
         for (const auto& [word, count] : ledger.resets) {
-            Print(std::to_string(count) + " x " + word, Colour::kNone, 2 * kIndent);
+            Print(std::to_string(count) + " x " + word, Colour::kNone, 2 * kStoryIndent);
         }
         if (history.advice.empty()) return;
         printf("\n");
         Print("Advice", Colour::kStrong, 0);
         for (const Advice& advice : history.advice) {
-            Print(advice.text + " See " + advice.page + ".", Colour::kNone, kIndent);
+            Print(advice.text + " See " + advice.page + ".", Colour::kNone, kStoryIndent);
         }
     }
 
@@ -193,7 +193,7 @@ bool Touches(const Reader& reader, const std::string& day, int64_t day_ms, int64
     return false;
 }
 
-void TellMoment(const Options& options, const Reader& reader, const History& history) {
+void TellMoment(const ExplainOptions& options, const Reader& reader, const History& history) {
     std::string day;
     int64_t day_ms = 0;
     int64_t length_ms = 0;
@@ -298,7 +298,7 @@ int Follow(Reader& reader, Historian& historian) {
     }
 }
 
-int Explain(const Options& options) {
+int Explain(const ExplainOptions& options) {
     std::vector<std::string> logs = options.logs;
     if (logs.empty()) logs.emplace_back(isatty(STDIN_FILENO) == 1 ? kUsualLog : "-");
     ReaderOptions reader_options;
@@ -307,7 +307,7 @@ int Explain(const Options& options) {
     Reader reader;
     std::string problem;
     if (!reader.Open(logs, reader_options, &problem)) {
-        Complain(kName, problem);
+        Complain(kExplainName, problem);
         return kStatusNoLog;
     }
     Historian historian;
@@ -315,7 +315,7 @@ int Explain(const Options& options) {
     Line line;
     while (reader.Next(&line)) historian.Take(line);
     const History history = historian.Finish();
-    for (const std::string& complaint : reader.complaints()) Complain(kName, complaint);
+    for (const std::string& complaint : reader.complaints()) Complain(kExplainName, complaint);
     if (options.is_json) {
         const std::string text = HistoryAsJson(history, reader);
         fwrite(text.data(), 1, text.size(), stdout);
@@ -331,7 +331,7 @@ int Explain(const Options& options) {
 
 Command ExplainCommand() {
     Command command;
-    command.name = kName;
+    command.name = kExplainName;
     command.summary = "tells from the log what failed, what was done about it, and what to do";
     command.about =
         "Reads the daemon's log and tells its story: outages with begin, end, length and cause, each reset "
@@ -354,7 +354,7 @@ Command ExplainCommand() {
     command.exit_statuses = {{kStatusDone, "the log was read, whatever it says"},
                              {kStatusNoLog, "a log can't be read, or not to its end: what can is told"}};
     command.declare = [](OptionSet& takes) -> Run {
-        const auto options = std::make_shared<Options>();
+        const auto options = std::make_shared<ExplainOptions>();
         takes.Argument("LOG", &options->logs, "logs, in any order; - is standard input");
         takes.Flag("--json", &options->is_json, "for programs, see docs/explaining.md");
         takes

@@ -25,11 +25,10 @@ namespace ctl {
 
 namespace {
 
-constexpr char kName[] = "metrics";
-constexpr char kUsualLog[] = "/var/log/ravelin-mobile.log";
+constexpr char kMetricsName[] = "metrics";
 constexpr int kStatusNotWritten = 1;
 
-struct Options {
+struct MetricsOptions {
     std::vector<std::string> logs;
     std::string folder = board::kStatusFolder;
     std::string output = "-";
@@ -62,8 +61,8 @@ metrics::Totals ReadTotals(const std::string& path, std::string* text) {
     const auto totals = file.state == board::FileState::kRead ? metrics::Totals::Parse(file.text)
                                                               : std::optional<metrics::Totals>();
     if (!totals) {
-        Complain(kName, path + " " + (file.problem.empty() ? "is damaged" : file.problem) +
-                            ": the counters begin anew");
+        Complain(kMetricsName, path + " " + (file.problem.empty() ? "is damaged" : file.problem) +
+                                   ": the counters begin anew");
         return fresh;
     }
     *text = file.text;
@@ -80,7 +79,7 @@ bool CountLogs(const std::vector<std::string>& names, metrics::Totals* totals, s
         if (metrics::OpenLog(name, &log, &problem)) {
             logs.push_back(log);
         } else {
-            Complain(kName, problem);
+            Complain(kMetricsName, problem);
             is_read = false;
         }
     }
@@ -94,7 +93,7 @@ bool CountLogs(const std::vector<std::string>& names, metrics::Totals* totals, s
         metrics::LogCounts counts;
         std::string problem;
         if (!metrics::CountLog(logs[i].name, is_final, &counts, &problem)) {
-            Complain(kName, problem);
+            Complain(kMetricsName, problem);
             is_read = false;
             continue;
         }
@@ -109,11 +108,11 @@ bool CountLogs(const std::vector<std::string>& names, metrics::Totals* totals, s
 bool Write(const std::string& name, const std::string& text) {
     std::string problem;
     if (WriteOutput(name, text, &problem, Readers::kEverybody)) return true;
-    Complain(kName, problem);
+    Complain(kMetricsName, problem);
     return false;
 }
 
-int Metrics(const Options& options) {
+int Metrics(const MetricsOptions& options) {
     for (const std::string* file : {&options.output, &options.state}) RefuseToOverwrite(options.logs, *file);
     metrics::Seen seen;
     seen.shows_identity = options.shows_identity;
@@ -152,7 +151,7 @@ int Metrics(const Options& options) {
 
 Command MetricsCommand() {
     Command command;
-    command.name = kName;
+    command.name = kMetricsName;
     command.summary = "writes state and history of the board as metrics for Prometheus";
     command.about =
         "Reads the status files and the daemon's logs, and writes metrics in the text format of Prometheus: "
@@ -168,7 +167,7 @@ Command MetricsCommand() {
     command.exit_statuses = {{kStatusDone, "written, whatever the metrics say"},
                              {kStatusNotWritten, "the output or the state couldn't be written"}};
     command.declare = [](OptionSet& takes) -> Run {
-        const auto options = std::make_shared<Options>();
+        const auto options = std::make_shared<MetricsOptions>();
         takes.Argument("LOG", &options->logs, "logs, in any order");
         takes.Value("--output", "FILE", &options->output,
                     "the file to replace, such as ravelin.prom; otherwise standard output");

@@ -6,13 +6,9 @@
 
 namespace ctl {
 
-namespace {
-
 std::string Quoted(const std::string& text) {
     return "\"" + text + "\"";
 }
-
-}  // namespace
 
 Check Number(int least, int most) {
     return {[least, most](const std::string& text) -> std::string {

@@ -9,6 +9,9 @@
 
 namespace ctl {
 
+/// In quotation marks, as what is wrong quotes a word.
+std::string Quoted(const std::string& text);
+
 /// A look at a value.
 struct Check {
     // What is wrong with the value; empty if nothing is. It follows the name of the option, e.g. "--lines
@@ -17,6 +20,9 @@ struct Check {
     // Words for the value that the shell offers; none for most.
     std::vector<std::string> offered = {};
 };
+
+/// Of --wait, with any command.
+constexpr int kMostWait_seconds = 24 * 3600;
 
 /// A whole number; `most` of INT_MAX is no limit.
 Check Number(int least, int most);

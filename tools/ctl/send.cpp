@@ -19,13 +19,12 @@ namespace {
 
 using std::chrono::steady_clock;
 
-constexpr char kName[] = "send";
+constexpr char kSendName[] = "send";
 constexpr int kNotShown = 1;
 constexpr int kNotSent = 3;
-constexpr std::chrono::milliseconds kLook_ms(200);
-constexpr int kMost_seconds = 24 * 3600;
+constexpr std::chrono::milliseconds kLogLook_ms(200);
 
-struct Options {
+struct SendOptions {
     std::vector<std::string> commands;
     std::string log;
     std::string pipe = board::kPipePath;
@@ -36,7 +35,7 @@ struct Options {
 using Answers = std::vector<board::PipeAnswer>;
 
 /// The line that is sent; refuses what the daemon doesn't know.
-std::string LineOf(const Options& options) {
+std::string LineOf(const SendOptions& options) {
     std::string line;
     for (const std::string& command : options.commands) {
         const std::string problem = board::LineProblem(command);
@@ -89,7 +88,7 @@ void WatchLog(board::LogTail& log, int wait_seconds, Answers* answers) {
         fflush(stdout);
         // Of commands that nobody knows there is nothing to wait for but the time.
         if ((!answers->empty() && AreDone(*answers)) || steady_clock::now() >= deadline) return;
-        std::this_thread::sleep_for(kLook_ms);
+        std::this_thread::sleep_for(kLogLook_ms);
     }
 }
 
@@ -107,26 +106,26 @@ int Judge(const Answers& answers, int wait_seconds) {
         const std::string within = " within " + std::to_string(wait_seconds) + " s";
         if (answer.is_taken()) {
             Complain(
-                kName,
+                kSendName,
                 name + ": taken, but no reset" + within +
                     ". It comes after the daemon's present step (--wait looks longer), or it was dropped: no "
                     "modem is found yet, or an upgrade of its firmware is running");
         } else {
-            Complain(kName, name + ": sent, but the log shows nothing of it" + within +
-                                (command.is_debug ? " (with -Dl 7 alone it would)" : ""));
+            Complain(kSendName, name + ": sent, but the log shows nothing of it" + within +
+                                    (command.is_debug ? " (with -Dl 7 alone it would)" : ""));
         }
     }
     return status;
 }
 
-int RunSend(const Options& options) {
+int RunSend(const SendOptions& options) {
     const std::string line = LineOf(options);
     board::LogTail log;
     bool has_log = false;
     if (!options.log.empty()) {
         has_log = log.OpenFile(options.log);
         if (!has_log) {
-            Complain(kName, log.problem() + "; nothing was sent");
+            Complain(kSendName, log.problem() + "; nothing was sent");
             return kNotSent;
         }
     } else if (options.wait_seconds > 0) {
@@ -135,7 +134,7 @@ int RunSend(const Options& options) {
     }
     board::Pipe pipe(options.pipe);
     if (pipe.state() != board::PipeState::kOpen || !pipe.Send(line)) {
-        Complain(kName, WhyNotSent(pipe));
+        Complain(kSendName, WhyNotSent(pipe));
         return kNotSent;
     }
     Answers answers;
@@ -148,14 +147,14 @@ int RunSend(const Options& options) {
         return kStatusDone;
     }
     if (!has_log) {
-        Complain(kName, "sent; no log is found to look at, give one with --log");
+        Complain(kSendName, "sent; no log is found to look at, give one with --log");
         return kNotShown;
     }
     printf("sent \"%s\", watching %s\n", Shown(line).c_str(), Shown(log.name()).c_str());
     WatchLog(log, options.wait_seconds, &answers);
     const int status = Judge(answers, options.wait_seconds);
     if (answers.size() == options.commands.size()) return status;
-    Complain(kName,
+    Complain(kSendName,
              "of what the daemon doesn't know, its log says nothing at the usual level, and nothing is done");
     return kNotShown;
 }
@@ -170,7 +169,7 @@ Command SendCommand() {
         list.items.push_back({command.text, command.meaning});
     }
     const auto declare = [words](OptionSet& takes) -> Run {
-        const auto options = std::make_shared<Options>();
+        const auto options = std::make_shared<SendOptions>();
         takes.Argument("COMMAND", &options->commands, "what is sent, in one line")
             .Required()
             .Checked(AnyTextLike(words));
@@ -185,11 +184,11 @@ Command SendCommand() {
                    "how long to watch the log, 10 unless given, 0 not at all; a reset waits for the "
                    "daemon's present "
                    "step, which can take minutes")
-            .Checked(Number(0, kMost_seconds));
+            .Checked(Number(0, kMostWait_seconds));
         return [options] { return RunSend(*options); };
     };
     Command command = {
-        kName,
+        kSendName,
         "sends the daemon commands through its pipe",
         "Shows the lines that the daemon's log has of it, until the command was taken and what it asks for "
         "has begun. Nothing is waited for at the pipe, and no file is made in its place.",

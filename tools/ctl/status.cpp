@@ -22,9 +22,9 @@ constexpr char kSettingsName[] = "ifcfg-lte";
 // The daemon answers from its memory; a bus that is in trouble must not hold up what the files say.
 constexpr int kBusAnswer_ms = 2000;
 constexpr int kBusAgain_seconds = 60;  // with --watch: each question is a line in the daemon's log
-constexpr int kMost_seconds = 3600;
+constexpr int kMostInterval_seconds = 3600;
 
-struct Options {
+struct StatusOptions {
     std::string folder = board::kStatusFolder;
     std::string address;
     int interval_seconds = 2;
@@ -45,7 +45,7 @@ board::Presence OnBus(board::BusState bus) {
     return bus == BusState::kNoDaemon ? board::Presence::kNotThere : board::Presence::kUnknown;
 }
 
-Sight Look(const Options& options, const std::optional<board::BusStatus>& known) {
+Sight Look(const StatusOptions& options, const std::optional<board::BusStatus>& known) {
     Sight sight;
     sight.folder = options.folder;
     sight.files = board::ReadStatusFiles(options.folder);
@@ -78,7 +78,7 @@ std::string Clock(time_t now) {
     return text;
 }
 
-int Watch(const Options& options) {
+int WatchStatus(const StatusOptions& options) {
     int status = kStatusDone;
     {
         const bool draws = StandardOutput().can_draw && !options.json;
@@ -112,8 +112,8 @@ int Watch(const Options& options) {
     return status;
 }
 
-int RunStatus(const Options& options) {
-    if (options.watch) return Watch(options);
+int RunStatus(const StatusOptions& options) {
+    if (options.watch) return WatchStatus(options);
     const Sight sight = Look(options, {});
     fputs((options.json ? StatusJson(sight, false) : StatusText(sight, StandardOutput())).c_str(), stdout);
     return RowOf(sight.link.verdict).exit_status;
@@ -123,7 +123,7 @@ int RunStatus(const Options& options) {
 
 Command StatusCommand() {
     const auto declare = [](OptionSet& takes) -> Run {
-        const auto options = std::make_shared<Options>();
+        const auto options = std::make_shared<StatusOptions>();
         takes.Flag("--json", &options->json, "prints an object of JSON; with --watch one a line");
         takes.Flag(
             "--watch", &options->watch,
@@ -131,7 +131,7 @@ Command StatusCommand() {
         takes
             .Value("--interval", "SECONDS", &options->interval_seconds,
                    "time between two looks of --watch, 2 unless given")
-            .Checked(Number(1, kMost_seconds));
+            .Checked(Number(1, kMostInterval_seconds));
         takes.Value(
             "--folder", "FOLDER", &options->folder,
             "where the status files are, /run/network unless given. Those of another folder are judged by "

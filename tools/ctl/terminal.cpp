@@ -13,16 +13,11 @@ namespace ctl {
 namespace {
 
 constexpr size_t kNarrow = 50;  // below it a text begins on the line after its label
-constexpr size_t kIndent = 2;
+constexpr size_t kTableIndent = 2;
 constexpr int kUsualWidth = 80;
 
 bool IsFirstByte(char byte) {
     return (static_cast<unsigned char>(byte) & 0xC0) != 0x80;
-}
-
-std::string Environment(const char* name) {
-    const char* value = getenv(name);
-    return value == nullptr ? "" : value;
 }
 
 /// What the first `columns` columns of `text` take, in bytes.
@@ -49,6 +44,11 @@ bool IsSly(std::string_view character) {
 }
 
 }  // namespace
+
+std::string Environment(const char* name) {
+    const char* value = getenv(name);
+    return value == nullptr ? "" : value;
+}
 
 Terminal StandardOutput() {
     Terminal terminal;
@@ -147,7 +147,7 @@ std::string Rows::Text(const Terminal& terminal) const {
     }
     const auto width = static_cast<size_t>(terminal.width);
     const bool is_narrow = width > 0 && (width < kNarrow || width < widest + kNarrow / 2);
-    const size_t column = is_narrow ? kIndent : widest + 2;
+    const size_t column = is_narrow ? kTableIndent : widest + 2;
     const size_t room = width == 0 ? 0 : width > column ? width - column : 1;
     std::string text;
     for (const Row& row : rows_) {

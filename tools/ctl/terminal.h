@@ -16,6 +16,9 @@ struct Terminal {
     int height = 0;  // in lines; 0: not known
 };
 
+/// An environment variable; empty when there is none.
+std::string Environment(const char* name);
+
 /// Of standard output. Colour only on a terminal that knows any, and not with NO_COLOR.
 Terminal StandardOutput();
 

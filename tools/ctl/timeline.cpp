@@ -18,33 +18,33 @@ namespace {
 
 using namespace ravelin_log;
 
-constexpr char kName[] = "timeline";
+constexpr char kTimelineName[] = "timeline";
 constexpr int kStatusNotDone = 1;
 
-struct Options {
+struct TimelineOptions {
     std::vector<std::string> logs;
     std::string date;
     std::string output;
 };
 
-int DrawTimeline(const Options& options) {
+int DrawTimeline(const TimelineOptions& options) {
     RefuseToOverwrite(options.logs, options.output);
     Reader reader;
     ReaderOptions reader_options;
     reader_options.date = options.date;
     std::string problem;
     if (!reader.Open(options.logs, reader_options, &problem)) {
-        Complain(kName, problem);
+        Complain(kTimelineName, problem);
         return kStatusNotDone;
     }
     TimelineBuilder builder;
     Line line;
     while (reader.Next(&line)) builder.Take(line);
-    for (const std::string& complaint : reader.complaints()) Complain(kName, complaint);
+    for (const std::string& complaint : reader.complaints()) Complain(kTimelineName, complaint);
     const Timeline timeline = builder.Finish();
-    if (!timeline.history.ledger.has_lines) Complain(kName, "no line of the daemon was found");
+    if (!timeline.history.ledger.has_lines) Complain(kTimelineName, "no line of the daemon was found");
     if (!WriteOutput(options.output, TimelinePage(TimelineData(timeline, reader)), &problem)) {
-        Complain(kName, problem);
+        Complain(kTimelineName, problem);
         return kStatusNotDone;
     }
     return reader.is_whole() ? kStatusDone : kStatusNotDone;
@@ -54,7 +54,7 @@ int DrawTimeline(const Options& options) {
 
 Command TimelineCommand() {
     Command command;
-    command.name = kName;
+    command.name = kTimelineName;
     command.summary = "draws the log as a page for a browser";
     command.about =
         "Reads the daemon's log, in all the forms that explain takes, and writes a page that shows over "
@@ -71,7 +71,7 @@ Command TimelineCommand() {
         {kStatusNotDone,
          "the page can't be written, or a log can't be read, or not to its end: what can is drawn"}};
     command.declare = [](OptionSet& takes) -> Run {
-        const auto options = std::make_shared<Options>();
+        const auto options = std::make_shared<TimelineOptions>();
         takes.Argument("LOG", &options->logs, "logs, in any order; - is standard input").Required();
         takes
             .Value("-o,--output", "FILE", &options->output,

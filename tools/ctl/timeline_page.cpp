@@ -28,8 +28,8 @@ constexpr size_t kMostResets = 50000;
 constexpr size_t kMostUpgrades = 5000;
 constexpr size_t kMostOutageResets = 50;
 
-/// Texts by number, each once.
-class Texts {
+/// TextTable by number, each once.
+class TextTable {
   public:
     int NumberOf(const std::string& text) {
         const auto [place, is_new] = numbers_.emplace(text, static_cast<int>(texts_.size()));
@@ -86,13 +86,13 @@ class Lines {
         int message;
     };
     const std::vector<Row>& rows() const { return rows_; }
-    const Texts& texts() const { return texts_; }
+    const TextTable& texts() const { return texts_; }
     int64_t left_out() const { return left_out_; }
 
   private:
     std::unordered_map<int64_t, int> numbers_;
     std::vector<Row> rows_;
-    Texts texts_;
+    TextTable texts_;
     size_t times_bytes_ = 0;
     int64_t left_out_ = 0;
 };
@@ -348,7 +348,7 @@ class Data {
         for (const auto& row : rows) Member(row.word, row.text);
         writer_.EndObject();
     }
-    void WriteTexts(const char* key, const Texts& texts) {
+    void WriteTexts(const char* key, const TextTable& texts) {
         writer_.Key(key);
         writer_.StartArray();
         for (const std::string& text : texts.texts()) String(text);
@@ -361,7 +361,7 @@ class Data {
     rapidjson::StringBuffer buffer_;
     Writer writer_{buffer_};
     Lines lines_;
-    Texts words_;
+    TextTable words_;
     int64_t left_out_ = 0;
 };
 

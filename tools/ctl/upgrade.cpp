@@ -27,7 +27,7 @@ namespace {
 using board::BusState;
 using std::chrono::steady_clock;
 
-constexpr char kName[] = "upgrade";
+constexpr char kUpgradeName[] = "upgrade";
 constexpr int kFailed = 1;
 constexpr int kNotBegun = 3;
 constexpr int kRunning = 4;
@@ -36,10 +36,9 @@ constexpr int kUnknown = 5;
 constexpr int kAnswer_ms = 5000;
 constexpr int kLook_ms = 200;
 constexpr int kUsualWait_seconds = 1800;
-constexpr int kMostWait_seconds = 24 * 3600;
 constexpr char kFlashOutput[] = "/run/ravelin-flash/output";  // of the tool's wrapper
 
-struct Options {
+struct UpgradeOptions {
     std::string address;
     std::string log;
     int wait_seconds = kUsualWait_seconds;
@@ -63,7 +62,7 @@ void CatchInterrupts() {
 }
 
 int NotBegun(const std::string& why) {
-    Complain(kName, why);
+    Complain(kUpgradeName, why);
     return kNotBegun;
 }
 
@@ -112,12 +111,12 @@ bool ShowPlan(const board::Firmware& firmware, const board::BusStatus& status) {
     rows.Add("New firmware", std::to_string(firmware.files.size()) + " files, " + Size(bytes));
     fputs(rows.Text(StandardOutput()).c_str(), stdout);
     fflush(stdout);
-    for (const std::string& problem : firmware.problems) Complain(kName, problem);
+    for (const std::string& problem : firmware.problems) Complain(kUpgradeName, problem);
     const std::string version = ItemOf(status, "firmware");
     const bool is_known = version.compare(0, sizeof board::kUpgradeModel - 1, board::kUpgradeModel) == 0;
     if (!is_known) {
-        Complain(kName, "only an " + std::string(board::kUpgradeModel) +
-                            " can be upgraded, and this modem's firmware isn't one's: " + version);
+        Complain(kUpgradeName, "only an " + std::string(board::kUpgradeModel) +
+                                   " can be upgraded, and this modem's firmware isn't one's: " + version);
     }
     return firmware.problems.empty() && is_known;
 }
@@ -130,9 +129,9 @@ bool UserAgrees() {
     return answer == "y" || answer == "Y" || answer == "yes";
 }
 
-class Watch {
+class UpgradeWatch {
   public:
-    Watch(board::BusClient& bus, board::LogTail& log, bool has_log)
+    UpgradeWatch(board::BusClient& bus, board::LogTail& log, bool has_log)
         : bus_(bus), log_(log), has_log_(has_log) {
         const auto daemon = board::FindDaemon();
         if (daemon) daemon_ = daemon->process;
@@ -202,9 +201,10 @@ class Watch {
 
     std::optional<unsigned> GiveUp(const std::string& why) const {
         const bool is_flashing = board::RunningFlash() != 0;
-        Complain(kName, why + (is_flashing ? "; the flash goes on: keep the power on, and look at " +
-                                                 std::string(kFlashOutput)
-                                           : "; keep the power on until it is known that no flash goes on"));
+        Complain(kUpgradeName,
+                 why + (is_flashing ? "; the flash goes on: keep the power on, and look at " +
+                                          std::string(kFlashOutput)
+                                    : "; keep the power on until it is known that no flash goes on"));
         return {};
     }
 
@@ -224,14 +224,14 @@ int Report(std::optional<unsigned> outcome) {
     const std::string text =
         bus_peer::MeaningOf({1, bus_peer::kUpgradeOutcome, {static_cast<uint8_t>(*outcome)}});
     if (*outcome != bus_peer::kSucceeded) {
-        Complain(kName, text);
+        Complain(kUpgradeName, text);
         return kFailed;
     }
     puts(text.c_str());
     return kStatusDone;
 }
 
-int Request(board::BusClient& bus, const Options& options) {
+int Request(board::BusClient& bus, const UpgradeOptions& options) {
     const bool hears = bus.BeService();
     board::LogTail log;
     const auto daemon = board::FindDaemon();
@@ -242,13 +242,14 @@ int Request(board::BusClient& bus, const Options& options) {
         return NotBegun(
             "the OCPP service hears the outcome, and no log is found that tells it; give one with --log");
     }
-    Watch watch(bus, log, has_log);
+    UpgradeWatch watch(bus, log, has_log);
     CatchInterrupts();
     const board::BusAnswer answer = board::Ask(
         bus, bus_peer::UpgradeRequest({board::kUpgradeModel, board::kFirmwareTool, board::kFirmwareFolder}),
         kAnswer_ms);
     if (answer.state == BusState::kNoAnswer || answer.state == BusState::kBroken) {
-        Complain(kName, "no good answer to the request, which may have been accepted: " + answer.problem);
+        Complain(kUpgradeName,
+                 "no good answer to the request, which may have been accepted: " + answer.problem);
         return kUnknown;
     }
     if (answer.state != BusState::kAnswered) {
@@ -256,7 +257,7 @@ int Request(board::BusClient& bus, const Options& options) {
     }
     const unsigned said = answer.frame.data[0];
     if (said == bus_peer::kAlreadyRunning) {
-        Complain(kName, bus_peer::UpgradeAnswerText(said));
+        Complain(kUpgradeName, bus_peer::UpgradeAnswerText(said));
         return kRunning;
     }
     if (said != bus_peer::kAccepted) return NotBegun(bus_peer::UpgradeAnswerText(said));
@@ -265,12 +266,12 @@ int Request(board::BusClient& bus, const Options& options) {
     return Report(watch.Outcome(options.wait_seconds));
 }
 
-int RunUpgrade(const Options& options) {
+int RunUpgrade(const UpgradeOptions& options) {
     if (!options.yes && !options.check && isatty(STDIN_FILENO) == 0) {
         RefuseCommandLine("standard input is no terminal that could be asked: --yes is missing");
     }
     if (board::RunningFlash() != 0) {
-        Complain(kName, "a flash is running already");
+        Complain(kUpgradeName, "a flash is running already");
         return kRunning;
     }
     const std::string address =
@@ -290,7 +291,7 @@ int RunUpgrade(const Options& options) {
 
 Command UpgradeCommand() {
     const auto declare = [](OptionSet& takes) -> Run {
-        const auto options = std::make_shared<Options>();
+        const auto options = std::make_shared<UpgradeOptions>();
         takes.Flag("--yes", &options->yes, "doesn't ask before it begins; needed where there is no terminal");
         takes.Flag("--check", &options->check, "looks whether an upgrade could begin, and leaves it at that");
         takes.Value("-l,--log", "LOG", &options->log,
@@ -305,7 +306,7 @@ Command UpgradeCommand() {
         return [options] { return RunUpgrade(*options); };
     };
     return {
-        kName,
+        kUpgradeName,
         "has the modem's firmware upgraded, and waits for the outcome",
         "Checks that the daemon answers, that the modem is an EG21, and that tool and firmware are in their "
         "folder; asks; "

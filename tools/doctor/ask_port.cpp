@@ -18,7 +18,7 @@ namespace {
 
 constexpr char kQuestion[] = "AT\r\n";
 constexpr int kTries = 3;
-constexpr int kAnswerWait_ms = 1500;
+constexpr int kModemAnswerWait_ms = 1500;
 constexpr size_t kAnswerLimit = 4096;
 constexpr size_t kShownLimit = 80;
 
@@ -57,13 +57,13 @@ class Port {
     /// False when the port takes nothing.
     bool Send(const std::string& text) {
         pollfd writable = {fd_, POLLOUT, 0};
-        return poll(&writable, 1, kAnswerWait_ms) > 0 &&
+        return poll(&writable, 1, kModemAnswerWait_ms) > 0 &&
                write(fd_, text.data(), text.size()) == static_cast<ssize_t>(text.size());
     }
 
     /// Appends what comes until there is an OK or the time is over. False: the port has gone.
     bool Hear(std::string* text) {
-        const Clock::time_point deadline = Clock::now() + std::chrono::milliseconds(kAnswerWait_ms);
+        const Clock::time_point deadline = Clock::now() + std::chrono::milliseconds(kModemAnswerWait_ms);
         while (text->size() < kAnswerLimit && !IsOk(*text)) {
             const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now());
             pollfd readable = {fd_, POLLIN, 0};

@@ -25,7 +25,7 @@ namespace doctor {
 namespace {
 
 constexpr char kPeer[] = "org.freedesktop.DBus.Peer";
-constexpr int kAnswerWait_ms = 3000;
+constexpr int kBusAnswerWait_ms = 3000;
 constexpr int kProcessWait_ms = 8000;
 constexpr char kStrangerName[] = "nobody";  // the bus takes no user whom the system doesn't know
 
@@ -78,7 +78,7 @@ DBusMessage* AskAboutName(DBusConnection* connection, const char* method) {
     dbus_message_append_args(call, DBUS_TYPE_STRING, &name, DBUS_TYPE_INVALID);
     DBusError failure = DBUS_ERROR_INIT;
     DBusMessage* answer =
-        dbus_connection_send_with_reply_and_block(connection, call, kAnswerWait_ms, &failure);
+        dbus_connection_send_with_reply_and_block(connection, call, kBusAnswerWait_ms, &failure);
     dbus_message_unref(call);
     dbus_error_free(&failure);
     return answer;
@@ -122,7 +122,7 @@ std::string LookAsStranger(const std::string& address, const std::string& owner)
     dbus_message_set_auto_start(call, FALSE);
     DBusError failure = DBUS_ERROR_INIT;
     DBusMessage* answer =
-        dbus_connection_send_with_reply_and_block(bus.connection(), call, kAnswerWait_ms, &failure);
+        dbus_connection_send_with_reply_and_block(bus.connection(), call, kBusAnswerWait_ms, &failure);
     if (answer != nullptr || dbus_error_has_name(&failure, DBUS_ERROR_UNKNOWN_METHOD)) return kLetThrough;
     return dbus_error_has_name(&failure, DBUS_ERROR_ACCESS_DENIED) ? kRefused : "";
 }

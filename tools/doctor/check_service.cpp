@@ -23,7 +23,6 @@ constexpr const char* kRunLevelFolders[] = {"/etc/rc2.d", "/etc/rc3.d", "/etc/rc
 constexpr char kDaemon[] = "/usr/sbin/ravelin-mobile";
 constexpr char kHelperFolder[] = "/usr/lib/ravelin-mobile";
 constexpr mode_t kWantedUmask = S_IWGRP | S_IWOTH;
-constexpr int kOctal = 8;
 constexpr time_t kZones_seconds = 24 * 60 * 60;  // the time of the build names no zone
 
 /// The value of the last line KEY=value of a text; empty when there is none.

@@ -18,7 +18,6 @@ namespace doctor {
 namespace {
 
 constexpr size_t kProcTextLimit_bytes = 64 * 1024;
-constexpr int kOctal = 8;
 constexpr size_t kMostOfAKind = 10;  // findings; what a hostile file brings beyond that is counted
 
 struct Check {
@@ -32,7 +31,7 @@ constexpr Check kChecks[] = {
     {"service", CheckService}, {"upgrade", CheckUpgrade},   {"guard", CheckGuard},
 };
 
-bool IsNumber(const std::string& text) {
+bool IsProcessId(const std::string& text) {
     return !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
 }
 
@@ -92,7 +91,7 @@ void Examination::ReadProcesses() {
     const auto names = board_.List("/proc");
     if (!names) return;
     for (const std::string& name : *names) {
-        if (!IsNumber(name)) continue;
+        if (!IsProcessId(name)) continue;
         const std::string folder = "/proc/" + name;
         Process process;
         process.pid = static_cast<pid_t>(strtol(name.c_str(), nullptr, 10));

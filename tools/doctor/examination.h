@@ -63,6 +63,7 @@ constexpr char kLastingSettingsPath[] = "/etc/ravelin/ifcfg-lte";
 constexpr char kNetworkFolder[] = "/run/network";
 constexpr char kServiceSettingsPath[] = "/etc/default/ravelin-mobile";
 constexpr char kDefaultDevice[] = "/dev/ttyUSB2";
+constexpr int kOctal = 8;  // access rights are written so
 using board::kDaemonName;
 
 /// The boards that the daemon tells apart.

@@ -10,7 +10,7 @@ namespace {
 
 constexpr char kHead[] = "RAVELIN_GUARD_BUDGET=1";
 constexpr char kEnd[] = "END";
-constexpr int64_t kMost = 1'000'000'000'000;  // seconds and counts; nobody lives to see more
+constexpr int64_t kMostNumber = 1'000'000'000'000;  // seconds and counts; nobody lives to see more
 constexpr int kMostPauses = 30;
 
 void Add(const char* key, int64_t value, std::string* text) {
@@ -27,7 +27,7 @@ bool Take(const char* key, std::string* text, std::string* value) {
     return true;
 }
 
-bool TakeNumber(const char* key, std::string* text, int64_t* value, int64_t most = kMost) {
+bool TakeNumber(const char* key, std::string* text, int64_t* value, int64_t most = kMostNumber) {
     std::string digits;
     if (!Take(key, text, &digits)) return false;
     const std::optional<int64_t> number = ParseNumber(digits, 0, most);

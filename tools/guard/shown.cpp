@@ -9,7 +9,7 @@ namespace guard {
 
 namespace {
 
-constexpr int64_t kMost = 1'000'000'000'000'000;
+constexpr int64_t kMostShown = 1'000'000'000'000'000;
 constexpr int64_t kOld_seconds = 3 * kShownAgain_seconds;
 
 struct NumberRow {
@@ -17,7 +17,7 @@ struct NumberRow {
     int64_t Shown::*field;
 };
 
-constexpr NumberRow kNumbers[] = {
+constexpr NumberRow kShownNumbers[] = {
     {"SoftResets", &Shown::soft_resets},      {"HardResets", &Shown::hard_resets},
     {"HardLastHour", &Shown::hard_last_hour}, {"HardLastDay", &Shown::hard_last_day},
     {"HardPerHour", &Shown::hard_per_hour},   {"HardPerDay", &Shown::hard_per_day},
@@ -30,11 +30,11 @@ std::string Line(const std::string& key, const std::string& value) {
     return key + "=" + value + "\n";
 }
 
-bool TakeNumber(std::string_view key, const std::string& value, Shown* shown) {
-    for (const NumberRow& row : kNumbers) {
+bool TakeShownNumber(std::string_view key, const std::string& value, Shown* shown) {
+    for (const NumberRow& row : kShownNumbers) {
         if (key != row.key) continue;
         const bool is_never = row.field == &Shown::alive_ago && value == "-1";
-        const std::optional<int64_t> number = is_never ? -1 : ParseNumber(value, 0, kMost);
+        const std::optional<int64_t> number = is_never ? -1 : ParseNumber(value, 0, kMostShown);
         if (!number) return false;
         shown->*row.field = *number;
     }
@@ -46,7 +46,7 @@ bool TakeNumber(std::string_view key, const std::string& value, Shown* shown) {
 std::string PrintShown(const Shown& shown) {
     std::string text = Line("State", shown.state) + Line("Acts", shown.acts ? "TRUE" : "FALSE") +
                        Line("Why", shown.why) + Line("Line", shown.line);
-    for (const NumberRow& row : kNumbers) text += Line(row.key, std::to_string(shown.*row.field));
+    for (const NumberRow& row : kShownNumbers) text += Line(row.key, std::to_string(shown.*row.field));
     return text;
 }
 
@@ -66,7 +66,7 @@ std::optional<Shown> ParseShown(std::string_view text) {
         if (key == "Acts") shown.acts = value == "TRUE";
         if (key == "Why") shown.why = value;
         if (key == "Line") shown.line = value;
-        if (!TakeNumber(key, value, &shown)) return {};
+        if (!TakeShownNumber(key, value, &shown)) return {};
         has_now = has_now || key == "Now";
     }
     const std::vector<std::string>& states = StateNames();

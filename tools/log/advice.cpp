@@ -3,14 +3,11 @@
 #include <cstdio>
 
 #include "tools/log/history.h"
+#include "tools/log/pages.h"
 
 namespace ravelin_log {
 namespace {
 
-constexpr char kRecoveryPage[] = "docs/recovery.md";
-constexpr char kExplainingPage[] = "docs/explaining.md";
-constexpr char kConfigurationPage[] = "docs/configuration.md";
-constexpr char kLogPage[] = "docs/log.md";
 constexpr double kManyResetsAnHour = 1.0;
 constexpr int64_t kLongLog_ms = 6 * kHour_ms;
 

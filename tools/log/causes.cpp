@@ -2,15 +2,10 @@
 
 #include <algorithm>
 
+#include "tools/log/pages.h"
+
 namespace ravelin_log {
 namespace {
-
-constexpr char kBringUpPage[] = "docs/board-bring-up.md";
-constexpr char kConfigurationPage[] = "docs/configuration.md";
-constexpr char kExplainingPage[] = "docs/explaining.md";
-constexpr char kLogPage[] = "docs/log.md";
-constexpr char kRecoveryPage[] = "docs/recovery.md";
-constexpr char kSupervisionPage[] = "docs/supervision.md";
 
 constexpr char kNoSimText[] = "no SIM that was ready";
 constexpr char kPortGoneText[] = "the modem's port was gone";

@@ -11,8 +11,6 @@ namespace {
 using board::Measure;
 using board::Verdict;
 
-constexpr int64_t kMilli = 1000;
-
 struct VerdictName {
     Verdict verdict;
     const char* word;

@@ -7,7 +7,6 @@ namespace metrics {
 namespace {
 
 constexpr size_t kLabel_bytes = 64;
-constexpr int64_t kMilli = 1000;
 
 std::string Escaped(std::string_view text, bool escapes_quotes) {
     std::string escaped;

@@ -10,6 +10,8 @@
 
 namespace metrics {
 
+constexpr int64_t kMilli = 1000;
+
 enum class Type { kGauge, kCounter, kInfo };
 
 struct Label {

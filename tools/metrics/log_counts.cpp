@@ -16,7 +16,6 @@ namespace {
 
 using namespace ravelin_log;
 
-constexpr int64_t kMilli = 1000;
 constexpr std::string_view kUpgradePrefix = "[OTA] ";
 constexpr std::string_view kModelText = "m_ModuleName = ";
 
