@@ -59,6 +59,12 @@ prints "release: 2 passed, 0 failed, 0 skipped"
 called "setup "
 called "cmake --build --preset sanitize"
 
+title="the tests of the first build begin before the second build does"
+stub cmake "case \$1 in -D*) exec $(command -v cmake) \"\$@\" ;; esac" \
+    "[ \"\$*\" != '--build --preset sanitize' ] || timeout 300 sh -c 'until grep -q \"^ctest --preset release\" \"$CALLS\"; do sleep 0.1; done' || exit" \
+    "[ \"\$*\" != \"\$(cat '$SAYS/broken' 2>/dev/null)\" ]"
+expect 0 "4 passed, 0 failed"
+
 title="failures of every kind, and a skipped test"
 ctest_says release 8 "1/7 Test  #1: unit.a ...............***Failed    0.01 sec" "first word" "second word" "" \
     "    Start 2: e2e.b" \
@@ -96,7 +102,7 @@ expect 1 "2 passed, 1 failed"
 
 title="a selection that matches in one preset only"
 expect 0 "2 passed, 0 failed" --level unit --level e2e --filter "^(unit|e2e)"
-called "ctest --preset release --parallel $((4 * $(nproc))) --no-tests=error --tests-regex ^(unit|e2e) --label-regex ^(unit|e2e)\$"
+called "ctest --preset release --parallel $((12 * $(nproc))) --no-tests=error --tests-regex ^(unit|e2e) --label-regex ^(unit|e2e)\$"
 
 title="a selection that matches nothing"
 ctest_says sanitize 1 "No tests were found!!!"
