@@ -14,7 +14,7 @@ POWER_PIN=/sys/class/gpio/gpio122/value
 # wait_for SECONDS COMMAND...: until COMMAND succeeds. SECONDS is for what has to pass until then by anybody's clock; a slow
 # or busy machine gets PATIENCE_SECONDS on top of it. False when that has run out.
 PATIENCE_SECONDS=${PATIENCE_SECONDS:-0}
-LOOK_SECONDS=0.25
+LOOK_SECONDS=0.5
 wait_for() {
     local deadline=$((${EPOCHREALTIME/./} + ($1 + PATIENCE_SECONDS) * 1000000)) nobody status=0
     shift

@@ -343,7 +343,9 @@ const Broken kBroken[] = {
      {"settings-refused"},
      "no line that counts"},
     {"settings are huge",
-     [](HealthyBoard& on) { Add(on, std::string(70000, '\n')); },
+     [](HealthyBoard& on) {
+         for (int i = 0; i < 700; ++i) Add(on, "#" + std::string(99, '-') + "\n");
+     },
      {"settings-too-large", "settings-too-large"},
      "64 KB"},
     {"settings with a key in small letters",
